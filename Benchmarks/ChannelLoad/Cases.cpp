@@ -1,0 +1,174 @@
+#include "ChannelLoad/Cases.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <deque>
+#include <stdexcept>
+#include <vector>
+
+#include <sys/epoll.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kWarmUpShare = 0.1;
+/// Requests between two looks at the clock.
+constexpr std::size_t kRequestsPerLook = 64;
+constexpr int kPatienceMs = 10'000;
+
+/// Calls step, which returns how many replies it got, until the time is over; the sum of them.
+template <class Step>
+std::size_t RunFor(double seconds, Step& step)
+{
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    std::size_t requests = 0;
+    while (Clock::now() < end) {
+        Syscall::ThrowIfInterrupted();
+        requests += step();
+    }
+    return requests;
+}
+
+template <class Step>
+SLoad Measure(const SServer& server, double seconds, Step& step)
+{
+    const double ownCpuBefore = CpuSecondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    const double cpuBefore = server.process->CpuSeconds();
+    const auto begin = Clock::now();
+    const std::size_t requests = RunFor(seconds, step);
+    const std::chrono::duration<double> elapsed = Clock::now() - begin;
+    const double cpu = server.process->CpuSeconds() - cpuBefore;
+    const double ownCpu = CpuSecondsOf(CLOCK_PROCESS_CPUTIME_ID) - ownCpuBefore;
+    if (requests == 0)
+        throw std::runtime_error(server.process->Name() + " answered nothing");
+    const double count = static_cast<double>(requests);
+    return {count / elapsed.count(), cpu / count * 1e6, (cpu + ownCpu) / elapsed.count(), {}};
+}
+
+/// Each has been answered once: the server has it in its books before anything is measured.
+std::deque<CConnection> Open(std::size_t count, const SServer& server, const SExchange& exchange)
+{
+    std::deque<CConnection> connections;
+    for (std::size_t i = 0; i < count; ++i)
+        connections.emplace_back(server.process->Name(), server.address, exchange).Exchange();
+    return connections;
+}
+
+/// Many connections in one epoll loop, each with one request under way.
+class CTurns {
+public:
+    CTurns(const SServer& server, const SExchange& exchange)
+        : m_request(exchange.request)
+        , m_epoll(Syscall::Do("epoll_create1", [] { return epoll_create1(EPOLL_CLOEXEC); }))
+        , m_connections(Open(Cases::kBusyConnections, server, exchange))
+        , m_counts(m_connections.size(), 0)
+    {
+        for (std::size_t i = 0; i < m_connections.size(); ++i) {
+            const int descriptor = m_connections[i].Descriptor();
+            epoll_event event = {};
+            event.events = EPOLLIN;
+            event.data.u64 = i;
+            Syscall::Do("epoll_ctl", [&] { return epoll_ctl(m_epoll.Get(), EPOLL_CTL_ADD, descriptor, &event); });
+        }
+        for (CConnection& connection : m_connections)
+            connection.Send(m_request);
+    }
+
+    void ForgetCounts() { std::fill(m_counts.begin(), m_counts.end(), 0); }
+
+    std::size_t operator()()
+    {
+        const int ready = Syscall::Do("epoll_wait", [&] {
+            return epoll_wait(m_epoll.Get(), m_events.data(), static_cast<int>(m_events.size()), kPatienceMs);
+        });
+        if (ready == 0)
+            Syscall::Fail("epoll_wait", ETIMEDOUT);
+        std::size_t replies = 0;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(ready); ++i) {
+            const std::size_t index = m_events[i].data.u64;
+            // Part of a reply: the rest makes the connection ready again.
+            if (m_connections[index].ReceiveReplies() == 0)
+                continue;
+            ++m_counts[index];
+            ++replies;
+            m_connections[index].Send(m_request);
+        }
+        return replies;
+    }
+
+    double SlowestOfMedian()
+    {
+        std::sort(m_counts.begin(), m_counts.end());
+        const std::size_t median = m_counts[m_counts.size() / 2];
+        return median == 0 ? 0 : static_cast<double>(m_counts.front()) / static_cast<double>(median);
+    }
+
+private:
+    const std::string& m_request;
+    CDescriptor m_epoll;
+    std::deque<CConnection> m_connections;
+    std::vector<std::size_t> m_counts;
+    std::array<epoll_event, Cases::kBusyConnections> m_events;
+};
+
+} // namespace
+
+SLoad Cases::OneAtATime(const SServer& server, const SExchange& exchange, double seconds)
+{
+    CConnection connection(server.process->Name(), server.address, exchange);
+    const auto step = [&] {
+        for (std::size_t i = 0; i < kRequestsPerLook; ++i)
+            connection.Exchange();
+        return kRequestsPerLook;
+    };
+    RunFor(seconds * kWarmUpShare, step);
+    return Measure(server, seconds, step);
+}
+
+SLoad Cases::OneAtATimeBesideIdle(const SServer& server, const SExchange& exchange, double seconds)
+{
+    const auto idle = Open(kIdleConnections, server, exchange);
+    return OneAtATime(server, exchange, seconds);
+}
+
+SLoad Cases::InFlight(const SServer& server, const SExchange& exchange, double seconds)
+{
+    std::string requests;
+    for (std::size_t i = 0; i < kInFlight; ++i)
+        requests += exchange.request;
+
+    CConnection connection(server.process->Name(), server.address, exchange);
+    std::size_t underWay = 0;
+    const auto refill = [&] {
+        connection.Send(std::string_view(requests).substr(underWay * exchange.request.size()));
+        underWay = kInFlight;
+    };
+    const auto receive = [&] {
+        const std::size_t replies = connection.ReceiveReplies();
+        if (replies > underWay)
+            throw std::runtime_error(server.process->Name() + " sent more replies than it was asked for");
+        underWay -= replies;
+        return replies;
+    };
+    const auto step = [&] {
+        refill();
+        return receive();
+    };
+    RunFor(seconds * kWarmUpShare, step);
+    const SLoad load = Measure(server, seconds, step);
+    while (underWay > 0)
+        receive();
+    return load;
+}
+
+SLoad Cases::ManyConnections(const SServer& server, const SExchange& exchange, double seconds)
+{
+    CTurns turns(server, exchange);
+    RunFor(seconds * kWarmUpShare, turns);
+    turns.ForgetCounts();
+    SLoad load = Measure(server, seconds, turns);
+    load.slowestOfMedian = turns.SlowestOfMedian();
+    return load;
+}

@@ -1,0 +1,161 @@
+#include "ChannelLoad/Connection.h"
+
+#include "Comm/Envelope.h"
+#include "ExternalController/Common/Command.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+
+#include <arpa/inet.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+namespace {
+
+/// Far above any reply's time even on a busy machine: past it the server has lost a request.
+constexpr timeval kPatience = {10, 0};
+
+/// A small query. Rates compare only between requests of one size, so it stays.
+constexpr std::size_t kRequestBytes = 61;
+constexpr char kBody[] = R"({"client":"channelload","purpose":"measuring it"})";
+static_assert(Envelope::kCodeHeaderBytes + sizeof kBody - 1 == kRequestBytes);
+
+std::string MakeEnvelope(std::uint32_t code, std::string_view body)
+{
+    std::string envelope(Envelope::kCodeHeaderBytes, '\0');
+    envelope.replace(0, Envelope::kMarkBytes, Envelope::kCodeMark);
+    Envelope::WriteNumber(&envelope[Envelope::kMarkBytes], code);
+    Envelope::WriteNumber(&envelope[Envelope::kMarkBytes + 4], static_cast<std::uint32_t>(body.size()));
+    return envelope.append(body);
+}
+
+template <class Value>
+void SetOption(const CDescriptor& socket, int level, int option, const Value& value)
+{
+    Syscall::Do("setsockopt", [&] { return setsockopt(socket.Get(), level, option, &value, sizeof value); });
+}
+
+CDescriptor Connect(const std::string& name, const sockaddr_in& address)
+{
+    CDescriptor socket(Syscall::Do("socket", [] { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }));
+    SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    SetOption(socket, SOL_SOCKET, SO_RCVTIMEO, kPatience);
+    SetOption(socket, SOL_SOCKET, SO_SNDTIMEO, kPatience);
+    const auto generic = reinterpret_cast<const sockaddr*>(&address);
+    Syscall::Do((name + ": connect").c_str(), [&] { return connect(socket.Get(), generic, sizeof address); });
+    return socket;
+}
+
+void SendAll(const CDescriptor& socket, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const auto sent =
+            Syscall::Do("send", [&] { return send(socket.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL); });
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+}
+
+std::size_t ReceiveSome(const std::string& name, const CDescriptor& socket, char* bytes, std::size_t size)
+{
+    try {
+        const auto count = Syscall::Do("recv", [&] { return recv(socket.Get(), bytes, size, 0); });
+        if (count > 0)
+            return static_cast<std::size_t>(count);
+    } catch (const std::system_error& error) {
+        throw std::runtime_error(name + " doesn't answer: " + error.what());
+    }
+    throw std::runtime_error(name + " closed the connection");
+}
+
+std::string ReceiveExactly(const std::string& name, const CDescriptor& socket, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t at = 0; at < size;)
+        at += ReceiveSome(name, socket, &bytes[at], size - at);
+    return bytes;
+}
+
+} // namespace
+
+sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port)
+{
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    if (inet_pton(AF_INET, ip.c_str(), &address.sin_addr) != 1)
+        throw std::runtime_error(ip + " is no IPv4 address");
+    return address;
+}
+
+std::string MakeRequest()
+{
+    return MakeEnvelope(Command::HostNameAndVersion, kBody);
+}
+
+std::string AskForReply(const std::string& name, const sockaddr_in& address, const std::string& request)
+{
+    const CDescriptor socket = Connect(name, address);
+    SendAll(socket, request);
+
+    const std::string header = ReceiveExactly(name, socket, Envelope::kCodeHeaderBytes);
+    if (header.compare(0, Envelope::kMarkBytes, Envelope::kCodeMark) != 0)
+        throw std::runtime_error(name + ": the reply is no envelope");
+    const std::uint32_t code = Envelope::ReadNumber(&header[Envelope::kMarkBytes]);
+    if (code != Command::ReplyTo(Command::HostNameAndVersion))
+        throw std::runtime_error(name + ": the reply has the code " + std::to_string(code));
+    const std::size_t length = Envelope::ReadNumber(&header[Envelope::kMarkBytes + 4]);
+    if (length > Envelope::kMaxBodyBytes)
+        throw std::runtime_error(name + ": the reply claims a body of " + std::to_string(length) + " bytes");
+
+    const std::string body = ReceiveExactly(name, socket, length);
+    const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(body)).object();
+    if (json["result"].toInt() != 1 || json["name"].toString().isEmpty() || json["version"].toString().isEmpty())
+        throw std::runtime_error(name + ": the reply doesn't tell name and version: " + body);
+    return header + body;
+}
+
+CConnection::CConnection(const std::string& name, const sockaddr_in& address, const SExchange& exchange)
+    : m_name(name), m_exchange(exchange), m_socket(Connect(name, address))
+{}
+
+void CConnection::Send(std::string_view bytes)
+{
+    SendAll(m_socket, bytes);
+}
+
+std::size_t CConnection::ReceiveReplies()
+{
+    std::array<char, 16384> buffer;
+    const std::string& reply = m_exchange.reply;
+    std::string_view arrived(buffer.data(), ReceiveSome(m_name, m_socket, buffer.data(), buffer.size()));
+    std::size_t replies = 0;
+    while (!arrived.empty()) {
+        const std::size_t part = std::min(arrived.size(), reply.size() - m_ofReply);
+        if (std::memcmp(arrived.data(), reply.data() + m_ofReply, part) != 0)
+            throw std::runtime_error(m_name + " gave an answer that differs from its first one");
+        arrived.remove_prefix(part);
+        m_ofReply += part;
+        if (m_ofReply == reply.size()) {
+            m_ofReply = 0;
+            ++replies;
+        }
+    }
+    return replies;
+}
+
+void CConnection::Exchange()
+{
+    Send(m_exchange.request);
+    std::size_t replies = 0;
+    while (replies == 0)
+        replies = ReceiveReplies();
+    if (replies > 1 || m_ofReply != 0)
+        throw std::runtime_error(m_name + " answered one request with more than one reply");
+}

@@ -1,0 +1,198 @@
+#include "ChannelLoad/Cases.h"
+#include "ChannelLoad/RawEcho.h"
+#include "ChannelLoad/Report.h"
+#include "ChannelLoad/ShowHostProcess.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <stdexcept>
+#include <thread>
+
+#include <sched.h>
+
+namespace {
+
+constexpr SCase kCases[] = {
+    {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw (aim 60)",
+     [](const SServerFigures& showhost) { return showhost.ofRaw >= 0.5; }},
+    {"the same beside 200 idle", Cases::OneAtATimeBesideIdle, true, "at most 5 % loss",
+     [](const SServerFigures& showhost) { return showhost.loss <= 0.05; }},
+    {"64 in flight", Cases::InFlight, false, "at least 300,000 a second",
+     [](const SServerFigures& showhost) { return showhost.requestsPerSecond >= 300'000; }},
+    {"100 connections in turn", Cases::ManyConnections, false, "", nullptr},
+};
+
+struct SOptions {
+    QString showhost;
+    QString show;
+    QString address;
+    QString jsonFile;
+    int rounds = 0;
+    double seconds = 0;
+    std::size_t core = 0;
+};
+
+/// The last of those that this process may use: the first ones serve most interrupts.
+std::size_t DefaultCore()
+{
+    cpu_set_t cores;
+    Syscall::Do("sched_getaffinity", [&] { return sched_getaffinity(0, sizeof cores, &cores); });
+    std::size_t last = 0;
+    for (std::size_t core = 0; core < CPU_SETSIZE; ++core) {
+        if (CPU_ISSET(core, &cores))
+            last = core;
+    }
+    return last;
+}
+
+void PinTo(std::size_t core)
+{
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(core, &cores);
+    Syscall::Do("sched_setaffinity", [&] { return sched_setaffinity(0, sizeof cores, &cores); });
+}
+
+double NumberOf(const QCommandLineParser& parser, const QString& option, double least, double most)
+{
+    bool isNumber = false;
+    const double number = parser.value(option).toDouble(&isNumber);
+    if (!isNumber || number < least || number > most) {
+        throw std::runtime_error(QStringLiteral("--%1 %2: a number from %3 to %4 is wanted")
+                                     .arg(option, parser.value(option))
+                                     .arg(least)
+                                     .arg(most)
+                                     .toStdString());
+    }
+    return number;
+}
+
+SOptions ReadOptions(const QCoreApplication& application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Measures the app channel of showhost beside a raw epoll echo on one core.");
+    parser.addHelpOption();
+    parser.addOptions({
+        {"showhost", "The program to measure.", "path"},
+        {"show", "The show that it loads.", "file"},
+        {"rounds", "How often each case is measured.", "count", "5"},
+        {"seconds", "How long each time.", "seconds", "1"},
+        {"address", "Where both servers listen; showhost's ports are fixed.", "ip", "127.0.0.41"},
+        {"core", "The core for both servers and the client.", "number", QString::number(DefaultCore())},
+        {"json", "Writes the figures there too.", "file"},
+    });
+    parser.process(application);
+    if (!parser.isSet("showhost") || !parser.isSet("show") || !parser.positionalArguments().isEmpty())
+        throw std::runtime_error("--showhost PATH and --show FILE are wanted; --help tells the rest");
+    return {parser.value("showhost"),
+            parser.value("show"),
+            parser.value("address"),
+            parser.value("json"),
+            static_cast<int>(NumberOf(parser, "rounds", 1, 1000)),
+            NumberOf(parser, "seconds", 0.01, 3600),
+            static_cast<std::size_t>(NumberOf(parser, "core", 0, CPU_SETSIZE - 1))};
+}
+
+double LoadAverage()
+{
+    double average = 0;
+    return getloadavg(&average, 1) == 1 ? average : 0;
+}
+
+/// Returns once neither server works any more on what the last case left behind, such as closed connections. One that
+/// never rests is measured all the same: it is part of how it is.
+void WaitUntilQuiet(const SServer& one, const SServer& other)
+{
+    constexpr std::chrono::milliseconds period(10);
+    constexpr double quietSeconds = 0.0005;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    const auto cpu = [&] { return one.process->CpuSeconds() + other.process->CpuSeconds(); };
+    double before = cpu();
+    for (;;) {
+        std::this_thread::sleep_for(period);
+        const double now = cpu();
+        if (now - before < quietSeconds || std::chrono::steady_clock::now() > deadline)
+            return;
+        before = now;
+    }
+}
+
+std::vector<SCaseRounds> RunCases(const SServer& raw, const SServer& showhost, const SExchange& exchange,
+                                  const SOptions& options)
+{
+    std::vector<SCaseRounds> cases;
+    for (const SCase& testCase : kCases)
+        cases.push_back({&testCase, {}, {}});
+
+    for (int round = 0; round < options.rounds; ++round) {
+        for (SCaseRounds& rounds : cases) {
+            const auto run = [&](const SServer& server, std::vector<SLoad>& loads) {
+                WaitUntilQuiet(raw, showhost);
+                loads.push_back(rounds.testCase->run(server, exchange, options.seconds));
+            };
+            // Neither server always has the machine that the other one left.
+            if (round % 2 != 0)
+                run(showhost, rounds.showhost);
+            run(raw, rounds.raw);
+            if (round % 2 == 0)
+                run(showhost, rounds.showhost);
+        }
+    }
+    return cases;
+}
+
+void WriteJson(const QString& path, const QJsonObject& json)
+{
+    QFile file(path);
+    const QByteArray text = QJsonDocument(json).toJson();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
+        throw std::runtime_error((path + ": " + file.errorString()).toStdString());
+}
+
+void Run(const SOptions& options)
+{
+    SRunConditions conditions;
+    conditions.cores = static_cast<int>(std::thread::hardware_concurrency());
+    conditions.pinnedTo = options.core;
+    conditions.loadAverage = LoadAverage();
+    conditions.seconds = options.seconds;
+    conditions.rounds = static_cast<std::size_t>(options.rounds);
+
+    PinTo(options.core); // the children inherit it
+    const std::string ip = options.address.toStdString();
+    const CShowHostProcess showhost(options.showhost.toStdString(), options.show.toStdString(), ip);
+    SExchange exchange{MakeRequest(), {}};
+    exchange.reply = AskForReply(showhost.Process().Name(), showhost.Address(), exchange.request);
+    const CRawEcho raw(ip, exchange);
+    conditions.requestBytes = exchange.request.size();
+    conditions.replyBytes = exchange.reply.size();
+
+    const auto cases =
+        RunCases({&raw.Process(), raw.Address()}, {&showhost.Process(), showhost.Address()}, exchange, options);
+    Report::Print(std::cout, conditions, cases);
+    if (!options.jsonFile.isEmpty())
+        WriteJson(options.jsonFile, Report::ToJson(conditions, cases));
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        const SOptions options = ReadOptions(application);
+        Syscall::InterruptOnSignals();
+        Run(options);
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << "channelload: " << error.what() << std::endl;
+        return 1;
+    }
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "ChannelLoad/Cases.h"
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+class QJsonObject;
+
+/// The figures of one server in one case: medians over the rounds. Ratios are taken within a round, where both saw the
+/// same machine, before their median is.
+struct SServerFigures {
+    double requestsPerSecond = 0;
+    double cpuMicroseconds = 0;
+    double ofRaw = 1;
+    std::optional<double> loss; ///< against the same server's first case
+    std::optional<double> slowestOfMedian;
+};
+
+/// One line of the table of cases.
+struct SCase {
+    const char* name;
+    SLoad (*run)(const SServer& server, const SExchange& exchange, double seconds);
+    bool isComparedWithFirst;
+    const char* target; ///< for showhost, or empty
+    bool (*isMet)(const SServerFigures& showhost);
+};
+
+/// All rounds of one case; the first case is the one that losses are taken against.
+struct SCaseRounds {
+    const SCase* testCase;
+    std::vector<SLoad> raw;
+    std::vector<SLoad> showhost;
+};
+
+struct SRunConditions {
+    int cores = 0;
+    std::size_t pinnedTo = 0;
+    double loadAverage = 0; ///< of the last minute before the run
+    double seconds = 0;
+    std::size_t rounds = 0;
+    std::size_t requestBytes = 0;
+    std::size_t replyBytes = 0;
+};
+
+namespace Report {
+
+void Print(std::ostream& out, const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
+/// The medians and every round's figures.
+QJsonObject ToJson(const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
+
+} // namespace Report

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "ChannelLoad/ChildProcess.h"
+#include "ChannelLoad/Connection.h"
+
+#include <filesystem>
+
+/// A folder that is gone with this object.
+class CTemporaryFolder {
+public:
+    CTemporaryFolder();
+    ~CTemporaryFolder();
+    CTemporaryFolder(const CTemporaryFolder&) = delete;
+    CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// A showhost of our own with fresh state.
+class CShowHostProcess {
+public:
+    /// Returns once it says that it is ready.
+    CShowHostProcess(const std::string& program, const std::string& show, const std::string& ip);
+
+    const CChildProcess& Process() const { return m_process; }
+    const sockaddr_in& Address() const { return m_address; }
+
+private:
+    void WaitUntilReady();
+
+    const sockaddr_in m_address;
+    const CTemporaryFolder m_folder;
+    const std::filesystem::path m_output; ///< its standard output: a file never makes it wait for a reader
+    CChildProcess m_process;
+};

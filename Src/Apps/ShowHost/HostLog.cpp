@@ -1,0 +1,102 @@
+#include "ShowHost/HostLog.h"
+
+#include <QDateTime>
+#include <QtGlobal>
+
+#include <cstdio>
+
+namespace {
+
+CHostLog* s_log = nullptr;
+
+/// The module's debug line with a decrypted password begins so; what follows is nobody's to read.
+const QLatin1String kPasswordLine("decryptPassword");
+
+void TakeQtMessage(QtMsgType, const QMessageLogContext&, const QString& text)
+{
+    if (s_log)
+        s_log->Print(text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text);
+}
+
+std::string TextOf(const SChannelEvent& event)
+{
+    std::string text = event.channel;
+    if (!event.peer.empty())
+        text += ' ' + event.peer;
+    switch (event.kind) {
+    case SChannelEvent::Kind::Listening:
+        return text + " listens on " + event.text;
+    case SChannelEvent::Kind::Failed:
+        return text + " can't start: " + event.text;
+    case SChannelEvent::Kind::Connected:
+        return text + " connected";
+    case SChannelEvent::Kind::Closed:
+        return text + " closed: " + event.text;
+    case SChannelEvent::Kind::Received:
+        return text + " <- " + event.text;
+    case SChannelEvent::Kind::Sent:
+        return text + " -> " + event.text;
+    case SChannelEvent::Kind::Note:
+        break;
+    }
+    return text + ": " + event.text;
+}
+
+} // namespace
+
+CHostLog::CHostLog()
+{
+    s_log = this;
+    qInstallMessageHandler(TakeQtMessage);
+    SetQuiet(true);
+}
+
+void CHostLog::SetQuiet(bool quiet)
+{
+    m_quiet = quiet;
+    CChannelEvents::GetInstance().SetSink([this](const SChannelEvent& event) { Take(event); }, !quiet);
+}
+
+CHostLog::~CHostLog()
+{
+    CChannelEvents::GetInstance().SetSink({}, false);
+    qInstallMessageHandler(nullptr);
+    s_log = nullptr;
+}
+
+void CHostLog::Print(const QString& line)
+{
+    if (!m_quiet)
+        Write((QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line).toStdString());
+}
+
+void CHostLog::Take(const SChannelEvent& event)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (event.kind == SChannelEvent::Kind::Listening)
+            m_listening.push_back(event.channel + ' ' + event.text);
+        else if (event.kind == SChannelEvent::Kind::Failed)
+            m_failures.push_back(TextOf(event));
+    }
+    Print(QString::fromStdString(TextOf(event)));
+}
+
+std::vector<std::string> CHostLog::Listening() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_listening;
+}
+
+std::vector<std::string> CHostLog::Failures() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_failures;
+}
+
+void CHostLog::Write(const std::string& text)
+{
+    const std::lock_guard lock(m_mutex);
+    std::puts(text.c_str());
+    std::fflush(stdout);
+}

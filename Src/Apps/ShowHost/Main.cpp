@@ -1,0 +1,173 @@
+#include "AppServer/AppServerConfig.h"
+#include "ExternalController/ExternalController.h"
+#include "HostModels/HostModels.h"
+#include "HostModels/JsonFile.h"
+#include "HostModels/Show.h"
+#include "ShowHost/HostCommands.h"
+#include "ShowHost/HostLog.h"
+#include "ShowHost/Shutdown.h"
+#include "ShowHost/Users.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QHostAddress>
+#include <QStandardPaths>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitCode : int {
+    Fine = 0,
+    ChannelFailed = 1,
+    BadInput = 2,
+};
+
+struct SOptions {
+    QString show;
+    QString settings;
+    QString state;
+    QString listen;
+    bool quiet = false;
+    QString newUser; ///< add this user instead of serving
+    int access = 0;
+    int passwordDescriptor = -1;
+};
+
+void PrintError(const std::string& text)
+{
+    std::fprintf(stderr, "showhost: %s\n", text.c_str());
+}
+
+int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option)
+{
+    bool isNumber = false;
+    const int number = parser.value(option).toInt(&isNumber);
+    if (!isNumber)
+        throw CFileError("--" + option.names().constFirst().toStdString() + ": no number");
+    return number;
+}
+
+SOptions ReadOptions(QCoreApplication& application)
+{
+    const QCommandLineOption show("show", "The show to load.", "FILE");
+    const QCommandLineOption settings("settings", "The host's settings; without it the demo's.", "FILE");
+    const QCommandLineOption state("state", "Where uploads and changed settings are kept.", "DIR",
+                                   QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
+    const QCommandLineOption listen("listen", "The address that remotes reach the host at.", "ADDRESS", "127.0.0.1");
+    const QCommandLineOption quiet("quiet", "Don't log traffic.");
+    const QCommandLineOption addUser("add-user", "Adds an app user, asks for the password, and ends.", "NAME");
+    const QCommandLineOption access("access", "The new user's access level.", "LEVEL", "1");
+    const QCommandLineOption passwordFd("password-fd", "Reads the new user's password from this descriptor.", "N",
+                                        "-1");
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription("A host without a screen: loads a show and serves remote controllers.");
+    parser.addHelpOption();
+    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd});
+    if (!parser.parse(application.arguments()))
+        throw CFileError(parser.errorText().toStdString());
+    if (parser.isSet("help"))
+        parser.showHelp();
+    if (!parser.positionalArguments().isEmpty())
+        throw CFileError("unexpected argument: " + parser.positionalArguments().constFirst().toStdString());
+    if (!parser.isSet(show) && !parser.isSet(addUser))
+        throw CFileError("--show FILE is missing");
+    if (QHostAddress(parser.value(listen)).isNull())
+        throw CFileError("--listen: no IP address: " + parser.value(listen).toStdString());
+    return {parser.value(show),  parser.value(settings), parser.value(state),        parser.value(listen),
+            parser.isSet(quiet), parser.value(addUser),  ReadNumber(parser, access), ReadNumber(parser, passwordFd)};
+}
+
+void PrepareHost(const SOptions& options)
+{
+    if (!QDir().mkpath(options.state))
+        throw CFileError(options.state.toStdString() + ": can't make this folder");
+    CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
+    setting.Load(options.settings.isEmpty() ? SSettings{} : ReadSettings(options.settings),
+                 QDir(options.state).filePath("settings.json"));
+
+    const auto settings = setting.Current();
+    HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);
+    const QString uploads =
+        settings->resourceFolder.isEmpty() ? QDir(options.state).filePath("Resources") : settings->resourceFolder;
+    AppServer::SetConfig({options.listen.toStdString(), settings->ftpUser.toStdString(),
+                          settings->ftpPassword.toStdString(), uploads.toStdString()});
+}
+
+int AddUser(const SOptions& options)
+{
+    const SAPPUserNode user = MakeUser(options.newUser, ReadPassword(options.passwordDescriptor), options.access);
+    if (!HostModels::SoftwareSetting().SaveUser(user))
+        throw CFileError("the user can't be kept in " + options.state.toStdString());
+    std::printf("user %s added\n", options.newUser.toUtf8().constData());
+    return Fine;
+}
+
+void PrintReady(const CHostLog& log, const SShow& show)
+{
+    std::string line = "showhost ready: " + show.name.toStdString();
+    const char* separator = "; ";
+    for (const std::string& channel : log.Listening()) {
+        line += separator + channel;
+        separator = ", ";
+    }
+    std::puts(line.c_str());
+    std::fflush(stdout);
+}
+
+int Serve(QCoreApplication& application, CHostLog& log, const SShow& show)
+{
+    InitExternalController();
+    CExternalController& controller = *GetExternalController();
+    CHostCommands commands(controller, log);
+    HostModels::SetResultHandler([&](const SResultData& command) { commands.CarryOut(command); });
+    QObject::connect(&controller, &CExternalController::signalCloseSoftWare, &application, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    controller.Init();
+
+    const std::vector<std::string> failures = log.Failures();
+    for (const std::string& failure : failures)
+        PrintError(failure);
+    if (failures.empty()) {
+        PrintReady(log, show);
+        application.exec();
+        log.Print("showhost ends");
+    }
+
+    StopExternalController();
+    UninitExternalController();
+    HostModels::SetResultHandler({});
+    return failures.empty() ? Fine : ChannelFailed;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Pictures need a GUI application, and that a display or this.
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    CHostLog log;
+    QGuiApplication application(argc, argv);
+    QCoreApplication::setApplicationName("showhost");
+    RaiseConnectionLimit();
+
+    try {
+        const SOptions options = ReadOptions(application);
+        PrepareHost(options);
+        if (!options.newUser.isEmpty())
+            return AddUser(options);
+        const SShow show = ReadShow(options.show);
+        const CShutdownSignals shutdown(
+            [&] { QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection); });
+        log.SetQuiet(options.quiet);
+        return Serve(application, log, show);
+    } catch (const CFileError& error) {
+        PrintError(error.what());
+        return BadInput;
+    }
+}

@@ -1,0 +1,94 @@
+#include "ShowRemote/CommandLine.h"
+
+#include "ShowRemote/Failure.h"
+#include "ShowRemote/Terminal.h"
+
+#include <utility>
+
+namespace {
+
+constexpr double kLongestTimeoutSeconds = 24 * 60 * 60;
+
+} // namespace
+
+CCommandLine::CCommandLine(QString usage, const QString& description) : m_usage(std::move(usage))
+{
+    m_parser.setApplicationDescription(description);
+    m_parser.addOption({{"h", "help"}, "Tells this."});
+}
+
+void CCommandLine::AddHostOption()
+{
+    AddOption({"host", "Where showhost runs (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
+}
+
+void CCommandLine::AddTimeoutOption()
+{
+    AddOption({"timeout", "How long to wait for each connection and each answer (default 5).", "SECONDS", "5"});
+}
+
+bool CCommandLine::Parse(const QStringList& arguments)
+{
+    const bool sound = m_parser.parse(arguments);
+    if (m_parser.isSet("help")) {
+        // Qt's own usage line knows nothing of commands.
+        const QString help = m_parser.helpText();
+        Terminal::PrintLine(
+            QStringLiteral("Usage: showremote %1 [options] %2").arg(arguments.first(), m_usage).trimmed());
+        Terminal::PrintLine(help.mid(help.indexOf('\n') + 1).trimmed());
+        return false;
+    }
+    if (!sound) {
+        QString error = m_parser.errorText();
+        if (error.endsWith('.'))
+            error.chop(1);
+        throw CWrongUsage(error);
+    }
+    return true;
+}
+
+QStringList CCommandLine::Positional(int least, int most) const
+{
+    QStringList positional = m_parser.positionalArguments();
+    if (positional.size() < least)
+        throw CWrongUsage(QStringLiteral("%1 is missing").arg(m_usage.split(' ').value(positional.size())));
+    if (positional.size() > most)
+        throw CWrongUsage(QStringLiteral("\"%1\" is one argument too many").arg(positional[most]));
+    return positional;
+}
+
+QString CCommandLine::Host() const
+{
+    QString host = m_parser.value("host");
+    if (host.isEmpty())
+        throw CWrongUsage("--host needs an address");
+    return host;
+}
+
+std::chrono::milliseconds CCommandLine::Timeout() const
+{
+    bool isNumber = false;
+    const double seconds = m_parser.value("timeout").toDouble(&isNumber);
+    if (!isNumber || !(seconds >= 0.001 && seconds <= kLongestTimeoutSeconds))
+        throw CWrongUsage(QStringLiteral("--timeout needs a number of seconds from 0.001 to %1, not \"%2\"")
+                              .arg(kLongestTimeoutSeconds)
+                              .arg(m_parser.value("timeout")));
+    return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
+}
+
+int CCommandLine::Number(const QString& option, int least) const
+{
+    bool isNumber = false;
+    const int number = m_parser.value(option).toInt(&isNumber);
+    if (!isNumber || number < least)
+        throw CWrongUsage(QStringLiteral("--%1 needs a number from %2 on, not \"%3\"")
+                              .arg(option)
+                              .arg(least)
+                              .arg(m_parser.value(option)));
+    return number;
+}
+
+QString TextOf(std::chrono::milliseconds duration)
+{
+    return QStringLiteral("%1 s").arg(static_cast<double>(duration.count()) / 1000);
+}

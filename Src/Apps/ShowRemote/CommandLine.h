@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QCommandLineParser>
+
+#include <chrono>
+
+/// Reads the arguments of one command. What makes no sense is thrown as CWrongUsage.
+class CCommandLine {
+public:
+    /// usage: what follows the options in the usage line, such as "REQUEST [JSON]".
+    CCommandLine(QString usage, const QString& description);
+
+    void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
+    void AddHostOption();
+    void AddTimeoutOption();
+
+    /// arguments: the command's name first. False when only the help was wanted, which has been printed then.
+    bool Parse(const QStringList& arguments);
+
+    bool IsSet(const QString& option) const { return m_parser.isSet(option); }
+    QString Value(const QString& option) const { return m_parser.value(option); }
+    /// The positional arguments, at least and at most that many of them.
+    QStringList Positional(int least, int most) const;
+
+    QString Host() const;
+    std::chrono::milliseconds Timeout() const;
+    /// A whole number from least on.
+    int Number(const QString& option, int least) const;
+
+private:
+    QCommandLineParser m_parser;
+    QString m_usage;
+};
+
+/// "2.5 s", as the timeout is told to people.
+QString TextOf(std::chrono::milliseconds duration);

@@ -1,0 +1,174 @@
+#include "ExternalController/ExternalController.h"
+
+#include "ExternalController/Common/AppPackage.h"
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/Discovery.h"
+#include "ExternalController/Common/HostIdentity.h"
+#include "ExternalController/MsgSender/IMsgSenderBase.h"
+#include "Interfaces/AppServer.h"
+#include "Interfaces/IpHelper.h"
+#include "Interfaces/ResultModel.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+namespace {
+
+/// The app's requests that a sender answers. What is neither here nor handled in place is the host's to carry out.
+constexpr int kRoutedToSenders[] = {
+    // session
+    Command::HostNameAndVersion,
+    Command::LoginIdentity,
+    Command::CheckAppId,
+    // stage
+    Command::StageSnapshot,
+    Command::ScreenList,
+    Command::StageSnapshotAgain,
+    Command::ProjectList,
+    Command::PictureAdjustment,
+    Command::MediaThumbnail,
+    Command::AppControlMode,
+    Command::StagePreviewMode,
+    Command::MediaList,
+    // scenes
+    Command::SceneManagerData,
+    Command::SceneThumbnail,
+    // resources
+    Command::ResourceList,
+    Command::ResourceThumbnail,
+    Command::TextResource,
+    Command::FontList,
+    Command::SupportedFileTypes,
+    Command::SharedTypeThumbnails,
+    Command::SharedFolderList,
+};
+
+bool IsRoutedToSender(int code)
+{
+    return std::find(std::begin(kRoutedToSenders), std::end(kRoutedToSenders), code) != std::end(kRoutedToSenders);
+}
+
+constexpr char kControllerId[] = "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4";
+constexpr double kDiscoveryVersion = 2.0;
+
+/// Room for ten adapters. A machine with more lists none: apps tell such a host by its name alone.
+constexpr ULONG kAdapterBufferBytes = 7040;
+
+struct SAdapterMacs {
+    QJsonArray all;
+    QString ofAddress; ///< of the last adapter that has the address
+};
+
+QString MacText(const IP_ADAPTER_INFO& adapter)
+{
+    const QByteArray mac(reinterpret_cast<const char*>(adapter.Address), static_cast<int>(adapter.AddressLength));
+    return QString::fromLatin1(mac.toHex('-').toUpper());
+}
+
+SAdapterMacs ReadAdapterMacs(const QString& localAddress)
+{
+    // Elements of the record's type, for its alignment.
+    std::vector<IP_ADAPTER_INFO> buffer(kAdapterBufferBytes / sizeof(IP_ADAPTER_INFO));
+    ULONG bytes = kAdapterBufferBytes;
+    if (GetAdaptersInfo(buffer.data(), &bytes) != NO_ERROR)
+        return {};
+
+    SAdapterMacs macs;
+    for (const IP_ADAPTER_INFO* adapter = buffer.data(); adapter; adapter = adapter->Next) {
+        const QString mac = MacText(*adapter);
+        macs.all.append(mac);
+        if (localAddress == QLatin1String(adapter->IpAddressList.IpAddress.String))
+            macs.ofAddress = mac;
+    }
+    return macs;
+}
+
+} // namespace
+
+void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
+{
+    if (!packet)
+        return;
+    if (packet->closed) {
+        const std::string lastIp = LastApp().ip;
+        DebugLog() << "remoteIp" << packet->remoteIp.c_str() << "last ip" << lastIp.c_str();
+        if (packet->remoteIp == lastIp)
+            OnAppClientDisconnect();
+        return;
+    }
+    if (!m_appServer)
+        return;
+
+    // The packet outlives the pack that reads it.
+    const CAppDataPack pack(QByteArray::fromRawData(packet->payload.data(), static_cast<int>(packet->payload.size())));
+    QJsonObject body;
+    pack.ReadJsonFromData(body);
+    const int code = static_cast<int>(pack.GetCmdCode());
+    const int senderType = code & Command::kSenderMask;
+    const auto report = [&] { ReportToHost({senderType, code, !body.isEmpty(), body, Source::App}); };
+
+    switch (code) {
+    case Command::Heartbeat:
+        AnswerHeartBeat(packet->localPort);
+        break;
+    case Command::Login:
+        DebugLog() << "request_login:" << packet->remoteIp.c_str() << ":" << packet->remotePort;
+        if (LogInApp(body, packet->remoteIp, packet->remotePort))
+            report();
+        break;
+    case Command::PublicKey:
+        ResponPublickey(packet->remoteIp, packet->remotePort);
+        break;
+    case Command::ShutDown:
+        DebugLog() << "Recv ShutDown msg";
+        emit signalCloseSoftWare(true);
+        break;
+    default:
+        if (IsRoutedToSender(code))
+            Write({senderType, code, body, Source::App});
+        else
+            report();
+    }
+}
+
+void CExternalController::AnswerHeartBeat(std::uint16_t localPort)
+{
+    m_heartBeatCount = 1;
+
+    const QByteArray reply = QJsonDocument(QJsonObject{{"result", 1}}).toJson();
+    const auto answerOn = [&](AppServer::Channel channel) {
+        m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Heartbeat), reply), channel, {},
+                                 AppServer::kConnectedApp);
+    };
+    if (localPort == AppServer::kControlPort)
+        answerOn(AppServer::Control);
+    else if (localPort == AppServer::kBulkPort)
+        answerOn(AppServer::Bulk);
+}
+
+void CExternalController::RecvAPPUdpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
+{
+    if (!m_appServer || !packet || packet->payload != kDiscoveryRequest)
+        return;
+
+    const SAdapterMacs macs = ReadAdapterMacs(GetLocalIPv4());
+    const QJsonObject reply = {
+        {"name", GetHostName()},      {"id", kControllerId},          {"macAddress", macs.ofAddress},
+        {"macAddressList", macs.all}, {"version", kDiscoveryVersion},
+    };
+    m_appServer->SendUdpData(QJsonDocument(reply).toJson().toStdString(), packet->remoteIp, packet->remotePort);
+}
+
+void CExternalController::RecvAPPFtpUploadEndMsg(std::string resourcePath)
+{
+    if (resourcePath.empty())
+        return;
+    const QJsonObject body = {{"resourcePath", QString::fromStdString(resourcePath)}};
+    ReportToHost({SenderType::Resource, Command::ResourceItem, false, body, Source::App});
+}

@@ -1,0 +1,104 @@
+#include "ExternalController/ExternalController.h"
+
+#include "ExternalController/Common/AppPackage.h"
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/RsaCipher.h"
+#include "Interfaces/AppServer.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/ResultModel.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+enum ELoginError : int {
+    Success = 0,
+    UnknownUser = 1,
+    WrongPassword = 2,
+    AnotherAppLoggedIn = 3,
+};
+
+std::string DecryptPassword(const QString& onTheWire)
+{
+    return RsaPrivateDecrypt(DecodeBase64(onTheWire.toStdString()));
+}
+
+ELoginError CheckUser(CAPPUserModel& users, const QString& name, const std::string& password)
+{
+    const bool exists = !name.isEmpty() && users.IsExistUser(name);
+    const SAPPUserNode node = users.GetUserNode(name);
+    if (!node.name.isEmpty() && DecryptPassword(node.password) != password)
+        return WrongPassword;
+    return exists ? Success : UnknownUser;
+}
+
+} // namespace
+
+void CExternalController::ResponPublickey(std::string remoteIp, unsigned short remotePort)
+{
+    const QJsonObject reply = {{"result", 1}, {"publicKey", PublicKeyText()}};
+    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::PublicKey), QJsonDocument(reply).toJson()),
+                             AppServer::Control, remoteIp, remotePort);
+}
+
+bool CExternalController::LogInApp(const QJsonObject& body, const std::string& remoteIp, unsigned short remotePort)
+{
+    // Two apps that log in at the same moment must not both find the place free.
+    const std::lock_guard login(m_loginMutex);
+    if (!ResponAPPLogin(body, remoteIp, remotePort))
+        return false;
+    const std::lock_guard lock(m_mutex);
+    m_lastAppIp = remoteIp;
+    m_lastAppPort = remotePort;
+    return true;
+}
+
+bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp, unsigned short remotePort)
+{
+    const QString user = body["username"].toString();
+    const bool force = body["force"].toInt() != 0;
+    const std::string password = DecryptPassword(body["password"].toString());
+    DebugLog() << "decryptPassword" << password.c_str();
+
+    const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();
+    const auto takePlace = [&] {
+        users->SetLoginState(true);
+        users->SetCurrentLoginUser(user);
+    };
+
+    int error = CheckUser(*users, user, password);
+    if (users->GetLoginState()) {
+        if (!force) {
+            error = AnotherAppLoggedIn;
+        } else {
+            DebugLog() << " force Login!";
+            error = CheckUser(*users, user, password);
+            if (error == Success) {
+                const SAppAddress displaced = LastApp();
+                if (remoteIp != displaced.ip) {
+                    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::AppGone), {}), AppServer::Control,
+                                             displaced.ip, displaced.port);
+                }
+                // Once for the takeover and once more for the login below: the stream starts anew for the new app.
+                takePlace();
+                emit signalStartPushStream(std::string());
+            }
+        }
+    }
+    if (error == Success) {
+        takePlace();
+        users->SetCurLoginAppVersion(body["appVersion"].toString());
+        users->SetCurLoginAppType(body["appType"].toInt());
+        emit signalStartPushStream(std::string());
+        StartHeartBeat();
+    }
+    DebugLog() << " login error code :" << error;
+
+    const QString current = users->GetCurrentLoginUser();
+    const QJsonObject reply = {{"result", error}, {"account", current}, {"access", users->GetUserAccess(current)}};
+    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Login), QJsonDocument(reply).toJson()),
+                             AppServer::Control, remoteIp, remotePort);
+    return error == Success;
+}

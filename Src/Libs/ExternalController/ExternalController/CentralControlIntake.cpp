@@ -1,0 +1,3 @@
+#include "ExternalController/ExternalController.h"
+
+void CExternalController::RecvContralControllerUdpMsg(QJsonObject&) {}

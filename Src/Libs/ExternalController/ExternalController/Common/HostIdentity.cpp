@@ -1,0 +1,24 @@
+#include "ExternalController/Common/HostIdentity.h"
+
+#include "Interfaces/GlobalModel.h"
+
+#include <QHostAddress>
+#include <QHostInfo>
+#include <QNetworkInterface>
+
+QString GetHostName()
+{
+    const QString name = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadHostName();
+    return name.isEmpty() ? QHostInfo::localHostName() : name;
+}
+
+QString GetLocalIPv4()
+{
+    const QHostAddress loopback(QHostAddress::LocalHost);
+    const QList<QHostAddress> addresses = QNetworkInterface::allAddresses();
+    for (const QHostAddress& address : addresses) {
+        if (address != loopback && address.toIPv4Address() != 0)
+            return address.toString();
+    }
+    return loopback.toString();
+}

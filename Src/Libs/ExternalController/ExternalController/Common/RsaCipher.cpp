@@ -1,0 +1,80 @@
+// The RSA calls are the ones that every supported OpenSSL has; version 3 marks them as old.
+#define OPENSSL_API_COMPAT 10100
+
+#include "ExternalController/Common/RsaCipher.h"
+
+#include "KeyPair.h"
+
+#include <QDebug>
+
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+
+namespace {
+
+constexpr std::size_t kRsaBlockBytes = 128;
+
+struct SOpenSslFree {
+    void operator()(BIO* chain) const { BIO_free_all(chain); }
+    void operator()(RSA* key) const { RSA_free(key); }
+};
+using BioPtr = std::unique_ptr<BIO, SOpenSslFree>;
+using RsaPtr = std::unique_ptr<RSA, SOpenSslFree>;
+
+RsaPtr ReadPrivateKey()
+{
+    const BioPtr pem(BIO_new_mem_buf(KeyPair::kPrivateKeyPem, -1));
+    return RsaPtr(pem ? PEM_read_bio_RSAPrivateKey(pem.get(), nullptr, nullptr, nullptr) : nullptr);
+}
+
+} // namespace
+
+const char* PublicKeyText()
+{
+    return KeyPair::kPublicKeyText;
+}
+
+std::string DecodeBase64(const std::string& text)
+{
+    const std::size_t length = std::min(text.size(), text.find('\0'));
+    std::string decoded(std::max(length + 1, kRsaBlockBytes), '\0');
+    const BioPtr source(BIO_new_mem_buf(text.data(), static_cast<int>(length)));
+    BioPtr filter(BIO_new(BIO_f_base64()));
+    if (!source || !filter)
+        return decoded;
+    BIO_set_flags(filter.get(), BIO_FLAGS_BASE64_NO_NL);
+    BIO_push(filter.get(), source.get());
+    BIO_read(filter.get(), decoded.data(), static_cast<int>(length));
+    BIO_pop(filter.get());
+    return decoded;
+}
+
+std::string RsaPrivateDecrypt(const std::string& cipher)
+{
+    const RsaPtr key = ReadPrivateKey();
+    if (!key)
+        return {};
+    const auto blockBytes = static_cast<std::size_t>(RSA_size(key.get()));
+    if (cipher.size() < blockBytes)
+        return {};
+
+    std::string plain(blockBytes + 1, '\0');
+    const int decrypted =
+        RSA_private_decrypt(static_cast<int>(blockBytes), reinterpret_cast<const unsigned char*>(cipher.data()),
+                            reinterpret_cast<unsigned char*>(plain.data()), key.get(), RSA_PKCS1_PADDING);
+    if (decrypted < 0) {
+        // Left in the thread's queue, errors would pile up and be taken for another call's.
+        qDebug() << "RSA decryption failed:" << ERR_lib_error_string(ERR_get_error());
+        ERR_clear_error();
+        return {};
+    }
+    plain.resize(plain.find('\0'));
+    return plain;
+}

@@ -1,0 +1,150 @@
+#pragma once
+
+#include "ExternalController/Common/Operation.h"
+#include "ExternalController/Export.h"
+
+#include <QObject>
+#include <QUuid>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+class CCallGate;
+class CAPPServerManager;
+class CCentralControllerManager;
+class CCloudControlManager;
+class CFPClientManager;
+class CTimer;
+class IMsgSenderBase;
+class IPause;
+struct SResultData;
+
+namespace Comm {
+struct ResponsePackage;
+}
+
+/// The module's one object: owns the channels to the remote controllers and the senders that answer them.
+///
+/// The host's order is InitExternalController, Init, use, StopExternalController, UninitExternalController, all on one
+/// thread, which is also the thread of its slots. Write may be called from any thread; requests from the channels
+/// arrive on the channels' threads, and a signal is emitted on the thread of the request that caused it. No operation
+/// throws.
+class EXTERNALCONTROLLER_EXPORT CExternalController : public QObject {
+    Q_OBJECT
+
+public:
+    CExternalController();
+    /// With a pause of the caller's between two checks of the app's heartbeat.
+    explicit CExternalController(std::unique_ptr<IPause> heartBeatPause);
+    ~CExternalController() override;
+
+    /// Creates the channels, starts those that the software settings switch on, and connects the host's signals.
+    void Init();
+    /// Stops the app server and its supervision. Not to be called from a channel's callback.
+    void Stop();
+    void CreateConnection();
+    /// Switches the app server on or off at run time, once Init has run. Not to be called from a channel's callback.
+    void AppServerSupport(bool on);
+    /// Later FTP uploads go below this folder.
+    void ModifyAppResSavePath(const QString& path);
+    /// The shared folder that the app can list.
+    void ModifyAppSharedPath(const QString& path);
+    /// 1 when a project is loaded: only then may the cloud switch projects and play scenes.
+    void SetPrjLoadState(int state);
+
+    /// Always false: nothing is read through the controller.
+    bool Read(SOperation operation);
+    /// Hands a request to the sender of its type, which answers on the channels of its source flags.
+    /// Returns what the sender returns, and false when no sender has this type.
+    bool Write(SOperation operation);
+
+    void CloudControlConnect();
+    void CloudControlLogin(const QString& first, const QString& second, const QString& password);
+
+    // The host's changes to its external control devices. These calls and the scene slots must not overlap: call them
+    // on the controller's thread.
+    void CreateExControlDev(const QUuid& devId);
+    void DelExControlDev(const QUuid& devId);
+    void UpdateExControlDev(const QUuid& devId);
+
+signals:
+    void signalStartPushStream(std::string = std::string());
+    void signalStopAppStreamPush();
+    void signalCloseSoftWare(bool closeServer);
+    void signalRestartSoftware();
+
+private slots:
+    void slotSceneStartExControlCmd(const QUuid& sceneGroupId, const QUuid& sceneId);
+    void slotSceneEndExControlCmd(const QUuid& sceneGroupId, const QUuid& sceneId);
+    void slotNotifyScenePlay(const QUuid& sceneGroupId, const QUuid& sceneId);
+    void slotUpdateResourceUsed(const QUuid& resId, bool bFlag);
+    void slotUpdateResourceDexumerState(const QUuid& resId, bool bFlag);
+
+private:
+    struct SAppAddress {
+        std::string ip;
+        unsigned short port = 0;
+    };
+
+    void CreateMsgSenders();
+    void StartAppServer();
+    void StartHeartBeat();
+    void StopHeartBeat();
+    /// Where the app is that logged in last.
+    SAppAddress LastApp() const;
+    /// The sender under this key, or null. Never changes the table: channels read it.
+    IMsgSenderBase* FindSender(int senderType) const;
+    void ReportToHost(SResultData result);
+    void NotifyApp(int senderType, int cmdCode, const QJsonObject& event);
+    /// The receive function as a callable that does nothing once the controller is being destroyed.
+    template <class... Args>
+    std::function<void(Args...)> Gated(void (CExternalController::*receive)(Args...));
+
+    void RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet);
+    void RecvAPPUdpMsg(std::shared_ptr<Comm::ResponsePackage> packet);
+    void RecvAPPFtpUploadEndMsg(std::string resourcePath);
+    void RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet);
+    void RecvContralControllerUdpMsg(QJsonObject& message);
+    void RecvCloudControlMsg(QJsonObject& message);
+    void AnswerHeartBeat(std::uint16_t localPort);
+    bool LogInApp(const QJsonObject& body, const std::string& remoteIp, unsigned short remotePort);
+
+    void OnNewClientConnect(std::string ip, unsigned short port);
+    void OnAppClientDisconnect();
+    void AppHeartBeatCheck();
+
+    void ResponPublickey(std::string remoteIp, unsigned short remotePort);
+    bool ResponAPPLogin(QJsonObject body, std::string remoteIp, unsigned short remotePort);
+
+    std::shared_ptr<CAPPServerManager> m_appServer;
+    std::shared_ptr<CFPClientManager> m_fpClient;
+    std::shared_ptr<CCentralControllerManager> m_centralCtrl;
+    std::shared_ptr<CCloudControlManager> m_cloudCtrl;
+    std::map<int, IMsgSenderBase*> m_senders; ///< read by the channels once m_sendersReady is set
+    std::string m_lastAppIp;                  ///< address of the app that last logged in; with its port under m_mutex
+    unsigned short m_lastAppPort = 0;
+    std::atomic<bool> m_appConnected{false};
+    std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_mutex
+    mutable std::mutex m_mutex;
+    std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat
+    std::atomic<int> m_prjLoadState{1};
+
+    std::unique_ptr<IPause> m_heartBeatPause;
+    std::shared_ptr<CCallGate> m_gate; ///< shared with the channels' callbacks, which may outlive the controller
+    std::mutex m_loginMutex;           ///< one login or logout at a time
+    std::atomic<bool> m_sendersReady{false};
+};
+
+extern "C" {
+/// Creates the one controller; a second call keeps the first. It is not started: call its Init.
+EXTERNALCONTROLLER_EXPORT void InitExternalController();
+/// The controller, or null before InitExternalController and after UninitExternalController.
+EXTERNALCONTROLLER_EXPORT CExternalController* GetExternalController();
+EXTERNALCONTROLLER_EXPORT void StopExternalController();
+EXTERNALCONTROLLER_EXPORT void UninitExternalController();
+}

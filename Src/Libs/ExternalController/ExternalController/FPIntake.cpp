@@ -1,0 +1,3 @@
+#include "ExternalController/ExternalController.h"
+
+void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage>) {}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ExternalController/Common/Operation.h"
+
+#include <QString>
+#include <QUuid>
+
+/// Keys of the sender table.
+namespace SenderType {
+enum Key : int {
+    None = -1, ///< no command code selects it
+    ProjectData = 0x000,
+    Stage = 0x100,
+    StageMedia = 0x200, ///< the stage sender once more
+    Scene = 0x300,
+    Resource = 0x400,
+    ExControlDev = 0x500,
+};
+} // namespace SenderType
+
+/// Answers one family of command codes. Called on the thread of the channel that delivered the request.
+class IMsgSenderBase {
+public:
+    virtual ~IMsgSenderBase() = default;
+
+    /// Returns whether the sender took the request.
+    virtual bool HandleMsg(SOperation request) = 0;
+    virtual void HandleMsgEx(SOperation request) = 0;
+    virtual void SetSenderType(int type) = 0;
+    virtual int GetSenderType() = 0;
+
+    // External control devices. These calls must not overlap.
+    virtual void CreateExControlDev(const QUuid& /*devId*/) {}
+    virtual void UpdateExControlDev(const QUuid& /*devId*/) {}
+    virtual void DelExControlDev(const QUuid& /*devId*/) {}
+    virtual void SendExControlCmd(const QUuid& /*devId*/, const QUuid& /*cmdId*/) {}
+
+    virtual void ModifyAppSharedPath(const QString& /*path*/) {}
+};

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "ExternalController/MsgSender/MsgSenderBase.h"
+
+#include <vector>
+
+class IProjectDataMsgSender {
+public:
+    virtual ~IProjectDataMsgSender() = default;
+};
+
+/// Answers requests about the host itself: its name and version, sessions, logs and the project's data.
+class CProjectDataMsgSender : public CMsgSenderBase, public IProjectDataMsgSender {
+public:
+    CProjectDataMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
+                          CCentralControllerManager* centralControl, ICloudControlManager* cloudControl);
+
+    bool HandleMsg(SOperation request) override;
+
+private:
+    using Handlers = std::vector<SHandler<CProjectDataMsgSender>>;
+    static const Handlers s_handlers;
+
+    void SetHostName(const SOperation& request);
+    void SendHostNameAndVersion(const SOperation& request);
+};

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace CloudControl {
+
+/// Tells the cloud service what a reply is.
+enum EROUTE_TYPE : int {
+    SystemInformation = 0,
+    ProjectData = 1,
+    ClipAndChapterData = 2,
+    PlayLog = 3,
+    OperationLog = 4,
+};
+
+/// Two login texts and the plain password, in the order of the software settings.
+struct SCloudUserInfo {
+    QString first;
+    QString second;
+    QString password;
+};
+
+} // namespace CloudControl
+
+class ICloudControlManager {
+public:
+    virtual ~ICloudControlManager() = default;
+    virtual void SendData(const std::string& data, CloudControl::EROUTE_TYPE route) = 0;
+};
+
+/// Keeps the WebSocket connection to the cloud service.
+class CCloudControlManager : public ICloudControlManager {
+public:
+    using MessageCallback = std::function<void(QJsonObject&)>;
+
+    CCloudControlManager();
+    ~CCloudControlManager() override;
+    CCloudControlManager(const CCloudControlManager&) = delete;
+    CCloudControlManager& operator=(const CCloudControlManager&) = delete;
+
+    void SendData(const std::string& data, CloudControl::EROUTE_TYPE route) override;
+    virtual void SetCloudControlMsgCallBack(MessageCallback callback);
+    virtual void InitInstance();
+    virtual void Connect(const CloudControl::SCloudUserInfo& user);
+    virtual void ValidateLogin(const CloudControl::SCloudUserInfo& user);
+    virtual bool IsConnected();
+    virtual void Close();
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QJsonObject>
+
+/// A command that the host itself carries out.
+struct SResultData {
+    int nSenderType = -1;
+    int nCmdCode = -1;
+    bool hasData = false; ///< the request had a JSON body
+    QJsonObject jsonBody;
+    int nSourceFlags = 0;
+};
+
+/// Takes the commands that the module doesn't answer. Called on the thread of the channel that received them.
+class CResultModel {
+public:
+    static CResultModel* GetInstance();
+    virtual ~CResultModel() = default;
+
+    virtual void NotifyExControlMsgResult(bool success, SResultData& result) = 0;
+};

@@ -1,0 +1,48 @@
+#include "AppServer/AppPeers.h"
+
+#include <algorithm>
+
+void CAppPeers::Add(std::size_t channel, const CEnvelopeConnection::Ptr& connection)
+{
+    const std::lock_guard lock(m_mutex);
+    SPeer& peer = m_peers[connection.get()];
+    peer = {connection, nullptr, channel};
+
+    auto& candidates = m_single[1 - channel][connection->RemoteIp()];
+    if (candidates.empty()) {
+        m_single[channel][connection->RemoteIp()].push_back(connection.get());
+        return;
+    }
+    peer.partner = candidates.back();
+    candidates.pop_back();
+    m_peers[peer.partner].partner = connection.get();
+}
+
+void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_peers.find(connection.get());
+    if (found == m_peers.end())
+        return;
+    const SPeer gone = found->second;
+    m_peers.erase(found);
+    const std::string& ip = connection->RemoteIp();
+    if (gone.partner) {
+        m_peers[gone.partner].partner = nullptr;
+        m_single[1 - gone.channel][ip].push_back(gone.partner);
+        return;
+    }
+    auto& single = m_single[gone.channel][ip];
+    single.erase(std::remove(single.begin(), single.end(), connection.get()), single.end());
+    if (single.empty())
+        m_single[gone.channel].erase(ip);
+}
+
+CEnvelopeConnection::Ptr CAppPeers::PartnerOf(const CEnvelopeConnection* connection) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_peers.find(connection);
+    if (found == m_peers.end() || !found->second.partner)
+        return nullptr;
+    return m_peers.at(found->second.partner).connection;
+}

@@ -1,0 +1,317 @@
+#include "Interfaces/AppServer.h"
+
+#include "AppServer/AppPeers.h"
+#include "AppServer/AppServerConfig.h"
+#include "AppServer/FtpUploadServer.h"
+#include "Comm/ChannelEvents.h"
+#include "Comm/IoThreads.h"
+#include "Comm/TcpServer.h"
+#include "Comm/UdpSocket.h"
+#include "ExternalController/Common/CommandNames.h"
+
+#include <QString>
+
+#include <array>
+#include <utility>
+
+namespace {
+
+constexpr std::array kChannelNames = {"app control", "app bulk"};
+constexpr std::array kChannelPorts = {AppServer::kControlPort, AppServer::kBulkPort};
+
+/// The connection whose request this thread is handling.
+thread_local const CEnvelopeConnection::Ptr* t_asking = nullptr;
+thread_local int t_askingChannel = 0;
+
+std::string TextOf(std::string_view envelope)
+{
+    const std::uint32_t code = Envelope::ReadNumber(envelope.data() + Envelope::kMarkBytes);
+    const char* name = Command::NameOf(code & ~Command::kReplyBit);
+    QString text = name ? QString::fromLatin1(name) : QStringLiteral("unknown request");
+    text += QStringLiteral(" (0x%1), %2 bytes").arg(code, 3, 16, QLatin1Char('0')).arg(envelope.size());
+    return text.toStdString();
+}
+
+void TellTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
+                 std::string_view envelope)
+{
+    CChannelEvents& events = CChannelEvents::GetInstance();
+    if (events.WantsTraffic())
+        events.Tell(
+            {kind, kChannelNames[static_cast<std::size_t>(channel)], connection.RemoteText(), TextOf(envelope)});
+}
+
+struct SCallbacks {
+    CAPPServerManager::PackageCallback tcp;
+    CAPPServerManager::PackageCallback udp;
+    CAPPServerManager::UploadEndCallback uploadEnd;
+    CAPPServerManager::ConnectedCallback connected;
+};
+
+/// All channels from one start to the next stop.
+class CService {
+public:
+    CService(const SCallbacks& callbacks, const SAppServerConfig& config)
+        : m_callbacks(callbacks)
+        , m_servers{CTcpServer(m_threads, OptionsOf(AppServer::Control, config), CallbacksOf(AppServer::Control)),
+                    CTcpServer(m_threads, OptionsOf(AppServer::Bulk, config), CallbacksOf(AppServer::Bulk))}
+        , m_discovery(m_threads, "app discovery",
+                      [this](std::string datagram, const std::string& ip, std::uint16_t port) {
+                          Deliver(m_callbacks.udp, {std::move(datagram), 0, ip, port, AppServer::kDiscoveryPort});
+                      })
+        , m_config(config)
+    {}
+
+    void Start()
+    {
+        for (CTcpServer& server : m_servers)
+            server.Start();
+        m_discovery.Start(m_config.listenAddress, AppServer::kDiscoveryPort);
+        {
+            const std::lock_guard lock(m_ftpMutex);
+            m_ftp = std::make_unique<CFtpUploadServer>(
+                FtpOptionsOf(m_config), m_callbacks.uploadEnd,
+                [this](bool listening, const std::string& reason) { TellUploadState(listening, reason); });
+        }
+        m_ftp->Start(); // tells its state while it starts: not under the lock
+        m_threads.Start();
+    }
+
+    /// No callback runs once it has returned. Not to be called from one.
+    void Stop()
+    {
+        std::unique_ptr<CFtpUploadServer> ftp;
+        {
+            const std::lock_guard lock(m_ftpMutex);
+            ftp = std::move(m_ftp);
+        }
+        ftp.reset();
+        m_threads.Stop();
+    }
+
+    void Send(const std::shared_ptr<Comm::RequestPackage>& package, int channel, const std::string& ip,
+              std::uint16_t port)
+    {
+        if (channel != AppServer::Control && channel != AppServer::Bulk)
+            return;
+        if (!ip.empty() || port != AppServer::kConnectedApp)
+            SendTo(ServerOf(channel).Find(ip, port), channel, package);
+        else if (t_asking)
+            SendTo(channel == t_askingChannel ? *t_asking : m_peers.PartnerOf(t_asking->get()), channel, package);
+        else {
+            for (const CEnvelopeConnection::Ptr& connection : ServerOf(channel).Connections())
+                SendTo(connection, channel, package);
+        }
+    }
+
+    void SendDatagram(const std::string& datagram, const std::string& ip, std::uint16_t port)
+    {
+        m_discovery.Send(datagram, ip, port);
+    }
+
+    void Disconnect(const std::string& ip, std::uint16_t port)
+    {
+        for (CTcpServer& server : m_servers) {
+            const auto connection = server.Find(ip, port);
+            if (!connection)
+                continue;
+            // An app that is given up on one channel is no good on the other.
+            if (const auto partner = m_peers.PartnerOf(connection.get()))
+                partner->Close("the host disconnected it");
+            connection->Close("the host disconnected it");
+        }
+    }
+
+    void SetUploadFolder(const QString& folder)
+    {
+        const std::lock_guard lock(m_ftpMutex);
+        if (m_ftp)
+            m_ftp->SetFolder(folder);
+    }
+
+private:
+    static CTcpServer::SOptions OptionsOf(int channel, const SAppServerConfig& config)
+    {
+        const auto index = static_cast<std::size_t>(channel);
+        return {kChannelNames[index], config.listenAddress, kChannelPorts[index], {}};
+    }
+
+    static CFtpUploadServer::SOptions FtpOptionsOf(const SAppServerConfig& config)
+    {
+        return {QString::fromStdString(config.listenAddress),
+                AppServer::kFtpPort,
+                AppServer::kFirstPassivePort,
+                AppServer::kLastPassivePort,
+                QString::fromStdString(config.ftpUser),
+                QString::fromStdString(config.ftpPassword),
+                QString::fromStdString(config.uploadFolder)};
+    }
+
+    void TellUploadState(bool listening, const std::string& reason) const
+    {
+        const std::string address = m_config.listenAddress + ':' + std::to_string(AppServer::kFtpPort);
+        CChannelEvents::GetInstance().Tell({listening ? SChannelEvent::Kind::Listening : SChannelEvent::Kind::Failed,
+                                            "app upload",
+                                            {},
+                                            listening ? address : address + ": " + reason});
+    }
+
+    CTcpServer::SCallbacks CallbacksOf(int channel)
+    {
+        return {
+            [this, channel](const CEnvelopeConnection::Ptr& connection) {
+                m_peers.Add(static_cast<std::size_t>(channel), connection);
+                if (m_callbacks.connected)
+                    m_callbacks.connected(connection->RemoteIp(), connection->RemotePort());
+            },
+            [this, channel](const CEnvelopeConnection::Ptr& connection, std::string frame) {
+                TellTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
+                t_asking = &connection;
+                t_askingChannel = channel;
+                Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
+                                          kChannelPorts[static_cast<std::size_t>(channel)]});
+                t_asking = nullptr;
+            },
+            [this, channel](const CEnvelopeConnection::Ptr& connection) {
+                m_peers.Remove(connection);
+                Deliver(m_callbacks.tcp, {{},
+                                          1,
+                                          connection->RemoteIp(),
+                                          connection->RemotePort(),
+                                          kChannelPorts[static_cast<std::size_t>(channel)]});
+            },
+        };
+    }
+
+    static void Deliver(const CAPPServerManager::PackageCallback& callback, Comm::ResponsePackage package)
+    {
+        if (callback)
+            callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
+    }
+
+    static void SendTo(const CEnvelopeConnection::Ptr& connection, int channel,
+                       const std::shared_ptr<Comm::RequestPackage>& package)
+    {
+        if (!connection)
+            return;
+        TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
+        connection->Send(package);
+    }
+
+    CTcpServer& ServerOf(int channel) { return m_servers[static_cast<std::size_t>(channel)]; }
+
+    const SCallbacks m_callbacks;
+    CIoThreads m_threads; ///< outlives what runs on it
+    CAppPeers m_peers;
+    std::array<CTcpServer, 2> m_servers;
+    CUdpSocket m_discovery;
+    const SAppServerConfig m_config;
+    std::mutex m_ftpMutex;
+    std::unique_ptr<CFtpUploadServer> m_ftp;
+};
+
+} // namespace
+
+class CAPPServerManager::Impl {
+public:
+    void Start()
+    {
+        const std::lock_guard starting(m_startMutex);
+        if (Service())
+            return;
+        const auto service = std::make_shared<CService>(callbacks, AppServer::GetConfig());
+        {
+            const std::lock_guard lock(m_mutex);
+            m_service = service;
+        }
+        service->Start();
+    }
+
+    void Stop()
+    {
+        const std::lock_guard starting(m_startMutex);
+        std::shared_ptr<CService> service;
+        {
+            const std::lock_guard lock(m_mutex);
+            service = std::exchange(m_service, nullptr);
+        }
+        // Callbacks may hold the service for a moment longer: it must be still before anyone lets go of it last.
+        if (service)
+            service->Stop();
+    }
+
+    std::shared_ptr<CService> Service() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_service;
+    }
+
+    SCallbacks callbacks;
+
+private:
+    std::mutex m_startMutex;
+    mutable std::mutex m_mutex;
+    std::shared_ptr<CService> m_service;
+};
+
+CAPPServerManager::CAPPServerManager() : m_impl(std::make_unique<Impl>()) {}
+
+CAPPServerManager::~CAPPServerManager()
+{
+    m_impl->Stop();
+}
+
+void CAPPServerManager::SendUdpData(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
+{
+    if (const auto service = m_impl->Service())
+        service->SendDatagram(datagram, remoteIp, remotePort);
+}
+
+void CAPPServerManager::SendPackage(std::shared_ptr<Comm::RequestPackage> package, int channel, const std::string& ip,
+                                    unsigned short port)
+{
+    if (const auto service = m_impl->Service())
+        service->Send(package, channel, ip, port);
+}
+
+void CAPPServerManager::SetCallBackFunc(PackageCallback tcp, PackageCallback udp, UploadEndCallback uploadEnd)
+{
+    m_impl->callbacks.tcp = std::move(tcp);
+    m_impl->callbacks.udp = std::move(udp);
+    m_impl->callbacks.uploadEnd = std::move(uploadEnd);
+}
+
+void CAPPServerManager::SetConnectedFuc(ConnectedCallback connected)
+{
+    m_impl->callbacks.connected = std::move(connected);
+}
+
+void CAPPServerManager::InitServer()
+{
+    m_impl->Start();
+}
+
+void CAPPServerManager::UninitServer()
+{
+    m_impl->Stop();
+}
+
+void CAPPServerManager::Stop()
+{
+    m_impl->Stop();
+}
+
+void CAPPServerManager::DisConnect(std::string ip, unsigned short port)
+{
+    if (const auto service = m_impl->Service())
+        service->Disconnect(ip, port);
+}
+
+void CAPPServerManager::ModifyAppResSavePath(const QString& path)
+{
+    SAppServerConfig config = AppServer::GetConfig();
+    config.uploadFolder = path.toStdString();
+    AppServer::SetConfig(std::move(config));
+    if (const auto service = m_impl->Service())
+        service->SetUploadFolder(path);
+}

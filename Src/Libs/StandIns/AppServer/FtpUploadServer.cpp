@@ -1,0 +1,242 @@
+#include "AppServer/FtpUploadServer.h"
+
+#include "Platform/ChildDescriptors.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <memory>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// From starting the child to its report that it listens; 50 ms on an idle machine.
+constexpr auto kStartLimit = 10s;
+/// A child that is still there this long after its stdin was closed is killed.
+constexpr auto kStopLimit = 2s;
+/// Before a child that ended by itself is started again: doubled each time, up to the longest.
+constexpr std::chrono::milliseconds kShortestPause = 500ms;
+constexpr std::chrono::milliseconds kLongestPause = 10s;
+/// A child that has listened this long was sound: the next pause is the shortest again.
+constexpr std::chrono::milliseconds kSoundAfter = 10s;
+
+int ToMs(std::chrono::milliseconds duration)
+{
+    return static_cast<int>(duration.count());
+}
+
+/// An empty name stays empty rather than becoming the working directory.
+QString ToAbsolute(const QString& folder)
+{
+    return folder.isEmpty() ? folder : QDir(folder).absolutePath();
+}
+
+class CChildProcess : public QProcess {
+public:
+    using QProcess::QProcess;
+
+protected:
+    void setupChildProcess() override { KeepDescriptorsFromChild(); }
+};
+
+/// Carries a call into the thread of the object that it is posted to, which runs it in customEvent.
+class CCallEvent : public QEvent {
+public:
+    explicit CCallEvent(std::function<void()> call) : QEvent(QEvent::User), m_call(std::move(call)) {}
+
+    void Run() const { m_call(); }
+
+private:
+    std::function<void()> m_call;
+};
+
+void PostCall(QObject* receiver, std::function<void()> call)
+{
+    QCoreApplication::postEvent(receiver, new CCallEvent(std::move(call)));
+}
+
+} // namespace
+
+/// Lives in the object's thread, and so do its process and timers.
+class CFtpUploadServer::CSupervisor : public QObject {
+public:
+    CSupervisor(SOptions options, UploadEndCallback uploadEnd, StateCallback state)
+        : m_options(std::move(options)), m_uploadEnd(std::move(uploadEnd)), m_state(std::move(state))
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_restart.setSingleShot(true);
+        m_startLimit.setSingleShot(true);
+
+        connect(&m_process, &QProcess::readyReadStandardOutput, this, &CSupervisor::ReadEvents);
+        connect(&m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, &CSupervisor::OnEnded);
+        connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart) {
+                m_reason = m_process.program() + QStringLiteral(": ") + m_process.errorString();
+                OnEnded();
+            }
+        });
+        connect(&m_restart, &QTimer::timeout, this, &CSupervisor::Launch);
+        connect(&m_startLimit, &QTimer::timeout, this, [this] {
+            m_reason = QStringLiteral("the FTP upload server did not listen within %1 ms").arg(ToMs(kStartLimit));
+            m_process.kill();
+        });
+    }
+
+    void Start(std::shared_ptr<std::promise<bool>> started)
+    {
+        if (m_process.state() != QProcess::NotRunning || m_restart.isActive()) {
+            started->set_value(m_listening.isValid());
+            return;
+        }
+        m_started = std::move(started);
+        m_pause = kShortestPause;
+        Launch();
+    }
+
+    void SetFolder(const QString& folder)
+    {
+        if (folder.isEmpty())
+            return;
+        m_options.folder = folder;
+        if (m_process.state() != QProcess::NotRunning)
+            Tell({{"root", folder}});
+    }
+
+    void Stop()
+    {
+        m_stopping = true;
+        m_restart.stop();
+        m_startLimit.stop();
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        m_process.closeWriteChannel();
+        if (!m_process.waitForFinished(ToMs(kStopLimit))) {
+            m_process.kill();
+            m_process.waitForFinished(ToMs(kStopLimit));
+        }
+    }
+
+protected:
+    void customEvent(QEvent* event) override { static_cast<CCallEvent*>(event)->Run(); }
+
+private:
+    void Launch()
+    {
+        m_reason.clear();
+        const QString script =
+            QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/FtpUploadServer.py");
+        m_startLimit.start(kStartLimit);
+        // File names are UTF-8 whatever the locale says.
+        m_process.start(QStringLiteral(ZENTRAVOX_PYTHON), {QStringLiteral("-X"), QStringLiteral("utf8"), script});
+        // Through stdin, for every user of the machine can read a command line.
+        Tell({{"address", m_options.listenAddress},
+              {"port", m_options.port},
+              {"passivePorts", QJsonArray{m_options.firstPassivePort, m_options.lastPassivePort}},
+              {"user", m_options.user},
+              {"password", m_options.password},
+              {"root", m_options.folder}});
+    }
+
+    void Tell(const QJsonObject& line) { m_process.write(QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n'); }
+
+    void ReadEvents()
+    {
+        while (m_process.canReadLine()) {
+            const QJsonObject line = QJsonDocument::fromJson(m_process.readLine()).object();
+            const QString event = line["event"].toString();
+            if (event == QLatin1String("upload")) {
+                if (m_uploadEnd)
+                    m_uploadEnd(line["path"].toString().toStdString());
+            } else if (event == QLatin1String("listening")) {
+                m_startLimit.stop();
+                m_listening.start();
+                SetState(true, {});
+            } else if (event == QLatin1String("failed")) {
+                m_reason = line["reason"].toString();
+            }
+        }
+    }
+
+    void OnEnded()
+    {
+        ReadEvents();
+        m_startLimit.stop();
+        if (m_stopping)
+            return;
+
+        if (m_reason.isEmpty())
+            m_reason = m_process.exitStatus() == QProcess::CrashExit
+                           ? QStringLiteral("the FTP upload server was killed or crashed")
+                           : QStringLiteral("the FTP upload server ended with code %1").arg(m_process.exitCode());
+        if (m_listening.isValid() && m_listening.hasExpired(kSoundAfter.count()))
+            m_pause = kShortestPause;
+        m_listening.invalidate();
+        if (!m_started) {
+            m_restart.start(m_pause);
+            m_pause = std::min(2 * m_pause, kLongestPause);
+        }
+        SetState(false, m_reason);
+    }
+
+    void SetState(bool listening, const QString& reason)
+    {
+        if (m_state)
+            m_state(listening, reason.toStdString());
+        if (const auto started = std::move(m_started))
+            started->set_value(listening);
+    }
+
+    SOptions m_options;
+    UploadEndCallback m_uploadEnd;
+    StateCallback m_state;
+    CChildProcess m_process{this};
+    QTimer m_restart{this};
+    QTimer m_startLimit{this};
+    std::chrono::milliseconds m_pause = kShortestPause;
+    QElapsedTimer m_listening; ///< valid while the child listens
+    QString m_reason;          ///< why the child is ending, where that is known better than from its exit code
+    std::shared_ptr<std::promise<bool>> m_started; ///< set until the outcome of Start is known
+    bool m_stopping = false;
+};
+
+CFtpUploadServer::CFtpUploadServer(SOptions options, UploadEndCallback uploadEnd, StateCallback state)
+{
+    options.folder = ToAbsolute(options.folder);
+    m_supervisor = new CSupervisor(std::move(options), std::move(uploadEnd), std::move(state));
+    m_supervisor->moveToThread(&m_thread);
+    QObject::connect(&m_thread, &QThread::finished, m_supervisor, &QObject::deleteLater);
+    m_thread.setObjectName(QStringLiteral("FtpUpload"));
+    m_thread.start();
+}
+
+CFtpUploadServer::~CFtpUploadServer()
+{
+    PostCall(m_supervisor, [supervisor = m_supervisor] {
+        supervisor->Stop();
+        QThread::currentThread()->quit();
+    });
+    m_thread.wait();
+}
+
+bool CFtpUploadServer::Start()
+{
+    const auto started = std::make_shared<std::promise<bool>>();
+    auto outcome = started->get_future();
+    PostCall(m_supervisor, [supervisor = m_supervisor, started] { supervisor->Start(started); });
+    return outcome.get();
+}
+
+void CFtpUploadServer::SetFolder(const QString& folder)
+{
+    PostCall(m_supervisor, [supervisor = m_supervisor, folder = ToAbsolute(folder)] { supervisor->SetFolder(folder); });
+}

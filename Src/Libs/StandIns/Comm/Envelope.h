@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// The app envelope on the wire. Code form: mark, command code, body length, body. Id form, the body of a code form:
+/// mark, the id's 16 bytes in RFC 4122 order, length, bytes. Numbers are 32 bits, big-endian.
+namespace Envelope {
+
+constexpr std::size_t kMarkBytes = 4;
+constexpr char kCodeMark[kMarkBytes + 1] = "ZXAP";
+constexpr char kIdMark[kMarkBytes + 1] = "ZXID";
+
+constexpr std::size_t kCodeHeaderBytes = kMarkBytes + 4 + 4;
+constexpr std::size_t kIdHeaderBytes = kMarkBytes + 16 + 4;
+
+/// Larger than any picture or list that is worth sending; what claims to be longer is no envelope of ours.
+constexpr std::size_t kMaxBodyBytes = std::size_t{64} << 20;
+
+inline std::uint32_t ReadNumber(const char* bytes)
+{
+    const auto at = [bytes](int i) { return std::uint32_t{static_cast<unsigned char>(bytes[i])}; };
+    return at(0) << 24 | at(1) << 16 | at(2) << 8 | at(3);
+}
+
+inline void WriteNumber(char* bytes, std::uint32_t number)
+{
+    bytes[0] = static_cast<char>(number >> 24);
+    bytes[1] = static_cast<char>(number >> 16);
+    bytes[2] = static_cast<char>(number >> 8);
+    bytes[3] = static_cast<char>(number);
+}
+
+} // namespace Envelope

@@ -1,0 +1,246 @@
+#include "Comm/EnvelopeConnection.h"
+
+#include <asio/buffer.hpp>
+
+#include <array>
+#include <utility>
+
+namespace {
+
+/// What follows a full first buffer is read into one that all connections of a thread share, so that thousands of idle
+/// peers cost little. No more than this at a turn: a peer that floods doesn't keep the thread from the others.
+constexpr std::size_t kReadBytes = std::size_t{16} << 10;
+/// Replies of a batch are held back up to this size, then written even while the batch goes on.
+constexpr std::size_t kBatchBytes = std::size_t{64} << 10;
+/// What one call can gather.
+constexpr std::size_t kMaxGather = 64;
+
+const char* TextOf(CFrameReader::Verdict verdict)
+{
+    return verdict == CFrameReader::Verdict::WrongMark ? "the bytes are no envelope"
+                                                       : "an envelope claims to be too long";
+}
+
+} // namespace
+
+CEnvelopeConnection::CEnvelopeConnection(CIoThreads& threads, asio::ip::tcp::socket socket, SConnectionLimits limits,
+                                         FrameCallback onFrame, EndCallback onEnd)
+    : m_threads(threads)
+    , m_limits(limits)
+    , m_onFrame(std::move(onFrame))
+    , m_onEnd(std::move(onEnd))
+    , m_reader(limits.maxBodyBytes)
+    , m_socket(std::move(socket))
+{
+    asio::error_code ignored;
+    m_socket.non_blocking(true, ignored);
+    m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    m_socket.set_option(asio::socket_base::keep_alive(true), ignored);
+    const auto remote = m_socket.remote_endpoint(ignored);
+    m_remoteIp = remote.address().to_string();
+    m_remotePort = remote.port();
+    m_gather.reserve(kMaxGather);
+}
+
+void CEnvelopeConnection::Start()
+{
+    WaitForBytes();
+}
+
+void CEnvelopeConnection::WaitForBytes()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (IsOpenLocked()) {
+            m_socket.async_read_some(asio::buffer(m_firstBytes),
+                                     [self = shared_from_this()](const asio::error_code& error, std::size_t count) {
+                                         self->ReadBytes(error, count);
+                                     });
+            return;
+        }
+    }
+    End();
+}
+
+void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_takingBytes = true;
+    }
+    if (!error && TakeBytes({m_firstBytes.data(), count}) && count == m_firstBytes.size())
+        error = ReadOn();
+    if (error == asio::error::eof) {
+        PeerEnded();
+        return;
+    }
+    if (error)
+        Close(error.message());
+    {
+        const std::lock_guard lock(m_mutex);
+        m_takingBytes = false;
+        FlushLocked();
+    }
+    WaitForBytes();
+}
+
+/// Takes what came after the first bytes.
+asio::error_code CEnvelopeConnection::ReadOn()
+{
+    thread_local std::array<char, kReadBytes> bytes;
+    asio::error_code error;
+    std::size_t count = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (IsOpenLocked())
+            count = m_socket.read_some(asio::buffer(bytes), error);
+    }
+    if (!error)
+        TakeBytes({bytes.data(), count});
+    return error == asio::error::would_block ? asio::error_code() : error;
+}
+
+/// False when nothing further is to be read.
+bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
+{
+    const std::size_t framesBefore = m_reader.Frames();
+    const Ptr self = shared_from_this();
+    const auto verdict = m_reader.Feed(bytes, [&](std::string_view frame) {
+        {
+            const CIoThreads::CCallOut callOut(m_threads);
+            m_onFrame(self, std::string(frame));
+        }
+        const std::lock_guard lock(m_mutex);
+        return IsOpenLocked();
+    });
+    if (verdict == CFrameReader::Verdict::WrongMark || verdict == CFrameReader::Verdict::TooLong)
+        Close(TextOf(verdict));
+    if (verdict != CFrameReader::Verdict::Sound)
+        return false;
+
+    const std::lock_guard lock(m_mutex);
+    const bool isNewFrame = !m_insideFrame || m_reader.Frames() != framesBefore;
+    m_insideFrame = m_reader.IsInsideFrame();
+    if (m_insideFrame && isNewFrame)
+        m_unfinishedSince = Clock::now();
+    return true;
+}
+
+/// A peer may end its side right after its last request and still read the replies.
+void CEnvelopeConnection::PeerEnded()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_takingBytes = false;
+        m_peerEnded = true;
+        m_insideFrame = false;
+        m_unfinishedSince = Clock::now();
+        FlushLocked();
+        if (IsOpenLocked() && !m_queue.empty())
+            return; // the flush that empties the queue ends the connection
+        CloseLocked("the peer closed it");
+    }
+    End();
+}
+
+void CEnvelopeConnection::End()
+{
+    std::string reason;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_ended)
+            return;
+        m_ended = true;
+        CloseLocked("the connection broke");
+        reason = m_closeReason;
+        m_queue.clear();
+        m_queuedBytes = 0;
+    }
+    m_onEnd(shared_from_this(), reason);
+}
+
+void CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> package)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!IsOpenLocked() || package->data.empty())
+        return;
+    m_queuedBytes += package->data.size();
+    m_queue.push_back(std::move(package));
+    if (!m_takingBytes || m_queuedBytes >= kBatchBytes)
+        FlushLocked();
+    if (m_queuedBytes > m_limits.maxQueuedBytes)
+        CloseLocked("the peer doesn't read its replies");
+}
+
+void CEnvelopeConnection::FlushLocked()
+{
+    while (IsOpenLocked() && !m_queue.empty() && !m_waitsForRoom) {
+        m_gather.clear();
+        for (const auto& package : m_queue) {
+            m_gather.emplace_back(asio::buffer(package->data));
+            if (m_gather.size() == kMaxGather)
+                break;
+        }
+        m_gather.front() += m_sentOfFirst;
+
+        asio::error_code error;
+        std::size_t sent = m_socket.write_some(m_gather, error);
+        if (error == asio::error::would_block) {
+            WaitForRoomLocked();
+            return;
+        }
+        if (error) {
+            CloseLocked(error.message());
+            return;
+        }
+        m_queuedBytes -= sent;
+        sent += m_sentOfFirst;
+        while (!m_queue.empty() && sent >= m_queue.front()->data.size()) {
+            sent -= m_queue.front()->data.size();
+            m_queue.pop_front();
+        }
+        m_sentOfFirst = sent;
+    }
+}
+
+void CEnvelopeConnection::WaitForRoomLocked()
+{
+    m_waitsForRoom = true;
+    m_socket.async_wait(asio::socket_base::wait_write, [self = shared_from_this()](const asio::error_code& error) {
+        bool finished = false;
+        {
+            const std::lock_guard lock(self->m_mutex);
+            self->m_waitsForRoom = false;
+            if (!error)
+                self->FlushLocked();
+            // Nobody reads any more once the peer has ended: the end is told from here.
+            finished = self->m_peerEnded && !self->m_waitsForRoom;
+        }
+        if (finished)
+            self->End();
+    });
+}
+
+void CEnvelopeConnection::Close(const std::string& reason)
+{
+    const std::lock_guard lock(m_mutex);
+    CloseLocked(reason);
+}
+
+/// Whoever waits on the socket finds it closed and tells the end.
+void CEnvelopeConnection::CloseLocked(const std::string& reason)
+{
+    if (!IsOpenLocked())
+        return;
+    m_closeReason = reason;
+    asio::error_code ignored;
+    m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
+    m_socket.close(ignored);
+}
+
+void CEnvelopeConnection::CheckDeadline(Clock::time_point now)
+{
+    const std::lock_guard lock(m_mutex);
+    if ((m_insideFrame || m_peerEnded) && now - m_unfinishedSince > m_limits.deadline)
+        CloseLocked(m_peerEnded ? "the peer didn't take its last replies" : "an envelope stayed unfinished");
+}

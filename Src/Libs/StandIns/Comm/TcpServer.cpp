@@ -1,0 +1,150 @@
+#include "Comm/TcpServer.h"
+
+#include <asio/post.hpp>
+
+#include <chrono>
+
+namespace {
+
+/// Out of descriptors: wait for some to be freed rather than ask again at once.
+constexpr std::chrono::milliseconds kAcceptPause(100);
+/// How often deadlines are looked at, as a part of the deadline.
+constexpr int kLooksPerDeadline = 10;
+
+std::string TextOf(const std::string& address, std::uint16_t port)
+{
+    return address + ':' + std::to_string(port);
+}
+
+} // namespace
+
+CTcpServer::CTcpServer(CIoThreads& threads, SOptions options, SCallbacks callbacks)
+    : m_threads(threads)
+    , m_options(std::move(options))
+    , m_callbacks(std::move(callbacks))
+    , m_acceptor(threads.Context())
+    , m_acceptTimer(threads.Context())
+    , m_deadlineTimer(threads.Context())
+    , m_notices(threads.Context().get_executor())
+{}
+
+bool CTcpServer::Start()
+{
+    asio::error_code error;
+    const auto address = asio::ip::make_address(m_options.address, error);
+    const asio::ip::tcp::endpoint endpoint(address, m_options.port);
+    if (!error)
+        m_acceptor.open(endpoint.protocol(), error);
+#if !defined(_WIN32)
+    // There the option would let another program take the port away.
+    if (!error)
+        m_acceptor.set_option(asio::socket_base::reuse_address(true), error);
+#endif
+    if (!error)
+        m_acceptor.bind(endpoint, error);
+    if (!error)
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    const std::string text = TextOf(m_options.address, m_options.port);
+    if (error) {
+        Tell(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
+        return false;
+    }
+    Tell(SChannelEvent::Kind::Listening, {}, text);
+    Accept();
+    CheckDeadlinesLater();
+    return true;
+}
+
+void CTcpServer::Accept()
+{
+    m_acceptor.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
+        if (error == asio::error::operation_aborted)
+            return;
+        if (error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
+            error == asio::error::no_memory) {
+            Tell(SChannelEvent::Kind::Note, {}, "can't accept: " + error.message());
+            AcceptLater();
+            return;
+        }
+        if (!error)
+            Open(std::move(socket));
+        Accept();
+    });
+}
+
+void CTcpServer::AcceptLater()
+{
+    m_acceptTimer.expires_after(kAcceptPause);
+    m_acceptTimer.async_wait([this](const asio::error_code& error) {
+        if (!error)
+            Accept();
+    });
+}
+
+void CTcpServer::Open(asio::ip::tcp::socket socket)
+{
+    auto connection = std::make_shared<CEnvelopeConnection>(
+        m_threads, std::move(socket), m_options.limits, m_callbacks.frame,
+        [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
+    {
+        const std::lock_guard lock(m_mutex);
+        m_connections[{connection->RemoteIp(), connection->RemotePort()}] = connection;
+    }
+    asio::post(m_notices, [this, connection] {
+        Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+        const CIoThreads::CCallOut callOut(m_threads);
+        m_callbacks.opened(connection);
+        connection->Start();
+    });
+}
+
+void CTcpServer::Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_connections.find({connection->RemoteIp(), connection->RemotePort()});
+        // The peer may have come back from the same port meanwhile.
+        if (found != m_connections.end() && found->second == connection)
+            m_connections.erase(found);
+    }
+    asio::post(m_notices, [this, connection, reason] {
+        Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+        const CIoThreads::CCallOut callOut(m_threads);
+        m_callbacks.ended(connection);
+    });
+}
+
+void CTcpServer::CheckDeadlinesLater()
+{
+    m_deadlineTimer.expires_after(m_options.limits.deadline / kLooksPerDeadline);
+    m_deadlineTimer.async_wait([this](const asio::error_code& error) {
+        if (error)
+            return;
+        const auto now = std::chrono::steady_clock::now();
+        for (const CEnvelopeConnection::Ptr& connection : Connections())
+            connection->CheckDeadline(now);
+        CheckDeadlinesLater();
+    });
+}
+
+CEnvelopeConnection::Ptr CTcpServer::Find(const std::string& ip, std::uint16_t port) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_connections.find({ip, port});
+    return found == m_connections.end() ? nullptr : found->second;
+}
+
+std::vector<CEnvelopeConnection::Ptr> CTcpServer::Connections() const
+{
+    const std::lock_guard lock(m_mutex);
+    std::vector<CEnvelopeConnection::Ptr> connections;
+    connections.reserve(m_connections.size());
+    for (const auto& [remote, connection] : m_connections)
+        connections.push_back(connection);
+    return connections;
+}
+
+void CTcpServer::Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+{
+    CChannelEvents::GetInstance().Tell({kind, m_options.channel, peer, text});
+}

@@ -1,0 +1,41 @@
+#include "HostModels/Settings.h"
+
+#include "HostModels/JsonFile.h"
+
+#include <algorithm>
+#include <utility>
+
+void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user)
+{
+    const auto same = std::find_if(users.begin(), users.end(),
+                                   [&](const SAPPUserNode& present) { return present.name == user.name; });
+    if (same == users.end())
+        users.push_back(std::move(user));
+    else
+        *same = std::move(user);
+}
+
+SSettings ReadSettings(const QString& file, SSettings settings)
+{
+    const CJsonObjectReader top(file);
+    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "users"});
+    settings.hostName = top.Text("hostName", settings.hostName);
+    settings.appSupport = top.Flag("appSupport", settings.appSupport);
+    settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
+    settings.resourceFolder = top.Text("resourceFolder", settings.resourceFolder);
+
+    const CJsonObjectReader ftp = top.Object("ftp");
+    ftp.AllowOnly({"user", "password"});
+    settings.ftpUser = ftp.Text("user", settings.ftpUser);
+    settings.ftpPassword = ftp.Text("password", settings.ftpPassword);
+
+    for (const CJsonObjectReader& user : top.Objects("users")) {
+        user.AllowOnly({"name", "encryptedPassword", "access"});
+        SAPPUserNode node;
+        node.name = user.RequiredText("name");
+        node.password = user.RequiredText("encryptedPassword");
+        node.access = user.Number("access", 0);
+        PutUser(settings.users, std::move(node));
+    }
+    return settings;
+}

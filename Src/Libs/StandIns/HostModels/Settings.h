@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Interfaces/GlobalModel.h"
+
+#include <QString>
+
+#include <vector>
+
+/// The host's settings, apart from the show's own.
+struct SSettings {
+    QString hostName; ///< empty: the machine's
+    bool appSupport = true;
+    bool cloudSupport = false;
+    QString resourceFolder; ///< where uploads go; empty: "Resources" in the state folder
+    QString ftpUser = QStringLiteral("demo");
+    QString ftpPassword = QStringLiteral("demo");
+    std::vector<SAPPUserNode> users; ///< in the order in which they were added
+};
+
+/// Adds the user, or replaces the one of that name.
+void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user);
+
+/// The settings with what the file says changed. Throws CFileError.
+SSettings ReadSettings(const QString& file, SSettings settings = {});

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+/// The open show.
+struct SShow {
+    QString file;
+    QString name;
+};
+
+/// Throws CFileError.
+SShow ReadShow(const QString& file);

@@ -1,0 +1,91 @@
+#include "Comm/FrameReader.h"
+
+#include "Support/TcpPeer.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+struct SReading {
+    std::vector<std::string> frames;
+    CFrameReader::Verdict verdict = CFrameReader::Verdict::Sound;
+};
+
+/// Feeds the bytes in pieces of the given size until the verdict is bad.
+SReading Read(const std::string& bytes, std::size_t piece, std::size_t maxBody = 1000)
+{
+    CFrameReader reader(maxBody);
+    SReading reading;
+    for (std::size_t at = 0; at < bytes.size() && reading.verdict == CFrameReader::Verdict::Sound; at += piece) {
+        reading.verdict = reader.Feed(std::string_view(bytes).substr(at, piece), [&](std::string_view frame) {
+            reading.frames.emplace_back(frame);
+            return true;
+        });
+    }
+    return reading;
+}
+
+} // namespace
+
+TEST(FrameReaderTest, EnvelopesComeOutAlikeHoweverTheStreamIsCut)
+{
+    const std::vector<std::string> sent = {
+        EnvelopeBytes(1, ""),
+        EnvelopeBytes(5, "{\"name\": \"\xE5\xA0\xB4\"}"),
+        EnvelopeBytes(0x10000005, std::string("ZXAP\0\0\0\0", 8)),
+        EnvelopeBytes(7, std::string(1000, 'x')),
+        EnvelopeBytes(1, ""),
+    };
+    std::string stream;
+    for (const std::string& frame : sent)
+        stream += frame;
+
+    for (std::size_t piece = 1; piece <= stream.size(); ++piece)
+        ASSERT_EQ(Read(stream, piece).frames, sent) << "in pieces of " << piece << " bytes";
+}
+
+TEST(FrameReaderTest, AWrongMarkIsToldAtItsFourthByteAndAfterTheSoundEnvelopesBeforeIt)
+{
+    const std::string sound = EnvelopeBytes(1, "{}");
+
+    for (const std::size_t piece : {1u, 3u, 4u, 5u, 1000u}) {
+        const SReading reading = Read(sound + "ZXAQ", piece);
+
+        EXPECT_EQ(reading.verdict, CFrameReader::Verdict::WrongMark);
+        EXPECT_THAT(reading.frames, ElementsAre(sound));
+    }
+    EXPECT_EQ(Read("GET", 3).verdict, CFrameReader::Verdict::Sound);
+}
+
+TEST(FrameReaderTest, ABodyBeyondTheLimitIsToldByItsHeaderAlone)
+{
+    const std::string atLimit = EnvelopeBytes(1, std::string(10, 'x'));
+    const std::string beyond = EnvelopeBytes(1, std::string(11, 'x')).substr(0, 12);
+    const std::string largest = std::string("ZXAP\0\0\0\1\xff\xff\xff\xff", 12);
+
+    EXPECT_THAT(Read(atLimit, 1, 10).frames, ElementsAre(atLimit));
+    for (const std::string& header : {beyond, largest}) {
+        EXPECT_EQ(Read(header, 1, 10).verdict, CFrameReader::Verdict::TooLong);
+        EXPECT_THAT(Read(header.substr(0, 11), 1, 10).frames, IsEmpty());
+    }
+}
+
+TEST(FrameReaderTest, StopsWhereItIsTold)
+{
+    CFrameReader reader;
+    int frames = 0;
+
+    const auto verdict = reader.Feed(EnvelopeBytes(1, "") + EnvelopeBytes(2, ""), [&](std::string_view) {
+        ++frames;
+        return false;
+    });
+
+    EXPECT_EQ(verdict, CFrameReader::Verdict::Stopped);
+    EXPECT_EQ(frames, 1);
+}

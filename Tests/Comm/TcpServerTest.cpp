@@ -1,0 +1,296 @@
+#include "Comm/TcpServer.h"
+
+#include "Support/TcpPeer.h"
+#include "Support/Waiting.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::Optional;
+
+namespace {
+
+constexpr char kAddress[] = "127.0.0.11";
+constexpr std::uint16_t kPort = 25590;
+
+enum Code : std::uint32_t {
+    Echo = 1,
+    WaitForRelease = 2,
+    ReplyHuge = 3,
+    CloseMe = 4,
+};
+
+std::shared_ptr<Comm::RequestPackage> Package(const std::string& bytes)
+{
+    auto package = std::make_shared<Comm::RequestPackage>();
+    package->data = bytes;
+    package->length = bytes.size();
+    return package;
+}
+
+/// A server that echoes, can be made slow, answers more than a peer reads, and notes what happens.
+class TcpServerTest : public testing::Test {
+protected:
+    void Start(SConnectionLimits limits = {})
+    {
+        m_server = std::make_unique<CTcpServer>(
+            m_threads, CTcpServer::SOptions{"test", kAddress, kPort, limits},
+            CTcpServer::SCallbacks{[this](const auto&) { Note("opened"); },
+                                   [this](const auto& connection, std::string frame) { Answer(connection, frame); },
+                                   [this](const auto&) { Note("ended"); }});
+        ASSERT_TRUE(m_server->Start());
+        m_threads.Start();
+    }
+
+    ~TcpServerTest() override
+    {
+        m_release.set_value();
+        m_threads.Stop();
+    }
+
+    void Note(const std::string& what)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_notes.push_back(what);
+    }
+
+    std::vector<std::string> Notes()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_notes;
+    }
+
+    void Answer(const CEnvelopeConnection::Ptr& connection, const std::string& frame)
+    {
+        switch (Envelope::ReadNumber(frame.data() + 4)) {
+        case WaitForRelease:
+            ++m_waiting;
+            m_released.wait();
+            break;
+        case ReplyHuge:
+            connection->Send(Package(EnvelopeBytes(ReplyHuge, std::string(8 << 20, 'h'))));
+            return;
+        case CloseMe:
+            connection->Close("asked to");
+            return;
+        }
+        connection->Send(Package(frame));
+    }
+
+    std::promise<void> m_release;
+    std::shared_future<void> m_released = m_release.get_future().share();
+    std::atomic<int> m_waiting{0};
+    std::mutex m_mutex;
+    std::vector<std::string> m_notes;
+    CIoThreads m_threads;
+    std::unique_ptr<CTcpServer> m_server;
+};
+
+} // namespace
+
+TEST_F(TcpServerTest, AnswersEnvelopesInTheirOrderHoweverTheyAreCut)
+{
+    Start();
+    std::string stream;
+    for (int i = 0; i < 300; ++i)
+        stream += EnvelopeBytes(Echo, std::string(static_cast<std::size_t>(i), 'a'));
+
+    CTcpPeer glued(kAddress, kPort);
+    glued.Send(stream);
+    CTcpPeer cut(kAddress, kPort);
+    for (const char byte : stream.substr(0, 500))
+        cut.Send(std::string(1, byte));
+    cut.Send(stream.substr(500));
+
+    for (int i = 0; i < 300; ++i) {
+        const SFrame expected{Echo, std::string(static_cast<std::size_t>(i), 'a')};
+        ASSERT_THAT(glued.Receive(), Optional(expected));
+        ASSERT_THAT(cut.Receive(), Optional(expected));
+    }
+}
+
+TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
+{
+    Start({1000, 64 << 20, 300ms});
+    CTcpPeer good(kAddress, kPort);
+
+    CTcpPeer wrongMark(kAddress, kPort);
+    wrongMark.Send("GET / HTTP/1.1\r\n\r\n");
+    CTcpPeer tooLong(kAddress, kPort);
+    tooLong.Send(EnvelopeBytes(Echo, std::string(1001, 'x')).substr(0, 12));
+    CTcpPeer neverEnds(kAddress, kPort);
+    neverEnds.Send(EnvelopeBytes(Echo, "whole") + EnvelopeBytes(Echo, "not whole").substr(0, 15));
+    CTcpPeer dropped(kAddress, kPort);
+    dropped.Send(EnvelopeBytes(Echo, "cut").substr(0, 13));
+    dropped.Reset();
+
+    EXPECT_TRUE(wrongMark.IsClosedByPeer());
+    EXPECT_TRUE(tooLong.IsClosedByPeer());
+    EXPECT_THAT(neverEnds.Receive(), Optional(SFrame{Echo, "whole"}));
+    EXPECT_TRUE(neverEnds.IsClosedByPeer());
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
+    good.Send(Echo, "still here");
+    EXPECT_THAT(good.Receive(), Optional(SFrame{Echo, "still here"}));
+}
+
+TEST_F(TcpServerTest, AnIdlePeerAndOneThatSendsSteadilyOutliveTheDeadline)
+{
+    Start({1000, 64 << 20, 100ms});
+    CTcpPeer idle(kAddress, kPort);
+    CTcpPeer steady(kAddress, kPort);
+
+    // Every piece ends inside an envelope, none of which is unfinished for long.
+    const std::string frame = EnvelopeBytes(Echo, "steady");
+    steady.Send(frame.substr(0, 5));
+    for (int i = 0; i < 30; ++i) {
+        std::this_thread::sleep_for(10ms);
+        steady.Send(frame.substr(5) + frame.substr(0, 5));
+        ASSERT_THAT(steady.Receive(), Optional(SFrame{Echo, "steady"}));
+    }
+
+    idle.Send(Echo, "idle");
+    EXPECT_THAT(idle.Receive(), Optional(SFrame{Echo, "idle"}));
+}
+
+TEST_F(TcpServerTest, SlowRequestsHoldUpNobodyElse)
+{
+    Start();
+    std::vector<std::unique_ptr<CTcpPeer>> slow;
+    for (int i = 0; i < 8; ++i) {
+        slow.push_back(std::make_unique<CTcpPeer>(kAddress, kPort));
+        slow.back()->Send(WaitForRelease);
+    }
+    CTcpPeer other(kAddress, kPort);
+
+    other.Send(Echo, "quick");
+
+    EXPECT_THAT(other.Receive(), Optional(SFrame{Echo, "quick"}));
+    EXPECT_TRUE(WaitUntil([&] { return m_waiting == 8; }));
+    EXPECT_EQ(slow.front()->Receive(50ms), std::nullopt);
+}
+
+TEST_F(TcpServerTest, APeerThatDoesNotReadIsClosedAtTheLimitAndOthersGoOn)
+{
+    Start({1000, 20 << 20, 10s});
+    CTcpPeer stalled(kAddress, kPort);
+    CTcpPeer other(kAddress, kPort);
+
+    for (int i = 0; i < 10; ++i)
+        stalled.Send(ReplyHuge);
+    other.Send(Echo, "other");
+
+    EXPECT_THAT(other.Receive(), Optional(SFrame{Echo, "other"}));
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
+}
+
+TEST_F(TcpServerTest, APeerThatEndsItsSideStillGetsTheRepliesThatItReadsLate)
+{
+    Start();
+    CTcpPeer peer(kAddress, kPort);
+    for (int i = 0; i < 4; ++i)
+        peer.Send(ReplyHuge);
+    peer.EndSending();
+
+    for (int i = 0; i < 4; ++i) {
+        const auto reply = peer.Receive();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->body.size(), std::size_t{8} << 20);
+    }
+    EXPECT_TRUE(peer.IsClosedByPeer());
+    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+}
+
+TEST_F(TcpServerTest, APeerThatEndsItsSideAndReadsNothingIsGivenUp)
+{
+    Start({1000, 64 << 20, 200ms});
+    CTcpPeer peer(kAddress, kPort);
+
+    for (int i = 0; i < 4; ++i)
+        peer.Send(ReplyHuge);
+    peer.EndSending();
+
+    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+}
+
+TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne)
+{
+    Start();
+    CTcpPeer peer(kAddress, kPort);
+
+    peer.Send(EnvelopeBytes(CloseMe, "") + EnvelopeBytes(Echo, "too late"));
+
+    EXPECT_EQ(peer.Receive(), std::nullopt);
+    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+}
+
+TEST_F(TcpServerTest, ThousandsOfConnectionsAreServedAndEachEndIsToldOnce)
+{
+    constexpr int kPeers = 2000;
+    Start();
+    {
+        std::vector<std::unique_ptr<CTcpPeer>> peers;
+        for (int i = 0; i < kPeers; ++i)
+            peers.push_back(std::make_unique<CTcpPeer>(kAddress, kPort));
+        for (const auto& peer : peers)
+            peer->Send(Echo, "x");
+        for (const auto& peer : peers)
+            ASSERT_THAT(peer->Receive(), Optional(SFrame{Echo, "x"}));
+    }
+
+    EXPECT_TRUE(WaitUntil([&] { return Notes().size() >= 2 * kPeers; }));
+    const auto notes = Notes();
+    EXPECT_EQ(std::count(notes.begin(), notes.end(), "ended"), kPeers);
+    EXPECT_TRUE(m_server->Connections().empty());
+}
+
+TEST_F(TcpServerTest, WhenDescriptorsRunOutANewPeerIsServedOnceThereAreSomeAgain)
+{
+    Start();
+    CTcpPeer earlier(kAddress, kPort);
+    earlier.Send(Echo, "a");
+    ASSERT_TRUE(earlier.Receive());
+    CTcpPeer late; // takes its own descriptor before the limit falls
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const int next = dup(0);
+    close(next);
+    const rlimit none{static_cast<rlim_t>(next), before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+
+    late.Connect(kAddress, kPort);
+    late.Send(Echo, "late");
+    const auto whileNone = late.Receive(300ms);
+    earlier.Send(Echo, "b");
+    const auto ofEarlier = earlier.Receive();
+    setrlimit(RLIMIT_NOFILE, &before);
+
+    EXPECT_EQ(whileNone, std::nullopt);
+    EXPECT_THAT(ofEarlier, Optional(SFrame{Echo, "b"}));
+    EXPECT_THAT(late.Receive(), Optional(SFrame{Echo, "late"}));
+}
+
+TEST_F(TcpServerTest, ATakenPortIsTold)
+{
+    Start();
+    std::string told;
+    CChannelEvents::GetInstance().SetSink([&](const SChannelEvent& event) { told = event.text; }, false);
+
+    CTcpServer second(m_threads, {"second", kAddress, kPort, {}}, {});
+    const bool started = second.Start();
+    CChannelEvents::GetInstance().SetSink({}, false);
+
+    EXPECT_FALSE(started);
+    EXPECT_THAT(told, testing::HasSubstr("127.0.0.11:25590"));
+}

@@ -1,0 +1,201 @@
+"""What the end-to-end tests share: showhost as a process, and far ends of its channels as a stranger would write them.
+
+Nothing here is taken from the sources: a mistake in the wire format can't hide by being made on both sides.
+The environment names the programs: SHOWHOST and SHOWREMOTE.
+"""
+
+import json
+import os
+import signal
+import socket
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+from pathlib import Path
+
+DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT = 25505, 25506, 25507, 25521
+DISCOVERY_REQUEST = b"App Server request Zentravox Controller"
+REPLY = 0x10000000
+
+DEMO_SHOW = Path(__file__).resolve().parents[2] / "Examples" / "DemoShow" / "DemoShow.zxc"
+# Generous, for a busy machine under a sanitizer: only a test that fails waits so long.
+PATIENCE = 30
+
+
+def environment(**more):
+    """The C locale: nobody but the programs themselves says that names are UTF-8."""
+    return {**os.environ, "LC_ALL": "C", **more}
+
+
+def showremote(*arguments, **more_environment):
+    return subprocess.run([os.environ["SHOWREMOTE"], *map(str, arguments)], capture_output=True, encoding="utf-8",
+                          timeout=PATIENCE, env=environment(**more_environment))
+
+
+def wait_until(condition, what):
+    deadline = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {PATIENCE} s in vain: {what}")
+        time.sleep(0.02)
+
+
+def is_free(address, port):
+    with socket.socket() as probe:
+        probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        try:
+            probe.bind((address, port))
+            probe.listen()
+            return True
+        except OSError:
+            return False
+
+
+def showhost_command(address, state, show=None):
+    return [os.environ["SHOWHOST"], "--show", str(show or DEMO_SHOW), "--state", str(state), "--listen", address]
+
+
+class ShowHost:
+    """A running showhost. Leaving it by SIGTERM, it must end with 0."""
+
+    def __init__(self, address, state):
+        self.address = address
+        self.lines = []
+        self.process = subprocess.Popen(showhost_command(address, state), stdout=subprocess.PIPE,
+                                        stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+        try:
+            self.wait_for_line(lambda line: line.startswith("showhost ready"), "the ready line")
+        except BaseException:
+            self.kill()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, error, *_):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGTERM)
+        code = self.ended()
+        if error is None and code != 0:
+            raise AssertionError(f"showhost ended with {code}:\n" + "\n".join(self.lines))
+
+    def _read(self):
+        with self.process.stdout as output:
+            for line in output:
+                self.lines.append(line.rstrip("\n"))
+
+    def wait_for_line(self, fits, what):
+        def found():
+            return any(map(fits, list(self.lines)))
+
+        wait_until(lambda: found() or not self._reader.is_alive(), what)
+        if not found():
+            raise AssertionError(f"showhost ended without {what}:\n" + "\n".join(self.lines))
+
+    def ended(self):
+        """The exit code, once it has ended."""
+        try:
+            code = self.process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            code = f"no answer to the signal within {PATIENCE} s"
+            self.process.wait()
+        self._reader.join(PATIENCE)
+        return code
+
+    def kill(self):
+        self.process.kill()
+        self.ended()
+
+
+class AppChannel:
+    """One TCP channel of the app."""
+
+    def __init__(self, address, port):
+        self.socket = socket.create_connection((address, port), PATIENCE)
+        self._bytes = self.socket.makefile("rb")
+
+    def send(self, code, body=None):
+        text = b"" if body is None else json.dumps(body).encode()
+        self.socket.sendall(b"ZXAP" + struct.pack(">II", code, len(text)) + text)
+
+    def receive(self):
+        """The next envelope's code and body, or None when the host has closed."""
+        header = self._bytes.read(12)
+        if not header:
+            return None
+        mark, code, length = struct.unpack(">4sII", header)
+        if mark != b"ZXAP":
+            raise AssertionError(f"not an envelope: {header!r}")
+        body = self._bytes.read(length)
+        return code, json.loads(body) if body else None
+
+    def receive_rest(self):
+        """Ends this side and returns what the host still sends before it closes."""
+        self.socket.shutdown(socket.SHUT_WR)
+        return list(iter(self.receive, None))
+
+    def close(self):
+        self._bytes.close()
+        self.socket.close()
+
+
+class App:
+    """An app with both channels open."""
+
+    def __init__(self, address):
+        self.control = AppChannel(address, CONTROL_PORT)
+        self.bulk = AppChannel(address, BULK_PORT)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.control.close()
+        self.bulk.close()
+
+
+class Discovery:
+    """An app that looks for hosts."""
+
+    def __init__(self, address):
+        self.socket = socket.socket(type=socket.SOCK_DGRAM)
+        self.socket.settimeout(PATIENCE)
+        self.socket.connect((address, DISCOVERY_PORT))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def send(self, datagram):
+        self.socket.send(datagram)
+
+    def receive(self):
+        return json.loads(self.socket.recv(65535))
+
+    def has_received(self):
+        self.socket.setblocking(False)
+        try:
+            self.socket.recv(65535)
+            return True
+        except BlockingIOError:
+            return False
+
+
+def discover(address):
+    with Discovery(address) as discovery:
+        discovery.send(DISCOVERY_REQUEST)
+        return discovery.receive()
+
+
+class Folder(tempfile.TemporaryDirectory):
+    """A folder of the test's own that goes with it."""
+
+    def __enter__(self):
+        return Path(super().__enter__())

@@ -1,0 +1,142 @@
+#include "HostModels/HostModels.h"
+#include "HostModels/JsonFile.h"
+#include "HostModels/Show.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+using testing::HasSubstr;
+
+namespace {
+
+class FilesTest : public testing::Test {
+protected:
+    QString Write(const QByteArray& text)
+    {
+        const QString path = m_folder.filePath("file.json");
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return path;
+    }
+
+    /// What reading the file complains of.
+    template <class Read>
+    std::string Complaint(Read read, const QByteArray& text)
+    {
+        const QString path = Write(text);
+        try {
+            read(path);
+        } catch (const CFileError& error) {
+            const std::string complaint = error.what();
+            EXPECT_EQ(complaint.find(path.toStdString() + ": "), 0u) << complaint;
+            return complaint.substr(std::min(complaint.size(), path.toStdString().size() + 2));
+        }
+        return "none";
+    }
+
+    QTemporaryDir m_folder;
+};
+
+SSettings Read(const QString& path)
+{
+    return ReadSettings(path);
+}
+
+} // namespace
+
+TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
+{
+    EXPECT_EQ(Complaint(ReadShow, "{}"), "name: is missing or empty");
+    EXPECT_EQ(Complaint(ReadShow, "{\"name\": 5}"), "name: must be a text");
+    EXPECT_EQ(Complaint(ReadShow, "{\"name\": \"a\", \"nmae\": 1}"), "nmae: there is no such setting");
+    EXPECT_EQ(Complaint(ReadShow, "[]"), "the top level is no object");
+    EXPECT_THAT(Complaint(ReadShow, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
+    EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
+    EXPECT_EQ(Complaint(Read, "{\"ftp\": []}"), "ftp: must be an object");
+    EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: there is no such setting");
+}
+
+TEST_F(FilesTest, AFileThatCannotBeReadIsTold)
+{
+    const QString missing = m_folder.filePath("missing.zxc");
+
+    EXPECT_THROW(ReadShow(missing), CFileError);
+    EXPECT_THROW(ReadShow(m_folder.path()), CFileError);
+}
+
+TEST_F(FilesTest, SettingsThatTheFileLeavesOutStay)
+{
+    SSettings before;
+    before.hostName = "kept";
+
+    const SSettings settings = ReadSettings(Write("{\"cloudSupport\": true, \"ftp\": {\"user\": \"u\"}}"), before);
+
+    EXPECT_EQ(settings.hostName, "kept");
+    EXPECT_TRUE(settings.cloudSupport);
+    EXPECT_EQ(settings.ftpUser, "u");
+    EXPECT_EQ(settings.ftpPassword, before.ftpPassword);
+}
+
+TEST_F(FilesTest, AChangedHostNameIsKeptAndReadAgain)
+{
+    const QString changes = m_folder.filePath("settings.json");
+    CHostSoftwareSetting setting;
+    setting.Load({}, changes);
+
+    setting.SaveHostName("B\xC3\xBChne \"links\"");
+
+    EXPECT_EQ(setting.LoadHostName(), "B\xC3\xBChne \"links\"");
+    EXPECT_EQ(ReadSettings(changes).hostName, setting.LoadHostName());
+}
+
+TEST_F(FilesTest, AHostNameThatCannotBeKeptHoldsUntilTheEnd)
+{
+    CHostSoftwareSetting setting;
+    setting.Load({}, m_folder.filePath("no such folder/settings.json"));
+
+    setting.SaveHostName("here");
+
+    EXPECT_EQ(setting.LoadHostName(), "here");
+}
+
+TEST(SnapshotTest, AReaderSeesOneStateAndEditsLoseNothing)
+{
+    struct SPair {
+        int first = 0;
+        int second = 0;
+    };
+    constexpr int kEdits = 2000;
+    CSnapshot<SPair> snapshot;
+    std::atomic<bool> done{false};
+    std::atomic<int> torn{0};
+    std::thread reader([&] {
+        while (!done) {
+            const auto pair = snapshot.Read();
+            torn += pair->first != pair->second;
+        }
+    });
+    const auto edit = [&] {
+        for (int i = 0; i < kEdits; ++i) {
+            snapshot.Change([](SPair& pair) {
+                ++pair.first;
+                ++pair.second;
+            });
+        }
+    };
+
+    std::thread editor(edit);
+    edit();
+    editor.join();
+    done = true;
+    reader.join();
+
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(snapshot.Read()->first, 2 * kEdits);
+}

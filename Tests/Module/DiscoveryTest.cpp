@@ -1,0 +1,108 @@
+#include "Support/ControllerTest.h"
+
+#include "ExternalController/Common/HostIdentity.h"
+#include "Interfaces/IpHelper.h"
+
+#include <QHostInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+const std::string kRequest = "App Server request Zentravox Controller";
+
+struct SAdapter {
+    QString mac;
+    QString ip;
+};
+
+/// The machine's adapters in their order. The tests' machine has no more than the ten that fit a reply.
+std::vector<SAdapter> Adapters()
+{
+    std::vector<IP_ADAPTER_INFO> records(10);
+    auto bytes = static_cast<ULONG>(records.size() * sizeof(IP_ADAPTER_INFO));
+    std::vector<SAdapter> adapters;
+    if (GetAdaptersInfo(records.data(), &bytes) != NO_ERROR)
+        return adapters;
+    for (const IP_ADAPTER_INFO* record = records.data(); record; record = record->Next) {
+        QStringList digits;
+        for (UINT i = 0; i < record->AddressLength; ++i)
+            digits.append(QString::asprintf("%02X", static_cast<unsigned int>(record->Address[i])));
+        adapters.push_back({digits.join('-'), QString::fromLatin1(record->IpAddressList.IpAddress.String)});
+    }
+    return adapters;
+}
+
+} // namespace
+
+class DiscoveryTest : public ControllerTest {
+protected:
+    /// The texts that go back to the peer which sends this datagram.
+    static std::vector<SChannelCall> Ask(const std::string& datagram)
+    {
+        RecordingChannels::ForgetCalls();
+        RecordingChannels::App().udp(RawPacket(datagram, {"10.0.0.8", 6001, 25505}));
+        return RecordingChannels::Calls();
+    }
+};
+
+TEST_F(DiscoveryTest, TheReplyTellsTheHostToTheOneWhoAsked)
+{
+    SSettings settings;
+    settings.hostName = QStringLiteral("Bühne 1");
+    Start(settings);
+    QString macAddress;
+    QJsonArray macAddressList;
+    for (const SAdapter& adapter : Adapters()) {
+        macAddressList.append(adapter.mac);
+        if (adapter.ip == GetLocalIPv4())
+            macAddress = adapter.mac;
+    }
+
+    const std::vector<SChannelCall> replies = Ask(kRequest);
+
+    ASSERT_THAT(replies, SizeIs(1));
+    EXPECT_EQ(replies[0].name, "App.SendUdpData");
+    EXPECT_EQ(replies[0].ip, "10.0.0.8");
+    EXPECT_EQ(replies[0].port, 6001);
+    const QJsonObject expected = {
+        {"name", "Bühne 1"},        {"id", "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4"},
+        {"macAddress", macAddress}, {"macAddressList", macAddressList},
+        {"version", 2.0},
+    };
+    EXPECT_EQ(replies[0].text, QJsonDocument(expected).toJson(QJsonDocument::Indented).toStdString());
+}
+
+TEST_F(DiscoveryTest, AHostWithoutANameTellsTheMachines)
+{
+    Start();
+
+    const std::vector<SChannelCall> replies = Ask(kRequest);
+
+    ASSERT_THAT(replies, SizeIs(1));
+    const QJsonObject reply = QJsonDocument::fromJson(QByteArray::fromStdString(replies[0].text)).object();
+    EXPECT_EQ(reply["name"].toString(), QHostInfo::localHostName());
+}
+
+TEST_F(DiscoveryTest, OnlyTheExactDatagramIsAnswered)
+{
+    Start();
+    ASSERT_EQ(kRequest.size(), 39u);
+
+    for (const std::string& datagram : {std::string(), kRequest.substr(0, 38), kRequest.substr(1), kRequest + '\n',
+                                        kRequest + '\0', kRequest + kRequest})
+        EXPECT_THAT(Ask(datagram), IsEmpty()) << datagram;
+    for (std::size_t i = 0; i < kRequest.size(); ++i) {
+        std::string datagram = kRequest;
+        datagram[i] = static_cast<char>(datagram[i] ^ 0x20); // the other case of a letter, a zero byte for a blank
+        EXPECT_THAT(Ask(datagram), IsEmpty()) << datagram;
+    }
+    EXPECT_THAT(Ask(kRequest), SizeIs(1));
+}

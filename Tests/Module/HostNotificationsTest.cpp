@@ -1,0 +1,84 @@
+#include "Support/ControllerTest.h"
+
+#include "Interfaces/PlayController.h"
+#include "Interfaces/ResourceModel.h"
+
+#include <QCoreApplication>
+#include <QUuid>
+
+#include <thread>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+void ChangeScene()
+{
+    emit GetPlayController()->signalExControlNotifySceneChanged(QUuid::createUuid(), QUuid::createUuid());
+}
+
+} // namespace
+
+using HostNotificationsTest = ControllerTest;
+
+TEST_F(HostNotificationsTest, EachSceneChangeReachesTheAppWithoutTheScenesIds)
+{
+    Start();
+
+    ChangeScene();
+    ChangeScene();
+
+    const auto notice = Sent(0x10000306, {{"result", 1}});
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(notice, notice));
+}
+
+TEST_F(HostNotificationsTest, AResourcesStateReachesTheAppWithItsPlainId)
+{
+    const QUuid resource("{1b4e28ba-2fa1-11d2-883f-0016d3cca427}");
+    const QString id = QStringLiteral("1b4e28ba-2fa1-11d2-883f-0016d3cca427");
+    CResourceModel* const model = CResourceModel::GetInstance();
+    Start();
+
+    for (const bool flag : {true, false}) {
+        RecordingChannels::ForgetCalls();
+
+        emit model->signalExControlResourceUsedChanged(resource, flag);
+        emit model->signalExControlResourceDexumerStateChanged(resource, flag);
+
+        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Sent(0x10000421, {{"resId", id}, {"usedFlag", flag}}),
+                                                            Sent(0x10000422, {{"resId", id}, {"dexumerFlag", flag}})));
+    }
+}
+
+TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllers)
+{
+    Start();
+    std::thread::id sender;
+    RecordingChannels::OnCall([&](const SChannelCall&) { sender = std::this_thread::get_id(); });
+
+    std::thread(ChangeScene).join();
+    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+    QCoreApplication::processEvents();
+
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(SentCode(0x10000306)));
+    EXPECT_EQ(sender, std::this_thread::get_id());
+}
+
+TEST_F(HostNotificationsTest, NothingIsSentBeforeInitOrAfterTheEnd)
+{
+    const auto emitEverything = [] {
+        ChangeScene();
+        emit CResourceModel::GetInstance()->signalExControlResourceUsedChanged(QUuid::createUuid(), true);
+        emit CResourceModel::GetInstance()->signalExControlResourceDexumerStateChanged(QUuid::createUuid(), true);
+    };
+    InitExternalController();
+
+    emitEverything();
+    EXPECT_THAT(RecordingChannels::Outgoing(), IsEmpty());
+
+    Start();
+    UninitExternalController();
+    emitEverything();
+    EXPECT_THAT(RecordingChannels::Outgoing(), IsEmpty());
+}

@@ -1,0 +1,75 @@
+#include "Support/ControllerTest.h"
+
+#include "ExternalController/Common/Command.h"
+
+#include <QJsonDocument>
+
+#include <utility>
+
+std::shared_ptr<Comm::ResponsePackage> AppPacket(unsigned int code, const QJsonObject& body, const SPeer& peer)
+{
+    const QByteArray json = body.isEmpty() ? QByteArray() : QJsonDocument(body).toJson();
+    return RawPacket(CAppDataPack(code, json).GetData().toStdString(), peer);
+}
+
+std::shared_ptr<Comm::ResponsePackage> RawPacket(std::string payload, const SPeer& peer)
+{
+    return std::make_shared<Comm::ResponsePackage>(
+        Comm::ResponsePackage{std::move(payload), 0, peer.ip, peer.port, peer.localPort});
+}
+
+std::shared_ptr<Comm::ResponsePackage> CloseNotice(const SPeer& peer, std::int32_t closed)
+{
+    return std::make_shared<Comm::ResponsePackage>(
+        Comm::ResponsePackage{{}, closed, peer.ip, peer.port, peer.localPort});
+}
+
+ControllerTest::ControllerTest()
+{
+    RecordingChannels::Reset();
+    HostModels::SoftwareSetting().Load({}, {});
+    HostModels::UserModel().Load({});
+    HostModels::SetResultHandler([this](const SResultData& result) {
+        const std::lock_guard lock(m_mutex);
+        m_reports.push_back(result);
+    });
+}
+
+ControllerTest::~ControllerTest()
+{
+    // What the test's hook uses went with the test's body.
+    RecordingChannels::OnCall({});
+    UninitExternalController();
+    HostModels::SetResultHandler({});
+    RecordingChannels::Reset();
+}
+
+CExternalController& ControllerTest::Start(const SSettings& settings)
+{
+    HostModels::SoftwareSetting().Load(settings, {});
+    InitExternalController();
+    GetExternalController()->Init();
+    RecordingChannels::ForgetCalls();
+    return *GetExternalController();
+}
+
+void ControllerTest::LogIn(const SPeer& peer)
+{
+    // Neither password can be decrypted, and so the two are the same.
+    HostModels::UserModel().Load({{"operator", "", "", 1, 0}});
+    RecordingChannels::App().tcp(AppPacket(Command::Login, {{"username", "operator"}}, peer));
+    RecordingChannels::ForgetCalls();
+    ForgetReports();
+}
+
+std::vector<SResultData> ControllerTest::Reports() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_reports;
+}
+
+void ControllerTest::ForgetReports()
+{
+    const std::lock_guard lock(m_mutex);
+    m_reports.clear();
+}

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Installs what the named groups need and this machine lacks, from Debian's packages: InstallDependencies.sh build test
+# Where nothing is missing it needs neither network nor root.
+set -euo pipefail
+
+build=(g++ cmake ninja-build qtbase5-dev libqt5sql5-sqlite libasio-dev libssl-dev openssl libcurl4-openssl-dev
+       python3 python3-pyftpdlib ccache)
+test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils)
+
+say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
+
+wanted=()
+for group in "$@"; do
+    case $group in
+        build) wanted+=("${build[@]}") ;;
+        test) wanted+=("${test[@]}") ;;
+        *) say "there is no group \"$group\": build, test"; exit 2 ;;
+    esac
+done
+[ ${#wanted[@]} -gt 0 ] || { say 'name at least one group: build, test'; exit 2; }
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    say "no apt here; going on as if these Debian packages were installed: ${wanted[*]}"
+    exit 0
+fi
+
+# dpkg-query fails when it doesn't know one of the packages, and still tells about the others.
+installed=$(dpkg-query --show --showformat '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null || true)
+missing=()
+for package in "${wanted[@]}"; do
+    grep -qxF "$package installed" <<<"$installed" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        say "not root, and there is no sudo. As root: apt-get install --no-install-recommends ${missing[*]}"
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# Another apt may be at work on a machine that has just started: wait for it.
+apt() {
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1 || {
+        cat "$log" >&2
+        say "apt-get $1 failed; still missing: ${missing[*]}"
+        exit 1
+    }
+}
+
+say "installing ${missing[*]}"
+apt update
+apt install --yes --no-install-recommends "${missing[@]}"

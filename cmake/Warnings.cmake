@@ -1,0 +1,9 @@
+# Our own targets link this; what is installed is included as system headers and stays out of it.
+add_library(Warnings INTERFACE)
+if(MSVC)
+    target_compile_options(Warnings INTERFACE /W4 /WX /utf-8)
+else()
+    target_compile_options(Warnings INTERFACE
+        -Wall -Wextra -Wpedantic -Werror
+        -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast)
+endif()
