@@ -113,10 +113,10 @@ class ShowHost:
 
 
 class AppChannel:
-    """One TCP channel of the app."""
+    """One TCP channel of the app; source is the address that it comes from."""
 
-    def __init__(self, address, port):
-        self.socket = socket.create_connection((address, port), PATIENCE)
+    def __init__(self, address, port, source=""):
+        self.socket = socket.create_connection((address, port), PATIENCE, (source, 0))
         self._bytes = self.socket.makefile("rb")
 
     def send(self, code, body=None):
@@ -147,14 +147,17 @@ class AppChannel:
 class App:
     """An app with both channels open."""
 
-    def __init__(self, address):
-        self.control = AppChannel(address, CONTROL_PORT)
-        self.bulk = AppChannel(address, BULK_PORT)
+    def __init__(self, address, source=""):
+        self.control = AppChannel(address, CONTROL_PORT, source)
+        self.bulk = AppChannel(address, BULK_PORT, source)
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
+        self.close()
+
+    def close(self):
         self.control.close()
         self.bulk.close()
 

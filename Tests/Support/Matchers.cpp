@@ -77,6 +77,21 @@ CallMatcher SentCode(unsigned int code)
     return AllOf(ToConnectedApp(), Truly(hasCode));
 }
 
+CallMatcher SentTo(const std::string& ip, int port, unsigned int code, const QJsonObject& json)
+{
+    return AllOf(Named("App.SendPackage"), Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
+                 Field("number", &SChannelCall::number, int{AppServer::Control}), Carries(code, json));
+}
+
+CallMatcher SentEmptyTo(const std::string& ip, int port, unsigned int code)
+{
+    const auto isEmpty = [code](const SChannelCall& call) {
+        return call.package && call.package->data == CAppDataPack(code, {}).GetData().toStdString();
+    };
+    return AllOf(Named("App.SendPackage"), Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
+                 Field("number", &SChannelCall::number, int{AppServer::Control}), Truly(isEmpty));
+}
+
 CallMatcher SentToFP(unsigned int code, const QJsonObject& json)
 {
     return AllOf(Named("FP.SendPackage"), Carries(code, json));

@@ -22,6 +22,9 @@ using CallMatcher = testing::Matcher<const SChannelCall&>;
 CallMatcher Sent(unsigned int code, const QJsonObject& json, int channel = AppServer::Control);
 /// A packet to the connected app with this code, whatever it carries.
 CallMatcher SentCode(unsigned int code);
+/// A packet on the control channel to this address alone.
+CallMatcher SentTo(const std::string& ip, int port, unsigned int code, const QJsonObject& json);
+CallMatcher SentEmptyTo(const std::string& ip, int port, unsigned int code);
 CallMatcher SentToFP(unsigned int code, const QJsonObject& json);
 CallMatcher SentToCentral(const std::string& text, const std::string& ip, int port);
 

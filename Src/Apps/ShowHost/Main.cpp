@@ -31,7 +31,8 @@ struct SOptions {
     QString state;
     QString listen;
     bool quiet = false;
-    QString newUser; ///< add this user instead of serving
+    bool addsUser = false; ///< instead of serving
+    QString newUser;
     int access = 0;
     int passwordDescriptor = -1;
 };
@@ -77,8 +78,9 @@ SOptions ReadOptions(QCoreApplication& application)
         throw CFileError("--show FILE is missing");
     if (QHostAddress(parser.value(listen)).isNull())
         throw CFileError("--listen: no IP address: " + parser.value(listen).toStdString());
-    return {parser.value(show),  parser.value(settings), parser.value(state),        parser.value(listen),
-            parser.isSet(quiet), parser.value(addUser),  ReadNumber(parser, access), ReadNumber(parser, passwordFd)};
+    return {parser.value(show),    parser.value(settings),     parser.value(state),
+            parser.value(listen),  parser.isSet(quiet),        parser.isSet(addUser),
+            parser.value(addUser), ReadNumber(parser, access), ReadNumber(parser, passwordFd)};
 }
 
 void PrepareHost(const SOptions& options)
@@ -159,7 +161,7 @@ int main(int argc, char** argv)
     try {
         const SOptions options = ReadOptions(application);
         PrepareHost(options);
-        if (!options.newUser.isEmpty())
+        if (options.addsUser)
             return AddUser(options);
         const SShow show = ReadShow(options.show);
         const CShutdownSignals shutdown(

@@ -4,28 +4,22 @@
 #include "ShowRemote/AppClient.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Conversation.h"
 #include "ShowRemote/Failure.h"
+#include "ShowRemote/Listen.h"
+#include "ShowRemote/Login.h"
 #include "ShowRemote/Terminal.h"
 
-#include <QFile>
 #include <QJsonDocument>
-#include <QUuid>
 
 #include <algorithm>
 #include <vector>
 
 namespace {
 
-using Clock = CAppClient::Clock;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+constexpr char kListen[] = "listen";
 
-struct SRequest {
-    unsigned int code = 0;
-    QByteArray body;
-    AppServer::Channel channel = AppServer::Control;
-    std::chrono::milliseconds timeout{};
-    QString outFile; ///< for bytes that replies carry; may be empty
-};
+using Milliseconds = std::chrono::duration<double, std::milli>;
 
 QByteArray CheckedBody(const QString& text)
 {
@@ -40,70 +34,6 @@ QByteArray CheckedBody(const QString& text)
     if (!json.isObject())
         throw CWrongUsage("JSON, near character 1: a request's body is an object, {...}");
     return body;
-}
-
-void WriteFile(const QString& name, const QByteArray& bytes)
-{
-    QFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, file.errorString()));
-    Terminal::PrintLine(QStringLiteral("written to %1").arg(name));
-}
-
-/// Prints a body of the id form; false when it is none.
-bool PrintIdForm(const QByteArray& body, const QString& outFile)
-{
-    constexpr auto kHeaderBytes = static_cast<int>(Envelope::kIdHeaderBytes);
-    constexpr auto kMarkBytes = static_cast<int>(Envelope::kMarkBytes);
-    if (!body.startsWith(Envelope::kIdMark) || body.size() < kHeaderBytes)
-        return false;
-    const QByteArray bytes = body.mid(kHeaderBytes);
-    const std::uint32_t length = Envelope::ReadNumber(body.constData() + kHeaderBytes - 4);
-    if (length != static_cast<std::uint32_t>(bytes.size()))
-        throw CFailure(QStringLiteral("the reply claims %1 bytes and carries %2").arg(length).arg(bytes.size()));
-    const QUuid id = QUuid::fromRfc4122(body.mid(kMarkBytes, 16));
-    Terminal::PrintLine(QStringLiteral("id %1, %2 bytes").arg(id.toString(QUuid::WithoutBraces)).arg(bytes.size()));
-    if (!outFile.isEmpty())
-        WriteFile(outFile, bytes);
-    return true;
-}
-
-void Print(const SAppMessage& message, const QString& outFile)
-{
-    Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
-    if (message.body.isEmpty())
-        Terminal::PrintLine("no body");
-    else if (!PrintIdForm(message.body, outFile) && !Terminal::PrintJson(message.body))
-        Terminal::PrintLine(QStringLiteral("%1 bytes that are no JSON").arg(message.body.size()));
-}
-
-void ConnectBoth(CAppClient& client, const QString& host, std::chrono::milliseconds timeout)
-{
-    client.Connect(AppServer::Control, Clock::now() + timeout);
-    Terminal::PrintLine(QStringLiteral("control channel open: %1:%2").arg(host).arg(AppServer::kControlPort));
-    client.Connect(AppServer::Bulk, Clock::now() + timeout);
-    Terminal::PrintLine(QStringLiteral("bulk channel open: %1:%2").arg(host).arg(AppServer::kBulkPort));
-}
-
-/// Sends a request and shows what comes until all that is expected has come; returns how long that took.
-Milliseconds Ask(CAppClient& client, const SRequest& request)
-{
-    const auto start = Clock::now();
-    const auto deadline = start + request.timeout;
-    client.Send(request.channel, request.code, request.body, deadline);
-
-    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.code);
-    while (!expected.empty()) {
-        const auto message = client.Receive(deadline);
-        if (!message)
-            throw CFailure(QStringLiteral("no reply %1 within %2")
-                               .arg(AppRequests::TextOf(expected.front()), TextOf(request.timeout)));
-        Print(*message, request.outFile);
-        const auto found = std::find(expected.begin(), expected.end(), message->code);
-        if (found != expected.end())
-            expected.erase(found);
-    }
-    return Clock::now() - start;
 }
 
 void PrintSummary(std::vector<Milliseconds> durations, int wanted)
@@ -124,8 +54,11 @@ void AskRepeatedly(CAppClient& client, const SRequest& request, int count)
 {
     std::vector<Milliseconds> durations;
     try {
-        while (durations.size() < static_cast<std::size_t>(count))
-            durations.push_back(Ask(client, request));
+        while (durations.size() < static_cast<std::size_t>(count)) {
+            const auto start = CAppClient::Clock::now();
+            Conversation::Ask(client, request);
+            durations.push_back(CAppClient::Clock::now() - start);
+        }
     } catch (const CFailure&) {
         PrintSummary(std::move(durations), count);
         throw;
@@ -139,27 +72,20 @@ void PrintNames()
         Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(int{entry.code}, 3, 16, QLatin1Char('0')).arg(entry.name));
 }
 
-} // namespace
-
-int RunApp(const QStringList& arguments)
+void AddOptions(CCommandLine& line)
 {
-    CCommandLine line("REQUEST [JSON]",
-                      "Sends a request as the mobile app would and shows every reply. REQUEST is a name of --list or a "
-                      "code such as 5 or 0x5, JSON its body.");
     line.AddHostOption();
     line.AddTimeoutOption();
     line.AddOption({"bulk", "Sends on the bulk channel instead of the control channel."});
     line.AddOption({"count", "Sends the request N times, one after the other.", "N", "1"});
     line.AddOption({"out", "Writes the bytes that a reply carries to FILE.", "FILE"});
     line.AddOption({"list", "Tells the names of all requests."});
-    if (!line.Parse(arguments))
-        return kExitDone;
-    if (line.IsSet("list")) {
-        line.Positional(0, 0);
-        PrintNames();
-        return kExitDone;
-    }
+    AddLoginOptions(line);
+    AddListenOptions(line);
+}
 
+SRequest ReadRequest(const CCommandLine& line)
+{
     const QStringList positional = line.Positional(1, 2);
     SRequest request;
     request.code = AppRequests::CodeOf(positional[0]);
@@ -168,13 +94,57 @@ int RunApp(const QStringList& arguments)
     request.channel = line.IsSet("bulk") ? AppServer::Bulk : AppServer::Control;
     request.timeout = line.Timeout();
     request.outFile = line.Value("out");
+    return request;
+}
+
+/// For what sends no request but a login's and heartbeats.
+void RefuseRequestOptions(const CCommandLine& line)
+{
+    line.Positional(1, 1);
+    line.Refuse({"bulk", "count", "out"}, "goes with a request");
+}
+
+} // namespace
+
+int RunApp(const QStringList& arguments)
+{
+    CCommandLine line("REQUEST [JSON]",
+                      "Sends a request as the mobile app would and shows every reply. REQUEST is a name of --list or a "
+                      "code such as 5 or 0x5, JSON its body; or it is listen, which shows what the host tells until "
+                      "Ctrl-C.");
+    AddOptions(line);
+    if (!line.Parse(arguments))
+        return kExitDone;
+    if (line.IsSet("list")) {
+        line.Positional(0, 0);
+        PrintNames();
+        return kExitDone;
+    }
+
+    const bool listens = line.Positional(1, 2).first() == kListen;
+    const bool logsIn = line.IsSet("user");
+    const SRequest request = listens ? SRequest{} : ReadRequest(line);
+    const bool asks = !listens && !(logsIn && request.code == Command::Login);
+    if (!asks)
+        RefuseRequestOptions(line);
+    if (!listens)
+        RefuseListenOptions(line);
+    if (!logsIn)
+        RefuseLoginOptions(line);
     const int count = line.Number("count", 1);
+    const SListening listening = listens ? ReadListening(line) : SListening{};
+    const std::chrono::milliseconds timeout = line.Timeout();
+    const SCredentials credentials = logsIn ? ReadCredentials(line) : SCredentials{};
 
     CAppClient client(line.Host());
-    ConnectBoth(client, line.Host(), request.timeout);
-    if (count == 1)
-        Ask(client, request);
-    else
+    Conversation::ConnectBoth(client, line.Host(), timeout);
+    if (logsIn)
+        LogIn(client, credentials, timeout);
+    if (listens)
+        Listen(client, listening);
+    else if (asks && count == 1)
+        Conversation::Ask(client, request);
+    else if (asks)
         AskRepeatedly(client, request, count);
     return kExitDone;
 }

@@ -7,6 +7,7 @@
 #include <asio/buffer.hpp>
 #include <asio/write.hpp>
 
+#include <csignal>
 #include <utility>
 
 namespace {
@@ -68,12 +69,19 @@ std::optional<SAppMessage> CAppClient::Receive(Clock::time_point deadline)
             if (!side.ended.isEmpty())
                 throw CFailure(side.ended);
         }
-        if (m_context.run_one_until(deadline) == 0)
+        if (m_interrupted || m_context.run_one_until(deadline) == 0)
             return std::nullopt;
     }
     SAppMessage message = std::move(m_received.front());
     m_received.pop_front();
     return message;
+}
+
+void CAppClient::HeedInterrupt()
+{
+    m_interrupts.add(SIGINT);
+    m_interrupts.add(SIGTERM);
+    m_interrupts.async_wait([this](const asio::error_code& error, int) { m_interrupted = !error; });
 }
 
 /// Lets the sockets work until the operation's handler has set its outcome. An operation that takes too long is ended

@@ -8,6 +8,7 @@
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <asio/signal_set.hpp>
 
 #include <array>
 #include <chrono>
@@ -37,9 +38,13 @@ public:
     /// Connects one channel. The host takes the two that are connected one after the other for one app.
     void Connect(AppServer::Channel channel, Clock::time_point deadline);
     void Send(AppServer::Channel channel, unsigned int code, const QByteArray& body, Clock::time_point deadline);
-    /// The next message of either channel, or none when the deadline passes. A channel that the host closed is a
-    /// failure, once what it sent before has been received.
+    /// The next message of either channel, or none when the deadline passes or an interrupt is heeded. A channel that
+    /// the host closed is a failure, once what it sent before has been received.
     std::optional<SAppMessage> Receive(Clock::time_point deadline);
+
+    /// From now on Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
+    void HeedInterrupt();
+    bool IsInterrupted() const { return m_interrupted; }
 
 private:
     struct SSide {
@@ -58,6 +63,8 @@ private:
 
     const QString m_host;
     asio::io_context m_context;
+    asio::signal_set m_interrupts{m_context};
+    bool m_interrupted = false;
     std::array<SSide, 2> m_sides{SSide(m_context), SSide(m_context)};
     std::deque<SAppMessage> m_received;
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double kLongestTimeoutSeconds = 24 * 60 * 60;
+constexpr double kMostSeconds = 24 * 60 * 60;
 
 } // namespace
 
@@ -65,14 +65,15 @@ QString CCommandLine::Host() const
     return host;
 }
 
-std::chrono::milliseconds CCommandLine::Timeout() const
+std::chrono::milliseconds CCommandLine::Seconds(const QString& option) const
 {
     bool isNumber = false;
-    const double seconds = m_parser.value("timeout").toDouble(&isNumber);
-    if (!isNumber || !(seconds >= 0.001 && seconds <= kLongestTimeoutSeconds))
-        throw CWrongUsage(QStringLiteral("--timeout needs a number of seconds from 0.001 to %1, not \"%2\"")
-                              .arg(kLongestTimeoutSeconds)
-                              .arg(m_parser.value("timeout")));
+    const double seconds = m_parser.value(option).toDouble(&isNumber);
+    if (!isNumber || !(seconds >= 0.001 && seconds <= kMostSeconds))
+        throw CWrongUsage(QStringLiteral("--%1 needs a number of seconds from 0.001 to %2, not \"%3\"")
+                              .arg(option)
+                              .arg(kMostSeconds)
+                              .arg(m_parser.value(option)));
     return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
@@ -86,6 +87,14 @@ int CCommandLine::Number(const QString& option, int least) const
                               .arg(least)
                               .arg(m_parser.value(option)));
     return number;
+}
+
+void CCommandLine::Refuse(const QStringList& options, const QString& why) const
+{
+    for (const QString& option : options) {
+        if (m_parser.isSet(option))
+            throw CWrongUsage(QStringLiteral("--%1 %2").arg(option, why));
+    }
 }
 
 QString TextOf(std::chrono::milliseconds duration)

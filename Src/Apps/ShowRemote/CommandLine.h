@@ -4,6 +4,9 @@
 
 #include <chrono>
 
+/// The environment variable with the app user's password.
+constexpr char kPasswordVariable[] = "SHOWREMOTE_PASSWORD";
+
 /// Reads the arguments of one command. What makes no sense is thrown as CWrongUsage.
 class CCommandLine {
 public:
@@ -23,9 +26,12 @@ public:
     QStringList Positional(int least, int most) const;
 
     QString Host() const;
-    std::chrono::milliseconds Timeout() const;
+    std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
+    std::chrono::milliseconds Seconds(const QString& option) const;
     /// A whole number from least on.
     int Number(const QString& option, int least) const;
+    /// None of the options may be given; why is told behind the one that is.
+    void Refuse(const QStringList& options, const QString& why) const;
 
 private:
     QCommandLineParser m_parser;

@@ -20,7 +20,6 @@ namespace {
 
 constexpr char kDefaultUser[] = "demo";
 constexpr char kDefaultPassword[] = "demo";
-constexpr char kPasswordVariable[] = "SHOWREMOTE_PASSWORD";
 
 constexpr long kConnectMilliseconds = 10'000;
 /// Without a byte moving, or an answer to a command, for this long the host is taken for dead.

@@ -13,8 +13,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <future>
 #include <memory>
+#include <mutex>
 
 using namespace std::chrono_literals;
 
@@ -48,22 +50,6 @@ public:
 protected:
     void setupChildProcess() override { KeepDescriptorsFromChild(); }
 };
-
-/// Carries a call into the thread of the object that it is posted to, which runs it in customEvent.
-class CCallEvent : public QEvent {
-public:
-    explicit CCallEvent(std::function<void()> call) : QEvent(QEvent::User), m_call(std::move(call)) {}
-
-    void Run() const { m_call(); }
-
-private:
-    std::function<void()> m_call;
-};
-
-void PostCall(QObject* receiver, std::function<void()> call)
-{
-    QCoreApplication::postEvent(receiver, new CCallEvent(std::move(call)));
-}
 
 } // namespace
 
@@ -126,8 +112,27 @@ public:
         }
     }
 
+    /// Runs the call in the object's thread. Any thread.
+    void Post(std::function<void()> call)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_calls.push_back(std::move(call));
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    }
+
 protected:
-    void customEvent(QEvent* event) override { static_cast<CCallEvent*>(event)->Run(); }
+    void customEvent(QEvent*) override
+    {
+        std::function<void()> call;
+        {
+            const std::lock_guard lock(m_mutex);
+            call = std::move(m_calls.front());
+            m_calls.pop_front();
+        }
+        call();
+    }
 
 private:
     void Launch()
@@ -207,6 +212,8 @@ private:
     QString m_reason;          ///< why the child is ending, where that is known better than from its exit code
     std::shared_ptr<std::promise<bool>> m_started; ///< set until the outcome of Start is known
     bool m_stopping = false;
+    std::mutex m_mutex;
+    std::deque<std::function<void()>> m_calls;
 };
 
 CFtpUploadServer::CFtpUploadServer(SOptions options, UploadEndCallback uploadEnd, StateCallback state)
@@ -221,7 +228,7 @@ CFtpUploadServer::CFtpUploadServer(SOptions options, UploadEndCallback uploadEnd
 
 CFtpUploadServer::~CFtpUploadServer()
 {
-    PostCall(m_supervisor, [supervisor = m_supervisor] {
+    m_supervisor->Post([supervisor = m_supervisor] {
         supervisor->Stop();
         QThread::currentThread()->quit();
     });
@@ -232,11 +239,11 @@ bool CFtpUploadServer::Start()
 {
     const auto started = std::make_shared<std::promise<bool>>();
     auto outcome = started->get_future();
-    PostCall(m_supervisor, [supervisor = m_supervisor, started] { supervisor->Start(started); });
+    m_supervisor->Post([supervisor = m_supervisor, started] { supervisor->Start(started); });
     return outcome.get();
 }
 
 void CFtpUploadServer::SetFolder(const QString& folder)
 {
-    PostCall(m_supervisor, [supervisor = m_supervisor, folder = ToAbsolute(folder)] { supervisor->SetFolder(folder); });
+    m_supervisor->Post([supervisor = m_supervisor, folder = ToAbsolute(folder)] { supervisor->SetFolder(folder); });
 }

@@ -5,8 +5,6 @@
 
 #include "KeyPair.h"
 
-#include <QDebug>
-
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -71,7 +69,6 @@ std::string RsaPrivateDecrypt(const std::string& cipher)
                             reinterpret_cast<unsigned char*>(plain.data()), key.get(), RSA_PKCS1_PADDING);
     if (decrypted < 0) {
         // Left in the thread's queue, errors would pile up and be taken for another call's.
-        qDebug() << "RSA decryption failed:" << ERR_lib_error_string(ERR_get_error());
         ERR_clear_error();
         return {};
     }

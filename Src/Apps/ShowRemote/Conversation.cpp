@@ -1,0 +1,81 @@
+#include "ShowRemote/Conversation.h"
+
+#include "ShowRemote/AppRequests.h"
+#include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Failure.h"
+#include "ShowRemote/Terminal.h"
+
+#include <QFile>
+#include <QUuid>
+
+#include <algorithm>
+
+namespace {
+
+using Clock = CAppClient::Clock;
+
+void WriteFile(const QString& name, const QByteArray& bytes)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, file.errorString()));
+    Terminal::PrintLine(QStringLiteral("written to %1").arg(name));
+}
+
+/// Prints a body of the id form; false when it is none.
+bool PrintIdForm(const QByteArray& body, const QString& outFile)
+{
+    constexpr auto kHeaderBytes = static_cast<int>(Envelope::kIdHeaderBytes);
+    constexpr auto kMarkBytes = static_cast<int>(Envelope::kMarkBytes);
+    if (!body.startsWith(Envelope::kIdMark) || body.size() < kHeaderBytes)
+        return false;
+    const QByteArray bytes = body.mid(kHeaderBytes);
+    const std::uint32_t length = Envelope::ReadNumber(body.constData() + kHeaderBytes - 4);
+    if (length != static_cast<std::uint32_t>(bytes.size()))
+        throw CFailure(QStringLiteral("the reply claims %1 bytes and carries %2").arg(length).arg(bytes.size()));
+    const QUuid id = QUuid::fromRfc4122(body.mid(kMarkBytes, 16));
+    Terminal::PrintLine(QStringLiteral("id %1, %2 bytes").arg(id.toString(QUuid::WithoutBraces)).arg(bytes.size()));
+    if (!outFile.isEmpty())
+        WriteFile(outFile, bytes);
+    return true;
+}
+
+} // namespace
+
+void Conversation::ConnectBoth(CAppClient& client, const QString& host, std::chrono::milliseconds timeout)
+{
+    client.Connect(AppServer::Control, Clock::now() + timeout);
+    Terminal::PrintLine(QStringLiteral("control channel open: %1:%2").arg(host).arg(AppServer::kControlPort));
+    client.Connect(AppServer::Bulk, Clock::now() + timeout);
+    Terminal::PrintLine(QStringLiteral("bulk channel open: %1:%2").arg(host).arg(AppServer::kBulkPort));
+}
+
+std::vector<SAppMessage> Conversation::Ask(CAppClient& client, const SRequest& request)
+{
+    const auto deadline = Clock::now() + request.timeout;
+    client.Send(request.channel, request.code, request.body, deadline);
+
+    std::vector<SAppMessage> messages;
+    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.code);
+    while (!expected.empty()) {
+        const auto message = client.Receive(deadline);
+        if (!message)
+            throw CFailure(QStringLiteral("no reply %1 within %2")
+                               .arg(AppRequests::TextOf(expected.front()), TextOf(request.timeout)));
+        Show(*message, request.outFile);
+        const auto found = std::find(expected.begin(), expected.end(), message->code);
+        if (found != expected.end())
+            expected.erase(found);
+        messages.push_back(*message);
+    }
+    return messages;
+}
+
+void Conversation::Show(const SAppMessage& message, const QString& outFile)
+{
+    Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
+    if (message.body.isEmpty())
+        Terminal::PrintLine("no body");
+    else if (!PrintIdForm(message.body, outFile) && !Terminal::PrintJson(message.body))
+        Terminal::PrintLine(QStringLiteral("%1 bytes that are no JSON").arg(message.body.size()));
+}

@@ -1,0 +1,164 @@
+#include "Support/ControllerTest.h"
+
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Pause.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <optional>
+#include <thread>
+
+namespace {
+
+/// Time as the test lets it pass.
+class CClock {
+public:
+    void Wait(const std::function<bool()>& over)
+    {
+        std::unique_lock lock(m_mutex);
+        ++m_checks;
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_ticks > 0 || over(); });
+        if (m_ticks > 0)
+            --m_ticks;
+    }
+
+    void Wake()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+        }
+        m_changed.notify_all();
+    }
+
+    /// Returns once so many checks were made since the start; a second passes between two of them.
+    void LetChecksPass(int count)
+    {
+        std::unique_lock lock(m_mutex);
+        while (m_checks < count) {
+            const int before = m_checks;
+            if (before > 0)
+                ++m_ticks;
+            m_changed.notify_all();
+            ASSERT_TRUE(m_changed.wait_for(lock, kPatience, [&] { return m_checks > before; }));
+        }
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_checks = 0;
+    int m_ticks = 0;
+};
+
+class CTestPause : public IPause {
+public:
+    explicit CTestPause(CClock& clock) : m_clock(clock) {}
+    void WaitFor(std::chrono::milliseconds, const std::function<bool()>& over) override { m_clock.Wait(over); }
+    void Wake() override { m_clock.Wake(); }
+
+private:
+    CClock& m_clock;
+};
+
+/// An app that is logged in and has just sent a heartbeat, and the loop that supervises it.
+class HeartBeatTest : public ControllerTest {
+protected:
+    HeartBeatTest()
+    {
+        m_controller.emplace(std::make_unique<CTestPause>(m_clock));
+        m_controller->Init();
+        RecordingChannels::App().connected(m_app.ip, m_app.port);
+        LogIn(m_app);
+        SendHeartBeat();
+        RecordingChannels::ForgetCalls();
+        m_loop = std::thread(RecordingChannels::Timer());
+    }
+
+    ~HeartBeatTest() override
+    {
+        if (m_controller)
+            m_controller->Stop();
+        m_loop.join();
+    }
+
+    void SendHeartBeat() { RecordingChannels::App().tcp(AppPacket(Command::Heartbeat, {}, m_app)); }
+
+    std::ptrdiff_t Disconnects()
+    {
+        const auto calls = RecordingChannels::Calls();
+        return std::count_if(calls.begin(), calls.end(), [&](const SChannelCall& call) {
+            return call.name == "App.DisConnect" && call.ip == m_app.ip && call.port == m_app.port;
+        });
+    }
+
+    const SPeer m_app;
+    CClock m_clock;
+    std::optional<CExternalController> m_controller;
+    std::thread m_loop;
+};
+
+} // namespace
+
+TEST_F(HeartBeatTest, ASilentAppIsDisconnectedAfterFiveSecondsAndAgainEverySecond)
+{
+    m_clock.LetChecksPass(5);
+    EXPECT_EQ(Disconnects(), 0);
+
+    m_clock.LetChecksPass(6);
+    EXPECT_EQ(Disconnects(), 1);
+
+    m_clock.LetChecksPass(8);
+    EXPECT_EQ(Disconnects(), 3);
+}
+
+TEST_F(HeartBeatTest, AHeartBeatASecondKeepsTheApp)
+{
+    for (int check = 1; check < 30; ++check) {
+        m_clock.LetChecksPass(check);
+        SendHeartBeat();
+    }
+
+    EXPECT_EQ(Disconnects(), 0);
+}
+
+// In these the loop waits with no time passing: only being woken ends it, or the test hangs.
+
+TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppGoes)
+{
+    m_clock.LetChecksPass(1);
+
+    RecordingChannels::App().tcp(CloseNotice(m_app));
+
+    m_loop.join();
+    m_loop = std::thread([] {});
+    EXPECT_EQ(Disconnects(), 0);
+}
+
+TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppServerIsSwitchedOff)
+{
+    m_clock.LetChecksPass(1);
+
+    m_controller->AppServerSupport(false);
+
+    m_loop.join();
+    m_loop = std::thread([] {});
+    EXPECT_THAT(RecordingChannels::CallNames(), testing::ElementsAre("Timer.Stop", "App.UninitServer"));
+}
+
+TEST_F(HeartBeatTest, DestroyingTheControllerWaitsForTheLoop)
+{
+    m_clock.LetChecksPass(1);
+    // The recording timer has no thread to wait for; the test's stands in for it.
+    RecordingChannels::OnCall([&](const SChannelCall& call) {
+        if (call.name == "Timer.Destroy")
+            m_loop.join();
+    });
+
+    m_controller.reset();
+
+    EXPECT_FALSE(m_loop.joinable());
+    m_loop = std::thread([] {});
+}

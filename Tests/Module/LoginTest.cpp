@@ -1,0 +1,218 @@
+#include "Support/ControllerTest.h"
+
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/RsaCipher.h"
+#include "HostModels/PasswordCipher.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const SPeer kFirst{"10.0.0.7", 4007};
+const SPeer kSecond{"10.0.0.8", 4008};
+const SPeer kFirstAgain{"10.0.0.7", 4099};
+
+QString Encrypted(const QString& password)
+{
+    return *EncryptPassword(password);
+}
+
+QJsonObject LoginBody(const QString& user, const QString& password, int force = 0)
+{
+    return {{"username", user}, {"password", Encrypted(password)}, {"force", force}};
+}
+
+CallMatcher LoginReply(const SPeer& peer, int result, const QString& account, int access)
+{
+    return SentTo(peer.ip, peer.port, 0x10000003, {{"result", result}, {"account", account}, {"access", access}});
+}
+
+CallMatcher DisplacedNotice(const SPeer& peer)
+{
+    return SentEmptyTo(peer.ip, peer.port, 0x10000012);
+}
+
+std::vector<QString>* s_log = nullptr;
+
+class LoginTest : public ControllerTest {
+protected:
+    LoginTest()
+    {
+        const CExternalController& controller = Start();
+        QObject::connect(&controller, &CExternalController::signalStartPushStream,
+                         [this](const std::string& text) { m_pushes.push_back(text); });
+        QObject::connect(&controller, &CExternalController::signalStopAppStreamPush, [this] { ++m_stops; });
+        HostModels::UserModel().Load({{"anna", Encrypted("apple"), "", 3, 0}, {"ben", Encrypted("pear"), "", 1, 0}});
+        s_log = &m_log;
+        qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { s_log->push_back(text); });
+    }
+
+    ~LoginTest() override { qInstallMessageHandler(nullptr); }
+
+    void Deliver(unsigned int code, const QJsonObject& body, const SPeer& peer)
+    {
+        RecordingChannels::App().tcp(AppPacket(code, body, peer));
+    }
+
+    /// What goes out for this login.
+    std::vector<SChannelCall> LogInAs(const QJsonObject& body, const SPeer& peer)
+    {
+        RecordingChannels::ForgetCalls();
+        Deliver(Command::Login, body, peer);
+        return RecordingChannels::Outgoing();
+    }
+
+    std::vector<std::string> m_pushes;
+    int m_stops = 0;
+    std::vector<QString> m_log;
+};
+
+} // namespace
+
+TEST_F(LoginTest, ThePublicKeyIsGivenToWhoeverAsks)
+{
+    Deliver(Command::PublicKey, {}, kSecond);
+
+    EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(SentTo(kSecond.ip, kSecond.port, 0x10000007,
+                                                                  {{"result", 1}, {"publicKey", PublicKeyText()}})));
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(LoginTest, AGoodLoginIsAnsweredTakenDownAndToldToTheHost)
+{
+    QJsonObject body = LoginBody("anna", "apple");
+    body["appVersion"] = "2.0.0";
+
+    EXPECT_THAT(LogInAs(body, kFirst), ElementsAre(LoginReply(kFirst, 0, "anna", 3)));
+
+    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
+    EXPECT_THAT(m_pushes, ElementsAre(""));
+    EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::Login, true, body, 1})));
+    EXPECT_THAT(m_log, ElementsAre("request_login: 10.0.0.7 : 4007", "decryptPassword apple", " login error code : 0"));
+    EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Create", "Timer.Start", "App.SendPackage"));
+}
+
+TEST_F(LoginTest, AFailedLoginTellsWhyAndWhoIsLoggedIn)
+{
+    EXPECT_THAT(LogInAs(LoginBody("", "apple"), kFirst), ElementsAre(LoginReply(kFirst, 1, "", 0)));
+    EXPECT_THAT(LogInAs(LoginBody("carl", "apple"), kFirst), ElementsAre(LoginReply(kFirst, 1, "", 0)));
+    EXPECT_THAT(LogInAs(LoginBody("anna", "pear"), kFirst), ElementsAre(LoginReply(kFirst, 2, "", 0)));
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    ForgetReports();
+
+    EXPECT_THAT(LogInAs(LoginBody("ben", "pear"), kSecond), ElementsAre(LoginReply(kSecond, 3, "anna", 3)));
+    EXPECT_THAT(LogInAs(LoginBody("carl", "x"), kSecond), ElementsAre(LoginReply(kSecond, 3, "anna", 3)));
+    EXPECT_THAT(LogInAs(LoginBody("carl", "x", 1), kSecond), ElementsAre(LoginReply(kSecond, 1, "anna", 3)));
+    EXPECT_THAT(LogInAs(LoginBody("ben", "x", 1), kSecond), ElementsAre(LoginReply(kSecond, 2, "anna", 3)));
+    EXPECT_EQ(m_pushes.size(), 1u);
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(LoginTest, AForcedLoginFromAnotherAddressTellsTheDisplacedAppFirst)
+{
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    m_log.clear();
+
+    EXPECT_THAT(LogInAs(LoginBody("ben", "pear", 1), kSecond),
+                ElementsAre(DisplacedNotice(kFirst), LoginReply(kSecond, 0, "ben", 1)));
+
+    EXPECT_EQ(m_pushes.size(), 3u) << "once for the first login, twice for the takeover";
+    EXPECT_THAT(m_log, ElementsAre("request_login: 10.0.0.8 : 4008", "decryptPassword pear", " force Login!",
+                                   " login error code : 0"));
+    Deliver(Command::Login, LoginBody("anna", "apple", 1), kFirst);
+    EXPECT_THAT(RecordingChannels::Outgoing(), Contains(DisplacedNotice(kSecond)));
+}
+
+TEST_F(LoginTest, AForcedLoginFromTheSameAddressDisplacesNobody)
+{
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+
+    EXPECT_THAT(LogInAs(LoginBody("ben", "pear", 1), kFirstAgain), ElementsAre(LoginReply(kFirstAgain, 0, "ben", 1)));
+    EXPECT_EQ(m_pushes.size(), 3u);
+}
+
+TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreWrong)
+{
+    const QString good = Encrypted("apple");
+    const QByteArray block = QByteArray::fromBase64(good.toLatin1());
+    const QString tooMuch = QString::fromLatin1((block + "more").toBase64());
+    const std::vector<QJsonValue> bad = {
+        QJsonValue(),
+        "",
+        "not base64!",
+        QString(1 << 20, 'A'),
+        good.left(8),
+        QString::fromLatin1(block.left(127).toBase64()),
+        5,
+        QString::fromLatin1(QByteArray(256, 'x').toBase64()),
+        QString::fromUtf8("\xE5\xA0\xB4"),
+    };
+
+    for (const QJsonValue& password : bad) {
+        const QJsonObject body{{"username", "anna"}, {"password", password}};
+        EXPECT_THAT(LogInAs(body, kFirst), ElementsAre(LoginReply(kFirst, 2, "", 0)))
+            << body["password"].toString().left(20).toStdString();
+    }
+    EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", tooMuch}}, kFirst), testing::SizeIs(1));
+    EXPECT_THAT(LogInAs({}, kSecond), testing::SizeIs(1));
+}
+
+TEST_F(LoginTest, TwoPasswordsThatCannotBeDecryptedAreEqual)
+{
+    HostModels::UserModel().Load({{"anna", "broken", "", 3, 0}});
+
+    EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", "broken too"}}, kFirst),
+                ElementsAre(LoginReply(kFirst, 0, "anna", 3)));
+}
+
+TEST_F(LoginTest, AClosedConnectionOfTheAppEndsItsLoginOnce)
+{
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    ForgetReports();
+
+    RecordingChannels::App().tcp(CloseNotice(kSecond));
+    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
+    RecordingChannels::App().tcp(CloseNotice(kFirstAgain));
+    RecordingChannels::App().tcp(CloseNotice(kFirst));
+
+    EXPECT_FALSE(HostModels::UserModel().GetLoginState());
+    EXPECT_EQ(HostModels::UserModel().GetCurrentLoginUser(), "");
+    EXPECT_EQ(m_stops, 1);
+    EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::AppGone, false, {}, 0})));
+}
+
+TEST_F(LoginTest, OfTwoAppsThatLogInAtOnceOneGetsIn)
+{
+    for (int round = 0; round < 50; ++round) {
+        HostModels::UserModel().SetLoginState(false);
+        ForgetReports();
+        const QJsonObject first = LoginBody("anna", "apple");
+        const QJsonObject second = LoginBody("ben", "pear");
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+
+        std::thread other([&] { Deliver(Command::Login, first, kFirst); });
+        Deliver(Command::Login, second, kSecond);
+        other.join();
+
+        ASSERT_EQ(Reports().size(), 1u);
+    }
+}
+
+TEST(RsaCipherTest, DecodesAndDecryptsWhatWasEncrypted)
+{
+    const std::string longest(117, 'x');
+    for (const std::string& password : {std::string("apple"), std::string("\xE5\xA0\xB4 \xF0\x9F\x8E\xAC"), longest})
+        EXPECT_EQ(RsaPrivateDecrypt(DecodeBase64(Encrypted(QString::fromStdString(password)).toStdString())), password);
+
+    EXPECT_FALSE(EncryptPassword(QString(118, 'x')));
+    EXPECT_EQ(DecodeBase64("YWJj").substr(0, 4), std::string("abc\0", 4));
+    EXPECT_EQ(DecodeBase64(std::string("YWJj\0YWJj", 9)).substr(0, 4), std::string("abc\0", 4));
+    EXPECT_EQ(RsaPrivateDecrypt("short"), "");
+}
