@@ -164,8 +164,7 @@ int main(int argc, char** argv)
         if (options.addsUser)
             return AddUser(options);
         const SShow show = ReadShow(options.show);
-        const CShutdownSignals shutdown(
-            [&] { QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection); });
+        const CShutdownSignals shutdown([&] { QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit)); });
         log.SetQuiet(options.quiet);
         return Serve(application, log, show);
     } catch (const CFileError& error) {
