@@ -106,6 +106,49 @@ TEST_F(FilesTest, AHostNameThatCannotBeKeptHoldsUntilTheEnd)
     EXPECT_EQ(setting.LoadHostName(), "here");
 }
 
+TEST_F(FilesTest, AnAddedUserIsReadAgainBesideTheChangedNameAndInItsPlace)
+{
+    const QString changes = m_folder.filePath("settings.json");
+    const QString settingsFile =
+        Write("{\"users\": [{\"name\": \"anna\", \"encryptedPassword\": \"a\", \"access\": 3}]}");
+    CHostSoftwareSetting setting;
+    setting.Load(ReadSettings(settingsFile), changes);
+    setting.SaveHostName("name");
+
+    EXPECT_TRUE(setting.SaveUser({"ben", "b", "", 1, 0}));
+    EXPECT_TRUE(setting.SaveUser({"anna", "changed", "", 2, 0}));
+
+    CHostSoftwareSetting again;
+    again.Load(ReadSettings(settingsFile), changes);
+    const auto current = again.Current();
+    EXPECT_EQ(current->hostName, "name");
+    ASSERT_EQ(current->users.size(), 2u);
+    EXPECT_EQ(current->users[0].password, "changed");
+    EXPECT_EQ(current->users[0].access, 2);
+    EXPECT_EQ(current->users[1].name, "ben");
+}
+
+TEST_F(FilesTest, ABadUserIsToldWithItsPlace)
+{
+    EXPECT_EQ(Complaint(Read, "{\"users\": {}}"), "users: must be a list");
+    EXPECT_EQ(Complaint(Read, "{\"users\": [5]}"), "users[0]: must be an object");
+    EXPECT_EQ(Complaint(Read, "{\"users\": [{\"name\": \"a\"}]}"), "users[0].encryptedPassword: is missing or empty");
+    EXPECT_EQ(Complaint(Read, "{\"users\": [{\"name\": \"a\", \"encryptedPassword\": \"b\", \"access\": 1.5}]}"),
+              "users[0].access: must be a whole number");
+}
+
+TEST(HostUserModelTest, TheFirstUserIsTheOneForPairing)
+{
+    CHostUserModel users;
+    SAPPUserNode node;
+    EXPECT_FALSE(users.GetFirstUserForFPQRCode(node));
+
+    users.Load({{"zoe", "z", "", 1, 0}, {"anna", "a", "", 2, 0}});
+
+    EXPECT_TRUE(users.GetFirstUserForFPQRCode(node));
+    EXPECT_EQ(node.name, "zoe");
+}
+
 TEST(SnapshotTest, AReaderSeesOneStateAndEditsLoseNothing)
 {
     struct SPair {

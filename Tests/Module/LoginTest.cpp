@@ -89,10 +89,13 @@ TEST_F(LoginTest, AGoodLoginIsAnsweredTakenDownAndToldToTheHost)
 {
     QJsonObject body = LoginBody("anna", "apple");
     body["appVersion"] = "2.0.0";
+    body["appType"] = 7;
 
     EXPECT_THAT(LogInAs(body, kFirst), ElementsAre(LoginReply(kFirst, 0, "anna", 3)));
 
     EXPECT_TRUE(HostModels::UserModel().GetLoginState());
+    EXPECT_EQ(HostModels::UserModel().GetCurLoginAppVersion(), "2.0.0");
+    EXPECT_EQ(HostModels::UserModel().GetCurLoginAppType(), 7);
     EXPECT_THAT(m_pushes, ElementsAre(""));
     EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::Login, true, body, 1})));
     EXPECT_THAT(m_log, ElementsAre("request_login: 10.0.0.7 : 4007", "decryptPassword apple", " login error code : 0"));

@@ -15,7 +15,8 @@ const QLatin1String kPasswordLine("decryptPassword");
 void TakeQtMessage(QtMsgType, const QMessageLogContext&, const QString& text)
 {
     if (s_log)
-        s_log->Print(text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text);
+        s_log->Print("module: " +
+                     (text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text));
 }
 
 std::string TextOf(const SChannelEvent& event)

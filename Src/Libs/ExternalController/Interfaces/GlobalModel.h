@@ -22,13 +22,17 @@ public:
     /// A node with an empty name when there is no such user.
     virtual SAPPUserNode GetUserNode(const QString& name) = 0;
     virtual int GetUserAccess(const QString& name) = 0;
+    /// Fills the node with the user that an FP controller is paired with; false when there is none.
+    virtual bool GetFirstUserForFPQRCode(SAPPUserNode& node) = 0;
 
     virtual bool GetLoginState() = 0;
     virtual void SetLoginState(bool loggedIn) = 0;
+    virtual bool GetConnectState() = 0;
     virtual void SetConnectState(bool connected) = 0;
     /// Empty while nobody is logged in.
     virtual QString GetCurrentLoginUser() = 0;
     virtual void SetCurrentLoginUser(const QString& name) = 0;
+    virtual QString GetCurLoginAppVersion() = 0;
     virtual void SetCurLoginAppVersion(const QString& version) = 0;
     virtual void SetCurLoginAppType(int type) = 0;
 };

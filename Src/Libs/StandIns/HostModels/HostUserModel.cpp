@@ -21,6 +21,15 @@ int CHostUserModel::GetUserAccess(const QString& name)
     return GetUserNode(name).access;
 }
 
+bool CHostUserModel::GetFirstUserForFPQRCode(SAPPUserNode& node)
+{
+    const auto state = m_state.Read();
+    if (state->users.empty())
+        return false;
+    node = state->users.front();
+    return true;
+}
+
 bool CHostUserModel::GetLoginState()
 {
     return m_state.Read()->loggedIn;
@@ -29,6 +38,11 @@ bool CHostUserModel::GetLoginState()
 void CHostUserModel::SetLoginState(bool loggedIn)
 {
     m_state.Change([&](SUserState& state) { state.loggedIn = loggedIn; });
+}
+
+bool CHostUserModel::GetConnectState()
+{
+    return m_state.Read()->connected;
 }
 
 void CHostUserModel::SetConnectState(bool connected)
@@ -44,6 +58,11 @@ QString CHostUserModel::GetCurrentLoginUser()
 void CHostUserModel::SetCurrentLoginUser(const QString& name)
 {
     m_state.Change([&](SUserState& state) { state.currentUser = name; });
+}
+
+QString CHostUserModel::GetCurLoginAppVersion()
+{
+    return m_state.Read()->appVersion;
 }
 
 void CHostUserModel::SetCurLoginAppVersion(const QString& version)

@@ -20,18 +20,21 @@ public:
     bool IsExistUser(const QString& name) override;
     SAPPUserNode GetUserNode(const QString& name) override;
     int GetUserAccess(const QString& name) override;
+    /// The first user in the order of the settings.
+    bool GetFirstUserForFPQRCode(SAPPUserNode& node) override;
     bool GetLoginState() override;
     void SetLoginState(bool loggedIn) override;
+    bool GetConnectState() override;
     void SetConnectState(bool connected) override;
     QString GetCurrentLoginUser() override;
     void SetCurrentLoginUser(const QString& name) override;
+    QString GetCurLoginAppVersion() override;
     void SetCurLoginAppVersion(const QString& version) override;
     void SetCurLoginAppType(int type) override;
 
-    bool IsConnected() const { return m_state.Read()->connected; }
+    int GetCurLoginAppType() const { return m_state.Read()->appType; }
     /// Replaces the users; nobody is logged in then.
     void Load(std::vector<SAPPUserNode> users);
-    CSnapshot<SUserState>& State() { return m_state; }
 
 private:
     CSnapshot<SUserState> m_state;

@@ -9,7 +9,11 @@
 QString GetHostName()
 {
     const QString name = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadHostName();
-    return name.isEmpty() ? QHostInfo::localHostName() : name;
+    if (!name.isEmpty())
+        return name;
+    // Asked once: a machine that is renamed is known by its new name after the host's next start.
+    static const QString machineName = QHostInfo::localHostName();
+    return machineName;
 }
 
 QString GetLocalIPv4()

@@ -35,10 +35,11 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
 
 void CProjectDataMsgSender::SendHostNameAndVersion(const SOperation&)
 {
+    // Asked by every app again and again: the keys are not made anew each time.
     const QJsonObject reply = {
-        {"result", 1},
-        {"name", GetHostName()},
-        {"version", CGlobalModel::GetInstance()->GetAppFormatName()},
+        {QStringLiteral("result"), 1},
+        {QStringLiteral("name"), GetHostName()},
+        {QStringLiteral("version"), CGlobalModel::GetInstance()->GetAppFormatName()},
     };
     ReplyToApp(Command::HostNameAndVersion, reply);
 }
