@@ -18,23 +18,60 @@ enum Code : int {
     CheckAppId = 0x010,
     ShutDown = 0x011,
     AppGone = 0x012, ///< to the host: the app disconnected; to an app: another one took its place
+    FPPairingCode = 0x013,
+    Restart = 0x015,
+    SystemInformation = 0x016,
+    Logs = 0x017,
+    Refresh = 0x018,
+    ProjectExport = 0x019,
+    ProjectName = 0x020,
+    ScreenState = 0x021,
+    AppConnectState = 0x023,
 
     // stage
     StageSnapshot = 0x100,
     ScreenList = 0x101,
+    SwitchProject = 0x102,
+    BlackScreen = 0x103,
+    PlayControl = 0x104, ///< play, pause, stop or restart everything
+    Volume = 0x105,
     StageSnapshotAgain = 0x107, ///< answered like StageSnapshot, under its own code
+    OpenScreens = 0x108,
     ProjectList = 0x109,
+    PlayNextOrLast = 0x111,
     PictureAdjustment = 0x112,
+    Brightness = 0x113,
     MediaThumbnail = 0x118,
     AppControlMode = 0x119,
     StagePreviewMode = 0x121,
-    WindowStreamPath = 0x299,
+    PlayStateText = 0x122,
+    StagePreviewPush = 0x189,
+    CloseSoftware = 0x190,
+    PlayStateNumber = 0x191,
+    VolumeState = 0x192,
+    BlackScreenState = 0x193,
+    PreviewPath = 0x194,
+    SwitchHdrKind = 0x195,
+    HdrState = 0x196,
+    SwitchHdr = 0x197,
+    MuteState = 0x198,
+    Mute = 0x199,
+
+    // stage media
     MediaList = 0x200,
+    MediaData = 0x201,
+    TurnPages = 0x205,
+    MuteMedia = 0x211,
+    WindowStreamPath = 0x299,
 
     // scenes
     SceneManagerData = 0x300,
-    ScenePlay = 0x306, ///< from central control and the cloud a command, to the app the notice of a change
+    SwitchSceneGroup = 0x301,
+    MainSceneGroup = 0x302,
+    MainSceneGroupAgain = 0x304, ///< answered like MainSceneGroup
+    ScenePlay = 0x306,           ///< from central control and the cloud a command, to the app the notice of a change
     SceneThumbnail = 0x308,
+    PlayingChapter = 0x399,
 
     // resources
     ResourceList = 0x400,

@@ -1,0 +1,212 @@
+#pragma once
+
+#include "ExternalController/Common/Command.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <map>
+#include <string>
+
+// The words that the module shares with the outside: the text commands of central control and the cloud, the texts of
+// results, sources and levels, and the file types. Case and spelling are the protocol's, odd ones included.
+
+/// A keyword that is known and has no command behind it.
+constexpr int kNoCommand = 0;
+
+/// Central control's text commands. Several share a code: the direction or value is in the message's body.
+inline const std::map<QString, int> CenterControlCmdMap = {
+    {"shutdown", Command::ShutDown},
+    {"switchProject", Command::SwitchProject},
+    {"openProject", Command::SwitchProject},
+    {"CloseSoftware", Command::CloseSoftware},
+    {"OpenAllScreen", Command::OpenScreens},
+    {"CloseAllScreen", Command::OpenScreens},
+    {"continueAll", Command::PlayControl},
+    {"pauseAll", Command::PlayControl},
+    {"restartAll", Command::PlayControl},
+    {"getPlayingChapter", Command::PlayingChapter},
+    {"stopWnd", kNoCommand},
+    {"playMedia", kNoCommand},
+    {"pauseMedia", kNoCommand},
+    {"restartMedia", kNoCommand},
+    {"stopMedia", kNoCommand},
+    {"getPos", kNoCommand},
+    {"getNode", kNoCommand},
+    {"getPlayingNode", kNoCommand},
+    {"getPausingNode", kNoCommand},
+    {"playNext", Command::PlayNextOrLast},
+    {"playLast", Command::PlayNextOrLast},
+    {"switchSceneGroup", Command::SwitchSceneGroup},
+    {"playScene", Command::ScenePlay},
+    {"globalMute", Command::Mute},
+    {"globalUnMute", Command::Mute},
+    {"globalMuteState", Command::MuteState},
+    {"globalVolume", Command::Volume},
+    {"adjustVolume", Command::Volume},
+    {"mute", kNoCommand},
+    {"muteWnd", kNoCommand}, // the cloud has a command for it and for unmuteWnd
+    {"unmuteWnd", kNoCommand},
+    {"muteAllWnd", kNoCommand},
+    {"unmuteAllWnd", kNoCommand},
+    {"increaseVolume", kNoCommand},
+    {"getMuteWnd", kNoCommand},
+    {"getAllMuteWnd", kNoCommand},
+    {"globalBrightness", Command::Brightness},
+    {"blackAll", Command::BlackScreen},
+    {"getGlobalBrightness", Command::PictureAdjustment},
+    {"getBlackAll", Command::BlackScreenState},
+    {"turnPPT", kNoCommand},
+    {"turnAllPPT", Command::TurnPages},
+    {"openHDR", Command::SwitchHdr},
+    {"closeHDR", Command::SwitchHdr},
+    {"switchSoftwareHDR", Command::SwitchHdrKind},
+    {"switchHardwareHDR", Command::SwitchHdrKind},
+    {"getHDR", Command::HdrState},
+    {"getPreviewPath", Command::PreviewPath},
+    {"getWindowStreamPath", Command::WindowStreamPath},
+    {"getProjectName", Command::ProjectName},
+    {"getScreenStateByIndex", Command::ScreenState},
+    {"getGlobalPlayState", Command::PlayStateText},
+    {"getAppConnectState", Command::AppConnectState},
+};
+
+/// The cloud's text commands.
+inline const std::map<QString, int> CloudControlCmdMap = {
+    {"globleBrightness", Command::Brightness}, // the cloud's spelling
+    {"refresh", Command::Refresh},
+    {"reboot", Command::Restart},
+    {"switchProject", Command::SwitchProject},
+    {"downLoadLog", Command::Logs},
+    {"playScene", Command::ScenePlay},
+    {"playNext", Command::PlayNextOrLast},
+    {"playLast", Command::PlayNextOrLast},
+    {"stop", Command::PlayControl},
+    {"pauseAll", Command::PlayControl},
+    {"muteWnd", Command::MuteMedia},
+    {"unmuteWnd", Command::MuteMedia},
+    {"globalVolume", Command::Volume},
+};
+
+/// Indexes of ResultTextMap, which a reply to a text command carries as "result".
+namespace ResultText {
+enum Index : int {
+    Success = 0,
+    Fail = 1,
+    OutOfRange = 2,
+    RowOrColumn = 3,
+    NoClip = 4,
+    NoPresentation = 5,
+    Format = 6,
+    UnknownCommand = 7,
+    Parameter = 8,
+    HdrOff = 9,
+    End = 10,
+};
+} // namespace ResultText
+
+inline const std::map<int, std::string> ResultTextMap = {
+    {ResultText::Success, "SUCCESS"},
+    {ResultText::Fail, "FAIL"},
+    {ResultText::OutOfRange, "ERROR: out of range"},
+    {ResultText::RowOrColumn, "row or col error"},
+    {ResultText::NoClip, "no clip on this position"},
+    {ResultText::NoPresentation, "not a ppt"},
+    {ResultText::Format, "FORMAT ERROR"},
+    {ResultText::UnknownCommand, "COMMAND ERROR"},
+    {ResultText::Parameter, "PARAMETER ERROR"},
+    {ResultText::HdrOff, "ERROR: HDR not on"},
+    {ResultText::End, ""},
+};
+
+/// Who caused an operation, as the host's logs number it.
+namespace ControlSource {
+enum Index : int {
+    PC = 0,
+    App = 1,
+    FP = 2,
+    CentralControl = 3,
+    CloudControl = 4,
+};
+} // namespace ControlSource
+
+inline const std::map<int, std::string> ControlSourceNameMap = {
+    {ControlSource::PC, "PC"},
+    {ControlSource::App, "APP"},
+    {ControlSource::FP, "FP"},
+    {ControlSource::CentralControl, "CenterControl"},
+    {ControlSource::CloudControl, "CloudControl"},
+};
+
+inline const std::map<int, std::string> LogLevelNameMap = {
+    {0, "Trace"}, {1, "Debug"}, {2, "Info"}, {3, "Warn"}, {4, "Error"}, {5, "Unknow"},
+};
+
+/// The line format of the show log.
+inline const std::string kLogPattern = "%d{%Y-%m-%d %H:%M:%S}[%c][%p][%t][%a][%b] %v%T%n";
+
+/// Fields of the host's log records.
+namespace LogField {
+inline const std::string AppName = "AppName";
+inline const std::string IP = "IP";
+inline const std::string Port = "Port";
+inline const std::string FileName = "FileName";
+inline const std::string FilePath = "FilePath";
+inline const std::string FileType = "FileType";
+inline const std::string FileDuration = "FileDuration";
+inline const std::string StartTime = "StartTime";
+inline const std::string EndTime = "EndTime";
+inline const std::string PlayDuration = "PlayDuration";
+inline const std::string OpTime = "OpTime";
+inline const std::string Context = "Context";
+inline const std::string Module = "Module";
+inline const std::string Function = "Function";
+inline const std::string Level = "Level";
+inline const std::string Controller = "Controller";
+} // namespace LogField
+
+inline const std::map<int, std::string> EditionNameMap = {
+    {0, "ZentravoxXB"},
+    {1, "ZentravoxXC"},
+    {2, "ZentravoxXD"},
+    {3, "Other"},
+};
+
+/// This edition's name and its password, which are also what an app without a user of its own logs in with.
+inline const QString kEditionName = QStringLiteral("ZentravoxXA");
+inline const QString kLoginPassword = QStringLiteral("Harbovline");
+
+inline const QString kResourceItemName = QStringLiteral("ResourceItem");
+inline const QString kUriListMimeType = QStringLiteral("text/uri-list"); ///< RFC 2483
+inline const QString kCloudScheme = QStringLiteral("wss");               ///< RFC 6455
+/// %1 stands for the user's name, %2 for the password.
+inline const QString kCloudPath = QStringLiteral("/VexorWebSocket/websocket/chat?username=%1&password=%2");
+
+// File types: suffixes in lower case and without their dot.
+inline const QStringList VideoSuffixList = {"mp4", "3gp", "m2t",  "m2ts", "bhd", "asx", "mpe", "vcd",  "dvd",
+                                            "dat", "m4v", "webm", "rmvb", "rm",  "wmv", "asf", "mpeg", "mpg",
+                                            "ts",  "tp",  "mov",  "flv",  "avi", "mkv", "vob"};
+inline const QStringList AudioSuffixList = {"m4a", "mp3", "wav"};
+inline const QStringList PictureSuffixList = {"bmp", "png", "jpg", "tiff", "tga", "webp", "jpeg"};
+inline const QStringList PptSuffixList = {"ppt", "pptx"};
+inline const QStringList ExcelSuffixList = {"xlsx", "xls", "xlm", "xla", "xlt", "xll"};
+inline const QStringList PdfSuffixList = {"pdf"};
+inline const QStringList WordSuffixList = {"doc", "docx"};
+inline const QStringList OfficeSuffixList = PptSuffixList + ExcelSuffixList + PdfSuffixList + WordSuffixList;
+inline const QStringList TextSuffixList;
+inline const QStringList AllSuffixList = VideoSuffixList + AudioSuffixList + PictureSuffixList + OfficeSuffixList;
+
+/// "*.mp4 *.3gp", as file dialogs take it.
+inline QString FileFilter(const QStringList& suffixes)
+{
+    return QStringLiteral("*.") + suffixes.join(QStringLiteral(" *."));
+}
+
+inline const QString VideoFileFilter = FileFilter(VideoSuffixList);
+inline const QString AudioFileFilter = FileFilter(AudioSuffixList);
+inline const QString PictureFileFilter = FileFilter(PictureSuffixList);
+inline const QString ImageFileFilter = FileFilter(PictureSuffixList + QStringList{"gif"});
+inline const QString PptFileFilter = FileFilter(PptSuffixList);
+inline const QString ExcelFileFilter = FileFilter(ExcelSuffixList);
+inline const QString PdfFileFilter = FileFilter(PdfSuffixList);
+inline const QString WordFileFilter = FileFilter(WordSuffixList);
