@@ -1,6 +1,7 @@
 #include "ExternalController/ExternalController.h"
 
 #include "ExternalController/Common/AppPackage.h"
+#include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/Discovery.h"
@@ -14,14 +15,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <algorithm>
-#include <iterator>
 #include <vector>
 
 namespace {
 
 /// The app's requests that a sender answers. What is neither here nor handled in place is the host's to carry out.
-constexpr int kRoutedToSenders[] = {
+constexpr int kRoutedFromApp[] = {
     // session
     Command::HostNameAndVersion,
     Command::LoginIdentity,
@@ -48,11 +47,6 @@ constexpr int kRoutedToSenders[] = {
     Command::SharedTypeThumbnails,
     Command::SharedFolderList,
 };
-
-bool IsRoutedToSender(int code)
-{
-    return std::find(std::begin(kRoutedToSenders), std::end(kRoutedToSenders), code) != std::end(kRoutedToSenders);
-}
 
 constexpr char kControllerId[] = "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4";
 constexpr double kDiscoveryVersion = 2.0;
@@ -130,7 +124,7 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
         emit signalCloseSoftWare(true);
         break;
     default:
-        if (IsRoutedToSender(code))
+        if (HasCode(kRoutedFromApp, code))
             Write({senderType, code, body, Source::App});
         else
             report();

@@ -1,3 +1,52 @@
 #include "ExternalController/ExternalController.h"
 
-void CExternalController::RecvContralControllerUdpMsg(QJsonObject&) {}
+#include "ExternalController/Common/CodeTable.h"
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/DebugLog.h"
+#include "Interfaces/ResultModel.h"
+
+#include <QJsonObject>
+
+namespace {
+
+/// Central control's queries, which the senders answer. Everything else changes the show: that is the host's.
+constexpr int kRoutedFromCentralControl[] = {
+    // session
+    Command::ProjectName,
+    Command::ScreenState,
+    Command::AppConnectState,
+    // stage
+    Command::PictureAdjustment,
+    Command::PlayStateText,
+    Command::BlackScreenState,
+    Command::PreviewPath,
+    Command::HdrState,
+    Command::MuteState,
+    // stage media
+    Command::WindowStreamPath,
+    // scenes
+    Command::PlayingChapter,
+};
+
+} // namespace
+
+void CExternalController::RecvContralControllerUdpMsg(QJsonObject& message)
+{
+    if (message.isEmpty())
+        return;
+
+    const int code = message.value(QLatin1String("cmdType")).toInt();
+    const int senderType = code & Command::kSenderMask;
+    if (code == Command::ShutDown) {
+        DebugLog() << "Recv ShutDown msg";
+        emit signalCloseSoftWare(true);
+        return;
+    }
+    if (HasCode(kRoutedFromCentralControl, code)) {
+        Write({senderType, code, message, Source::CentralControl});
+        return;
+    }
+    if (code == Command::CloseSoftware)
+        emit signalCloseSoftWare(false);
+    ReportToHost({senderType, code, false, message, Source::CentralControl});
+}
