@@ -1,23 +1,21 @@
 #include "AppServer/AppServerConfig.h"
 
-#include <mutex>
+#include "Comm/ConfigBox.h"
+
 #include <utility>
 
 namespace {
 
-std::mutex s_mutex;
-SAppServerConfig s_config;
+CConfigBox<SAppServerConfig> s_config;
 
 } // namespace
 
 void AppServer::SetConfig(SAppServerConfig config)
 {
-    const std::lock_guard lock(s_mutex);
-    s_config = std::move(config);
+    s_config.Set(std::move(config));
 }
 
 SAppServerConfig AppServer::GetConfig()
 {
-    const std::lock_guard lock(s_mutex);
-    return s_config;
+    return s_config.Get();
 }

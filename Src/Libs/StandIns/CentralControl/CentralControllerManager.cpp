@@ -1,11 +1,77 @@
 #include "Interfaces/CentralControl.h"
 
+#include "CentralControl/CentralControlConfig.h"
+#include "CentralControl/TextCommand.h"
+#include "Comm/ChannelEvents.h"
+#include "Comm/IoThreads.h"
+#include "Comm/UdpSocket.h"
+
+#include <QJsonDocument>
+
+#include <mutex>
 #include <utility>
 
-/// Without a socket yet: it keeps the callback and has nobody to send to.
+namespace {
+
+constexpr char kChannelName[] = "central control";
+
+void TellTraffic(SChannelEvent::Kind kind, const std::string& ip, std::uint16_t port, const std::string& what,
+                 std::size_t bytes)
+{
+    CChannelEvents::GetInstance().Tell(
+        {kind, kChannelName, AddressText(ip, port), what + std::to_string(bytes) + " bytes"});
+}
+
+} // namespace
+
 class CCentralControllerManager::Impl {
 public:
+    Impl()
+        : m_socket(m_threads, kChannelName,
+                   [this](const std::string& datagram, const std::string& ip, std::uint16_t port) {
+                       Take(datagram, ip, port);
+                   })
+    {}
+
+    ~Impl() { m_threads.Stop(); }
+
+    void Start()
+    {
+        std::call_once(m_started, [this] {
+            if (m_socket.Start(m_listenAddress, CentralControl::kPort))
+                m_threads.Start();
+        });
+    }
+
+    void Send(const std::string& json, const std::string& ip, std::uint16_t port)
+    {
+        if (CChannelEvents::GetInstance().WantsTraffic())
+            TellTraffic(SChannelEvent::Kind::Sent, ip, port, {}, json.size());
+        m_socket.Send(json, ip, port);
+    }
+
     MessageCallback callback;
+
+private:
+    void Take(const std::string& datagram, const std::string& ip, std::uint16_t port)
+    {
+        STextCommand command = TextCommand::Read(datagram);
+        if (CChannelEvents::GetInstance().WantsTraffic())
+            TellTraffic(SChannelEvent::Kind::Received, ip, port, TextCommand::Describe(command), datagram.size());
+        if (!command.refusal.isEmpty())
+            Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
+        if (command.message.isEmpty() || !callback)
+            return;
+        // What the datagram itself says about these is not to be believed.
+        command.message.insert(QLatin1String("remoteIp"), QString::fromStdString(ip));
+        command.message.insert(QLatin1String("remotePort"), int{port});
+        callback(command.message);
+    }
+
+    const std::string m_listenAddress = CentralControl::GetConfig().listenAddress;
+    CIoThreads m_threads; ///< outlives what runs on it
+    CUdpSocket m_socket;
+    std::once_flag m_started;
 };
 
 CCentralControllerManager::CCentralControllerManager() : m_impl(std::make_unique<Impl>()) {}
@@ -17,6 +83,13 @@ void CCentralControllerManager::SetCallBackFunc(MessageCallback callback)
     m_impl->callback = std::move(callback);
 }
 
-void CCentralControllerManager::InitServer() {}
+void CCentralControllerManager::InitServer()
+{
+    m_impl->Start();
+}
 
-void CCentralControllerManager::SendData(const std::string&, const std::string&, unsigned short) {}
+void CCentralControllerManager::SendData(const std::string& json, const std::string& remoteIp,
+                                         unsigned short remotePort)
+{
+    m_impl->Send(json, remoteIp, remotePort);
+}

@@ -1,10 +1,17 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+
+/// "ip:port", as events carry it.
+inline std::string AddressText(const std::string& ip, std::uint16_t port)
+{
+    return ip + ':' + std::to_string(port);
+}
 
 /// What happens on a channel, for people to read.
 struct SChannelEvent {

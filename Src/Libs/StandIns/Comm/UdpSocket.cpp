@@ -1,6 +1,7 @@
 #include "Comm/UdpSocket.h"
 
 #include <asio/buffer.hpp>
+#include <asio/post.hpp>
 
 #include <utility>
 
@@ -8,6 +9,15 @@ namespace {
 
 /// The largest datagram that IPv4 carries fits.
 constexpr std::size_t kBufferBytes = 65536;
+/// Asked of the system, which may give less: what comes while no thread is free to receive waits there.
+constexpr int kSystemBufferBytes = 4 << 20;
+/// What one peer may have waiting for its earlier datagrams: many times what an honest one has in flight.
+constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 20;
+
+std::size_t CostOf(const std::string& datagram)
+{
+    return datagram.size() + sizeof(std::string);
+}
 
 } // namespace
 
@@ -22,14 +32,19 @@ CUdpSocket::CUdpSocket(CIoThreads& threads, std::string channel, DatagramCallbac
 bool CUdpSocket::Start(const std::string& address, std::uint16_t port)
 {
     asio::error_code error;
-    const asio::ip::udp::endpoint endpoint(asio::ip::make_address(address, error), port);
-    if (!error)
-        m_socket.open(endpoint.protocol(), error);
-    if (!error)
-        m_socket.bind(endpoint, error);
-    if (!error)
-        m_socket.non_blocking(true, error);
-    const std::string text = address + ':' + std::to_string(port);
+    const Endpoint endpoint(asio::ip::make_address(address, error), port);
+    {
+        const std::lock_guard lock(m_sendMutex);
+        if (!error)
+            m_socket.open(endpoint.protocol(), error);
+        if (!error)
+            m_socket.bind(endpoint, error);
+        if (!error)
+            m_socket.non_blocking(true, error);
+        asio::error_code ignored;
+        m_socket.set_option(asio::socket_base::receive_buffer_size(kSystemBufferBytes), ignored);
+    }
+    const std::string text = AddressText(address, port);
     if (error) {
         CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Failed, m_channel, {}, text + ": " + error.message()});
         return false;
@@ -41,29 +56,91 @@ bool CUdpSocket::Start(const std::string& address, std::uint16_t port)
 
 void CUdpSocket::Receive()
 {
-    m_socket.async_receive_from(
-        asio::buffer(m_buffer), m_remote, [this](const asio::error_code& error, std::size_t count) {
-            if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor)
-                return;
-            // Other errors are about an earlier datagram that found nobody.
-            if (!error) {
-                const CIoThreads::CCallOut callOut(m_threads);
-                m_onDatagram(std::string(m_buffer.data(), count), m_remote.address().to_string(), m_remote.port());
-            }
-            Receive();
-        });
+    m_socket.async_receive_from(asio::buffer(m_buffer), m_remote,
+                                [this](const asio::error_code& error, std::size_t count) {
+                                    if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor)
+                                        return;
+                                    // Other errors are about an earlier datagram that found nobody.
+                                    if (error) {
+                                        Receive();
+                                        return;
+                                    }
+                                    const Endpoint peer = m_remote;
+                                    std::string datagram(m_buffer.data(), count);
+                                    const bool taken = TakeOrQueue(peer, datagram);
+                                    // Before this one is dealt with: should that take long, another thread goes on
+                                    // here.
+                                    Receive();
+                                    if (taken)
+                                        Handle(peer, std::move(datagram));
+                                });
+}
+
+/// True when the datagram is to be handled now. Otherwise its turn comes after the peer's earlier ones.
+bool CUdpSocket::TakeOrQueue(const Endpoint& peer, std::string& datagram)
+{
+    {
+        const std::lock_guard lock(m_busyMutex);
+        const auto [found, isNew] = m_busy.try_emplace(peer);
+        if (isNew)
+            return true;
+        SBusyPeer& busy = found->second;
+        if (busy.waitingBytes + CostOf(datagram) <= kMaxWaitingBytes) {
+            busy.waitingBytes += CostOf(datagram);
+            busy.waiting.push_back(std::move(datagram));
+            return false;
+        }
+        if (std::exchange(busy.drops, true))
+            return false;
+    }
+    Note(AddressText(peer.address().to_string(), peer.port()), "sends faster than it is answered; datagrams are lost");
+    return false;
+}
+
+void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
+{
+    {
+        const CIoThreads::CCallOut callOut(m_threads);
+        m_onDatagram(std::move(datagram), peer.address().to_string(), peer.port());
+    }
+    const std::lock_guard lock(m_busyMutex);
+    const auto found = m_busy.find(peer);
+    if (found->second.waiting.empty())
+        m_busy.erase(found);
+    else
+        asio::post(m_threads.Context(), [this, peer] { HandleNext(peer); });
+}
+
+void CUdpSocket::HandleNext(const Endpoint& peer)
+{
+    std::string datagram;
+    {
+        const std::lock_guard lock(m_busyMutex);
+        SBusyPeer& busy = m_busy.find(peer)->second;
+        datagram = std::move(busy.waiting.front());
+        busy.waiting.pop_front();
+        busy.waitingBytes -= CostOf(datagram);
+    }
+    Handle(peer, std::move(datagram));
 }
 
 void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::uint16_t port)
 {
     asio::error_code error;
-    const asio::ip::udp::endpoint remote(asio::ip::make_address(ip, error), port);
-    if (!error) {
+    const Endpoint remote(asio::ip::make_address(ip, error), port);
+    if (error || port == 0) {
+        Note(AddressText(ip, port), "datagram not sent: there is no such address");
+        return;
+    }
+    {
         const std::lock_guard lock(m_sendMutex);
         m_socket.send_to(asio::buffer(datagram), remote, 0, error);
     }
-    if (error) {
-        CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, m_channel, ip + ':' + std::to_string(port),
-                                            "datagram not sent: " + error.message()});
-    }
+    if (error)
+        Note(AddressText(ip, port), "datagram not sent: " + error.message());
+}
+
+void CUdpSocket::Note(const std::string& peer, const std::string& text) const
+{
+    CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, m_channel, peer, text});
 }

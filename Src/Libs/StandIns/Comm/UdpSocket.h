@@ -6,11 +6,14 @@
 #include <asio/ip/udp.hpp>
 
 #include <functional>
-#include <memory>
+#include <list>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
-/// A bound UDP socket. Its callbacks run one after the other, on the threads.
+/// A bound UDP socket. Its callbacks run on the threads, those of one peer one after the other in the order in which
+/// the datagrams came: a peer whose datagram takes long to deal with holds up no other peer.
 class CUdpSocket {
 public:
     using DatagramCallback = std::function<void(std::string datagram, const std::string& ip, std::uint16_t port)>;
@@ -23,13 +26,28 @@ public:
     void Send(const std::string& datagram, const std::string& ip, std::uint16_t port);
 
 private:
+    using Endpoint = asio::ip::udp::endpoint;
+
+    /// What came from a peer while an earlier datagram of its is dealt with.
+    struct SBusyPeer {
+        std::list<std::string> waiting;
+        std::size_t waitingBytes = 0;
+        bool drops = false;
+    };
+
     void Receive();
+    bool TakeOrQueue(const Endpoint& peer, std::string& datagram);
+    void Handle(const Endpoint& peer, std::string datagram);
+    void HandleNext(const Endpoint& peer);
+    void Note(const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;
     const std::string m_channel;
     const DatagramCallback m_onDatagram;
     asio::ip::udp::socket m_socket;
     std::mutex m_sendMutex;
-    std::vector<char> m_buffer;
-    asio::ip::udp::endpoint m_remote;
+    std::vector<char> m_buffer; ///< with the peer used by one receive operation at a time
+    Endpoint m_remote;
+    std::mutex m_busyMutex;
+    std::map<Endpoint, SBusyPeer> m_busy; ///< at most one a thread
 };

@@ -1,0 +1,79 @@
+#include "CentralControl/TextCommand.h"
+
+#include "ExternalController/Common/Vocabulary.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace {
+
+const QLatin1String kKeyword("cmd");
+const QLatin1String kCode("cmdType");
+const QLatin1String kErrorText("errorMsg");
+
+/// What is longer is no keyword; an unknown one is repeated in the answer, which has to fit a datagram.
+constexpr int kMaxKeywordCharacters = 255;
+
+bool IsWordCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+}
+
+/// Undefined when the text is neither one JSON value nor one word.
+QJsonValue ReadBareKeyword(const QByteArray& text)
+{
+    // Qt reads no JSON text that is neither an object nor a list.
+    const QJsonArray wrapped = QJsonDocument::fromJson('[' + text + ']').array();
+    if (wrapped.size() == 1)
+        return wrapped[0];
+    const QByteArray word = text.trimmed();
+    const bool isWord = !word.isEmpty() && std::all_of(word.begin(), word.end(), IsWordCharacter);
+    return isWord ? QString::fromLatin1(word) : QJsonValue(QJsonValue::Undefined);
+}
+
+QJsonObject ReadMessage(const std::string& datagram)
+{
+    const auto text = QByteArray::fromRawData(datagram.data(), static_cast<int>(datagram.size()));
+    QJsonObject message = QJsonDocument::fromJson(text).object();
+    if (message.isEmpty())
+        message.insert(kKeyword, ReadBareKeyword(text));
+    return message;
+}
+
+STextCommand Refuse(const QJsonObject& message, QJsonObject refusal, ResultText::Index result)
+{
+    // An error is not answered by an error: two hosts, or one and a forged sender, would go on with that for ever.
+    if (message.contains(kErrorText))
+        return {};
+    refusal.insert(QLatin1String("result"), int{result});
+    refusal.insert(kErrorText, QString::fromStdString(ResultTextMap.at(result)));
+    return {{}, refusal};
+}
+
+} // namespace
+
+STextCommand TextCommand::Read(const std::string& datagram)
+{
+    QJsonObject message = ReadMessage(datagram);
+    const QJsonValue value = message.value(kKeyword);
+    const QString keyword = value.toString();
+    if (!value.isString() || keyword.size() > kMaxKeywordCharacters)
+        return Refuse(message, {}, ResultText::Format);
+    const auto command = CenterControlCmdMap.find(keyword);
+    if (command == CenterControlCmdMap.end())
+        return Refuse(message, {{kKeyword, keyword}}, ResultText::UnknownCommand);
+    message.insert(kCode, command->second);
+    return {std::move(message), {}};
+}
+
+std::string TextCommand::Describe(const STextCommand& command)
+{
+    if (command.message.isEmpty())
+        return "no command, ";
+    return QStringLiteral("%1 (0x%2), ")
+        .arg(command.message.value(kKeyword).toString())
+        .arg(command.message.value(kCode).toInt(), 3, 16, QLatin1Char('0'))
+        .toStdString();
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <mutex>
+#include <utility>
+
+/// What the host tells a channel before the module makes it. Any thread.
+template <class Config>
+class CConfigBox {
+public:
+    void Set(Config config)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_config = std::move(config);
+    }
+
+    Config Get() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_config;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    Config m_config;
+};

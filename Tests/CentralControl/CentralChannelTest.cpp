@@ -1,0 +1,313 @@
+#include "Interfaces/CentralControl.h"
+
+#include "CentralControl/CentralControlConfig.h"
+#include "Comm/ChannelEvents.h"
+#include "Support/Waiting.h"
+
+#include <QJsonDocument>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
+#include <gmock/gmock.h>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr char kAddress[] = "127.0.0.51";
+constexpr char kSlow[] = "getPos"; ///< a keyword that the module under test takes its time for
+
+const QJsonObject kFormatError = {{"result", 6}, {"errorMsg", "FORMAT ERROR"}};
+
+QJsonObject UnknownCommand(const QString& keyword)
+{
+    return {{"cmd", keyword}, {"result", 7}, {"errorMsg", "COMMAND ERROR"}};
+}
+
+/// A central-control system. It hears only what comes from the server's own port.
+class CController {
+public:
+    CController() : m_socket(m_context, asio::ip::udp::v4())
+    {
+        m_socket.connect({asio::ip::make_address(kAddress), CentralControl::kPort});
+    }
+
+    void Send(const std::string& datagram) { m_socket.send(asio::buffer(datagram)); }
+
+    std::optional<QJsonObject> Receive(std::chrono::milliseconds patience = kPatience)
+    {
+        std::optional<QJsonObject> received;
+        m_socket.async_receive(asio::buffer(m_buffer), [&](const asio::error_code& error, std::size_t bytes) {
+            if (!error)
+                received = QJsonDocument::fromJson(QByteArray(m_buffer.data(), static_cast<int>(bytes))).object();
+        });
+        m_context.restart();
+        m_context.run_for(patience);
+        m_socket.cancel();
+        m_context.run();
+        return received;
+    }
+
+    std::optional<QJsonObject> Ask(const std::string& datagram, std::chrono::milliseconds patience = kPatience)
+    {
+        Send(datagram);
+        return Receive(patience);
+    }
+
+    /// What the server adds to a message.
+    QJsonObject Stamped(QJsonObject message, int code) const
+    {
+        message["cmdType"] = code;
+        message["remoteIp"] = QString::fromStdString(m_socket.local_endpoint().address().to_string());
+        message["remotePort"] = m_socket.local_endpoint().port();
+        return message;
+    }
+
+private:
+    asio::io_context m_context;
+    asio::ip::udp::socket m_socket;
+    std::array<char, 65536> m_buffer{};
+};
+
+/// A server whose module answers every message with what it was handed.
+class CentralChannelTest : public testing::Test {
+protected:
+    CentralChannelTest()
+    {
+        CChannelEvents::GetInstance().SetSink(
+            [this](const SChannelEvent& event) {
+                const std::lock_guard lock(m_mutex);
+                m_events.push_back(event.peer + ' ' + event.text);
+            },
+            false);
+        CentralControl::SetConfig({kAddress});
+        m_server = std::make_unique<CCentralControllerManager>();
+        m_server->SetCallBackFunc([this, server = m_server.get()](QJsonObject& message) { Answer(*server, message); });
+        m_server->InitServer();
+    }
+
+    ~CentralChannelTest() override
+    {
+        Release();
+        m_server.reset();
+        CChannelEvents::GetInstance().SetSink({}, false);
+    }
+
+    void Answer(CCentralControllerManager& server, const QJsonObject& message)
+    {
+        ++m_messages;
+        if (message["cmd"] == kSlow) {
+            ++m_slow;
+            m_released.wait();
+        }
+        server.SendData(QJsonDocument(message).toJson().toStdString(), message["remoteIp"].toString().toStdString(),
+                        static_cast<unsigned short>(message["remotePort"].toInt()));
+    }
+
+    void Release()
+    {
+        std::call_once(m_releasing, [this] { m_release.set_value(); });
+    }
+
+    std::vector<std::string> Events()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_events;
+    }
+
+    std::promise<void> m_release;
+    std::once_flag m_releasing;
+    std::shared_future<void> m_released = m_release.get_future().share();
+    std::atomic<int> m_messages{0};
+    std::atomic<int> m_slow{0};
+    std::mutex m_mutex;
+    std::vector<std::string> m_events;
+    std::unique_ptr<CCentralControllerManager> m_server;
+};
+
+} // namespace
+
+TEST_F(CentralChannelTest, AKeywordIsUnderstoodInEveryFormAndStampedWithCodeAndSender)
+{
+    CController controller;
+
+    for (const char* datagram : {R"({"cmd": "getHDR"})", R"("getHDR")", "getHDR", " getHDR\r\n"})
+        EXPECT_EQ(controller.Ask(datagram), controller.Stamped({{"cmd", "getHDR"}}, 0x196)) << datagram;
+    EXPECT_EQ(controller.Ask(R"({"cmd": "stopWnd", "row": 1, "text": "Bühne"})"),
+              controller.Stamped({{"cmd", "stopWnd"}, {"row", 1}, {"text", "Bühne"}}, 0));
+}
+
+TEST_F(CentralChannelTest, WhatAPeerSaysOfItsCodeAndItsAddressIsNotBelieved)
+{
+    CController controller;
+
+    const auto answer =
+        controller.Ask(R"({"cmd": "getHDR", "cmdType": 17, "remoteIp": "10.0.0.9", "remotePort": "9"})");
+
+    EXPECT_EQ(answer, controller.Stamped({{"cmd", "getHDR"}}, 0x196));
+}
+
+TEST_F(CentralChannelTest, WhatIsNoCommandIsRefusedAndNeverHandedOn)
+{
+    CController controller;
+    std::string deep;
+    for (int i = 0; i < 20000; ++i)
+        deep += "[";
+    const std::string malformed[] = {
+        "",
+        std::string(1, '\0'),
+        "{}",
+        "[]",
+        R"(["getHDR"])",
+        "7",
+        "null",
+        "true",
+        "1],[2",
+        "getHDR getHDR",
+        "getHDR\xc3",
+        "{\"cmd\": \"get\xc3HDR\"}",
+        "\xff\xfe{}",
+        R"({"cmd": )",
+        deep,
+        R"({"cmd": 7})",
+        R"({"cmdType": 17})",
+        std::string(65507, 'x'),
+        std::string(65507, '\0'),
+    };
+
+    for (const std::string& datagram : malformed)
+        EXPECT_EQ(controller.Ask(datagram), kFormatError) << datagram.substr(0, 40);
+    for (const char* keyword : {"gethdr", "switch-it-off", "17"})
+        EXPECT_EQ(controller.Ask('"' + std::string(keyword) + '"'), UnknownCommand(keyword));
+    EXPECT_EQ(controller.Ask(R"({"cmd": "Bühne", "cmdType": 17})"), UnknownCommand("Bühne"));
+    EXPECT_EQ(m_messages, 0);
+}
+
+TEST_F(CentralChannelTest, TheLargestDatagramIsHandedOnWhole)
+{
+    CController controller;
+    std::string datagram = R"({"cmd": "getHDR", "text": ""})";
+    datagram.insert(datagram.size() - 2, 65507 - datagram.size(), 't');
+
+    controller.Send(datagram);
+
+    // What comes back has grown beyond what a datagram carries.
+    EXPECT_TRUE(WaitUntil([&] { return m_messages == 1 && Events().size() == 2; }));
+    EXPECT_THAT(Events().back(), HasSubstr("datagram not sent"));
+}
+
+TEST_F(CentralChannelTest, AnErrorIsNotAnsweredByAnError)
+{
+    CController controller;
+    for (const QJsonObject& error : {kFormatError, UnknownCommand("x")})
+        controller.Send(QJsonDocument(error).toJson().toStdString());
+
+    EXPECT_EQ(controller.Ask("getHDR"), controller.Stamped({{"cmd", "getHDR"}}, 0x196));
+}
+
+TEST_F(CentralChannelTest, ASlowQueryDelaysNobodyButItsPeerWhoseAnswersKeepTheirOrder)
+{
+    std::vector<std::unique_ptr<CController>> slow;
+    for (int i = 0; i < 5; ++i) {
+        slow.push_back(std::make_unique<CController>());
+        slow.back()->Send(kSlow);
+        for (int row = 0; row < 50; ++row)
+            slow.back()->Send(R"({"cmd": "getHDR", "row": )" + std::to_string(row) + '}');
+    }
+    CController quick;
+
+    EXPECT_EQ(quick.Ask("getHDR"), quick.Stamped({{"cmd", "getHDR"}}, 0x196));
+    EXPECT_TRUE(WaitUntil([&] { return m_slow == 5; }));
+    EXPECT_EQ(slow.front()->Receive(50ms), std::nullopt);
+    Release();
+
+    for (const auto& controller : slow) {
+        EXPECT_EQ(controller->Receive(), controller->Stamped({{"cmd", kSlow}}, 0));
+        for (int row = 0; row < 50; ++row)
+            ASSERT_EQ(controller->Receive(), controller->Stamped({{"cmd", "getHDR"}, {"row", row}}, 0x196));
+    }
+}
+
+TEST_F(CentralChannelTest, AFloodIsCutOffAtALimitAndOthersAreAnswered)
+{
+    CController flooder;
+    CController other;
+    flooder.Send(kSlow);
+    const std::string datagram = R"({"cmd": "getHDR", "text": ")" + std::string(1000, 't') + "\"}";
+
+    for (int i = 0; i <= 100'000; ++i) {
+        // Once the last of these is answered, whatever came before has been kept or dropped.
+        if (i % 10'000 == 0) {
+            ASSERT_TRUE(WaitUntil([&] { return other.Ask("getHDR", 500ms).has_value(); })) << i;
+        }
+        if (i < 100'000)
+            flooder.Send(datagram);
+    }
+    const int before = m_messages;
+    EXPECT_THAT(Events(), testing::Contains(HasSubstr("datagrams are lost")).Times(1));
+    Release();
+
+    EXPECT_EQ(flooder.Receive(), flooder.Stamped({{"cmd", kSlow}}, 0));
+    // A mebibyte of them was kept.
+    EXPECT_TRUE(WaitUntil([&] { return m_messages > before + 900; }));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_LT(m_messages, before + 1100);
+}
+
+TEST_F(CentralChannelTest, ManyInFlightAreAllAnsweredInOrder)
+{
+    CController controller;
+
+    for (int round = 0; round < 100; ++round) {
+        for (int row = 0; row < 64; ++row)
+            controller.Send(R"({"cmd": "getHDR", "row": )" + std::to_string(row) + '}');
+        for (int row = 0; row < 64; ++row)
+            ASSERT_EQ(controller.Receive(), controller.Stamped({{"cmd", "getHDR"}, {"row", row}}, 0x196)) << round;
+    }
+}
+
+TEST_F(CentralChannelTest, AnAddressThatIsNoneIsPassedOverWithALine)
+{
+    m_server->SendData("{}", "no address", 4000);
+    m_server->SendData("{}", "", 4000);
+    m_server->SendData("{}", kAddress, 0);
+
+    EXPECT_THAT(Events(),
+                ElementsAre(HasSubstr("127.0.0.51:25509"), HasSubstr("no address:4000 datagram not sent"),
+                            HasSubstr(":4000 datagram not sent"), HasSubstr("127.0.0.51:0 datagram not sent")));
+}
+
+TEST_F(CentralChannelTest, ItsEndComesInTheMiddleOfAFlood)
+{
+    std::atomic<bool> done{false};
+    std::thread flood([&] {
+        CController controller;
+        while (!done) {
+            try {
+                controller.Send("getHDR");
+            } catch (const asio::system_error&) {
+                // Told back once nobody listens any more.
+            }
+        }
+    });
+    ASSERT_TRUE(WaitUntil([&] { return m_messages > 100; }));
+
+    m_server.reset();
+    const int messages = m_messages;
+
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(m_messages, messages);
+    done = true;
+    flood.join();
+}
