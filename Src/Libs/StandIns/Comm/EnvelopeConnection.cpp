@@ -159,17 +159,20 @@ void CEnvelopeConnection::End()
     m_onEnd(shared_from_this(), reason);
 }
 
-void CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> package)
+bool CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> package)
 {
     const std::lock_guard lock(m_mutex);
-    if (!IsOpenLocked() || package->data.empty())
-        return;
+    if (!IsOpenLocked() || m_sendingEnded)
+        return false;
+    if (package->data.empty())
+        return true;
     m_queuedBytes += package->data.size();
     m_queue.push_back(std::move(package));
     if (!m_takingBytes || m_queuedBytes >= kBatchBytes)
         FlushLocked();
     if (m_queuedBytes > m_limits.maxQueuedBytes)
         CloseLocked("the peer doesn't read its replies");
+    return true;
 }
 
 void CEnvelopeConnection::FlushLocked()
@@ -190,7 +193,7 @@ void CEnvelopeConnection::FlushLocked()
             return;
         }
         if (error) {
-            CloseLocked(error.message());
+            EndSendingLocked(error.message());
             return;
         }
         m_queuedBytes -= sent;
@@ -221,6 +224,18 @@ void CEnvelopeConnection::WaitForRoomLocked()
     });
 }
 
+/// A peer may send and be gone before it is answered: what it sent still counts. Reading goes on to its end, which the
+/// shutdown brings about.
+void CEnvelopeConnection::EndSendingLocked(const std::string& reason)
+{
+    m_sendingEnded = true;
+    m_closeReason = reason;
+    m_queue.clear();
+    m_queuedBytes = 0;
+    asio::error_code ignored;
+    m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
+}
+
 void CEnvelopeConnection::Close(const std::string& reason)
 {
     const std::lock_guard lock(m_mutex);
@@ -232,7 +247,8 @@ void CEnvelopeConnection::CloseLocked(const std::string& reason)
 {
     if (!IsOpenLocked())
         return;
-    m_closeReason = reason;
+    if (m_closeReason.empty())
+        m_closeReason = reason;
     asio::error_code ignored;
     m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
     m_socket.close(ignored);

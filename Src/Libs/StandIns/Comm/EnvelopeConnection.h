@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Comm/ChannelEvents.h"
 #include "Comm/FrameReader.h"
 #include "Comm/IoThreads.h"
 #include "Interfaces/ZXComm.h"
@@ -40,11 +41,12 @@ public:
 
     const std::string& RemoteIp() const { return m_remoteIp; }
     std::uint16_t RemotePort() const { return m_remotePort; }
-    std::string RemoteText() const { return m_remoteIp + ':' + std::to_string(m_remotePort); }
+    std::string RemoteText() const { return AddressText(m_remoteIp, m_remotePort); }
 
     /// Begins to read.
     void Start();
-    void Send(std::shared_ptr<const Comm::RequestPackage> package);
+    /// False when nothing can be sent any more.
+    bool Send(std::shared_ptr<const Comm::RequestPackage> package);
     void Close(const std::string& reason);
     /// Closes the connection if something has been unfinished for longer than the limits allow.
     void CheckDeadline(std::chrono::steady_clock::time_point now);
@@ -61,6 +63,7 @@ private:
 
     void FlushLocked();
     void WaitForRoomLocked();
+    void EndSendingLocked(const std::string& reason);
     void CloseLocked(const std::string& reason);
     bool IsOpenLocked() const { return m_socket.is_open(); }
 
@@ -83,6 +86,7 @@ private:
     bool m_takingBytes = false;  ///< frames are being handled: what they send is flushed once at the end
     bool m_waitsForRoom = false; ///< the kernel's buffer is full
     bool m_peerEnded = false;    ///< nothing more comes in; replies may still go out
+    bool m_sendingEnded = false; ///< nothing more goes out; what has arrived is still read
     bool m_insideFrame = false;
     bool m_ended = false;
     Clock::time_point m_unfinishedSince;
