@@ -44,6 +44,17 @@ void CTcpPeer::Connect(const std::string& address, std::uint16_t port)
     m_socket.set_option(asio::ip::tcp::no_delay(true));
 }
 
+bool CTcpPeer::Accept(asio::ip::tcp::acceptor& acceptor)
+{
+    acceptor.non_blocking(true);
+    m_socket.close();
+    asio::error_code error;
+    return WaitUntil([&] {
+        acceptor.accept(m_socket, error);
+        return !error;
+    });
+}
+
 void CTcpPeer::Send(const std::string& bytes)
 {
     asio::error_code ignored; // the other side may close at any byte

@@ -27,6 +27,8 @@ public:
     CTcpPeer();
     CTcpPeer(const std::string& address, std::uint16_t port);
     void Connect(const std::string& address, std::uint16_t port);
+    /// False when nobody connects.
+    bool Accept(asio::ip::tcp::acceptor& acceptor);
 
     void Send(const std::string& bytes);
     void Send(std::uint32_t code, const std::string& body = {}) { Send(EnvelopeBytes(code, body)); }

@@ -4,12 +4,10 @@
 #include "AppServer/AppServerConfig.h"
 #include "AppServer/FtpUploadServer.h"
 #include "Comm/ChannelEvents.h"
+#include "Comm/EnvelopeTraffic.h"
 #include "Comm/IoThreads.h"
 #include "Comm/TcpServer.h"
 #include "Comm/UdpSocket.h"
-#include "ExternalController/Common/CommandNames.h"
-
-#include <QString>
 
 #include <array>
 #include <utility>
@@ -23,22 +21,10 @@ constexpr std::array kChannelPorts = {AppServer::kControlPort, AppServer::kBulkP
 thread_local const CEnvelopeConnection::Ptr* t_asking = nullptr;
 thread_local int t_askingChannel = 0;
 
-std::string TextOf(std::string_view envelope)
-{
-    const std::uint32_t code = Envelope::ReadNumber(envelope.data() + Envelope::kMarkBytes);
-    const char* name = Command::NameOf(code & ~Command::kReplyBit);
-    QString text = name ? QString::fromLatin1(name) : QStringLiteral("unknown request");
-    text += QStringLiteral(" (0x%1), %2 bytes").arg(code, 3, 16, QLatin1Char('0')).arg(envelope.size());
-    return text.toStdString();
-}
-
 void TellTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
                  std::string_view envelope)
 {
-    CChannelEvents& events = CChannelEvents::GetInstance();
-    if (events.WantsTraffic())
-        events.Tell(
-            {kind, kChannelNames[static_cast<std::size_t>(channel)], connection.RemoteText(), TextOf(envelope)});
+    EnvelopeTraffic::Tell(kind, kChannelNames[static_cast<std::size_t>(channel)], connection, envelope);
 }
 
 struct SCallbacks {

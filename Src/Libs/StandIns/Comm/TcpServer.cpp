@@ -8,13 +8,6 @@ namespace {
 
 /// Out of descriptors: wait for some to be freed rather than ask again at once.
 constexpr std::chrono::milliseconds kAcceptPause(100);
-/// How often deadlines are looked at, as a part of the deadline.
-constexpr int kLooksPerDeadline = 10;
-
-std::string TextOf(const std::string& address, std::uint16_t port)
-{
-    return address + ':' + std::to_string(port);
-}
 
 } // namespace
 
@@ -24,8 +17,8 @@ CTcpServer::CTcpServer(CIoThreads& threads, SOptions options, SCallbacks callbac
     , m_callbacks(std::move(callbacks))
     , m_acceptor(threads.Context())
     , m_acceptTimer(threads.Context())
-    , m_deadlineTimer(threads.Context())
     , m_notices(threads.Context().get_executor())
+    , m_deadlines(threads, m_options.limits.deadline, [this] { return Connections(); })
 {}
 
 bool CTcpServer::Start()
@@ -44,14 +37,14 @@ bool CTcpServer::Start()
         m_acceptor.bind(endpoint, error);
     if (!error)
         m_acceptor.listen(asio::socket_base::max_listen_connections, error);
-    const std::string text = TextOf(m_options.address, m_options.port);
+    const std::string text = AddressText(m_options.address, m_options.port);
     if (error) {
         Tell(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
         return false;
     }
     Tell(SChannelEvent::Kind::Listening, {}, text);
     Accept();
-    CheckDeadlinesLater();
+    m_deadlines.Start();
     return true;
 }
 
@@ -111,19 +104,6 @@ void CTcpServer::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
         Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
         const CIoThreads::CCallOut callOut(m_threads);
         m_callbacks.ended(connection);
-    });
-}
-
-void CTcpServer::CheckDeadlinesLater()
-{
-    m_deadlineTimer.expires_after(m_options.limits.deadline / kLooksPerDeadline);
-    m_deadlineTimer.async_wait([this](const asio::error_code& error) {
-        if (error)
-            return;
-        const auto now = std::chrono::steady_clock::now();
-        for (const CEnvelopeConnection::Ptr& connection : Connections())
-            connection->CheckDeadline(now);
-        CheckDeadlinesLater();
     });
 }
 

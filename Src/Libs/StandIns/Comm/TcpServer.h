@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Comm/ChannelEvents.h"
+#include "Comm/DeadlineWatch.h"
 #include "Comm/EnvelopeConnection.h"
 
 #include <asio/ip/tcp.hpp>
@@ -42,7 +43,6 @@ private:
     void AcceptLater();
     void Open(asio::ip::tcp::socket socket);
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
-    void CheckDeadlinesLater();
     void Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;
@@ -50,8 +50,8 @@ private:
     const SCallbacks m_callbacks;
     asio::ip::tcp::acceptor m_acceptor;
     asio::steady_timer m_acceptTimer;
-    asio::steady_timer m_deadlineTimer;
     asio::strand<asio::io_context::executor_type> m_notices;
     mutable std::mutex m_mutex;
     std::map<std::pair<std::string, std::uint16_t>, CEnvelopeConnection::Ptr> m_connections;
+    CDeadlineWatch m_deadlines;
 };

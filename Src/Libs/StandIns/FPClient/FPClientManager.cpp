@@ -1,22 +1,92 @@
 #include "Interfaces/FPClient.h"
 
+#include "Comm/EnvelopeTraffic.h"
+#include "Comm/IoThreads.h"
+#include "Comm/TcpClient.h"
+#include "FPClient/FPClientConfig.h"
+
+#include <mutex>
 #include <utility>
 
-/// Without a connection yet: it keeps the callback and has no controller to send to.
+namespace {
+
+constexpr char kChannelName[] = "FP";
+
+} // namespace
+
 class CFPClientManager::Impl {
 public:
+    Impl() : m_client(m_threads, OptionsOf(FPClient::GetConfig()), CallbacksOf()) {}
+
+    ~Impl() { m_threads.Stop(); }
+
+    void Start()
+    {
+        std::call_once(m_started, [this] {
+            m_client.Start();
+            m_threads.Start();
+        });
+    }
+
+    void Send(const std::shared_ptr<Comm::RequestPackage>& package)
+    {
+        const CEnvelopeConnection::Ptr connection = m_client.Connection();
+        if (connection && connection->Send(package))
+            EnvelopeTraffic::Tell(SChannelEvent::Kind::Sent, kChannelName, *connection, package->data);
+        else
+            CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note,
+                                                kChannelName,
+                                                {},
+                                                "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
+    }
+
     PackageCallback callback;
+
+private:
+    static CTcpClient::SOptions OptionsOf(const SFPClientConfig& config)
+    {
+        return {kChannelName, config.host, config.port, config.patience, {}};
+    }
+
+    CTcpClient::SCallbacks CallbacksOf()
+    {
+        return {
+            [this](const CEnvelopeConnection::Ptr& connection, std::string frame) {
+                EnvelopeTraffic::Tell(SChannelEvent::Kind::Received, kChannelName, *connection, frame);
+                Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
+            },
+            [this](const CEnvelopeConnection::Ptr& connection) {
+                Deliver({{}, 1, connection->RemoteIp(), connection->RemotePort(), 0});
+            },
+        };
+    }
+
+    void Deliver(Comm::ResponsePackage package) const
+    {
+        if (callback)
+            callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
+    }
+
+    CIoThreads m_threads; ///< outlives what runs on it
+    CTcpClient m_client;
+    std::once_flag m_started;
 };
 
 CFPClientManager::CFPClientManager() : m_impl(std::make_unique<Impl>()) {}
 
 CFPClientManager::~CFPClientManager() = default;
 
-void CFPClientManager::SendPackage(std::shared_ptr<Comm::RequestPackage>) {}
+void CFPClientManager::SendPackage(std::shared_ptr<Comm::RequestPackage> package)
+{
+    m_impl->Send(package);
+}
 
 void CFPClientManager::SetCallBackFunc(PackageCallback callback)
 {
     m_impl->callback = std::move(callback);
 }
 
-void CFPClientManager::InitServer() {}
+void CFPClientManager::InitServer()
+{
+    m_impl->Start();
+}

@@ -1,0 +1,138 @@
+#include "Comm/TcpClient.h"
+
+#include <asio/bind_executor.hpp>
+#include <asio/connect.hpp>
+#include <asio/post.hpp>
+
+#include <utility>
+
+CTcpClient::CTcpClient(CIoThreads& threads, SOptions options, SCallbacks callbacks)
+    : m_threads(threads)
+    , m_options(std::move(options))
+    , m_callbacks(std::move(callbacks))
+    , m_strand(threads.Context().get_executor())
+    , m_resolver(threads.Context())
+    , m_socket(threads.Context())
+    , m_timer(threads.Context())
+    , m_pauses(m_options.patience.firstPause, m_options.patience.longestPause)
+    , m_deadlines(threads, m_options.limits.deadline, [this]() -> std::vector<CEnvelopeConnection::Ptr> {
+        const CEnvelopeConnection::Ptr connection = Connection();
+        return connection ? std::vector{connection} : std::vector<CEnvelopeConnection::Ptr>();
+    })
+{}
+
+void CTcpClient::Start()
+{
+    m_deadlines.Start();
+    asio::post(m_strand, [this] { Resolve(); });
+}
+
+CEnvelopeConnection::Ptr CTcpClient::Connection() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_connection;
+}
+
+void CTcpClient::Resolve()
+{
+    asio::error_code error;
+    const auto address = asio::ip::make_address(m_options.host, error);
+    if (!error) {
+        Connect({Tcp::endpoint(address, m_options.port)});
+        return;
+    }
+    m_resolver.async_resolve(m_options.host, std::to_string(m_options.port),
+                             asio::bind_executor(m_strand, [this](const asio::error_code& failure,
+                                                                  const Tcp::resolver::results_type& found) {
+                                 if (failure)
+                                     Failed(failure);
+                                 else
+                                     Connect({found.begin(), found.end()});
+                             }));
+}
+
+void CTcpClient::Connect(const std::vector<Tcp::endpoint>& endpoints)
+{
+    m_connecting = true;
+    asio::async_connect(m_socket, endpoints,
+                        asio::bind_executor(m_strand, [this](const asio::error_code& error, const Tcp::endpoint&) {
+                            m_connecting = false;
+                            // Nobody but the timer ends the attempt.
+                            Connected(error == asio::error::operation_aborted ? asio::error::timed_out : error);
+                        }));
+    m_timer.expires_after(m_options.patience.connect);
+    m_timer.async_wait(asio::bind_executor(m_strand, [this](const asio::error_code& error) {
+        asio::error_code ignored;
+        if (!error && m_connecting)
+            m_socket.close(ignored);
+    }));
+}
+
+void CTcpClient::Connected(const asio::error_code& error)
+{
+    m_timer.cancel();
+    if (error) {
+        Failed(error);
+        return;
+    }
+    asio::error_code local, remote;
+    const bool isOwnEnd = m_socket.local_endpoint(local) == m_socket.remote_endpoint(remote);
+    // To a port of this machine that nobody serves the system may one day connect a socket with itself.
+    if (isOwnEnd && !local && !remote)
+        Failed(asio::error::connection_refused);
+    else
+        Open();
+}
+
+void CTcpClient::Open()
+{
+    m_pauses.Reset();
+    m_lastFailure.clear();
+    auto connection = std::make_shared<CEnvelopeConnection>(
+        m_threads, std::exchange(m_socket, Tcp::socket(m_threads.Context())), m_options.limits, m_callbacks.frame,
+        [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
+    {
+        const std::lock_guard lock(m_mutex);
+        m_connection = connection;
+    }
+    Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+    connection->Start();
+}
+
+void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_connection.reset();
+    }
+    Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+    {
+        const CIoThreads::CCallOut callOut(m_threads);
+        m_callbacks.ended(connection);
+    }
+    asio::post(m_strand, [this] { TryLater(); });
+}
+
+void CTcpClient::Failed(const asio::error_code& error)
+{
+    if (std::exchange(m_lastFailure, error.message()) != error.message())
+        Tell(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
+             "can't connect, and tries on: " + error.message());
+    TryLater();
+}
+
+void CTcpClient::TryLater()
+{
+    asio::error_code ignored;
+    m_socket.close(ignored);
+    m_timer.expires_after(m_pauses.Next());
+    m_timer.async_wait(asio::bind_executor(m_strand, [this](const asio::error_code& error) {
+        if (!error)
+            Resolve();
+    }));
+}
+
+void CTcpClient::Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+{
+    CChannelEvents::GetInstance().Tell({kind, m_options.channel, peer, text});
+}
