@@ -193,7 +193,7 @@ TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
 
     EXPECT_THAT(Taken(),
                 ElementsAre("good", "closed", "closed", "good", "closed", "closed", "good", "closed", "closed"));
-    EXPECT_THAT(Events(), Contains(HasSubstr("tries on: Connection refused")));
+    EXPECT_THAT(Events(), Contains(HasSubstr("keeps trying: Connection refused")));
 }
 
 TEST_F(FPChannelTest, AConnectionBringsTheFirstPauseBack)

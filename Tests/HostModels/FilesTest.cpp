@@ -60,6 +60,8 @@ TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
     EXPECT_THAT(Complaint(ReadShow, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
     EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
     EXPECT_EQ(Complaint(Read, "{\"ftp\": []}"), "ftp: must be an object");
+    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a port, from 1 to 65535");
+    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": \"25510\"}}"), "fp.port: must be a whole number");
     EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: there is no such setting");
 }
 

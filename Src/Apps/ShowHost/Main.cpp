@@ -1,8 +1,11 @@
 #include "AppServer/AppServerConfig.h"
+#include "CentralControl/CentralControlConfig.h"
 #include "ExternalController/ExternalController.h"
+#include "FPClient/FPClientConfig.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
 #include "HostModels/Show.h"
+#include "ShowHost/HostAndPort.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
 #include "ShowHost/Shutdown.h"
@@ -16,6 +19,7 @@
 #include <QStandardPaths>
 
 #include <cstdio>
+#include <tuple>
 
 namespace {
 
@@ -35,6 +39,7 @@ struct SOptions {
     QString newUser;
     int access = 0;
     int passwordDescriptor = -1;
+    QString fp;
 };
 
 void PrintError(const std::string& text)
@@ -63,11 +68,12 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption access("access", "The new user's access level.", "LEVEL", "1");
     const QCommandLineOption passwordFd("password-fd", "Reads the new user's password from this descriptor.", "N",
                                         "-1");
+    const QCommandLineOption fp("fp", "Where the FP controller listens; goes over the settings.", "HOST:PORT");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("A host without a screen: loads a show and serves remote controllers.");
     parser.addHelpOption();
-    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd});
+    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd, fp});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     if (parser.isSet("help"))
@@ -80,7 +86,20 @@ SOptions ReadOptions(QCoreApplication& application)
         throw CFileError("--listen: no IP address: " + parser.value(listen).toStdString());
     return {parser.value(show),    parser.value(settings),     parser.value(state),
             parser.value(listen),  parser.isSet(quiet),        parser.isSet(addUser),
-            parser.value(addUser), ReadNumber(parser, access), ReadNumber(parser, passwordFd)};
+            parser.value(addUser), ReadNumber(parser, access), ReadNumber(parser, passwordFd),
+            parser.value(fp)};
+}
+
+SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& settings)
+{
+    SFPClientConfig config;
+    if (!settings.fpAddress.isEmpty())
+        config.host = settings.fpAddress.toStdString();
+    if (settings.fpPort != 0)
+        config.port = static_cast<std::uint16_t>(settings.fpPort);
+    if (!options.fp.isEmpty())
+        std::tie(config.host, config.port) = ReadHostAndPort("--fp", options.fp);
+    return config;
 }
 
 void PrepareHost(const SOptions& options)
@@ -97,6 +116,8 @@ void PrepareHost(const SOptions& options)
         settings->resourceFolder.isEmpty() ? QDir(options.state).filePath("Resources") : settings->resourceFolder;
     AppServer::SetConfig({options.listen.toStdString(), settings->ftpUser.toStdString(),
                           settings->ftpPassword.toStdString(), uploads.toStdString()});
+    CentralControl::SetConfig({options.listen.toStdString()});
+    FPClient::SetConfig(FPClientConfigOf(options, *settings));
 }
 
 int AddUser(const SOptions& options)

@@ -117,7 +117,7 @@ void CTcpClient::Failed(const asio::error_code& error)
 {
     if (std::exchange(m_lastFailure, error.message()) != error.message())
         Tell(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
-             "can't connect, and tries on: " + error.message());
+             "can't connect and keeps trying: " + error.message());
     TryLater();
 }
 

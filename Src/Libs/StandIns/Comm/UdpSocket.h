@@ -49,5 +49,5 @@ private:
     std::vector<char> m_buffer; ///< with the peer used by one receive operation at a time
     Endpoint m_remote;
     std::mutex m_busyMutex;
-    std::map<Endpoint, SBusyPeer> m_busy; ///< at most one a thread
+    std::map<Endpoint, SBusyPeer> m_busy; ///< those with a datagram that is being dealt with or waits for it
 };

@@ -81,6 +81,16 @@ int CJsonObjectReader::Number(const char* key, int otherwise) const
     return value.toInt();
 }
 
+int CJsonObjectReader::Port(const char* key, int otherwise) const
+{
+    if (!m_object.contains(QLatin1String(key)))
+        return otherwise;
+    const int port = Number(key, 0);
+    if (port < 1 || port > 65535)
+        Fail(PlaceOf(key), QStringLiteral("must be a port, from 1 to 65535"));
+    return port;
+}
+
 QString CJsonObjectReader::RequiredText(const char* key) const
 {
     const QString text = Text(key, {});

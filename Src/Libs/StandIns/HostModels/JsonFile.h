@@ -29,6 +29,7 @@ public:
     QString Text(const char* key, const QString& otherwise) const;
     bool Flag(const char* key, bool otherwise) const;
     int Number(const char* key, int otherwise) const;
+    int Port(const char* key, int otherwise) const;
     /// Fails when the key is absent or its text empty.
     QString RequiredText(const char* key) const;
     /// An absent object reads as an empty one, an absent list as an empty one.

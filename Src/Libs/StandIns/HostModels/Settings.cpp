@@ -18,7 +18,7 @@ void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user)
 SSettings ReadSettings(const QString& file, SSettings settings)
 {
     const CJsonObjectReader top(file);
-    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "users"});
+    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "users"});
     settings.hostName = top.Text("hostName", settings.hostName);
     settings.appSupport = top.Flag("appSupport", settings.appSupport);
     settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
@@ -28,6 +28,11 @@ SSettings ReadSettings(const QString& file, SSettings settings)
     ftp.AllowOnly({"user", "password"});
     settings.ftpUser = ftp.Text("user", settings.ftpUser);
     settings.ftpPassword = ftp.Text("password", settings.ftpPassword);
+
+    const CJsonObjectReader fp = top.Object("fp");
+    fp.AllowOnly({"address", "port"});
+    settings.fpAddress = fp.Text("address", settings.fpAddress);
+    settings.fpPort = fp.Port("port", settings.fpPort);
 
     for (const CJsonObjectReader& user : top.Objects("users")) {
         user.AllowOnly({"name", "encryptedPassword", "access"});

@@ -14,6 +14,8 @@ struct SSettings {
     QString resourceFolder; ///< where uploads go; empty: "Resources" in the state folder
     QString ftpUser = QStringLiteral("demo");
     QString ftpPassword = QStringLiteral("demo");
+    QString fpAddress;               ///< of the FP controller, an address or a name; empty: the FP client's own
+    int fpPort = 0;                  ///< 0: the FP client's own
     std::vector<SAPPUserNode> users; ///< in the order in which they were added
 };
 
