@@ -1,40 +1,21 @@
 #include "ShowRemote/App.h"
 
 #include "ExternalController/Common/CommandNames.h"
-#include "ShowRemote/AppClient.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Conversation.h"
+#include "ShowRemote/EnvelopePeer.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Listen.h"
 #include "ShowRemote/Login.h"
 #include "ShowRemote/Terminal.h"
-
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <vector>
 
 namespace {
 
-constexpr char kListen[] = "listen";
-
 using Milliseconds = std::chrono::duration<double, std::milli>;
-
-QByteArray CheckedBody(const QString& text)
-{
-    QByteArray body = text.toUtf8();
-    QJsonParseError error;
-    const QJsonDocument json = QJsonDocument::fromJson(body, &error);
-    if (error.error != QJsonParseError::NoError) {
-        // Qt tells how far it got: the offending character or the one behind it.
-        const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
-        throw CWrongUsage(QStringLiteral("JSON, near character %1: %2").arg(character).arg(error.errorString()));
-    }
-    if (!json.isObject())
-        throw CWrongUsage("JSON, near character 1: a request's body is an object, {...}");
-    return body;
-}
 
 void PrintSummary(std::vector<Milliseconds> durations, int wanted)
 {
@@ -50,14 +31,14 @@ void PrintSummary(std::vector<Milliseconds> durations, int wanted)
 }
 
 /// Ends at the first request that is not answered: a late reply would be taken for the next one's.
-void AskRepeatedly(CAppClient& client, const SRequest& request, int count)
+void AskRepeatedly(CEnvelopePeer& peer, const SRequest& request, int count)
 {
     std::vector<Milliseconds> durations;
     try {
         while (durations.size() < static_cast<std::size_t>(count)) {
-            const auto start = CAppClient::Clock::now();
-            Conversation::Ask(client, request);
-            durations.push_back(CAppClient::Clock::now() - start);
+            const auto start = CEnvelopePeer::Clock::now();
+            Conversation::Ask(peer, request);
+            durations.push_back(CEnvelopePeer::Clock::now() - start);
         }
     } catch (const CFailure&) {
         PrintSummary(std::move(durations), count);
@@ -82,6 +63,7 @@ void AddOptions(CCommandLine& line)
     line.AddOption({"list", "Tells the names of all requests."});
     AddLoginOptions(line);
     AddListenOptions(line);
+    line.AddOption({"no-heartbeat", "Listens without the heartbeats that keep a login alive."});
 }
 
 SRequest ReadRequest(const CCommandLine& line)
@@ -90,8 +72,8 @@ SRequest ReadRequest(const CCommandLine& line)
     SRequest request;
     request.code = AppRequests::CodeOf(positional[0]);
     if (positional.size() > 1)
-        request.body = CheckedBody(positional[1]);
-    request.channel = line.IsSet("bulk") ? AppServer::Bulk : AppServer::Control;
+        request.body = CheckedObject(positional[1]);
+    request.channel = line.IsSet("bulk") ? Channel::Bulk : Channel::Control;
     request.timeout = line.Timeout();
     request.outFile = line.Value("out");
     return request;
@@ -127,24 +109,27 @@ int RunApp(const QStringList& arguments)
     const bool asks = !listens && !(logsIn && request.code == Command::Login);
     if (!asks)
         RefuseRequestOptions(line);
-    if (!listens)
+    if (!listens) {
         RefuseListenOptions(line);
+        line.Refuse({"no-heartbeat"}, kGoesWithListen);
+    }
     if (!logsIn)
         RefuseLoginOptions(line);
     const int count = line.Number("count", 1);
-    const SListening listening = listens ? ReadListening(line) : SListening{};
+    SListening listening = listens ? ReadListening(line) : SListening{};
+    listening.heartbeats = !line.IsSet("no-heartbeat");
     const std::chrono::milliseconds timeout = line.Timeout();
     const SCredentials credentials = logsIn ? ReadCredentials(line) : SCredentials{};
 
-    CAppClient client(line.Host());
-    Conversation::ConnectBoth(client, line.Host(), timeout);
+    CEnvelopePeer peer;
+    Conversation::ConnectBoth(peer, line.Host(), timeout);
     if (logsIn)
-        LogIn(client, credentials, timeout);
+        LogIn(peer, credentials, timeout);
     if (listens)
-        Listen(client, listening);
+        Listen(peer, listening);
     else if (asks && count == 1)
-        Conversation::Ask(client, request);
+        Conversation::Ask(peer, request);
     else if (asks)
-        AskRepeatedly(client, request, count);
+        AskRepeatedly(peer, request, count);
     return kExitDone;
 }

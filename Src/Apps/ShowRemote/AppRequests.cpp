@@ -45,8 +45,10 @@ QString AppRequests::TextOf(unsigned int code)
     return QStringLiteral("%1 (0x%2)").arg(name ? name : "unnamed").arg(code, 3, 16, QLatin1Char('0'));
 }
 
-std::vector<unsigned int> AppRequests::RepliesTo(unsigned int code)
+std::vector<unsigned int> AppRequests::RepliesTo(Channel channel, unsigned int code)
 {
+    if (channel == Channel::FP)
+        return {code};
     std::vector<unsigned int> replies;
     for (const SExpectation& expectation : kExpectations) {
         if (static_cast<unsigned int>(expectation.request) != code)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ShowRemote/EnvelopePeer.h"
+
 #include <QString>
 
 #include <vector>
@@ -12,6 +14,6 @@ unsigned int CodeOf(const QString& request);
 /// "set-host-name (0x004)"; a reply is called by its request's name.
 QString TextOf(unsigned int code);
 /// The codes of the replies that show that a request has been dealt with, in no order.
-std::vector<unsigned int> RepliesTo(unsigned int code);
+std::vector<unsigned int> RepliesTo(Channel channel, unsigned int code);
 
 } // namespace AppRequests

@@ -3,6 +3,9 @@
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 
+#include <QJsonDocument>
+
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -22,9 +25,11 @@ void CCommandLine::AddHostOption()
     AddOption({"host", "Where showhost runs (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
 }
 
-void CCommandLine::AddTimeoutOption()
+void CCommandLine::AddTimeoutOption(const QString& seconds)
 {
-    AddOption({"timeout", "How long to wait for each connection and each answer (default 5).", "SECONDS", "5"});
+    AddOption({"timeout",
+               QStringLiteral("How long to wait for each connection and each answer (default %1).").arg(seconds),
+               "SECONDS", seconds});
 }
 
 bool CCommandLine::Parse(const QStringList& arguments)
@@ -77,14 +82,15 @@ std::chrono::milliseconds CCommandLine::Seconds(const QString& option) const
     return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
-int CCommandLine::Number(const QString& option, int least) const
+int CCommandLine::Number(const QString& option, int least, int most) const
 {
     bool isNumber = false;
     const int number = m_parser.value(option).toInt(&isNumber);
-    if (!isNumber || number < least)
-        throw CWrongUsage(QStringLiteral("--%1 needs a number from %2 on, not \"%3\"")
+    if (!isNumber || number < least || number > most)
+        throw CWrongUsage(QStringLiteral("--%1 needs a number from %2 to %3, not \"%4\"")
                               .arg(option)
                               .arg(least)
+                              .arg(most)
                               .arg(m_parser.value(option)));
     return number;
 }
@@ -95,6 +101,21 @@ void CCommandLine::Refuse(const QStringList& options, const QString& why) const
         if (m_parser.isSet(option))
             throw CWrongUsage(QStringLiteral("--%1 %2").arg(option, why));
     }
+}
+
+QByteArray CheckedObject(const QString& text)
+{
+    QByteArray body = text.toUtf8();
+    QJsonParseError error;
+    const QJsonDocument json = QJsonDocument::fromJson(body, &error);
+    if (error.error != QJsonParseError::NoError) {
+        // Qt tells how far it got: the offending character or the one behind it.
+        const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
+        throw CWrongUsage(QStringLiteral("JSON, near character %1: %2").arg(character).arg(error.errorString()));
+    }
+    if (!json.isObject())
+        throw CWrongUsage("JSON, near character 1: a request's body is an object, {...}");
+    return body;
 }
 
 QString TextOf(std::chrono::milliseconds duration)

@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 
 #include <chrono>
+#include <limits>
 
 /// The environment variable with the app user's password.
 constexpr char kPasswordVariable[] = "SHOWREMOTE_PASSWORD";
@@ -15,7 +16,7 @@ public:
 
     void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
     void AddHostOption();
-    void AddTimeoutOption();
+    void AddTimeoutOption(const QString& seconds = "5");
 
     /// arguments: the command's name first. False when only the help was wanted, which has been printed then.
     bool Parse(const QStringList& arguments);
@@ -28,8 +29,8 @@ public:
     QString Host() const;
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
     std::chrono::milliseconds Seconds(const QString& option) const;
-    /// A whole number from least on.
-    int Number(const QString& option, int least) const;
+    /// A whole number.
+    int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;
     /// None of the options may be given; why is told behind the one that is.
     void Refuse(const QStringList& options, const QString& why) const;
 
@@ -37,6 +38,9 @@ private:
     QCommandLineParser m_parser;
     QString m_usage;
 };
+
+/// The UTF-8 of an argument that is to be a JSON object. Throws CWrongUsage, which tells the place.
+QByteArray CheckedObject(const QString& argument);
 
 /// "2.5 s", as the timeout is told to people.
 QString TextOf(std::chrono::milliseconds duration);

@@ -1,5 +1,6 @@
 #include "ShowRemote/Conversation.h"
 
+#include "Interfaces/AppServer.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Failure.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-using Clock = CAppClient::Clock;
+using Clock = CEnvelopePeer::Clock;
 
 void WriteFile(const QString& name, const QByteArray& bytes)
 {
@@ -42,23 +43,23 @@ bool PrintIdForm(const QByteArray& body, const QString& outFile)
 
 } // namespace
 
-void Conversation::ConnectBoth(CAppClient& client, const QString& host, std::chrono::milliseconds timeout)
+void Conversation::ConnectBoth(CEnvelopePeer& peer, const QString& host, std::chrono::milliseconds timeout)
 {
-    client.Connect(AppServer::Control, Clock::now() + timeout);
+    peer.Connect(Channel::Control, host, Clock::now() + timeout);
     Terminal::PrintLine(QStringLiteral("control channel open: %1:%2").arg(host).arg(AppServer::kControlPort));
-    client.Connect(AppServer::Bulk, Clock::now() + timeout);
+    peer.Connect(Channel::Bulk, host, Clock::now() + timeout);
     Terminal::PrintLine(QStringLiteral("bulk channel open: %1:%2").arg(host).arg(AppServer::kBulkPort));
 }
 
-std::vector<SAppMessage> Conversation::Ask(CAppClient& client, const SRequest& request)
+std::vector<SMessage> Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
 {
     const auto deadline = Clock::now() + request.timeout;
-    client.Send(request.channel, request.code, request.body, deadline);
+    peer.Send(request.channel, request.code, request.body, deadline);
 
-    std::vector<SAppMessage> messages;
-    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.code);
+    std::vector<SMessage> messages;
+    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.channel, request.code);
     while (!expected.empty()) {
-        const auto message = client.Receive(deadline);
+        const auto message = peer.Receive(deadline);
         if (!message)
             throw CFailure(QStringLiteral("no reply %1 within %2")
                                .arg(AppRequests::TextOf(expected.front()), TextOf(request.timeout)));
@@ -71,7 +72,7 @@ std::vector<SAppMessage> Conversation::Ask(CAppClient& client, const SRequest& r
     return messages;
 }
 
-void Conversation::Show(const SAppMessage& message, const QString& outFile)
+void Conversation::Show(const SMessage& message, const QString& outFile)
 {
     Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
     if (message.body.isEmpty())

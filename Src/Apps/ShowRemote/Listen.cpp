@@ -1,9 +1,9 @@
 #include "ShowRemote/Listen.h"
 
 #include "ExternalController/Common/Command.h"
-#include "ShowRemote/AppClient.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Conversation.h"
+#include "ShowRemote/EnvelopePeer.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 
@@ -13,12 +13,12 @@
 
 namespace {
 
-using Clock = CAppClient::Clock;
+using Clock = CEnvelopePeer::Clock;
 
 /// The host takes an app for dead that is silent for five seconds.
 constexpr std::chrono::seconds kHeartbeatPeriod(1);
 
-void Take(const SAppMessage& message)
+void Take(const SMessage& message)
 {
     if (message.code == Command::ReplyTo(Command::Heartbeat))
         return;
@@ -33,38 +33,36 @@ void Take(const SAppMessage& message)
 void AddListenOptions(CCommandLine& line)
 {
     line.AddOption({"seconds", "Ends listening after S seconds.", "S"});
-    line.AddOption({"no-heartbeat", "Listens without the heartbeats that keep a login alive."});
 }
 
 void RefuseListenOptions(const CCommandLine& line)
 {
-    line.Refuse({"seconds", "no-heartbeat"}, "goes with listen");
+    line.Refuse({"seconds"}, kGoesWithListen);
 }
 
 SListening ReadListening(const CCommandLine& line)
 {
     SListening listening;
-    listening.heartbeats = !line.IsSet("no-heartbeat");
     listening.timeout = line.Timeout();
     if (line.IsSet("seconds"))
         listening.duration = line.Seconds("seconds");
     return listening;
 }
 
-void Listen(CAppClient& client, const SListening& listening)
+void Listen(CEnvelopePeer& peer, const SListening& listening)
 {
     const auto start = Clock::now();
     const auto end = listening.duration ? start + *listening.duration : Clock::time_point::max();
     auto nextHeartbeat = listening.heartbeats ? start : Clock::time_point::max();
-    client.HeedInterrupt();
+    peer.HeedInterrupt();
     Terminal::PrintLine("listening; Ctrl-C ends it");
 
-    while (!client.IsInterrupted() && Clock::now() < end) {
+    while (!peer.IsInterrupted() && Clock::now() < end) {
         if (Clock::now() >= nextHeartbeat) {
-            client.Send(AppServer::Control, Command::Heartbeat, {}, Clock::now() + listening.timeout);
+            peer.Send(Channel::Control, Command::Heartbeat, {}, Clock::now() + listening.timeout);
             nextHeartbeat = Clock::now() + kHeartbeatPeriod;
         }
-        if (const auto message = client.Receive(std::min(end, nextHeartbeat)))
+        if (const auto message = peer.Receive(std::min(end, nextHeartbeat)))
             Take(*message);
     }
 }

@@ -3,11 +3,15 @@
 #include <chrono>
 #include <optional>
 
-class CAppClient;
+class CEnvelopePeer;
 class CCommandLine;
 
+/// What stands for a request on the command line.
+constexpr char kListen[] = "listen";
+constexpr char kGoesWithListen[] = "goes with listen";
+
 struct SListening {
-    bool heartbeats = true;
+    bool heartbeats = false;
     std::optional<std::chrono::milliseconds> duration; ///< without one until Ctrl-C
     std::chrono::milliseconds timeout{};               ///< for sending a heartbeat
 };
@@ -17,6 +21,6 @@ void AddListenOptions(CCommandLine& line);
 void RefuseListenOptions(const CCommandLine& line);
 SListening ReadListening(const CCommandLine& line);
 
-/// Shows what the host tells until Ctrl-C or the end of the duration, and keeps the login alive meanwhile. That the
-/// host closes or another app takes this one's place is thrown as CFailure.
-void Listen(CAppClient& client, const SListening& listening);
+/// Shows what the host tells until Ctrl-C or the end of the duration; heartbeats keep an app's login alive meanwhile.
+/// That the host closes or another app takes this one's place is thrown as CFailure.
+void Listen(CEnvelopePeer& peer, const SListening& listening);

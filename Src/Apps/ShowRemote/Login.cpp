@@ -64,14 +64,14 @@ QString Encrypt(const QString& password, const QString& publicKey)
     return QString::fromLatin1(cipher.toBase64());
 }
 
-QJsonObject AskFor(CAppClient& client, Command::Code code, const QByteArray& body, std::chrono::milliseconds timeout)
+QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& body, std::chrono::milliseconds timeout)
 {
     SRequest request;
     request.code = code;
     request.body = body;
     request.timeout = timeout;
     // The reply that was waited for comes last.
-    return QJsonDocument::fromJson(Conversation::Ask(client, request).back().body).object();
+    return QJsonDocument::fromJson(Conversation::Ask(peer, request).back().body).object();
 }
 
 QString RefusalText(int result, const QString& user)
@@ -123,9 +123,9 @@ SCredentials ReadCredentials(const CCommandLine& line)
     return credentials;
 }
 
-void LogIn(CAppClient& client, const SCredentials& credentials, std::chrono::milliseconds timeout)
+void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::milliseconds timeout)
 {
-    const QString publicKey = AskFor(client, Command::PublicKey, {}, timeout)["publicKey"].toString();
+    const QString publicKey = AskFor(peer, Command::PublicKey, {}, timeout)["publicKey"].toString();
     const QJsonObject body = {
         {"username", credentials.user},
         {"password", Encrypt(credentials.password, publicKey)},
@@ -134,8 +134,7 @@ void LogIn(CAppClient& client, const SCredentials& credentials, std::chrono::mil
         {"appType", kAppType},
         {"force", credentials.force ? 1 : 0}, // the host reads a number
     };
-    const QJsonObject reply =
-        AskFor(client, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
+    const QJsonObject reply = AskFor(peer, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
 
     const int result = reply["result"].toInt(-1);
     if (result != 0)

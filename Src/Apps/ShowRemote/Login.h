@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-class CAppClient;
+class CEnvelopePeer;
 class CCommandLine;
 
 struct SCredentials {
@@ -21,4 +21,4 @@ void RefuseLoginOptions(const CCommandLine& line);
 SCredentials ReadCredentials(const CCommandLine& line);
 
 /// Fetches the host's key and logs in with the password encrypted. A refusal is thrown as CFailure.
-void LogIn(CAppClient& client, const SCredentials& credentials, std::chrono::milliseconds timeout);
+void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::milliseconds timeout);

@@ -1,5 +1,7 @@
 #include "ShowRemote/App.h"
+#include "ShowRemote/Central.h"
 #include "ShowRemote/Discover.h"
+#include "ShowRemote/FP.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 #include "ShowRemote/Upload.h"
@@ -21,6 +23,8 @@ constexpr SCommand kCommands[] = {
     {"discover", "asks who is there, as an app does before it connects", RunDiscover},
     {"app", "sends a request as the mobile app and shows the replies", RunApp},
     {"upload", "uploads a media file as the mobile app", RunUpload},
+    {"central", "sends a text command as central control and shows the answer", RunCentral},
+    {"fp", "sends a request as the FP controller and shows the replies", RunFP},
 };
 
 void PrintHelp()

@@ -1,6 +1,6 @@
-#include "ShowRemote/AppClient.h"
+#include "ShowRemote/EnvelopePeer.h"
 
-#include "Interfaces/ZXComm.h"
+#include "Interfaces/AppServer.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/SocketErrors.h"
 
@@ -12,56 +12,107 @@
 
 namespace {
 
-std::uint16_t PortOf(AppServer::Channel channel)
+std::uint16_t PortOf(Channel channel)
 {
-    return channel == AppServer::Control ? AppServer::kControlPort : AppServer::kBulkPort;
+    return channel == Channel::Control ? AppServer::kControlPort : AppServer::kBulkPort;
 }
 
-QString Closed(AppServer::Channel channel)
+QString Closed(Channel channel)
 {
     return QStringLiteral("the host closed the %1 channel").arg(NameOf(channel));
 }
 
-} // namespace
-
-const char* NameOf(AppServer::Channel channel)
+QString TextOf(const QString& host, std::uint16_t port)
 {
-    return channel == AppServer::Control ? "control" : "bulk";
+    return QStringLiteral("%1:%2").arg(host).arg(port);
 }
 
-CAppClient::CAppClient(QString host) : m_host(std::move(host)) {}
+} // namespace
 
-void CAppClient::Connect(AppServer::Channel channel, Clock::time_point deadline)
+const char* NameOf(Channel channel)
+{
+    switch (channel) {
+    case Channel::Control:
+        return "control";
+    case Channel::Bulk:
+        return "bulk";
+    case Channel::FP:
+        break;
+    }
+    return "FP";
+}
+
+void CEnvelopePeer::Connect(Channel channel, const QString& host, Clock::time_point deadline)
 {
     asio::error_code error;
-    const auto found = asio::ip::tcp::resolver(m_context).resolve(asio::ip::tcp::v4(), m_host.toStdString(),
+    const auto found = asio::ip::tcp::resolver(m_context).resolve(asio::ip::tcp::v4(), host.toStdString(),
                                                                   std::to_string(PortOf(channel)), error);
     if (error)
-        throw CFailure(CantFind(m_host));
+        throw CFailure(CantFind(host));
 
     SSide& side = SideOf(channel);
     std::optional<asio::error_code> outcome;
     side.socket.async_connect(*found.begin(), [&](const asio::error_code& failure) { outcome = failure; });
-    error = Await(side, outcome, deadline);
+    error = Await(side.socket, outcome, deadline);
     if (error)
-        throw CFailure(CantConnect(m_host, PortOf(channel), error));
-    side.socket.set_option(asio::ip::tcp::no_delay(true), error);
+        throw CFailure(CantConnect(host, PortOf(channel), error));
+    Opened(channel);
+}
+
+QString CEnvelopePeer::Accept(Channel channel, const QString& address, std::uint16_t port, Clock::time_point deadline)
+{
+    const QString place = TextOf(address, port);
+    asio::error_code error;
+    const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address.toStdString(), error), port);
+    if (error)
+        throw CFailure(QStringLiteral("\"%1\" is no IP address").arg(address));
+    asio::ip::tcp::acceptor acceptor(m_context);
+    acceptor.open(endpoint.protocol(), error);
+#if !defined(_WIN32)
+    // There the option would let another program take the port away.
+    if (!error)
+        acceptor.set_option(asio::socket_base::reuse_address(true), error);
+#endif
+    if (!error)
+        acceptor.bind(endpoint, error);
+    if (!error)
+        acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (error)
+        throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
+
+    SSide& side = SideOf(channel);
+    std::optional<asio::error_code> outcome;
+    acceptor.async_accept(side.socket, [&](const asio::error_code& failure) { outcome = failure; });
+    error = Await(acceptor, outcome, deadline);
+    if (error == asio::error::timed_out)
+        throw CFailure(QStringLiteral("no host has connected to %1; is showhost running with --fp %1?").arg(place));
+    if (error)
+        throw CFailure(QStringLiteral("can't accept on %1: %2").arg(place, ReasonOf(error)));
+    Opened(channel);
+    const auto remote = side.socket.remote_endpoint(error);
+    return TextOf(QString::fromStdString(remote.address().to_string()), remote.port());
+}
+
+void CEnvelopePeer::Opened(Channel channel)
+{
+    asio::error_code ignored;
+    SideOf(channel).socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     ReadOn(channel);
 }
 
-void CAppClient::Send(AppServer::Channel channel, unsigned int code, const QByteArray& body, Clock::time_point deadline)
+void CEnvelopePeer::Send(Channel channel, unsigned int code, const QByteArray& body, Clock::time_point deadline)
 {
     const QByteArray envelope = CAppDataPack(code, body).GetData();
     SSide& side = SideOf(channel);
     std::optional<asio::error_code> outcome;
     asio::async_write(side.socket, asio::buffer(envelope.constData(), static_cast<std::size_t>(envelope.size())),
                       [&](const asio::error_code& failure, std::size_t) { outcome = failure; });
-    const asio::error_code error = Await(side, outcome, deadline);
+    const asio::error_code error = Await(side.socket, outcome, deadline);
     if (error)
         throw CFailure(QStringLiteral("can't send on the %1 channel: %2").arg(NameOf(channel), ReasonOf(error)));
 }
 
-std::optional<SAppMessage> CAppClient::Receive(Clock::time_point deadline)
+std::optional<SMessage> CEnvelopePeer::Receive(Clock::time_point deadline)
 {
     m_context.restart();
     while (m_received.empty()) {
@@ -72,12 +123,12 @@ std::optional<SAppMessage> CAppClient::Receive(Clock::time_point deadline)
         if (m_interrupted || m_context.run_one_until(deadline) == 0)
             return std::nullopt;
     }
-    SAppMessage message = std::move(m_received.front());
+    SMessage message = std::move(m_received.front());
     m_received.pop_front();
     return message;
 }
 
-void CAppClient::HeedInterrupt()
+void CEnvelopePeer::HeedInterrupt()
 {
     m_interrupts.add(SIGINT);
     m_interrupts.add(SIGTERM);
@@ -86,8 +137,9 @@ void CAppClient::HeedInterrupt()
 
 /// Lets the sockets work until the operation's handler has set its outcome. An operation that takes too long is ended
 /// by closing its socket, so that the handler has run in any case when this returns.
-asio::error_code CAppClient::Await(SSide& side, const std::optional<asio::error_code>& outcome,
-                                   Clock::time_point deadline)
+template <class Socket>
+asio::error_code CEnvelopePeer::Await(Socket& socket, const std::optional<asio::error_code>& outcome,
+                                      Clock::time_point deadline)
 {
     m_context.restart();
     while (!outcome && m_context.run_one_until(deadline) != 0) {
@@ -95,13 +147,13 @@ asio::error_code CAppClient::Await(SSide& side, const std::optional<asio::error_
     if (outcome)
         return *outcome;
     asio::error_code ignored;
-    side.socket.close(ignored);
+    socket.close(ignored);
     while (!outcome)
         m_context.run_one();
     return asio::error::timed_out;
 }
 
-void CAppClient::ReadOn(AppServer::Channel channel)
+void CEnvelopePeer::ReadOn(Channel channel)
 {
     SSide& side = SideOf(channel);
     side.socket.async_read_some(
@@ -116,7 +168,7 @@ void CAppClient::ReadOn(AppServer::Channel channel)
         });
 }
 
-void CAppClient::TakeBytes(AppServer::Channel channel, std::string_view bytes)
+void CEnvelopePeer::TakeBytes(Channel channel, std::string_view bytes)
 {
     SSide& side = SideOf(channel);
     const auto verdict = side.reader.Feed(bytes, [&](std::string_view frame) {

@@ -1,0 +1,73 @@
+#include "ShowRemote/FP.h"
+
+#include "FPClient/FPClientConfig.h"
+#include "ShowRemote/AppRequests.h"
+#include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Conversation.h"
+#include "ShowRemote/Failure.h"
+#include "ShowRemote/Listen.h"
+#include "ShowRemote/Terminal.h"
+
+namespace {
+
+constexpr char kUsage[] =
+    "Plays the FP controller: waits for the host to connect, sends a request and shows every reply. REQUEST is a name "
+    "of showremote app --list or a code such as 274 or 0x112, JSON its body; or it is listen, which shows what the "
+    "host tells until Ctrl-C.";
+
+/// A host that found nobody so far may pause for ten seconds.
+constexpr char kPatience[] = "15";
+
+void AddFPOptions(CCommandLine& line)
+{
+    line.AddOption({"address", "Where to wait for the host (default 127.0.0.1).", "ADDRESS", FPClient::kDefaultHost});
+    line.AddOption({"port", QStringLiteral("The port there (default %1).").arg(FPClient::kDefaultPort), "PORT",
+                    QString::number(FPClient::kDefaultPort)});
+    line.AddTimeoutOption(kPatience);
+    AddListenOptions(line);
+}
+
+SRequest ReadFPRequest(const CCommandLine& line)
+{
+    const QStringList positional = line.Positional(1, 2);
+    RefuseListenOptions(line);
+    SRequest request;
+    request.channel = Channel::FP;
+    request.timeout = line.Timeout();
+    request.code = AppRequests::CodeOf(positional[0]);
+    if (positional.size() > 1)
+        request.body = CheckedObject(positional[1]);
+    return request;
+}
+
+void AwaitHost(CEnvelopePeer& peer, const CCommandLine& line)
+{
+    const QString address = line.Value("address");
+    const auto port = static_cast<std::uint16_t>(line.Number("port", 1, 65535));
+    Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
+    const QString host = peer.Accept(Channel::FP, address, port, CEnvelopePeer::Clock::now() + line.Timeout());
+    Terminal::PrintLine(QStringLiteral("the host connected from %1").arg(host));
+}
+
+} // namespace
+
+int RunFP(const QStringList& arguments)
+{
+    CCommandLine line("REQUEST [JSON]", kUsage);
+    AddFPOptions(line);
+    if (!line.Parse(arguments))
+        return kExitDone;
+
+    CEnvelopePeer peer;
+    if (line.Positional(1, 2).first() == kListen) {
+        line.Positional(1, 1);
+        const SListening listening = ReadListening(line);
+        AwaitHost(peer, line);
+        Listen(peer, listening);
+    } else {
+        const SRequest request = ReadFPRequest(line);
+        AwaitHost(peer, line);
+        Conversation::Ask(peer, request);
+    }
+    return kExitDone;
+}
