@@ -16,6 +16,7 @@ import time
 from pathlib import Path
 
 DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT = 25505, 25506, 25507, 25521
+CENTRAL_PORT, FP_PORT = 25509, 25510
 DISCOVERY_REQUEST = b"App Server request Zentravox Controller"
 REPLY = 0x10000000
 
@@ -53,17 +54,18 @@ def is_free(address, port):
             return False
 
 
-def showhost_command(address, state, show=None):
-    return [os.environ["SHOWHOST"], "--show", str(show or DEMO_SHOW), "--state", str(state), "--listen", address]
+def showhost_command(address, state, *options, show=None):
+    return [os.environ["SHOWHOST"], "--show", str(show or DEMO_SHOW), "--state", str(state), "--listen", address,
+            *map(str, options)]
 
 
 class ShowHost:
     """A running showhost. Leaving it by SIGTERM, it must end with 0."""
 
-    def __init__(self, address, state):
+    def __init__(self, address, state, *options):
         self.address = address
         self.lines = []
-        self.process = subprocess.Popen(showhost_command(address, state), stdout=subprocess.PIPE,
+        self.process = subprocess.Popen(showhost_command(address, state, *options), stdout=subprocess.PIPE,
                                         stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
@@ -112,16 +114,20 @@ class ShowHost:
         self.ended()
 
 
-class AppChannel:
-    """One TCP channel of the app; source is the address that it comes from."""
+def envelope(code, body=None):
+    text = b"" if body is None else json.dumps(body).encode()
+    return b"ZXAP" + struct.pack(">II", code, len(text)) + text
 
-    def __init__(self, address, port, source=""):
-        self.socket = socket.create_connection((address, port), PATIENCE, (source, 0))
+
+class EnvelopeChannel:
+    """A TCP connection that carries envelopes."""
+
+    def __init__(self, connection):
+        self.socket = connection
         self._bytes = self.socket.makefile("rb")
 
     def send(self, code, body=None):
-        text = b"" if body is None else json.dumps(body).encode()
-        self.socket.sendall(b"ZXAP" + struct.pack(">II", code, len(text)) + text)
+        self.socket.sendall(envelope(code, body))
 
     def receive(self):
         """The next envelope's code and body, or None when the host has closed."""
@@ -142,6 +148,13 @@ class AppChannel:
     def close(self):
         self._bytes.close()
         self.socket.close()
+
+
+class AppChannel(EnvelopeChannel):
+    """One TCP channel of the app; source is the address that it comes from."""
+
+    def __init__(self, address, port, source=""):
+        super().__init__(socket.create_connection((address, port), PATIENCE, (source, 0)))
 
 
 class App:

@@ -199,7 +199,7 @@ class ProcessTest(unittest.TestCase):
         self.folder = self.enterContext(Folder())
 
     def run_to_its_end(self, show=None):
-        return subprocess.run(showhost_command(STARTED, self.folder / "state", show), capture_output=True,
+        return subprocess.run(showhost_command(STARTED, self.folder / "state", show=show), capture_output=True,
                               encoding="utf-8", timeout=PATIENCE, env=environment())
 
     def test_a_bad_show_is_told_with_file_and_reason(self):

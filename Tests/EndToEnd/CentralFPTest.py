@@ -1,0 +1,186 @@
+#!/usr/bin/python3
+"""Central control and the FP controller as strangers: keywords, forged and hostile datagrams, packets and reconnects."""
+
+import json
+import socket
+import subprocess
+import threading
+import unittest
+
+from Support import (CENTRAL_PORT, FP_PORT, PATIENCE, App, EnvelopeChannel, Folder, ShowHost, envelope, environment,
+                     showhost_command, showremote, wait_until)
+
+HEARTBEAT, PICTURE_ADJUSTMENT, PREVIEW_PATH = 0x001, 0x112, 0x194
+
+SHARED, ENDED, CONTROLLER, NO_HOST = "127.0.0.53", "127.0.0.54", "127.0.0.55", "127.0.0.56"
+
+
+class CentralControl:
+    """A central-control system. It hears only what comes from the port that it sends to."""
+
+    def __init__(self, address):
+        self.socket = socket.socket(type=socket.SOCK_DGRAM)
+        self.socket.settimeout(PATIENCE)
+        self.socket.connect((address, CENTRAL_PORT))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def ask(self, datagram):
+        self.socket.send(datagram)
+        return self.socket.recv(65535)
+
+    def is_answered(self, datagram):
+        """Not while the system has no room for one more datagram."""
+        try:
+            return self.ask(datagram) is not None
+        except TimeoutError:
+            return False
+
+
+class FPController:
+    """Listens where the host looks for its FP controller."""
+
+    def __init__(self, address=CONTROLLER, port=FP_PORT):
+        self.server = socket.create_server((address, port))
+        self.server.settimeout(PATIENCE)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.server.close()
+
+    def accept(self):
+        connection, _ = self.server.accept()
+        connection.settimeout(PATIENCE)
+        return EnvelopeChannel(connection)
+
+
+class CentralControlTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(Folder())
+        cls.host = cls.enterClassContext(ShowHost(SHARED, folder / "state", "--quiet"))
+
+    def test_the_ready_line_tells_the_channel(self):
+        self.host.wait_for_line(lambda line: f"central control {SHARED}:{CENTRAL_PORT}" in line, "the channel")
+
+    def test_a_query_is_answered_whatever_it_says_of_its_sender(self):
+        message = {"cmd": "getBlackAll", "remoteIp": "127.0.0.1", "remotePort": 1, "cmdType": 17}
+        with CentralControl(SHARED) as central:
+            for datagram in (b"getBlackAll", json.dumps(message).encode()):
+                central.ask(datagram)
+
+        self.assertIsNone(self.host.process.poll())
+
+    def test_what_is_no_command_is_refused(self):
+        with CentralControl(SHARED) as central:
+            self.assertEqual(json.loads(central.ask(b"\xff{")), {"result": 6, "errorMsg": "FORMAT ERROR"})
+            self.assertEqual(json.loads(central.ask(b'{"cmd": "get\xc3\xbc"}')),
+                             {"cmd": "get\u00fc", "result": 7, "errorMsg": "COMMAND ERROR"})
+
+    def test_a_flood_leaves_the_app_and_others_answered(self):
+        def flood():
+            with CentralControl(SHARED) as central:
+                central.socket.settimeout(0)
+                for _ in range(100_000):
+                    try:
+                        central.socket.send(b"getBlackAll")
+                    except BlockingIOError:
+                        pass
+
+        flooder = threading.Thread(target=flood)
+        flooder.start()
+        with App(SHARED) as app:
+            while flooder.is_alive():
+                app.control.send(HEARTBEAT)
+                self.assertEqual(app.control.receive()[1], {"result": 1})
+        flooder.join()
+        with CentralControl(SHARED) as central:
+            central.socket.settimeout(0.2)
+            wait_until(lambda: central.is_answered(b"getBlackAll"), "an answer after the flood")
+
+    def test_showremote_shows_the_answer_and_fails_on_a_refusal(self):
+        cases = {("getBlackAll",): 0, ("getBlackAll", '{"row": 1}'): 0, ("no-keyword",): 1, ("--raw", "{"): 0}
+        for arguments, code in cases.items():
+            with self.subTest(arguments=arguments):
+                result = showremote("central", "--host", SHARED, *arguments)
+
+                self.assertEqual(result.returncode, code, result.stderr)
+                self.assertTrue(result.stdout.startswith(f"answer from {SHARED}:{CENTRAL_PORT}\n"))
+        self.assertRegex(showremote("central", "--list").stdout, "(?m)^0x193  getBlackAll$")
+
+
+class ProcessTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = self.enterContext(Folder())
+
+    def test_central_control_ends_the_host(self):
+        for keyword in (b"shutdown", b'{"cmd": "CloseSoftware"}'):
+            with ShowHost(ENDED, self.folder / "state") as host, CentralControl(ENDED) as central:
+                central.socket.send(keyword)
+
+                self.assertEqual(host.ended(), 0, keyword)
+
+    def test_a_port_that_is_taken_is_told_with_its_address(self):
+        with socket.socket(type=socket.SOCK_DGRAM) as taken:
+            taken.bind((ENDED, CENTRAL_PORT))
+            result = subprocess.run(showhost_command(ENDED, self.folder / "state"), capture_output=True,
+                                    encoding="utf-8", timeout=PATIENCE, env=environment())
+
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"{ENDED}:{CENTRAL_PORT}", result.stderr)
+
+    def test_the_option_goes_over_the_settings_for_the_fp_controller(self):
+        settings = self.folder / "settings.json"
+        settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
+        with FPController(port=FP_PORT + 90) as named, FPController() as given:
+            with ShowHost(ENDED, self.folder / "state", "--settings", settings):
+                named.accept().close()
+            with ShowHost(ENDED, self.folder / "state", "--settings", settings, "--fp", f"{CONTROLLER}:{FP_PORT}"):
+                given.accept().close()
+
+
+class FPTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(Folder())
+        cls.host = cls.enterClassContext(ShowHost(SHARED, folder / "state", "--fp", f"{CONTROLLER}:{FP_PORT}"))
+
+    def test_packets_are_answered_under_their_code_and_the_host_comes_back(self):
+        with FPController() as controller:
+            for _ in range(2):
+                channel = controller.accept()
+                packet = envelope(PICTURE_ADJUSTMENT, {"id": 1})
+                channel.socket.sendall(packet[:5])
+                channel.socket.sendall(packet[5:] + packet)
+                self.assertEqual([channel.receive()[0] for _ in range(2)], [PICTURE_ADJUSTMENT] * 2)
+                channel.close()
+
+    def test_the_last_packet_before_a_close_arrives(self):
+        with FPController() as controller:
+            channel = controller.accept()
+            channel.socket.sendall(envelope(PICTURE_ADJUSTMENT) * 100 + envelope(PREVIEW_PATH, {"last": True}))
+            channel.close()
+
+            self.host.wait_for_line(lambda line: " <- preview-path (0x194)" in line, "the last packet")
+
+    def test_showremote_shows_the_reply(self):
+        result = showremote("fp", "--address", CONTROLLER, "picture-adjustment")
+
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn("<- picture-adjustment (0x112) on FP", result.stdout)
+
+    def test_showremote_tells_that_no_host_came(self):
+        result = showremote("fp", "--address", NO_HOST, "--timeout", 0.2, "listen")
+
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"no host has connected to {NO_HOST}:{FP_PORT}", result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
