@@ -126,24 +126,6 @@ protected:
 
 } // namespace
 
-TEST_F(FPChannelTest, PacketsArriveWholeAndInOrderHoweverTheyAreCut)
-{
-    CController controller;
-    Start();
-    const auto peer = controller.Accept();
-    ASSERT_TRUE(peer);
-    std::string stream;
-    for (int i = 0; i < 50; ++i)
-        stream += EnvelopeBytes(1, std::string(static_cast<std::size_t>(i), 'a'));
-
-    for (const char byte : stream.substr(0, 500))
-        peer->Send(std::string(1, byte));
-    peer->Send(stream.substr(500));
-
-    for (int i = 0; i < 50; ++i)
-        ASSERT_THAT(peer->Receive(), Optional(SFrame{1, std::string(static_cast<std::size_t>(i), 'a')}));
-}
-
 TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
 {
     const std::string large(30'000,
@@ -249,19 +231,4 @@ TEST_F(FPChannelTest, WhatIsSentWhileNotConnectedIsDroppedWithALine)
     const auto peer = controller.Accept();
     peer->Send(1, "kept");
     EXPECT_THAT(peer->Receive(), Optional(SFrame{1, "kept"}));
-}
-
-TEST_F(FPChannelTest, AControllerThatDoesNotReadIsLetGoAtTheLimit)
-{
-    CController controller;
-    Start();
-    const auto peer = controller.Accept();
-    ASSERT_TRUE(peer);
-    const auto package = Package(EnvelopeBytes(1, std::string(8 << 20, 'h')));
-
-    ASSERT_TRUE(WaitUntil([&] {
-        m_client->SendPackage(package);
-        return testing::Value(Events(), Contains("the peer doesn't read its replies"));
-    }));
-    EXPECT_TRUE(controller.Accept());
 }
