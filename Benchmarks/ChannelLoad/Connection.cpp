@@ -21,11 +21,7 @@ namespace {
 
 /// Far above any reply's time even on a busy machine: past it the server has lost a request.
 constexpr timeval kPatience = {10, 0};
-
-/// A small query. Rates compare only between requests of one size, so it stays.
-constexpr std::size_t kRequestBytes = 61;
-constexpr char kBody[] = R"({"client":"channelload","purpose":"measuring it"})";
-static_assert(Envelope::kCodeHeaderBytes + sizeof kBody - 1 == kRequestBytes);
+constexpr std::size_t kMostDatagramBytes = 65535;
 
 std::string MakeEnvelope(std::uint32_t code, std::string_view body)
 {
@@ -42,10 +38,12 @@ void SetOption(const CDescriptor& socket, int level, int option, const Value& va
     Syscall::Do("setsockopt", [&] { return setsockopt(socket.Get(), level, option, &value, sizeof value); });
 }
 
-CDescriptor Connect(const std::string& name, const sockaddr_in& address)
+CDescriptor Connect(const std::string& name, const sockaddr_in& address, bool isDatagram)
 {
-    CDescriptor socket(Syscall::Do("socket", [] { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }));
-    SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    const int type = isDatagram ? SOCK_DGRAM : SOCK_STREAM;
+    CDescriptor socket(Syscall::Do("socket", [&] { return ::socket(AF_INET, type | SOCK_CLOEXEC, 0); }));
+    if (!isDatagram)
+        SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
     SetOption(socket, SOL_SOCKET, SO_RCVTIMEO, kPatience);
     SetOption(socket, SOL_SOCKET, SO_SNDTIMEO, kPatience);
     const auto generic = reinterpret_cast<const sockaddr*>(&address);
@@ -82,6 +80,20 @@ std::string ReceiveExactly(const std::string& name, const CDescriptor& socket, s
     return bytes;
 }
 
+/// How long the body is that follows the header of a right reply.
+std::size_t BodyBytes(const std::string& name, const std::string& header, const std::string& request)
+{
+    if (header.compare(0, Envelope::kMarkBytes, Envelope::kCodeMark) != 0)
+        throw std::runtime_error(name + ": the reply is no envelope");
+    const std::uint32_t code = Envelope::ReadNumber(&header[Envelope::kMarkBytes]);
+    if (code != Command::ReplyTo(static_cast<int>(Envelope::ReadNumber(&request[Envelope::kMarkBytes]))))
+        throw std::runtime_error(name + ": the reply has the code " + std::to_string(code));
+    const std::size_t length = Envelope::ReadNumber(&header[Envelope::kMarkBytes + 4]);
+    if (length > Envelope::kMaxBodyBytes)
+        throw std::runtime_error(name + ": the reply claims a body of " + std::to_string(length) + " bytes");
+    return length;
+}
+
 } // namespace
 
 sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port)
@@ -94,40 +106,41 @@ sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port)
     return address;
 }
 
-std::string MakeRequest()
+std::string MakeAppRequest(unsigned int code, std::string_view body)
 {
-    return MakeEnvelope(Command::HostNameAndVersion, kBody);
+    return MakeEnvelope(code, body);
 }
 
-std::string AskForReply(const std::string& name, const sockaddr_in& address, const std::string& request)
+std::string AskForReply(const std::string& name, const sockaddr_in& address, const SExchange& exchange,
+                        const std::string& key)
 {
-    const CDescriptor socket = Connect(name, address);
-    SendAll(socket, request);
+    const CDescriptor socket = Connect(name, address, exchange.isDatagram);
+    SendAll(socket, exchange.request);
 
-    const std::string header = ReceiveExactly(name, socket, Envelope::kCodeHeaderBytes);
-    if (header.compare(0, Envelope::kMarkBytes, Envelope::kCodeMark) != 0)
-        throw std::runtime_error(name + ": the reply is no envelope");
-    const std::uint32_t code = Envelope::ReadNumber(&header[Envelope::kMarkBytes]);
-    if (code != Command::ReplyTo(Command::HostNameAndVersion))
-        throw std::runtime_error(name + ": the reply has the code " + std::to_string(code));
-    const std::size_t length = Envelope::ReadNumber(&header[Envelope::kMarkBytes + 4]);
-    if (length > Envelope::kMaxBodyBytes)
-        throw std::runtime_error(name + ": the reply claims a body of " + std::to_string(length) + " bytes");
-
-    const std::string body = ReceiveExactly(name, socket, length);
+    std::string header;
+    std::string body;
+    if (exchange.isDatagram) {
+        body.resize(kMostDatagramBytes);
+        body.resize(ReceiveSome(name, socket, body.data(), body.size()));
+    } else {
+        header = ReceiveExactly(name, socket, Envelope::kCodeHeaderBytes);
+        body = ReceiveExactly(name, socket, BodyBytes(name, header, exchange.request));
+    }
     const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(body)).object();
-    if (json["result"].toInt() != 1 || json["name"].toString().isEmpty() || json["version"].toString().isEmpty())
-        throw std::runtime_error(name + ": the reply doesn't tell name and version: " + body);
+    if (!json.contains(QString::fromStdString(key)))
+        throw std::runtime_error(name + ": the reply doesn't tell " + key + ": " + body);
     return header + body;
 }
 
 CConnection::CConnection(const std::string& name, const sockaddr_in& address, const SExchange& exchange)
-    : m_name(name), m_exchange(exchange), m_socket(Connect(name, address))
+    : m_name(name), m_exchange(exchange), m_socket(Connect(name, address, exchange.isDatagram))
 {}
 
-void CConnection::Send(std::string_view bytes)
+void CConnection::Send(std::string_view requests)
 {
-    SendAll(m_socket, bytes);
+    const std::size_t step = m_exchange.isDatagram ? m_exchange.request.size() : requests.size();
+    for (; !requests.empty(); requests.remove_prefix(step))
+        SendAll(m_socket, requests.substr(0, step));
 }
 
 std::size_t CConnection::ReceiveReplies()

@@ -10,6 +10,7 @@
 
 /// The one request that is sent over and over, and the one right reply.
 struct SExchange {
+    bool isDatagram = false; ///< UDP: request and reply are one datagram each
     std::string request;
     std::string reply;
 };
@@ -17,11 +18,12 @@ struct SExchange {
 /// Throws unless the text is a dotted IPv4 address.
 sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port);
 
-/// A small query of the app protocol, as one whole envelope.
-std::string MakeRequest();
-/// Sends the request once and returns the reply if it is a right one: mark, code, length, and a body that reports
-/// success.
-std::string AskForReply(const std::string& name, const sockaddr_in& address, const std::string& request);
+/// A request of the app protocol, as one whole envelope.
+std::string MakeAppRequest(unsigned int code, std::string_view body);
+/// Sends the request once and returns the reply if it is a right one: a JSON object that has the key, and from the
+/// app's channel in an envelope with the request's code.
+std::string AskForReply(const std::string& name, const sockaddr_in& address, const SExchange& exchange,
+                        const std::string& key);
 
 /// One client connection. What arrives is compared, byte for byte, with the reply repeated.
 class CConnection {
@@ -30,7 +32,8 @@ public:
     CConnection(const std::string& name, const sockaddr_in& address, const SExchange& exchange);
 
     int Descriptor() const { return m_socket.Get(); }
-    void Send(std::string_view bytes);
+    /// Sends whole requests.
+    void Send(std::string_view requests);
     /// Waits until something has arrived; returns how many replies are complete with it.
     std::size_t ReceiveReplies();
     /// Sends one request and waits for its reply.

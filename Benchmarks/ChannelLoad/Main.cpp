@@ -3,6 +3,8 @@
 #include "ChannelLoad/Report.h"
 #include "ChannelLoad/ShowHostProcess.h"
 
+#include "ExternalController/Common/Command.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
@@ -12,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 
@@ -19,14 +22,50 @@
 
 namespace {
 
-constexpr SCase kCases[] = {
-    {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw (aim 60)",
-     [](const SServerFigures& showhost) { return showhost.ofRaw >= 0.5; }},
+bool IsHalfOfRaw(const SServerFigures& showhost)
+{
+    return showhost.ofRaw >= 0.5;
+}
+
+constexpr SCase kHostNameCases[] = {
+    {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw (aim 60)", IsHalfOfRaw},
     {"the same beside 200 idle", Cases::OneAtATimeBesideIdle, true, "at most 5 % loss",
      [](const SServerFigures& showhost) { return showhost.loss <= 0.05; }},
     {"64 in flight", Cases::InFlight, false, "at least 300,000 a second",
      [](const SServerFigures& showhost) { return showhost.requestsPerSecond >= 300'000; }},
-    {"100 connections in turn", Cases::ManyConnections, false, "", nullptr},
+};
+
+constexpr SCase kPictureCases[] = {
+    {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw (aim 60)", IsHalfOfRaw},
+    {"100 connections in turn", Cases::ManyConnections, false, "slowest at least half of median",
+     [](const SServerFigures& showhost) { return showhost.slowestOfMedian >= 0.5; }},
+};
+
+constexpr SCase kCentralCases[] = {
+    {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw", IsHalfOfRaw},
+    // A lost datagram would end the run with an error.
+    {"64 in flight, none lost", Cases::InFlight, false, "", nullptr},
+};
+
+/// A request and what is measured with it.
+struct SSubject {
+    const char* name;
+    const char* body;
+    const char* replyKey;
+    Command::Code code; ///< of the app's request
+    bool isCentral;
+    const SCase* begin;
+    const SCase* end;
+};
+
+// The bodies stay as they are: rates compare only between requests of one size.
+constexpr SSubject kSubjects[] = {
+    {"host name and version, by the app", R"({"client":"channelload","purpose":"measuring it"})", "version",
+     Command::HostNameAndVersion, false, std::begin(kHostNameCases), std::end(kHostNameCases)},
+    {"picture adjustment, by the app", R"({"client":"channelload","purpose":"measuring it"})", "fLuminance",
+     Command::PictureAdjustment, false, std::begin(kPictureCases), std::end(kPictureCases)},
+    {"brightness, by central control", R"({"cmd":"getGlobalBrightness"})", "globalBrightness",
+     Command::PictureAdjustment, true, std::begin(kCentralCases), std::end(kCentralCases)},
 };
 
 struct SOptions {
@@ -77,7 +116,7 @@ double NumberOf(const QCommandLineParser& parser, const QString& option, double 
 SOptions ReadOptions(const QCoreApplication& application)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription("Measures the app channel of showhost beside a raw epoll echo on one core.");
+    parser.setApplicationDescription("Measures showhost's channels beside a raw epoll echo on one core.");
     parser.addHelpOption();
     parser.addOptions({
         {"showhost", "The program to measure.", "path"},
@@ -124,12 +163,12 @@ void WaitUntilQuiet(const SServer& one, const SServer& other)
     }
 }
 
-std::vector<SCaseRounds> RunCases(const SServer& raw, const SServer& showhost, const SExchange& exchange,
-                                  const SOptions& options)
+std::vector<SCaseRounds> RunCases(const SServer& raw, const SServer& showhost, const SSubject& subject,
+                                  const SExchange& exchange, const SOptions& options)
 {
     std::vector<SCaseRounds> cases;
-    for (const SCase& testCase : kCases)
-        cases.push_back({&testCase, {}, {}});
+    for (const SCase* testCase = subject.begin; testCase != subject.end; ++testCase)
+        cases.push_back({testCase, {}, {}});
 
     for (int round = 0; round < options.rounds; ++round) {
         for (SCaseRounds& rounds : cases) {
@@ -168,17 +207,26 @@ void Run(const SOptions& options)
     PinTo(options.core); // the children inherit it
     const std::string ip = options.address.toStdString();
     const CShowHostProcess showhost(options.showhost.toStdString(), options.show.toStdString(), ip);
-    SExchange exchange{MakeRequest(), {}};
-    exchange.reply = AskForReply(showhost.Process().Name(), showhost.Address(), exchange.request);
-    const CRawEcho raw(ip, exchange);
-    conditions.requestBytes = exchange.request.size();
-    conditions.replyBytes = exchange.reply.size();
+    QJsonObject json;
+    for (const SSubject& subject : kSubjects) {
+        const SServer server = {&showhost.Process(),
+                                subject.isCentral ? showhost.CentralAddress() : showhost.AppAddress()};
+        SExchange exchange;
+        exchange.isDatagram = subject.isCentral;
+        exchange.request = subject.isCentral ? subject.body : MakeAppRequest(subject.code, subject.body);
+        exchange.reply = AskForReply(server.process->Name(), server.address, exchange, subject.replyKey);
+        const CRawEcho raw(ip, exchange);
+        conditions.subject = subject.name;
+        conditions.requestBytes = exchange.request.size();
+        conditions.replyBytes = exchange.reply.size();
 
-    const auto cases =
-        RunCases({&raw.Process(), raw.Address()}, {&showhost.Process(), showhost.Address()}, exchange, options);
-    Report::Print(std::cout, conditions, cases);
+        const auto cases = RunCases({&raw.Process(), raw.Address()}, server, subject, exchange, options);
+        Report::Print(std::cout, conditions, cases);
+        json[subject.name] = Report::ToJson(conditions, cases);
+    }
+    Report::Explain(std::cout);
     if (!options.jsonFile.isEmpty())
-        WriteJson(options.jsonFile, Report::ToJson(conditions, cases));
+        WriteJson(options.jsonFile, json);
 }
 
 } // namespace

@@ -92,13 +92,28 @@ private:
     std::map<int, std::size_t> m_unanswered; ///< bytes of a request that isn't whole yet, by descriptor
 };
 
-CDescriptor Listen(const std::string& ip)
+[[noreturn]] void EchoDatagrams(const CDescriptor& server, const std::string& reply)
 {
-    CDescriptor listener(Syscall::Do("socket", [] { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }));
+    std::array<char, kReadBytes> buffer;
+    for (;;) {
+        sockaddr_in peer = {};
+        socklen_t size = sizeof peer;
+        const auto generic = reinterpret_cast<sockaddr*>(&peer);
+        Syscall::Do("recvfrom",
+                    [&] { return recvfrom(server.Get(), buffer.data(), buffer.size(), 0, generic, &size); });
+        Syscall::Do("sendto", [&] { return sendto(server.Get(), reply.data(), reply.size(), 0, generic, size); });
+    }
+}
+
+CDescriptor Listen(const std::string& ip, bool isDatagram)
+{
+    const int type = isDatagram ? SOCK_DGRAM : SOCK_STREAM;
+    CDescriptor listener(Syscall::Do("socket", [&] { return socket(AF_INET, type | SOCK_CLOEXEC, 0); }));
     const sockaddr_in address = MakeAddress(ip, 0);
     const auto generic = reinterpret_cast<const sockaddr*>(&address);
     Syscall::Do("bind", [&] { return bind(listener.Get(), generic, sizeof address); });
-    Syscall::Do("listen", [&] { return listen(listener.Get(), SOMAXCONN); });
+    if (!isDatagram)
+        Syscall::Do("listen", [&] { return listen(listener.Get(), SOMAXCONN); });
     return listener;
 }
 
@@ -113,10 +128,14 @@ sockaddr_in AddressOf(const CDescriptor& listener)
 
 } // namespace
 
-CRawEcho::CRawEcho(const std::string& ip, const SExchange& exchange) : CRawEcho(Listen(ip), exchange) {}
+CRawEcho::CRawEcho(const std::string& ip, const SExchange& exchange)
+    : CRawEcho(Listen(ip, exchange.isDatagram), exchange)
+{}
 
 CRawEcho::CRawEcho(CDescriptor listener, const SExchange& exchange)
     : m_address(AddressOf(listener)), m_process("raw echo", [&] {
+        if (exchange.isDatagram)
+            EchoDatagrams(listener, exchange.reply);
         CEchoLoop(listener, exchange).Run();
         return 0;
     })

@@ -4,7 +4,8 @@
 #include "ChannelLoad/Connection.h"
 
 /// The least that a server can do on this machine: one thread, level-triggered epoll, one read and one write for what
-/// is at hand. It looks at no byte: for each request's length that arrives, the reply goes out.
+/// is at hand; for datagrams one that waits in recvfrom. It looks at no byte: for each request's length that arrives,
+/// the reply goes out.
 class CRawEcho {
 public:
     /// Listens on a free port of the address.

@@ -127,7 +127,8 @@ QJsonObject JsonOf(const std::vector<SLoad>& loads, const SServerFigures& figure
 
 void Report::Print(std::ostream& out, const SRunConditions& conditions, const std::vector<SCaseRounds>& cases)
 {
-    out << Format("%d cores, load average %.2f before; server and client pinned to core %zu, theirs for %.0f %% of the "
+    out << conditions.subject << '\n'
+        << Format("%d cores, load average %.2f before; server and client pinned to core %zu, theirs for %.0f %% of the "
                   "time\n",
                   conditions.cores, conditions.loadAverage, conditions.pinnedTo, CoreShare(cases) * 100)
         << Format("medians of %zu rounds of %g s; request %zu bytes, reply %zu\n\n", conditions.rounds,
@@ -138,7 +139,12 @@ void Report::Print(std::ostream& out, const SRunConditions& conditions, const st
         out << LineOf(rounds.testCase->name, "raw", figures.raw, {})
             << LineOf("", "showhost", figures.showhost, TargetOf(*rounds.testCase, figures.showhost));
     }
-    out << "\nof raw: showhost's rate as a part of the raw echo's in the same round; CPU us each: the server's "
+    out << '\n';
+}
+
+void Report::Explain(std::ostream& out)
+{
+    out << "of raw: showhost's rate as a part of the raw echo's in the same round; CPU us each: the server's "
            "processor\n"
            "time for one request; loss: against the same server with one connection alone; slowest: the slowest\n"
            "connection's requests as a part of the median one's.\n";

@@ -35,6 +35,7 @@ struct SCaseRounds {
 };
 
 struct SRunConditions {
+    const char* subject = "";
     int cores = 0;
     std::size_t pinnedTo = 0;
     double loadAverage = 0; ///< of the last minute before the run
@@ -47,6 +48,8 @@ struct SRunConditions {
 namespace Report {
 
 void Print(std::ostream& out, const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
+/// What the columns are.
+void Explain(std::ostream& out);
 /// The medians and every round's figures.
 QJsonObject ToJson(const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
 

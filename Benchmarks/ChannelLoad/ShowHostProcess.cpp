@@ -1,5 +1,6 @@
 #include "ChannelLoad/ShowHostProcess.h"
 
+#include "CentralControl/CentralControlConfig.h"
 #include "Interfaces/AppServer.h"
 
 #include <chrono>
@@ -47,7 +48,8 @@ CTemporaryFolder::~CTemporaryFolder()
 }
 
 CShowHostProcess::CShowHostProcess(const std::string& program, const std::string& show, const std::string& ip)
-    : m_address(MakeAddress(ip, AppServer::kControlPort))
+    : m_appAddress(MakeAddress(ip, AppServer::kControlPort))
+    , m_centralAddress(MakeAddress(ip, CentralControl::kPort))
     , m_output(m_folder.Path() / "output.txt")
     , m_process("showhost", [&] {
         std::filesystem::create_directory(m_folder.Path() / "state");

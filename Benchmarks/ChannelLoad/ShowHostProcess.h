@@ -26,12 +26,14 @@ public:
     CShowHostProcess(const std::string& program, const std::string& show, const std::string& ip);
 
     const CChildProcess& Process() const { return m_process; }
-    const sockaddr_in& Address() const { return m_address; }
+    const sockaddr_in& AppAddress() const { return m_appAddress; }
+    const sockaddr_in& CentralAddress() const { return m_centralAddress; }
 
 private:
     void WaitUntilReady();
 
-    const sockaddr_in m_address;
+    const sockaddr_in m_appAddress;
+    const sockaddr_in m_centralAddress;
     const CTemporaryFolder m_folder;
     const std::filesystem::path m_output; ///< its standard output: a file never makes it wait for a reader
     CChildProcess m_process;

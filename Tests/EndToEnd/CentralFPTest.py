@@ -7,7 +7,7 @@ import subprocess
 import threading
 import unittest
 
-from Support import (CENTRAL_PORT, FP_PORT, PATIENCE, App, EnvelopeChannel, Folder, ShowHost, envelope, environment,
+from Support import (CENTRAL_PORT, FP_PORT, PATIENCE, App, Central, Folder, FPController, ShowHost, envelope, environment,
                      showhost_command, showremote, wait_until)
 
 HEARTBEAT, PICTURE_ADJUSTMENT = 0x001, 0x112
@@ -15,47 +15,12 @@ HEARTBEAT, PICTURE_ADJUSTMENT = 0x001, 0x112
 SHARED, ENDED, CONTROLLER = "127.0.0.53", "127.0.0.54", "127.0.0.55"
 
 
-class CentralControl:
-    """A central-control system. It hears only what comes from the port that it sends to."""
-
-    def __init__(self, address):
-        self.socket = socket.socket(type=socket.SOCK_DGRAM)
-        self.socket.connect((address, CENTRAL_PORT))
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.socket.close()
-
-    def is_answered(self, datagram):
-        """Not while the system has no room for one more datagram."""
-        self.socket.settimeout(0.2)
-        try:
-            self.socket.send(datagram)
-            self.socket.recv(65535)
-            return True
-        except TimeoutError:
-            return False
-
-
-class FPController:
-    """Listens where the host looks for its FP controller."""
-
-    def __init__(self, address=CONTROLLER, port=FP_PORT):
-        self.server = socket.create_server((address, port))
-        self.server.settimeout(PATIENCE)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.server.close()
-
-    def accept(self):
-        connection, _ = self.server.accept()
-        connection.settimeout(PATIENCE)
-        return EnvelopeChannel(connection)
+def is_answered(central, datagram):
+    """Not while the system has no room for one more datagram."""
+    try:
+        return central.exchange(datagram) is not None
+    except TimeoutError:
+        return False
 
 
 class CentralControlTest(unittest.TestCase):
@@ -69,7 +34,7 @@ class CentralControlTest(unittest.TestCase):
 
     def test_a_flood_leaves_the_app_and_others_answered(self):
         def flood():
-            with CentralControl(SHARED) as central:
+            with Central(SHARED) as central:
                 central.socket.settimeout(0)
                 for _ in range(100_000):
                     try:
@@ -84,8 +49,9 @@ class CentralControlTest(unittest.TestCase):
                 app.control.send(HEARTBEAT)
                 self.assertEqual(app.control.receive()[1], {"result": 1})
         flooder.join()
-        with CentralControl(SHARED) as central:
-            wait_until(lambda: central.is_answered(b"getBlackAll"), "an answer after the flood")
+        with Central(SHARED) as central:
+            central.socket.settimeout(0.2)
+            wait_until(lambda: is_answered(central, b"getBlackAll"), "an answer after the flood")
 
     def test_showremote_shows_the_answer_and_fails_on_a_refusal(self):
         cases = {("getBlackAll",): 0, ("getBlackAll", '{"row": 1}'): 0, ("no-keyword",): 1, ("--raw", "{"): 0}
@@ -104,7 +70,7 @@ class ProcessTest(unittest.TestCase):
 
     def test_central_control_ends_the_host(self):
         for keyword in (b"shutdown", b'{"cmd": "CloseSoftware"}'):
-            with ShowHost(ENDED, self.folder / "state") as host, CentralControl(ENDED) as central:
+            with ShowHost(ENDED, self.folder / "state") as host, Central(ENDED) as central:
                 central.socket.send(keyword)
 
                 self.assertEqual(host.ended(), 0, keyword)
@@ -121,7 +87,7 @@ class ProcessTest(unittest.TestCase):
     def test_the_option_goes_over_the_settings_for_the_fp_controller(self):
         settings = self.folder / "settings.json"
         settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
-        with FPController(port=FP_PORT + 90) as named, FPController() as given:
+        with FPController(CONTROLLER, FP_PORT + 90) as named, FPController(CONTROLLER) as given:
             with ShowHost(ENDED, self.folder / "state", "--settings", settings):
                 named.accept().close()
             with ShowHost(ENDED, self.folder / "state", "--settings", settings, "--fp", f"{CONTROLLER}:{FP_PORT}"):
@@ -135,7 +101,7 @@ class FPTest(unittest.TestCase):
         cls.host = cls.enterClassContext(ShowHost(SHARED, folder / "state", "--fp", f"{CONTROLLER}:{FP_PORT}"))
 
     def test_packets_are_answered_under_their_code_and_the_host_comes_back(self):
-        with FPController() as controller:
+        with FPController(CONTROLLER) as controller:
             for _ in range(2):
                 channel = controller.accept()
                 packet = envelope(PICTURE_ADJUSTMENT, {"id": 1})

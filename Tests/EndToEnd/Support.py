@@ -15,8 +15,7 @@ import threading
 import time
 from pathlib import Path
 
-DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT = 25505, 25506, 25507, 25521
-CENTRAL_PORT, FP_PORT = 25509, 25510
+DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT, FP_PORT = 25505, 25506, 25507, 25521, 25509, 25510
 DISCOVERY_REQUEST = b"App Server request Zentravox Controller"
 REPLY = 0x10000000
 
@@ -115,30 +114,45 @@ class ShowHost:
 
 
 def envelope(code, body=None):
-    text = b"" if body is None else json.dumps(body).encode()
+    return envelope_of(code, b"" if body is None else json.dumps(body).encode())
+
+
+def envelope_of(code, text):
     return b"ZXAP" + struct.pack(">II", code, len(text)) + text
 
 
 class EnvelopeChannel:
-    """A TCP connection that carries envelopes."""
+    """One end of a TCP connection that carries envelopes."""
 
     def __init__(self, connection):
         self.socket = connection
-        self._bytes = self.socket.makefile("rb")
+        self._bytes = connection.makefile("rb")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
 
     def send(self, code, body=None):
         self.socket.sendall(envelope(code, body))
 
+    def send_bytes(self, code, body):
+        self.socket.sendall(envelope_of(code, body))
+
     def receive(self):
         """The next envelope's code and body, or None when the host has closed."""
+        message = self.receive_bytes()
+        return message and (message[0], json.loads(message[1]) if message[1] else None)
+
+    def receive_bytes(self):
         header = self._bytes.read(12)
         if not header:
             return None
         mark, code, length = struct.unpack(">4sII", header)
         if mark != b"ZXAP":
             raise AssertionError(f"not an envelope: {header!r}")
-        body = self._bytes.read(length)
-        return code, json.loads(body) if body else None
+        return code, self._bytes.read(length)
 
     def receive_rest(self):
         """Ends this side and returns what the host still sends before it closes."""
@@ -175,13 +189,13 @@ class App:
         self.bulk.close()
 
 
-class Discovery:
-    """An app that looks for hosts."""
+class DatagramPeer:
+    """One end of a talk in datagrams."""
 
-    def __init__(self, address):
+    def __init__(self, address, port):
         self.socket = socket.socket(type=socket.SOCK_DGRAM)
         self.socket.settimeout(PATIENCE)
-        self.socket.connect((address, DISCOVERY_PORT))
+        self.socket.connect((address, port))
 
     def __enter__(self):
         return self
@@ -193,7 +207,53 @@ class Discovery:
         self.socket.send(datagram)
 
     def receive(self):
-        return json.loads(self.socket.recv(65535))
+        return self.socket.recv(65535)
+
+
+class Central(DatagramPeer):
+    """A central-control system. It hears only what comes from the port that it sends to."""
+
+    def __init__(self, address):
+        super().__init__(address, CENTRAL_PORT)
+
+    def exchange(self, datagram):
+        self.send(datagram)
+        return self.receive()
+
+    def ask(self, **message):
+        """What comes back: text for a command, an object for a query."""
+        answer = self.exchange(json.dumps(message).encode()).decode()
+        return json.loads(answer) if answer.startswith("{") else answer
+
+
+class FPController:
+    """An FP controller, which the host connects to."""
+
+    def __init__(self, address, port=FP_PORT):
+        self.port = port
+        self._listener = socket.create_server((address, port))
+        self._listener.settimeout(PATIENCE)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._listener.close()
+
+    def accept(self):
+        connection, _ = self._listener.accept()
+        connection.settimeout(PATIENCE)
+        return EnvelopeChannel(connection)
+
+
+class Discovery(DatagramPeer):
+    """An app that looks for hosts."""
+
+    def __init__(self, address):
+        super().__init__(address, DISCOVERY_PORT)
+
+    def receive(self):
+        return json.loads(super().receive())
 
     def has_received(self):
         self.socket.setblocking(False)

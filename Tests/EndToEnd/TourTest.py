@@ -10,7 +10,7 @@ import threading
 import unittest
 from urllib.parse import quote
 
-from Support import (BULK_PORT, CONTROL_PORT, DISCOVERY_REQUEST, FTP_PORT, PATIENCE, REPLY, App, Discovery, Folder,
+from Support import (BULK_PORT, CONTROL_PORT, FTP_PORT, PATIENCE, REPLY, App, Folder,
                      ShowHost, discover, environment, is_free, showhost_command, showremote, wait_until)
 
 HEARTBEAT, SET_HOST_NAME, HOST_NAME_AND_VERSION = 1, 4, 5

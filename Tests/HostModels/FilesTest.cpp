@@ -1,13 +1,10 @@
+#include "HostModels/FileTest.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
-#include "HostModels/Show.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "HostModels/ShowFile.h"
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -15,34 +12,7 @@ using testing::HasSubstr;
 
 namespace {
 
-class FilesTest : public testing::Test {
-protected:
-    QString Write(const QByteArray& text)
-    {
-        const QString path = m_folder.filePath("file.json");
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-        return path;
-    }
-
-    /// What reading the file complains of.
-    template <class Read>
-    std::string Complaint(Read read, const QByteArray& text)
-    {
-        const QString path = Write(text);
-        try {
-            read(path);
-        } catch (const CFileError& error) {
-            const std::string complaint = error.what();
-            EXPECT_EQ(complaint.find(path.toStdString() + ": "), 0u) << complaint;
-            return complaint.substr(std::min(complaint.size(), path.toStdString().size() + 2));
-        }
-        return "none";
-    }
-
-    QTemporaryDir m_folder;
-};
+using FilesTest = CFileTest;
 
 SSettings Read(const QString& path)
 {
@@ -53,24 +23,24 @@ SSettings Read(const QString& path)
 
 TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
 {
-    EXPECT_EQ(Complaint(ReadShow, "{}"), "name: is missing or empty");
-    EXPECT_EQ(Complaint(ReadShow, "{\"name\": 5}"), "name: must be a text");
-    EXPECT_EQ(Complaint(ReadShow, "{\"name\": \"a\", \"nmae\": 1}"), "nmae: there is no such setting");
-    EXPECT_EQ(Complaint(ReadShow, "[]"), "the top level is no object");
-    EXPECT_THAT(Complaint(ReadShow, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
+    EXPECT_EQ(Complaint(ReadShowFile, "{}"), "name: is missing or empty");
+    EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": 5}"), "name: must be a text");
+    EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": \"a\", \"nmae\": 1}"), "nmae: there is no such key");
+    EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is no object");
+    EXPECT_THAT(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
     EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
     EXPECT_EQ(Complaint(Read, "{\"ftp\": []}"), "ftp: must be an object");
-    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a port, from 1 to 65535");
-    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": \"25510\"}}"), "fp.port: must be a whole number");
-    EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: there is no such setting");
+    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a number from 1 to 65535");
+    EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": \"25510\"}}"), "fp.port: must be a number");
+    EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: there is no such key");
 }
 
 TEST_F(FilesTest, AFileThatCannotBeReadIsTold)
 {
     const QString missing = m_folder.filePath("missing.zxc");
 
-    EXPECT_THROW(ReadShow(missing), CFileError);
-    EXPECT_THROW(ReadShow(m_folder.path()), CFileError);
+    EXPECT_THROW(ReadShowFile(missing), CFileError);
+    EXPECT_THROW(ReadShowFile(m_folder.path()), CFileError);
 }
 
 TEST_F(FilesTest, SettingsThatTheFileLeavesOutStay)

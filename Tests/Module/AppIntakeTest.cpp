@@ -1,6 +1,8 @@
 #include "Support/ControllerTest.h"
+#include "Support/ShowBuilder.h"
 
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/ResourceType.h"
 
 #include <cstdint>
 #include <set>
@@ -79,10 +81,15 @@ TEST_F(AppIntakeTest, WhatNoSenderAnswersIsTheHostsToCarryOut)
 
 TEST_F(AppIntakeTest, WhatASenderAnswersTheHostIsNotTold)
 {
+    const SResource clip = MakeResource(5, ResourceType::Video);
+    LoadStage({clip}, {MakeMedium(31, clip)});
+    const QJsonObject body = Json(R"({"id": "an id", "mediaId": "#31", "sceneGroupId": "#2", "sceneId": "#3",
+                                      "resourceId": "#5"})");
+
     for (const unsigned int code : kAnsweredBySenders) {
         RecordingChannels::ForgetCalls();
 
-        FromApp(code, {{"id", "an id"}});
+        FromApp(code, body);
 
         EXPECT_THAT(RecordingChannels::Outgoing(), Contains(SentCode(code | 0x10000000))) << std::hex << code;
     }

@@ -1,4 +1,5 @@
 #include "Support/ControllerTest.h"
+#include "Support/ShowBuilder.h"
 
 #include <set>
 #include <vector>
@@ -56,6 +57,8 @@ TEST_F(CentralControlIntakeTest, QueriesAreTheSendersAndEverythingElseIsTheHosts
 
 TEST_F(CentralControlIntakeTest, AnAnswerGoesToWhereTheQuestionCameFromAndNowhereElse)
 {
+    LoadStage({});
+
     FromCentralControl(Message(408));
 
     EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(AllOf(Field("name", &SChannelCall::name, "Central.SendData"),

@@ -1,4 +1,5 @@
 #include "Support/ControllerTest.h"
+#include "Support/ShowBuilder.h"
 
 #include <set>
 
@@ -20,6 +21,7 @@ protected:
 
 TEST_F(FPIntakeTest, EveryPacketIsReportedQueriesAreAnsweredBeforeAndNoneClosesTheSoftware)
 {
+    LoadStage({});
     const QJsonObject body = {{"value", 7}};
     std::size_t reportsWhenAnswered = 0;
     bool closes = false;

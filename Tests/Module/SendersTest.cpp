@@ -1,4 +1,4 @@
-#include "Support/ControllerTest.h"
+#include "Support/SenderTest.h"
 
 #include "ExternalController/Common/Base64.h"
 #include "ExternalController/Common/Command.h"
@@ -42,25 +42,7 @@ std::unique_ptr<CMsgSenderBase> Make(CAPPServerManager* app, IFPClientManager* f
 
 } // namespace
 
-class SendersTest : public ControllerTest {
-protected:
-    SendersTest() { RecordingChannels::ForgetCalls(); }
-
-    /// What goes out when a sender that has every channel is asked.
-    template <class Sender>
-    std::vector<SChannelCall> Ask(int code, const QJsonObject& body, int sources)
-    {
-        RecordingChannels::ForgetCalls();
-        const auto sender = Make<Sender>(&m_app, &m_fp, &m_central, &m_cloud);
-        EXPECT_TRUE(sender->HandleMsg({code & 0xf00, code, body, sources}));
-        return RecordingChannels::Calls();
-    }
-
-    CAPPServerManager m_app;
-    CFPClientManager m_fp;
-    CCentralControllerManager m_central;
-    CCloudControlManager m_cloud;
-};
+using SendersTest = SenderTest;
 
 TEST_F(SendersTest, AnUnknownRequestComesBackToThoseWhoAsked)
 {

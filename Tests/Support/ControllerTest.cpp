@@ -29,6 +29,7 @@ ControllerTest::ControllerTest()
     RecordingChannels::Reset();
     HostModels::SoftwareSetting().Load({}, {});
     HostModels::UserModel().Load({});
+    HostModels::Show().Load({});
     HostModels::SetResultHandler([this](const SResultData& result) {
         const std::lock_guard lock(m_mutex);
         m_reports.push_back(result);

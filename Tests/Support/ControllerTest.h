@@ -28,7 +28,8 @@ std::shared_ptr<Comm::ResponsePackage> AppPacket(unsigned int code, const QJsonO
 std::shared_ptr<Comm::ResponsePackage> RawPacket(std::string payload, const SPeer& peer = {});
 std::shared_ptr<Comm::ResponsePackage> CloseNotice(const SPeer& peer, std::int32_t closed = 1);
 
-/// The module on recording channels, in a host with fresh settings and no users, where no controller exists yet.
+/// The module on recording channels, in a host with fresh settings, no users and no show, where no controller exists
+/// yet.
 class ControllerTest : public testing::Test {
 protected:
     ControllerTest();

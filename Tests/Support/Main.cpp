@@ -1,4 +1,4 @@
-#include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,9 @@ int main(int argc, char** argv)
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
 
-    QCoreApplication application(argc, argv);
+    // Pixmaps and fonts need one, and no display.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,37 +1,89 @@
 #include "ShowHost/HostCommands.h"
 
+#include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/CommandNames.h"
+#include "ExternalController/Common/FPQueries.h"
+#include "ExternalController/Common/FileType.h"
 #include "ExternalController/ExternalController.h"
+#include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "HostModels/HostModels.h"
 #include "ShowHost/HostLog.h"
 
-CHostCommands::CHostCommands(CExternalController& controller, CHostLog& log) : m_controller(controller), m_log(log) {}
+#include <QCoreApplication>
+#include <QDir>
+#include <QEvent>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <utility>
+
+namespace {
+
+/// Requests that senders answer and channels don't route to them.
+constexpr int kHandedBack[] = {
+    Command::SetHostName,         Command::MediaData,    Command::MainSceneGroup,
+    Command::MainSceneGroupAgain, Command::ResourceItem,
+};
+
+QString NameOf(int cmdCode)
+{
+    const auto code = static_cast<unsigned int>(cmdCode);
+    const char* name = Command::NameOf(code);
+    return QStringLiteral("%1 (0x%2)").arg(QLatin1String(name ? name : "unknown")).arg(code, 3, 16, QLatin1Char('0'));
+}
+
+std::string SourceName(int sourceFlags)
+{
+    constexpr struct {
+        Source::Flag flag;
+        ControlSource::Index name;
+    } kNames[] = {{Source::App, ControlSource::App},
+                  {Source::FP, ControlSource::FP},
+                  {Source::CentralControl, ControlSource::CentralControl},
+                  {Source::CloudControl, ControlSource::CloudControl}};
+    for (const auto& [flag, name] : kNames) {
+        if (sourceFlags & flag)
+            return ControlSourceNameMap.at(name);
+    }
+    return ControlSourceNameMap.at(ControlSource::PC);
+}
+
+/// Asks the host to end, from any thread.
+void Quit()
+{
+    QCoreApplication::postEvent(QCoreApplication::instance(), new QEvent(QEvent::Quit));
+}
+
+} // namespace
+
+CHostCommands::CHostCommands(CExternalController& controller, CHostLog& log, QString uploadFolder)
+    : m_controller(controller), m_log(log), m_uploadFolder(std::move(uploadFolder))
+{}
 
 void CHostCommands::CarryOut(const SResultData& command)
 {
+    const QString uploaded = command.jsonBody["resourcePath"].toString();
     switch (command.nCmdCode) {
-    case Command::SetHostName:
-        HandBack(command);
-        break;
-    case Command::ResourceItem:
-        if (command.jsonBody.contains("resourcePath"))
-            TakeUpload(command);
-        else
-            HandBack(command);
-        break;
     case Command::Login:
         HostModels::UserModel().SetConnectState(true);
         m_log.Print("host: " + HostModels::UserModel().GetCurrentLoginUser() + " logged in");
-        break;
+        return;
     case Command::AppGone:
         m_log.Print("host: the app is gone");
-        break;
+        return;
+    case Command::CloseSoftware:
+        Answer(command, ResultText::Success);
+        Quit();
+        return;
     default:
-        const char* name = Command::NameOf(static_cast<unsigned int>(command.nCmdCode));
-        m_log.Print(QStringLiteral("host: passes over %1 (0x%2)")
-                        .arg(QLatin1String(name ? name : "an unknown command"))
-                        .arg(static_cast<unsigned int>(command.nCmdCode), 3, 16, QLatin1Char('0')));
+        break;
     }
+    if (command.nCmdCode == Command::ResourceItem && !uploaded.isEmpty())
+        TakeUpload(uploaded);
+    else if (HasCode(kHandedBack, command.nCmdCode))
+        HandBack(command);
+    else if (!(command.nSourceFlags & Source::FP) || !HasCode(kRoutedFromFP, command.nCmdCode))
+        ChangeShow(command);
 }
 
 void CHostCommands::HandBack(const SResultData& command)
@@ -39,7 +91,67 @@ void CHostCommands::HandBack(const SResultData& command)
     m_controller.Write({command.nSenderType, command.nCmdCode, command.jsonBody, command.nSourceFlags});
 }
 
-void CHostCommands::TakeUpload(const SResultData& command)
+void CHostCommands::ChangeShow(const SResultData& command)
 {
-    m_log.Print("host: uploaded " + command.jsonBody["resourcePath"].toString());
+    const ShowChange change = FindShowChange(command.nCmdCode);
+    if (!change) {
+        Answer(command, ResultText::UnknownCommand);
+        return;
+    }
+    // While a project is being switched, the cloud's next command waits for nobody: the module drops it.
+    const bool switches = command.nCmdCode == Command::SwitchProject;
+    if (switches)
+        m_controller.SetPrjLoadState(0);
+    ResultText::Index result = ResultText::Fail;
+    HostModels::Show().Change([&](SShow& show) {
+        std::vector<SShowEvent> events;
+        result = change(show, command.jsonBody, events);
+        m_events.Add(events);
+    });
+    if (switches)
+        m_controller.SetPrjLoadState(1);
+    Answer(command, result);
+}
+
+/// Through the senders' fallbacks: the app and the FP controller get their request back with the result in it, central
+/// control the text alone. The fallbacks that relay are the project data sender's and the stage sender's, whatever the
+/// code; the latter's must be asked under a code that it has no handler for, and central control never sees it.
+void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
+{
+    const std::string& text = ResultTextMap.at(result);
+    m_log.Print(QStringLiteral("host: %1: %2: %3")
+                    .arg(QString::fromStdString(SourceName(command.nSourceFlags)), NameOf(command.nCmdCode),
+                         QString::fromStdString(text)));
+    QJsonObject body = command.jsonBody;
+    body.remove("respon"); // the sender would take it for the host's own answer
+    body["result"] = result;
+    body["errorMsg"] = QString::fromStdString(text);
+    if (command.nSourceFlags & Source::CentralControl)
+        m_controller.Write({SenderType::Stage, Command::PlayControl, body, Source::CentralControl});
+    else
+        m_controller.Write({SenderType::ProjectData, command.nCmdCode, body, command.nSourceFlags});
+}
+
+void CHostCommands::TakeUpload(const QString& path)
+{
+    m_log.Print("host: uploaded " + path);
+    const QFileInfo file(QDir(m_uploadFolder), path);
+    const int type = GetFileResType(file.fileName());
+    if (type < 0) {
+        m_log.Print("host: no resource: nothing plays such a file");
+        return;
+    }
+    SResourceProperties resource;
+    resource.id = QUuid::createUuid();
+    resource.type = type;
+    resource.name = file.fileName();
+    resource.path = file.absoluteFilePath();
+    HostModels::Show().Change([&](SShow& show) { AddResource(show, resource); });
+
+    const QSize resolution = QImageReader(resource.path).size();
+    HostModels::Show().Change([&](SShow& show) {
+        std::vector<SShowEvent> events;
+        Demux(show, resource.id, resolution.isValid() ? resolution : QSize(), events);
+        m_events.Add(events);
+    });
 }

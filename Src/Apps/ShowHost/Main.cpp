@@ -4,7 +4,7 @@
 #include "FPClient/FPClientConfig.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
-#include "HostModels/Show.h"
+#include "HostModels/ShowFile.h"
 #include "ShowHost/HostAndPort.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
@@ -59,7 +59,7 @@ int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& optio
 SOptions ReadOptions(QCoreApplication& application)
 {
     const QCommandLineOption show("show", "The show to load.", "FILE");
-    const QCommandLineOption settings("settings", "The host's settings; without it the demo's.", "FILE");
+    const QCommandLineOption settings("settings", "The host's settings, over those that the show has.", "FILE");
     const QCommandLineOption state("state", "Where uploads and changed settings are kept.", "DIR",
                                    QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
     const QCommandLineOption listen("listen", "The address that remotes reach the host at.", "ADDRESS", "127.0.0.1");
@@ -102,12 +102,12 @@ SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& setti
     return config;
 }
 
-void PrepareHost(const SOptions& options)
+void PrepareHost(const SOptions& options, const SSettings& showSettings)
 {
     if (!QDir().mkpath(options.state))
         throw CFileError(options.state.toStdString() + ": can't make this folder");
     CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
-    setting.Load(options.settings.isEmpty() ? SSettings{} : ReadSettings(options.settings),
+    setting.Load(options.settings.isEmpty() ? showSettings : ReadSettings(options.settings, showSettings),
                  QDir(options.state).filePath("settings.json"));
 
     const auto settings = setting.Current();
@@ -129,9 +129,9 @@ int AddUser(const SOptions& options)
     return Fine;
 }
 
-void PrintReady(const CHostLog& log, const SShow& show)
+void PrintReady(const CHostLog& log, const QString& show)
 {
-    std::string line = "showhost ready: " + show.name.toStdString();
+    std::string line = "showhost ready: " + show.toStdString();
     const char* separator = "; ";
     for (const std::string& channel : log.Listening()) {
         line += separator + channel;
@@ -141,14 +141,16 @@ void PrintReady(const CHostLog& log, const SShow& show)
     std::fflush(stdout);
 }
 
-int Serve(QCoreApplication& application, CHostLog& log, const SShow& show)
+int Serve(QCoreApplication& application, CHostLog& log, const QString& show)
 {
     InitExternalController();
     CExternalController& controller = *GetExternalController();
-    CHostCommands commands(controller, log);
+    CHostCommands commands(controller, log, QString::fromStdString(AppServer::GetConfig().uploadFolder));
     HostModels::SetResultHandler([&](const SResultData& command) { commands.CarryOut(command); });
-    QObject::connect(&controller, &CExternalController::signalCloseSoftWare, &application, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
+    QObject::connect(&controller, &CExternalController::signalCloseSoftWare, [&](bool shutsDown) {
+        log.Print(shutsDown ? "host: asked to shut down" : "host: asked to close");
+        QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
+    });
     controller.Init();
 
     const std::vector<std::string> failures = log.Failures();
@@ -181,13 +183,14 @@ int main(int argc, char** argv)
 
     try {
         const SOptions options = ReadOptions(application);
-        PrepareHost(options);
+        const SShowFile file = options.show.isEmpty() ? SShowFile{} : ReadShowFile(options.show);
+        PrepareHost(options, file.settings);
         if (options.addsUser)
             return AddUser(options);
-        const SShow show = ReadShow(options.show);
+        HostModels::Show().Load(file.show);
         const CShutdownSignals shutdown([&] { QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit)); });
         log.SetQuiet(options.quiet);
-        return Serve(application, log, show);
+        return Serve(application, log, file.show.name);
     } catch (const CFileError& error) {
         PrintError(error.what());
         return BadInput;

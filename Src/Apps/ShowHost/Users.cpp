@@ -6,15 +6,20 @@
 
 namespace {
 
-constexpr char kDemoUser[] = "demo";
-constexpr char kDemoPassword[] = "demo";
-constexpr int kDemoAccess = 1;
+/// Each with its name as the password.
+constexpr struct {
+    const char* name;
+    int access;
+} kDemoUsers[] = {{"demo", 1}, {"technician", 2}, {"guest", 0}};
 
 } // namespace
 
 std::vector<SAPPUserNode> DemoUsers()
 {
-    return {MakeUser(kDemoUser, kDemoPassword, kDemoAccess)};
+    std::vector<SAPPUserNode> users;
+    for (const auto& [name, access] : kDemoUsers)
+        users.push_back(MakeUser(name, name, access));
+    return users;
 }
 
 SAPPUserNode MakeUser(const QString& name, const QString& password, int access)

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// Who may log in while nobody was added: "demo" with the password "demo".
+/// Who may log in while nobody was added: "demo", "technician" and "guest", each with the name as password.
 std::vector<SAPPUserNode> DemoUsers();
 
 /// The user with the password encrypted. Throws CFileError for a password that can't be.

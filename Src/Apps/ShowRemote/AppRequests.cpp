@@ -5,18 +5,16 @@
 
 namespace {
 
-constexpr std::size_t kMostReplies = 2;
-
 struct SExpectation {
     Command::Code request;
-    std::size_t count;
-    Command::Code replies[kMostReplies];
+    std::vector<Command::Code> replies;
 };
 
 /// Requests that are not answered by one reply with their own code.
-constexpr SExpectation kExpectations[] = {
-    {Command::SetHostName, 2, {Command::SetHostName, Command::HostNameAndVersion}},
-    {Command::ShutDown, 0, {}}, // the host goes without a word
+const SExpectation kExpectations[] = {
+    {Command::SetHostName, {Command::SetHostName, Command::HostNameAndVersion}},
+    {Command::ShutDown, {}}, // the host goes without a word
+    {Command::SharedTypeThumbnails, std::vector<Command::Code>(7, Command::SharedTypeThumbnails)}, // one a type
 };
 
 } // namespace
@@ -53,8 +51,8 @@ std::vector<unsigned int> AppRequests::RepliesTo(Channel channel, unsigned int c
     for (const SExpectation& expectation : kExpectations) {
         if (static_cast<unsigned int>(expectation.request) != code)
             continue;
-        for (std::size_t i = 0; i < expectation.count; ++i)
-            replies.push_back(Command::ReplyTo(expectation.replies[i]));
+        for (const Command::Code reply : expectation.replies)
+            replies.push_back(Command::ReplyTo(reply));
         return replies;
     }
     return {Command::ReplyTo(static_cast<int>(code))};

@@ -2,28 +2,11 @@
 
 #include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/FPQueries.h"
 #include "Interfaces/ResultModel.h"
 #include "Interfaces/ZXComm.h"
 
 #include <QJsonObject>
-
-namespace {
-
-/// The FP controller's queries, which the senders answer.
-constexpr int kRoutedFromFP[] = {
-    // session
-    Command::FPPairingCode,
-    // stage
-    Command::ProjectList,
-    Command::PictureAdjustment,
-    Command::PlayStateNumber,
-    Command::VolumeState,
-    Command::BlackScreenState,
-    // scenes
-    Command::SceneManagerData,
-};
-
-} // namespace
 
 void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
 {
@@ -39,6 +22,5 @@ void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> pa
 
     if (HasCode(kRoutedFromFP, code))
         Write({senderType, code, body, Source::FP});
-    // The host hears of an answered query too, unlike on the other channels.
     ReportToHost({senderType, code, !body.isEmpty(), body, Source::FP});
 }

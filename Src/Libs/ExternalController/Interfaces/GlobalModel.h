@@ -1,8 +1,12 @@
 #pragma once
 
+#include <QColor>
 #include <QString>
+#include <QUuid>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 /// A user whom the mobile app can log in as.
 struct SAPPUserNode {
@@ -47,6 +51,43 @@ public:
     /// Empty when the operator gave no name: the machine's own name stands in for it.
     virtual QString LoadHostName() = 0;
     virtual void SaveHostName(const QString& name) = 0;
+    /// The app that the operator admitted.
+    virtual QString GetCurLoginAPPId() = 0;
+    virtual int LoadStagePreviewMode() = 0;
+    virtual QColor LoadStageColor() = 0;
+    /// Where the host streams its view of the stage to.
+    virtual QString GetStageStreamUrl() = 0;
+    /// The folder whose files the app may list; empty when there is none.
+    virtual QString GetAppSharedPath() = 0;
+};
+
+/// The open project's own settings. Safe to call from any thread.
+class CZXProjectSettingData {
+public:
+    virtual ~CZXProjectSettingData() = default;
+
+    /// Whether HDR is on, and its kind: 1 is software.
+    virtual std::pair<bool, int> LoadHDRSetting() = 0;
+    /// A percentage, for people to read.
+    virtual QString LoadStageZoomRatio() = 0;
+};
+
+/// One of the projects that the host knows.
+struct SProjectMgrNode {
+    QString name;
+    QUuid id;
+};
+
+/// The open project. Safe to call from any thread.
+class CZXProject {
+public:
+    virtual ~CZXProject() = default;
+
+    virtual QUuid GetId() = 0;
+    virtual QString GetProjectName() = 0;
+    virtual int GetAppCtrlMode() = 0;
+    /// All projects, the open one among them.
+    virtual std::vector<SProjectMgrNode> GetProjectMgrList() = 0;
 };
 
 /// Where the host keeps what belongs to no single show. Safe to call from any thread.
@@ -57,6 +98,8 @@ public:
 
     virtual std::shared_ptr<CZXSoftwareSettingData> GetSoftwareSetting() = 0;
     virtual std::shared_ptr<CAPPUserModel> GetAPPUserModel() = 0;
+    virtual std::shared_ptr<CZXProjectSettingData> GetProjectSetting() = 0;
+    virtual std::shared_ptr<CZXProject> GetZXProject() = 0;
     /// The program's name with its format version, for people to read.
     virtual QString GetAppFormatName() = 0;
 };

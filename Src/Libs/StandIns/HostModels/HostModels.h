@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HostModels/HostShow.h"
 #include "HostModels/HostSoftwareSetting.h"
 #include "HostModels/HostUserModel.h"
 #include "Interfaces/ResultModel.h"
@@ -11,6 +12,7 @@ namespace HostModels {
 
 CHostSoftwareSetting& SoftwareSetting();
 CHostUserModel& UserModel();
+CHostShow& Show();
 
 /// Sets who carries out what the module hands to the host; it runs on the channels' threads, several at a time.
 /// Not while a channel is running.

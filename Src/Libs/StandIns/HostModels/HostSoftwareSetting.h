@@ -13,6 +13,11 @@ public:
     bool GetCloudSupport() override;
     QString LoadHostName() override;
     void SaveHostName(const QString& name) override;
+    QString GetCurLoginAPPId() override { return m_settings.Read()->appId; }
+    int LoadStagePreviewMode() override { return m_settings.Read()->stagePreviewMode; }
+    QColor LoadStageColor() override { return m_settings.Read()->stageColor; }
+    QString GetStageStreamUrl() override { return m_settings.Read()->stageStreamUrl; }
+    QString GetAppSharedPath() override { return m_settings.Read()->sharedFolder; }
 
     /// Replaces the settings, by what the changes file says over the given ones. Later changes are kept in that file;
     /// nowhere when its name is empty. Throws CFileError.

@@ -1,13 +1,19 @@
 #include "HostModels/JsonFile.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
+
+/// A hundred days: longer than any show, and exact as a JSON number.
+constexpr double kMostMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
 
 [[noreturn]] void FailFile(const QString& file, const QString& reason)
 {
@@ -46,7 +52,7 @@ void CJsonObjectReader::AllowOnly(std::initializer_list<const char*> keys) const
     for (const QString& key : present) {
         const bool known = std::any_of(keys.begin(), keys.end(), [&](const char* allowed) { return key == allowed; });
         if (!known)
-            Fail(PlaceOf(key.toUtf8().constData()), QStringLiteral("there is no such setting"));
+            Fail(key.toUtf8().constData(), QStringLiteral("there is no such key"));
     }
 }
 
@@ -56,7 +62,7 @@ QString CJsonObjectReader::Text(const char* key, const QString& otherwise) const
     if (value.isUndefined())
         return otherwise;
     if (!value.isString())
-        Fail(PlaceOf(key), QStringLiteral("must be a text"));
+        Fail(key, QStringLiteral("must be a text"));
     return value.toString();
 }
 
@@ -66,36 +72,83 @@ bool CJsonObjectReader::Flag(const char* key, bool otherwise) const
     if (value.isUndefined())
         return otherwise;
     if (!value.isBool())
-        Fail(PlaceOf(key), QStringLiteral("must be true or false"));
+        Fail(key, QStringLiteral("must be true or false"));
     return value.toBool();
 }
 
-int CJsonObjectReader::Number(const char* key, int otherwise) const
+int CJsonObjectReader::Number(const char* key, int otherwise, int least, int most) const
 {
-    const QJsonValue value = m_object[QLatin1String(key)];
-    if (value.isUndefined())
-        return otherwise;
-    // toInt gives its argument for what is no number or no whole one.
-    if (value.toInt(0) != value.toInt(1))
-        Fail(PlaceOf(key), QStringLiteral("must be a whole number"));
-    return value.toInt();
+    const double number = CheckedNumber(key, otherwise, least, most);
+    if (number != std::floor(number))
+        Fail(key, QStringLiteral("must be a whole number"));
+    return static_cast<int>(number);
 }
 
-int CJsonObjectReader::Port(const char* key, int otherwise) const
+float CJsonObjectReader::Real(const char* key, double otherwise, double least, double most) const
 {
-    if (!m_object.contains(QLatin1String(key)))
+    return static_cast<float>(CheckedNumber(key, otherwise, least, most));
+}
+
+std::int64_t CJsonObjectReader::Milliseconds(const char* key, std::int64_t otherwise) const
+{
+    const double number = CheckedNumber(key, static_cast<double>(otherwise), 0, kMostMilliseconds);
+    if (number != std::floor(number))
+        Fail(key, QStringLiteral("must be a whole number"));
+    return static_cast<std::int64_t>(number);
+}
+
+QColor CJsonObjectReader::Color(const char* key, const QColor& otherwise) const
+{
+    if (!Has(key))
         return otherwise;
-    const int port = Number(key, 0);
-    if (port < 1 || port > 65535)
-        Fail(PlaceOf(key), QStringLiteral("must be a port, from 1 to 65535"));
-    return port;
+    QColor color(RequiredText(key));
+    if (!color.isValid())
+        Fail(key, QStringLiteral("must be a colour such as \"#1b2a41\""));
+    return color;
+}
+
+int CJsonObjectReader::Choice(const char* key, int otherwise, std::initializer_list<const char*> texts) const
+{
+    if (!Has(key))
+        return otherwise;
+    const QString text = Text(key, {});
+    QStringList choices;
+    for (const char* choice : texts) {
+        if (text == QLatin1String(choice))
+            return choices.size();
+        choices.append(QStringLiteral("\"%1\"").arg(choice));
+    }
+    Fail(key, QStringLiteral("must be one of ") + choices.join(QStringLiteral(", ")));
+}
+
+QUuid CJsonObjectReader::Id(const char* key, const QUuid& otherwise) const
+{
+    return Has(key) ? RequiredId(key) : otherwise;
+}
+
+QString CJsonObjectReader::Path(const char* key, const QString& otherwise) const
+{
+    const QString path = Text(key, {});
+    return path.isEmpty() ? otherwise : QDir::cleanPath(QFileInfo(m_file).absoluteDir().absoluteFilePath(path));
+}
+
+QUuid CJsonObjectReader::RequiredId(const char* key) const
+{
+    const QString text = RequiredText(key);
+    const QUuid id(text);
+    // QUuid takes no notice of what comes after an id.
+    const bool whole = text.compare(id.toString(), Qt::CaseInsensitive) == 0 ||
+                       text.compare(id.toString(QUuid::WithoutBraces), Qt::CaseInsensitive) == 0;
+    if (id.isNull() || !whole)
+        Fail(key, QStringLiteral("must be an id such as \"1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13\""));
+    return id;
 }
 
 QString CJsonObjectReader::RequiredText(const char* key) const
 {
-    const QString text = Text(key, {});
+    QString text = Text(key, {});
     if (text.isEmpty())
-        Fail(PlaceOf(key), QStringLiteral("is missing or empty"));
+        Fail(key, QStringLiteral("is missing or empty"));
     return text;
 }
 
@@ -103,7 +156,7 @@ CJsonObjectReader CJsonObjectReader::Object(const char* key) const
 {
     const QJsonValue value = m_object[QLatin1String(key)];
     if (!value.isUndefined() && !value.isObject())
-        Fail(PlaceOf(key), QStringLiteral("must be an object"));
+        Fail(key, QStringLiteral("must be an object"));
     return {m_file, PlaceOf(key), value.toObject()};
 }
 
@@ -111,19 +164,38 @@ std::vector<CJsonObjectReader> CJsonObjectReader::Objects(const char* key) const
 {
     const QJsonValue value = m_object[QLatin1String(key)];
     if (!value.isUndefined() && !value.isArray())
-        Fail(PlaceOf(key), QStringLiteral("must be a list"));
+        Fail(key, QStringLiteral("must be a list"));
     const QJsonArray array = value.toArray();
     std::vector<CJsonObjectReader> objects;
     for (int i = 0; i < array.size(); ++i) {
         const QString place = QStringLiteral("%1[%2]").arg(PlaceOf(key)).arg(i);
         if (!array[i].isObject())
-            Fail(place, QStringLiteral("must be an object"));
+            FailAt(place, QStringLiteral("must be an object"));
         objects.push_back({m_file, place, array[i].toObject()});
     }
     return objects;
 }
 
-void CJsonObjectReader::Fail(const QString& place, const QString& reason) const
+/// The number under the key, or the given one when the key is absent.
+double CJsonObjectReader::CheckedNumber(const char* key, double otherwise, double least, double most) const
+{
+    const QJsonValue value = m_object[QLatin1String(key)];
+    if (value.isUndefined())
+        return otherwise;
+    if (!value.isDouble())
+        Fail(key, QStringLiteral("must be a number"));
+    const double number = value.toDouble();
+    if (!(number >= least && number <= most))
+        Fail(key, QStringLiteral("must be a number from %1 to %2").arg(least, 0, 'g', 12).arg(most, 0, 'g', 12));
+    return number;
+}
+
+void CJsonObjectReader::Fail(const char* key, const QString& reason) const
+{
+    FailAt(PlaceOf(key), reason);
+}
+
+void CJsonObjectReader::FailAt(const QString& place, const QString& reason) const
 {
     FailFile(m_file, place + QStringLiteral(": ") + reason);
 }

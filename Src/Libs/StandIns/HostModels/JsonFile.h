@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QColor>
 #include <QJsonObject>
 #include <QString>
+#include <QUuid>
 
+#include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -28,18 +32,32 @@ public:
     // The value under the key, or the given one when the key is absent.
     QString Text(const char* key, const QString& otherwise) const;
     bool Flag(const char* key, bool otherwise) const;
-    int Number(const char* key, int otherwise) const;
-    int Port(const char* key, int otherwise) const;
+    int Number(const char* key, int otherwise, int least = std::numeric_limits<int>::min(),
+               int most = std::numeric_limits<int>::max()) const;
+    float Real(const char* key, double otherwise, double least, double most) const;
+    /// From 0 on.
+    std::int64_t Milliseconds(const char* key, std::int64_t otherwise) const;
+    /// "#1b2a41" or one of the names that CSS knows.
+    QColor Color(const char* key, const QColor& otherwise) const;
+    /// The place of the text under the key among the given ones.
+    int Choice(const char* key, int otherwise, std::initializer_list<const char*> texts) const;
+    QUuid Id(const char* key, const QUuid& otherwise) const;
+    /// An absolute path; in the file it may be relative to the file's folder.
+    QString Path(const char* key, const QString& otherwise) const;
     /// Fails when the key is absent or its text empty.
     QString RequiredText(const char* key) const;
+    QUuid RequiredId(const char* key) const;
     /// An absent object reads as an empty one, an absent list as an empty one.
     CJsonObjectReader Object(const char* key) const;
     std::vector<CJsonObjectReader> Objects(const char* key) const;
 
-    [[noreturn]] void Fail(const QString& place, const QString& reason) const;
+    [[noreturn]] void Fail(const char* key, const QString& reason) const;
+    bool Has(const char* key) const { return m_object.contains(QLatin1String(key)); }
 
 private:
     CJsonObjectReader(QString file, QString place, QJsonObject object);
+    double CheckedNumber(const char* key, double otherwise, double least, double most) const;
+    [[noreturn]] void FailAt(const QString& place, const QString& reason) const;
     QString PlaceOf(const char* key) const;
 
     QString m_file;

@@ -1,7 +1,5 @@
 #include "HostModels/Settings.h"
 
-#include "HostModels/JsonFile.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -17,8 +15,13 @@ void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user)
 
 SSettings ReadSettings(const QString& file, SSettings settings)
 {
-    const CJsonObjectReader top(file);
-    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "users"});
+    return ReadSettings(CJsonObjectReader(file), std::move(settings));
+}
+
+SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
+{
+    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "appId", "stagePreviewMode",
+                   "stageColor", "stageStreamUrl", "sharedFolder", "users"});
     settings.hostName = top.Text("hostName", settings.hostName);
     settings.appSupport = top.Flag("appSupport", settings.appSupport);
     settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
@@ -29,10 +32,15 @@ SSettings ReadSettings(const QString& file, SSettings settings)
     settings.ftpUser = ftp.Text("user", settings.ftpUser);
     settings.ftpPassword = ftp.Text("password", settings.ftpPassword);
 
+    settings.appId = top.Text("appId", settings.appId);
+    settings.stagePreviewMode = top.Number("stagePreviewMode", settings.stagePreviewMode);
+    settings.stageColor = top.Color("stageColor", settings.stageColor);
+    settings.stageStreamUrl = top.Text("stageStreamUrl", settings.stageStreamUrl);
+    settings.sharedFolder = top.Path("sharedFolder", settings.sharedFolder);
     const CJsonObjectReader fp = top.Object("fp");
     fp.AllowOnly({"address", "port"});
     settings.fpAddress = fp.Text("address", settings.fpAddress);
-    settings.fpPort = fp.Port("port", settings.fpPort);
+    settings.fpPort = fp.Number("port", settings.fpPort, 1, 65535);
 
     for (const CJsonObjectReader& user : top.Objects("users")) {
         user.AllowOnly({"name", "encryptedPassword", "access"});

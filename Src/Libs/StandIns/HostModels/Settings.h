@@ -1,7 +1,9 @@
 #pragma once
 
+#include "HostModels/JsonFile.h"
 #include "Interfaces/GlobalModel.h"
 
+#include <QColor>
 #include <QString>
 
 #include <vector>
@@ -14,6 +16,11 @@ struct SSettings {
     QString resourceFolder; ///< where uploads go; empty: "Resources" in the state folder
     QString ftpUser = QStringLiteral("demo");
     QString ftpPassword = QStringLiteral("demo");
+    QString appId; ///< the app that the operator admitted
+    int stagePreviewMode = 0;
+    QColor stageColor = Qt::black;
+    QString stageStreamUrl;
+    QString sharedFolder;            ///< empty: the app can list none
     QString fpAddress;               ///< of the FP controller, an address or a name; empty: the FP client's own
     int fpPort = 0;                  ///< 0: the FP client's own
     std::vector<SAPPUserNode> users; ///< in the order in which they were added
@@ -24,3 +31,4 @@ void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user);
 
 /// The settings with what the file says changed. Throws CFileError.
 SSettings ReadSettings(const QString& file, SSettings settings = {});
+SSettings ReadSettings(const CJsonObjectReader& reader, SSettings settings = {});

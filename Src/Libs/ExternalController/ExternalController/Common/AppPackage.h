@@ -6,5 +6,6 @@
 
 #include <memory>
 
-/// A fresh package that carries one app envelope with this code and body.
-std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, const QByteArray& json);
+/// A fresh package that carries one app envelope with this code and body. A long body that is moved in is gone
+/// before its last copy is made.
+std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByteArray json);

@@ -3,18 +3,14 @@
 #include "ExternalController/Common/AppPackage.h"
 #include "Interfaces/CentralControl.h"
 #include "Interfaces/FPClient.h"
+#include "Interfaces/ZXComm.h"
 
-#include <QJsonDocument>
 #include <QObject>
 
 #include <string>
+#include <utility>
 
 namespace {
-
-QByteArray Serialise(const QJsonObject& json)
-{
-    return QJsonDocument(json).toJson();
-}
 
 struct Endpoint {
     std::string ip;
@@ -23,8 +19,8 @@ struct Endpoint {
 
 Endpoint RemoteOf(const SOperation& request)
 {
-    return {request.jsonBody["remoteIp"].toString().toStdString(),
-            static_cast<unsigned short>(request.jsonBody["remotePort"].toInt())};
+    return {request.jsonBody[QLatin1String("remoteIp")].toString().toStdString(),
+            static_cast<unsigned short>(request.jsonBody[QLatin1String("remotePort")].toInt())};
 }
 
 } // namespace
@@ -54,13 +50,13 @@ int CMsgSenderBase::GetSenderType()
 void CMsgSenderBase::SendToApp(unsigned int cmdCode, QByteArray json, int transport)
 {
     if (m_pAppServer)
-        m_pAppServer->SendPackage(MakeAppPackage(cmdCode, json), transport, {}, AppServer::kConnectedApp);
+        m_pAppServer->SendPackage(MakeAppPackage(cmdCode, std::move(json)), transport, {}, AppServer::kConnectedApp);
 }
 
 void CMsgSenderBase::SendToFP(unsigned int cmdCode, QByteArray json)
 {
     if (m_pFPClient)
-        m_pFPClient->SendPackage(MakeAppPackage(cmdCode, json));
+        m_pFPClient->SendPackage(MakeAppPackage(cmdCode, std::move(json)));
 }
 
 void CMsgSenderBase::SendToCentralControl(const std::string& json, const std::string& remoteIp,
@@ -70,20 +66,43 @@ void CMsgSenderBase::SendToCentralControl(const std::string& json, const std::st
         m_pCentralControl->SendData(json, remoteIp, remotePort);
 }
 
-void CMsgSenderBase::ReplyToApp(int cmdCode, const QJsonObject& reply)
+void CMsgSenderBase::ReplyToApp(int cmdCode, CReply reply)
 {
-    SendToApp(Command::ReplyTo(cmdCode), Serialise(reply));
+    SendToApp(Command::ReplyTo(cmdCode), std::move(reply).TakeText());
 }
 
-void CMsgSenderBase::ReplyToFP(int cmdCode, const QJsonObject& reply)
+void CMsgSenderBase::ReplyToFP(int cmdCode, const CReply& reply)
 {
-    SendToFP(static_cast<unsigned int>(cmdCode), Serialise(reply));
+    SendToFP(static_cast<unsigned int>(cmdCode), reply.Text());
 }
 
-void CMsgSenderBase::ReplyToCentralControl(const SOperation& request, const QJsonObject& reply)
+void CMsgSenderBase::ReplyToCentralControl(const SOperation& request, const CReply& reply)
 {
     const Endpoint to = RemoteOf(request);
-    SendToCentralControl(Serialise(reply).toStdString(), to.ip, to.port);
+    SendToCentralControl(reply.Text().toStdString(), to.ip, to.port);
+}
+
+void CMsgSenderBase::SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture)
+{
+    SendToApp(Command::ReplyTo(cmdCode), CAppDataPack(id, picture).GetData(), AppServer::Bulk);
+}
+
+void CMsgSenderBase::AnswerApp(const SOperation& request, const CReply& reply)
+{
+    if (request.nSourceFlags & Source::App)
+        ReplyToApp(request.nCmdCode, reply);
+}
+
+void CMsgSenderBase::AnswerFP(const SOperation& request, const CReply& reply)
+{
+    if (request.nSourceFlags & Source::FP)
+        ReplyToFP(request.nCmdCode, reply);
+}
+
+void CMsgSenderBase::AnswerCentralControl(const SOperation& request, const CReply& reply)
+{
+    if (request.nSourceFlags & Source::CentralControl)
+        ReplyToCentralControl(request, reply);
 }
 
 void CMsgSenderBase::RelayToCentralControl(const SOperation& request, const QByteArray& text)
@@ -95,10 +114,8 @@ void CMsgSenderBase::RelayToCentralControl(const SOperation& request, const QByt
 
 void CMsgSenderBase::EchoToAppAndFP(const SOperation& request)
 {
-    if (request.nSourceFlags & Source::App)
-        ReplyToApp(request.nCmdCode, request.jsonBody);
-    if (request.nSourceFlags & Source::FP)
-        ReplyToFP(request.nCmdCode, request.jsonBody);
+    AnswerApp(request, request.jsonBody);
+    AnswerFP(request, request.jsonBody);
 }
 
 bool CMsgSenderBase::EchoToAppOrFP(const SOperation& request)

@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
+#include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/AppServer.h"
 
 #include <QByteArray>
@@ -53,10 +54,19 @@ protected:
         return true;
     }
 
-    void ReplyToApp(int cmdCode, const QJsonObject& reply);
-    void ReplyToFP(int cmdCode, const QJsonObject& reply);
+    // A reply to somebody, whoever asked. A long one that is moved in is gone before its text is packed.
+    void ReplyToApp(int cmdCode, CReply reply);
+    void ReplyToFP(int cmdCode, const CReply& reply);
     /// Answers to the address in the request body's "remoteIp" and "remotePort".
-    void ReplyToCentralControl(const SOperation& request, const QJsonObject& reply);
+    void ReplyToCentralControl(const SOperation& request, const CReply& reply);
+    /// A picture of what has the id.
+    void SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture);
+
+    // A reply under the request's own code to one who asked; nothing if that one did not.
+    void AnswerApp(const SOperation& request, const CReply& reply);
+    void AnswerFP(const SOperation& request, const CReply& reply);
+    void AnswerCentralControl(const SOperation& request, const CReply& reply);
+
     /// Passes on the text that the host put into the request body, unless the body names no address.
     void RelayToCentralControl(const SOperation& request, const QByteArray& text);
 

@@ -1,12 +1,36 @@
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 
 #include "ExternalController/Common/HostIdentity.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/GlobalModel.h"
+#include "Interfaces/ScreenModel.h"
+
+namespace {
+
+const char* StateText(const std::vector<std::shared_ptr<const IScreenItem>>& screens, int index)
+{
+    if (index < 0 || index >= static_cast<int>(screens.size()))
+        return "NotFound";
+    const IScreenItem& screen = *screens[static_cast<std::size_t>(index)];
+    if (!screen.IsAdded())
+        return "NotAdded";
+    return screen.IsOpen() ? "Opened" : "Closed";
+}
+
+} // namespace
 
 const CProjectDataMsgSender::Handlers CProjectDataMsgSender::s_handlers = {
     // host
     {Command::SetHostName, &CProjectDataMsgSender::SetHostName},
     {Command::HostNameAndVersion, &CProjectDataMsgSender::SendHostNameAndVersion},
+    // session
+    {Command::LoginIdentity, &CProjectDataMsgSender::SendLoginIdentity},
+    {Command::CheckAppId, &CProjectDataMsgSender::CheckAppId},
+    {Command::FPPairingCode, &CProjectDataMsgSender::SendFPPairingCode},
+    {Command::AppConnectState, &CProjectDataMsgSender::SendAppConnectState},
+    // show
+    {Command::ProjectName, &CProjectDataMsgSender::SendProjectName},
+    {Command::ScreenState, &CProjectDataMsgSender::SendScreenState},
 };
 
 CProjectDataMsgSender::CProjectDataMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
@@ -35,11 +59,52 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
 
 void CProjectDataMsgSender::SendHostNameAndVersion(const SOperation&)
 {
-    // Asked by every app again and again: the keys are not made anew each time.
-    const QJsonObject reply = {
-        {QStringLiteral("result"), 1},
-        {QStringLiteral("name"), GetHostName()},
-        {QStringLiteral("version"), CGlobalModel::GetInstance()->GetAppFormatName()},
-    };
-    ReplyToApp(Command::HostNameAndVersion, reply);
+    ReplyToApp(Command::HostNameAndVersion,
+               {{"result", 1}, {"name", GetHostName()}, {"version", CGlobalModel::GetInstance()->GetAppFormatName()}});
+}
+
+void CProjectDataMsgSender::SendLoginIdentity(const SOperation&)
+{
+    ReplyToApp(Command::LoginIdentity, {{"result", 1}, {"user", kEditionName}, {"password", kLoginPassword}});
+}
+
+void CProjectDataMsgSender::CheckAppId(const SOperation& request)
+{
+    const QString id = request.jsonBody["id"].toString();
+    if (id.isEmpty())
+        return;
+    const bool isCurrent = id == CGlobalModel::GetInstance()->GetSoftwareSetting()->GetCurLoginAPPId();
+    ReplyToApp(Command::CheckAppId, {{"result", 1}, {"res", isCurrent ? 1 : 0}});
+}
+
+/// What the controller shows as a code for the app to read: where the host is and whom to log in as.
+void CProjectDataMsgSender::SendFPPairingCode(const SOperation& request)
+{
+    SAPPUserNode user;
+    const bool isThere = CGlobalModel::GetInstance()->GetAPPUserModel()->GetFirstUserForFPQRCode(user);
+    const QString code = isThere ? GetLocalIPv4() + ',' + user.password + ',' + user.name : QString();
+    AnswerFP(request, {{"AppQRCode", code}});
+}
+
+void CProjectDataMsgSender::SendAppConnectState(const SOperation& request)
+{
+    const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();
+    if (!users)
+        return;
+    AnswerCentralControl(request, {{"AppConnectState", users->GetConnectState() ? "Connected" : "NotConnected"}});
+}
+
+void CProjectDataMsgSender::SendProjectName(const SOperation& request)
+{
+    const QString name = CGlobalModel::GetInstance()->GetZXProject()->GetProjectName();
+    AnswerCentralControl(request, {{"ProjectName", name + QStringLiteral(".zxc")}});
+}
+
+void CProjectDataMsgSender::SendScreenState(const SOperation& request)
+{
+    CScreenModel* screens = CScreenModel::GetInstance();
+    if (!screens)
+        return;
+    AnswerCentralControl(request,
+                         {{"screenState", StateText(screens->GetAllScreen(), request.jsonBody["param"].toInt())}});
 }

@@ -23,4 +23,10 @@ private:
 
     void SetHostName(const SOperation& request);
     void SendHostNameAndVersion(const SOperation& request);
+    void SendLoginIdentity(const SOperation& request);
+    void CheckAppId(const SOperation& request);
+    void SendFPPairingCode(const SOperation& request);
+    void SendAppConnectState(const SOperation& request);
+    void SendProjectName(const SOperation& request);
+    void SendScreenState(const SOperation& request);
 };

@@ -1,14 +1,234 @@
 #include "ExternalController/MsgSender/ResourceMsgSender.h"
 
+#include "ExternalController/Common/Base64.h"
+#include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/Picture.h"
+#include "ExternalController/Common/ResourceType.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/Capabilities.h"
+#include "ExternalController/MsgSender/ScrollKeys.h"
+#include "ExternalController/MsgSender/SharedFolder.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/ResourceModel.h"
+
+#include <QFontDatabase>
+
+namespace {
+
+constexpr int kEveryType = -1;
+constexpr int kNoTextResource = 4003;
+/// Heavier than this is told as bold.
+constexpr int kLastWeightNotBold = QFont::Medium;
+
+/// The types of files that a shared folder lists.
+constexpr int kSharedTypes[] = {ResourceType::Video,        ResourceType::Audio,       ResourceType::Picture,
+                                ResourceType::Presentation, ResourceType::Spreadsheet, ResourceType::Pdf,
+                                ResourceType::Word};
+
+QUuid ResourceId(const SOperation& request)
+{
+    return QUuid(request.jsonBody["resourceId"].toString());
+}
+
+CReply ResourceObject(const CResourceBase& resource, const QString& path, int groupType)
+{
+    CReply object = {{"resourceId", resource.GetId()},
+                     {"resourceName", resource.GetName()},
+                     {"resourceType", resource.GetType()},
+                     {"path", path},
+                     {"resolutionW", resource.GetResolution().width()},
+                     {"resolutionH", resource.GetResolution().height()},
+                     {"demuxerSuccessed", resource.GetResDemuxered()},
+                     {"duration", resource.GetDuration()}};
+    Capabilities::Add(object, Capabilities::Resource, resource.GetType(), groupType);
+    return object;
+}
+
+/// False for a group whose own record is missing.
+bool ReadGroupType(CResourceModel& model, CResourceBase& resource, int& groupType)
+{
+    if (resource.GetType() != ResourceType::Group)
+        return true;
+    CGroupResource group;
+    if (!model.GetGroupResourceNode(resource.GetId(), resource, group))
+        return false;
+    groupType = group.GetGroupResType();
+    return true;
+}
+
+CReply TextObject(const QUuid& id, const CTextResource& text)
+{
+    const QFont& font = text.GetFont();
+    const QColor& color = text.GetTextColor();
+    const QColor& backColor = text.GetBackColor();
+    return {{"result", 1},
+            {"resourceId", id},
+            {"font", font.family()},
+            {"bold", font.weight() > kLastWeightNotBold},
+            {"italic", font.style() != QFont::StyleNormal},
+            {"underLine", font.underline()},
+            {"horAlignMent", text.GetHorAlignment()},
+            {"textColorR", color.red()},
+            {"textColorG", color.green()},
+            {"textColorB", color.blue()},
+            {"hasBackGroundColor", text.HasBackColor()},
+            {"backGroundColorR", backColor.red()},
+            {"backGroundColorG", backColor.green()},
+            {"backGroundColorB", backColor.blue()},
+            {"showType", text.GetShowType()},
+            {"colorTextEffect", text.GetColorTextEffect()},
+            {"textContent", text.GetText()}};
+}
+
+QJsonArray ToArray(const QStringList& texts)
+{
+    return QJsonArray::fromStringList(texts);
+}
+
+} // namespace
+
+const CResourceMsgSender::Handlers CResourceMsgSender::s_handlers = {
+    // resources of the show
+    {Command::ResourceList, &CResourceMsgSender::SendResourceList},
+    {Command::ResourceItem, &CResourceMsgSender::SendResourceItem},
+    {Command::ResourceThumbnail, &CResourceMsgSender::SendResourceThumbnail},
+    {Command::TextResource, &CResourceMsgSender::SendTextResource},
+    {Command::ResourceUsed, &CResourceMsgSender::EchoToApp},
+    // what the host can do
+    {Command::FontList, &CResourceMsgSender::SendFontList},
+    {Command::SupportedFileTypes, &CResourceMsgSender::SendSupportedFileTypes},
+    // files that the app may add
+    {Command::SharedTypeThumbnails, &CResourceMsgSender::SendSharedTypeThumbnails},
+    {Command::SharedFolderList, &CResourceMsgSender::SendSharedFolderList},
+};
+
 CResourceMsgSender::CResourceMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
                                        CCentralControllerManager* centralControl, ICloudControlManager* cloudControl)
     : CMsgSenderBase(appServer, fpClient, centralControl, cloudControl)
+    , m_sharedPath(CGlobalModel::GetInstance()->GetSoftwareSetting()->GetAppSharedPath())
 {
     SetSenderType(SenderType::Resource);
 }
 
 bool CResourceMsgSender::HandleMsg(SOperation request)
 {
+    return Dispatch(*this, s_handlers, request, &CResourceMsgSender::EchoToOneSource);
+}
+
+void CResourceMsgSender::ModifyAppSharedPath(const QString& path)
+{
+    const std::lock_guard lock(m_sharedPathMutex);
+    m_sharedPath = path;
+}
+
+void CResourceMsgSender::SendResourceList(const SOperation&)
+{
+    CResourceModel& model = *CResourceModel::GetInstance();
+    QJsonArray items;
+    for (CResourceBase resource : model.GetAllResNode(false, kEveryType)) {
+        if (!resource.GetResDemuxered())
+            continue;
+        int groupType = 0;
+        ReadGroupType(model, resource, groupType);
+        CReply item = ResourceObject(resource, resource.GetPath(), groupType);
+        item.Set("isUsedFlag", resource.GetResourceUseCount() != 0);
+        items.append(std::move(item).Take());
+    }
+    CReply reply = {{"result", 1}, {"count", items.size()}};
+    reply.Set("resourceMgrData", std::move(items));
+    ReplyToApp(Command::ResourceList, std::move(reply));
+}
+
+void CResourceMsgSender::SendResourceItem(const SOperation& request)
+{
+    if (!(request.nSourceFlags & Source::App))
+        return;
+    CResourceModel& model = *CResourceModel::GetInstance();
+    CResourceBase resource;
+    int groupType = 0;
+    const QUuid id = ResourceId(request);
+    if (id.isNull() || !model.GetResourceBaseNode(id, resource) || !ReadGroupType(model, resource, groupType))
+        return;
+    CReply reply = request.jsonBody;
+    reply.Set("resourceData", ResourceObject(resource, {}, groupType));
+    reply.Remove("resourceId");
+    AnswerApp(request, reply);
+}
+
+void CResourceMsgSender::SendResourceThumbnail(const SOperation& request)
+{
+    const QUuid id = ResourceId(request);
+    const QPixmap thumbnail = CResourceModel::GetInstance()->GetAppThumbnail(id);
+    if (!thumbnail.isNull())
+        SendPictureToApp(Command::ResourceThumbnail, id, Encode(thumbnail, "png"));
+}
+
+void CResourceMsgSender::SendTextResource(const SOperation& request)
+{
+    CPlayController& player = *GetPlayController();
+    CResourceModel& model = *CResourceModel::GetInstance();
+    const QUuid id = ResourceId(request);
+    CResourceBase resource;
+    CTextResource text;
+    if (!model.GetTextResourceNode(id, resource, text)) {
+        ReplyToApp(Command::TextResource, {{"result", kNoTextResource}});
+        return;
+    }
+    CReply reply = TextObject(id, text);
+    if (const auto shared = player.GetMediaSharePty(id, false))
+        AddScroll(reply, shared->scroll);
+    ReplyToApp(Command::TextResource, std::move(reply));
+}
+
+void CResourceMsgSender::SendFontList(const SOperation&)
+{
+    ReplyToApp(Command::FontList, {{"fontFamilies", ToArray(QFontDatabase().families())}});
+}
+
+void CResourceMsgSender::SendSupportedFileTypes(const SOperation&)
+{
+    ReplyToApp(Command::SupportedFileTypes, {{"supportList", ToArray(AllSuffixList)},
+                                             {"supportVideoType", ToArray(VideoSuffixList)},
+                                             {"supportAudioType", ToArray(AudioSuffixList)},
+                                             {"supportPicType", ToArray(PictureSuffixList)},
+                                             {"supportDocType", ToArray(OfficeSuffixList)},
+                                             {"supportOther", ToArray(TextSuffixList)}});
+}
+
+/// One message a type, on the bulk channel, since the pictures travel as text.
+void CResourceMsgSender::SendSharedTypeThumbnails(const SOperation&)
+{
+    CResourceModel& model = *CResourceModel::GetInstance();
+    for (const int type : kSharedTypes) {
+        const QByteArray picture = Encode(model.GetSharedResourceThumbnail(type), "png");
+        DebugLog() << "buffsize:" << picture.size();
+        const std::string text = Base64Encode(picture.constData(), static_cast<unsigned int>(picture.size()));
+        const CReply reply = {{"result", 1}, {"resType", type}, {"data", QString::fromStdString(text)}};
+        SendToApp(Command::ReplyTo(Command::SharedTypeThumbnails), reply.Text(), AppServer::Bulk);
+    }
+}
+
+void CResourceMsgSender::SendSharedFolderList(const SOperation&)
+{
+    std::unique_lock lock(m_sharedPathMutex);
+    const QString folder = m_sharedPath;
+    lock.unlock();
+
+    const std::vector<SSharedFile> files = CollectSharedFiles(folder);
+    CReply reply = {{"result", 1}, {"count", files.size()}};
+    reply.AddNumbered(files, [](const SSharedFile& file) {
+        return CReply{{"resPath", file.path}, {"resType", file.type}};
+    });
+    ReplyToApp(Command::SharedFolderList, std::move(reply));
+}
+
+void CResourceMsgSender::EchoToApp(const SOperation& request)
+{
+    ReplyToApp(request.nCmdCode, request.jsonBody);
+}
+
+void CResourceMsgSender::EchoToOneSource(const SOperation& request)
+{
     EchoToAppOrFP(request);
-    return true;
 }

@@ -2,6 +2,9 @@
 
 #include "ExternalController/MsgSender/MsgSenderBase.h"
 
+#include <mutex>
+#include <vector>
+
 class IResourceMsgSender {
 public:
     virtual ~IResourceMsgSender() = default;
@@ -14,4 +17,23 @@ public:
                        CCentralControllerManager* centralControl, ICloudControlManager* cloudControl);
 
     bool HandleMsg(SOperation request) override;
+    void ModifyAppSharedPath(const QString& path) override;
+
+private:
+    using Handlers = std::vector<SHandler<CResourceMsgSender>>;
+    static const Handlers s_handlers;
+
+    void SendResourceList(const SOperation& request);
+    void SendResourceItem(const SOperation& request);
+    void SendResourceThumbnail(const SOperation& request);
+    void SendTextResource(const SOperation& request);
+    void SendFontList(const SOperation& request);
+    void SendSupportedFileTypes(const SOperation& request);
+    void SendSharedTypeThumbnails(const SOperation& request);
+    void SendSharedFolderList(const SOperation& request);
+    void EchoToApp(const SOperation& request);
+    void EchoToOneSource(const SOperation& request);
+
+    std::mutex m_sharedPathMutex; ///< the host changes the path while channels ask for the list
+    QString m_sharedPath;
 };

@@ -1,5 +1,82 @@
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
+#include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/Picture.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/SceneMgrModel.h"
+
+#include <algorithm>
+
+namespace {
+
+const QLatin1String kVersionWithCurrentGroup("2.0.0");
+
+QJsonArray MediaIds(const CSceneNode& scene)
+{
+    QJsonArray ids;
+    // With braces, which no other id has.
+    for (const QUuid& id : scene.GetAllMediaResourceId())
+        ids.append(id.toString());
+    return ids;
+}
+
+CReply SceneObject(const CSceneNode& scene)
+{
+    return {{"currentIndex", 0},        {"fadeInTime", scene.GetFadeInTime()}, {"fadeOutTime", scene.GetFadeOutTime()},
+            {"sceneId", scene.GetId()}, {"sceneName", scene.GetName()},        {"mediaIdList", MediaIds(scene)}};
+}
+
+CReply GroupObject(CSceneMgrModel& model, const QUuid& groupId)
+{
+    const std::vector<QUuid> sceneIds = model.GetGroupSceneId(groupId);
+    CReply group = {
+        {"count", sceneIds.size()}, {"sceneGroupId", groupId}, {"sceneGroupName", model.GetSceneGroupName(groupId)}};
+    group.AddNumbered(sceneIds, [&](const QUuid& id) { return SceneObject(model.GetSceneNode(groupId, id)); });
+    return group;
+}
+
+/// Apps of all versions but one are shown the first group as the playing one.
+CReply ForLoggedInApp(CReply data, const std::vector<QUuid>& groupIds)
+{
+    const QString version = CGlobalModel::GetInstance()->GetAPPUserModel()->GetCurLoginAppVersion();
+    if (version != kVersionWithCurrentGroup && !groupIds.empty())
+        data.Set("currentSceneGroupId", groupIds.front());
+    return data;
+}
+
+/// Counted from 1; 0 when it isn't there.
+int PlaceOf(const QUuid& id, const std::vector<QUuid>& ids)
+{
+    const auto found = std::find(ids.begin(), ids.end(), id);
+    return found == ids.end() ? 0 : static_cast<int>(found - ids.begin()) + 1;
+}
+
+struct SChapter {
+    int group = 0;
+    int scene = 0;
+};
+
+/// None while the stage doesn't play, and for a scene that isn't in its group any more.
+SChapter PlayingChapter(CPlayController& player, CSceneMgrModel& model)
+{
+    if (!player.GetStageIsPlaying() && player.GetGlobalPlayState() != 0)
+        return {};
+    const auto [groupId, sceneId] = model.GetCurPlayScene();
+    const SChapter chapter = {PlaceOf(groupId, model.GetAllSceneGroupId()),
+                              PlaceOf(sceneId, model.GetGroupSceneId(groupId))};
+    return chapter.group == 0 || chapter.scene == 0 ? SChapter{} : chapter;
+}
+
+} // namespace
+
+const CSceneMsgSender::Handlers CSceneMsgSender::s_handlers = {
+    {Command::SceneManagerData, &CSceneMsgSender::SendSceneManagerData},
+    {Command::MainSceneGroup, &CSceneMsgSender::SendMainSceneGroup},
+    {Command::MainSceneGroupAgain, &CSceneMsgSender::SendMainSceneGroup},
+    {Command::PlayingChapter, &CSceneMsgSender::SendPlayingChapter},
+};
+
 CSceneMsgSender::CSceneMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
                                  CCentralControllerManager* centralControl, ICloudControlManager* cloudControl)
     : CMsgSenderBase(appServer, fpClient, centralControl, cloudControl)
@@ -9,7 +86,65 @@ CSceneMsgSender::CSceneMsgSender(CAPPServerManager* appServer, IFPClientManager*
 
 bool CSceneMsgSender::HandleMsg(SOperation request)
 {
+    // The one request that a sender turns down.
+    if (request.nCmdCode == Command::SceneThumbnail)
+        return SendSceneThumbnail(request);
+    return Dispatch(*this, s_handlers, request, &CSceneMsgSender::EchoToOneSource);
+}
+
+void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
+{
+    CSceneMgrModel& model = *CSceneMgrModel::GetInstance();
+    const std::vector<QUuid> groupIds = model.GetAllSceneGroupId();
+    const auto [groupId, sceneId] = model.GetCurPlayScene();
+
+    CReply groups;
+    groups.AddNumbered(groupIds, [&](const QUuid& id) { return GroupObject(model, id); });
+    const CReply data = {{"result", 1},
+                         {"currentSceneGroupId", groupId},
+                         {"currentSceneId", sceneId},
+                         {"count", groupIds.size()},
+                         {"sceneGroupDataList", groups}};
+    if (request.nSourceFlags & Source::App)
+        ReplyToApp(Command::SceneManagerData, {{"sceneMgrData", ForLoggedInApp(data, groupIds)}});
+    AnswerFP(request, {{"sceneMgrData", data}});
+}
+
+void CSceneMsgSender::SendMainSceneGroup(const SOperation& request)
+{
+    CSceneMgrModel& model = *CSceneMgrModel::GetInstance();
+    CReply reply = request.jsonBody;
+    reply.Set("sceneGroupData", GroupObject(model, model.GetMainKVId()));
+    AnswerApp(request, reply);
+    // The FP controller knows one of the two codes.
+    if (request.nSourceFlags & Source::FP)
+        ReplyToFP(Command::MainSceneGroup, reply);
+}
+
+void CSceneMsgSender::SendPlayingChapter(const SOperation& request)
+{
+    if (!request.jsonBody.contains(QLatin1String("cmd")))
+        return;
+    CPlayController& player = *GetPlayController();
+    const SChapter chapter = PlayingChapter(player, *CSceneMgrModel::GetInstance());
+    ReplyToCentralControl(request,
+                          {{"playingChapter", CReply{{"sceneGrpCol", chapter.group}, {"sceneCol", chapter.scene}}}});
+}
+
+bool CSceneMsgSender::SendSceneThumbnail(const SOperation& request)
+{
+    const QUuid groupId(request.jsonBody["sceneGroupId"].toString());
+    const QUuid sceneId(request.jsonBody["sceneId"].toString());
+    if (groupId.isNull() || sceneId.isNull())
+        return false;
+    DebugLog() << "grp Id:" << groupId << "sceneId" << sceneId;
+    const QPixmap image = CSceneMgrModel::GetInstance()->GetSceneImage(groupId, sceneId);
+    SendPictureToApp(Command::SceneThumbnail, sceneId, Encode(ToThumbnail(image), "jpg"));
+    return true;
+}
+
+void CSceneMsgSender::EchoToOneSource(const SOperation& request)
+{
     if (!EchoToAppOrFP(request) && (request.nSourceFlags & Source::CentralControl))
         RelayToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
-    return true;
 }

@@ -2,6 +2,8 @@
 
 #include "ExternalController/MsgSender/MsgSenderBase.h"
 
+#include <vector>
+
 class ISceneMsgSender {
 public:
     virtual ~ISceneMsgSender() = default;
@@ -13,5 +15,16 @@ public:
     CSceneMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient, CCentralControllerManager* centralControl,
                     ICloudControlManager* cloudControl);
 
+    /// False for a thumbnail request without valid ids.
     bool HandleMsg(SOperation request) override;
+
+private:
+    using Handlers = std::vector<SHandler<CSceneMsgSender>>;
+    static const Handlers s_handlers;
+
+    void SendSceneManagerData(const SOperation& request);
+    void SendMainSceneGroup(const SOperation& request);
+    void SendPlayingChapter(const SOperation& request);
+    bool SendSceneThumbnail(const SOperation& request);
+    void EchoToOneSource(const SOperation& request);
 };

@@ -1,6 +1,100 @@
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
-#include <QJsonDocument>
+#include "ExternalController/Common/Picture.h"
+#include "ExternalController/MsgSender/StageMediaView.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/RenderController.h"
+#include "Interfaces/SceneMgrModel.h"
+#include "Interfaces/ScreenModel.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+// Stored values lie a hair below what the operator typed, and the app rounds down: those that it edits go out a little
+// up, in single precision as they are stored. How much differs by key, and apps expect each as it is.
+constexpr float kBias = std::numeric_limits<float>::epsilon();
+constexpr float kGlobalVolumeBias = 5 * kBias;
+
+constexpr int kSoftwareHdr = 1;
+
+// Where the host streams its view of the stage, whatever its settings say.
+constexpr int kPreviewPort = 5540;
+constexpr char kPreviewPath[] = "Zentravox/Preview";
+
+double Biased(float value, float bias)
+{
+    const float sum = value + bias;
+    return double{sum};
+}
+
+CReply ColorKeys(const IEffectProperty& effect, float bias)
+{
+    return {{"fBlue", Biased(effect.GetBlue(), bias)},
+            {"fRed", Biased(effect.GetRed(), bias)},
+            {"fGreen", Biased(effect.GetGreen(), bias)},
+            {"fContrast", Biased(effect.GetContrast(), bias)},
+            {"fLuminance", Biased(effect.GetLuminance(), bias)},
+            {"fSaturability", Biased(effect.GetSaturation(), bias)},
+            {"fHue", Biased(effect.GetHue(), bias)}};
+}
+
+/// A percentage, cut off and not rounded.
+int Brightness(const IEffectProperty& effect)
+{
+    const float percent = effect.GetLuminance() * 100;
+    return static_cast<int>(percent);
+}
+
+CReply DivisionObject(const IScreenItem& screen)
+{
+    const QList<QRectF> parts = screen.GetDivisionRects();
+    CReply division = {{"divScreenType", screen.GetDivisionType()}, {"divCount", parts.size()}};
+    division.AddNumbered(parts, [](const QRectF& part) {
+        return CReply{{"x", part.x()}, {"y", part.y()}, {"width", part.width()}, {"height", part.height()}};
+    });
+    return division;
+}
+
+CReply ScreenObject(const IScreenItem& screen)
+{
+    return {{"screenName", screen.GetName()},  {"screenId", screen.GetId()},
+            {"posX", screen.GetPosX()},        {"posY", screen.GetPosY()},
+            {"sizeW", screen.GetWidth()},      {"sizeH", screen.GetHeight()},
+            {"state", int{screen.GetState()}}, {"isAdded", screen.IsAdded()},
+            {"isUseful", screen.IsUseful()},   {"divScreenRectData", DivisionObject(screen)}};
+}
+
+} // namespace
+
+const CStageMsgSender::Handlers CStageMsgSender::s_handlers = {
+    // what is playing
+    {Command::StageSnapshot, &CStageMsgSender::SendStageSnapshot},
+    {Command::StageSnapshotAgain, &CStageMsgSender::SendStageSnapshot},
+    {Command::PlayStateText, &CStageMsgSender::SendPlayStateText},
+    {Command::PlayStateNumber, &CStageMsgSender::SendPlayStateNumber},
+    {Command::VolumeState, &CStageMsgSender::SendVolume},
+    {Command::MuteState, &CStageMsgSender::SendMuteState},
+    {Command::BlackScreenState, &CStageMsgSender::SendBlackScreenState},
+    {Command::PictureAdjustment, &CStageMsgSender::SendPictureAdjustment},
+    {Command::HdrState, &CStageMsgSender::SendHdrState},
+    // projects, screens and modes
+    {Command::ProjectList, &CStageMsgSender::SendProjectList},
+    {Command::ScreenList, &CStageMsgSender::SendScreenList},
+    {Command::AppControlMode, &CStageMsgSender::SendAppControlMode},
+    {Command::StagePreviewMode, &CStageMsgSender::SendStagePreviewMode},
+    // media and pictures
+    {Command::MediaList, &CStageMsgSender::SendMediaList},
+    {Command::MediaData, &CStageMsgSender::SendMediaData},
+    {Command::MediaThumbnail, &CStageMsgSender::SendMediaThumbnail},
+    {Command::PreviewPath, &CStageMsgSender::SendPreviewPath},
+    {Command::WindowStreamPath, &CStageMsgSender::StaySilent},
+    // changes that the host makes: the FP controller gets its own request back
+    {Command::BlackScreen, &CStageMsgSender::EchoToFP},
+    {Command::Volume, &CStageMsgSender::EchoToFP},
+};
 
 CStageMsgSender::CStageMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
                                  CCentralControllerManager* centralControl, ICloudControlManager* cloudControl)
@@ -11,8 +105,186 @@ CStageMsgSender::CStageMsgSender(CAPPServerManager* appServer, IFPClientManager*
 
 bool CStageMsgSender::HandleMsg(SOperation request)
 {
-    EchoToEverySource(request);
-    return true;
+    return Dispatch(*this, s_handlers, request, &CStageMsgSender::EchoToEverySource);
+}
+
+void CStageMsgSender::SendStageSnapshot(const SOperation& request)
+{
+    CGlobalModel& global = *CGlobalModel::GetInstance();
+    CPlayController& player = *GetPlayController();
+    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
+    const auto effect = scenes.GetGlobalProperty();
+    if (!effect)
+        return;
+
+    const auto [groupId, sceneId] = scenes.GetCurPlayScene();
+    const auto [left, right] = player.GetVolumn();
+    const double globalVolume = effect->IsMute() ? 0 : Biased(effect->GetVolume(), kGlobalVolumeBias);
+    const QColor color = global.GetSoftwareSetting()->LoadStageColor();
+    const CReply stage = {{"result", 1},
+                          {"blackScreen", effect->IsBlack()},
+                          {"currentSceneGroupId", groupId},
+                          {"currentSceneId", sceneId},
+                          {"mediaIdList", QJsonArray::fromStringList(player.GetAllStageMediaId())},
+                          {"ratio", global.GetProjectSetting()->LoadStageZoomRatio()},
+                          {"leftVolumn", Biased(left, kBias)},
+                          {"rightVolumn", Biased(right, kBias)},
+                          {"globalVolumn", globalVolume},
+                          {"globalPlayState", player.GetGlobalPlayState()},
+                          {"stagePicData", ColorKeys(*effect, 0)},
+                          {"stageColorR", color.red()},
+                          {"stageColorG", color.green()},
+                          {"stageColorB", color.blue()}};
+    ReplyToApp(request.nCmdCode, {{"stageData", stage}});
+}
+
+void CStageMsgSender::SendPlayStateText(const SOperation& request)
+{
+    CPlayController* player = GetPlayController();
+    if (!player)
+        return;
+    const char* state = player->GetStageIsPlaying() ? "Play" : player->GetStageIsPausing() ? "Pause" : "Stop";
+    AnswerCentralControl(request, {{"GlobalPlayState", state}});
+}
+
+void CStageMsgSender::SendPlayStateNumber(const SOperation& request)
+{
+    AnswerFP(request, {{"globalPlayState", GetPlayController()->GetGlobalPlayState()}});
+}
+
+void CStageMsgSender::SendVolume(const SOperation& request)
+{
+    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    if (!effect)
+        return;
+    AnswerFP(request, {{"globalVolume", effect->GetVolume()}});
+}
+
+void CStageMsgSender::SendMuteState(const SOperation& request)
+{
+    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    if (!effect)
+        return;
+    AnswerCentralControl(request, {{"globalMuteState", effect->IsMute() ? "mute" : "unmute"}});
+}
+
+/// One of those who asked is enough.
+void CStageMsgSender::SendBlackScreenState(const SOperation& request)
+{
+    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    if (!effect)
+        return;
+    const CReply reply = {{"blackState", effect->IsBlack() ? "balck" : "unBlack"}};
+    if (request.nSourceFlags & Source::CentralControl)
+        ReplyToCentralControl(request, reply);
+    else
+        AnswerFP(request, reply);
+}
+
+/// Central control and the FP controller get the brightness alone, and only when nobody else asked with them.
+void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
+{
+    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    if (!effect)
+        return;
+    if (request.nSourceFlags == Source::CentralControl)
+        ReplyToCentralControl(request, {{"globalBrightness", Brightness(*effect)}});
+    else if (request.nSourceFlags == Source::FP)
+        ReplyToFP(Command::PictureAdjustment, {{"globalBrightness", Brightness(*effect)}});
+    else
+        ReplyToApp(Command::PictureAdjustment, ColorKeys(*effect, kBias));
+}
+
+void CStageMsgSender::SendHdrState(const SOperation& request)
+{
+    const auto [on, kind] = CGlobalModel::GetInstance()->GetProjectSetting()->LoadHDRSetting();
+    AnswerCentralControl(
+        request, {{"HDRState", on ? "opened" : "closed"}, {"HDRType", kind == kSoftwareHdr ? "software" : "hardware"}});
+}
+
+void CStageMsgSender::SendProjectList(const SOperation& request)
+{
+    const auto open = CGlobalModel::GetInstance()->GetZXProject();
+    const std::vector<SProjectMgrNode> projects = open->GetProjectMgrList();
+    CReply reply = {{"result", 1},
+                    {"count", projects.size()},
+                    {"currentProId", open->GetId()},
+                    {"currentProName", open->GetProjectName()}};
+    reply.AddNumbered(projects, [](const SProjectMgrNode& project) {
+        return CReply{{"projectName", project.name}, {"projectId", project.id}};
+    });
+    AnswerApp(request, reply);
+    AnswerFP(request, reply);
+}
+
+void CStageMsgSender::SendScreenList(const SOperation&)
+{
+    const auto screens = CScreenModel::GetInstance()->GetAllScreen();
+    CReply list = {{"result", 1}, {"count", screens.size()}};
+    list.AddNumbered(screens, [](const auto& screen) { return ScreenObject(*screen); });
+    ReplyToApp(Command::ScreenList, {{"screenMgrData", list}});
+}
+
+void CStageMsgSender::SendAppControlMode(const SOperation& request)
+{
+    const int mode = CGlobalModel::GetInstance()->GetZXProject()->GetAppCtrlMode();
+    AnswerApp(request, {{"mode", mode}, {"result", 1}});
+}
+
+void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
+{
+    const int mode = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadStagePreviewMode();
+    AnswerApp(request, {{"mode", mode}, {"result", 1}});
+}
+
+/// All of the stage's media or none: an app takes a list with gaps for the whole stage.
+void CStageMsgSender::SendMediaList(const SOperation&)
+{
+    const CStageMediaView view;
+    std::vector<CReply> objects;
+    for (const CMediaNode& medium : view.Media()) {
+        objects.push_back(view.Describe(medium));
+        if (objects.back().IsEmpty())
+            return;
+    }
+    CReply list = {{"result", 1}, {"count", objects.size()}};
+    list.AddNumbered(objects, [](const CReply& object) { return object; });
+    ReplyToApp(Command::MediaList, {{"mediaList", list}});
+}
+
+void CStageMsgSender::SendMediaData(const SOperation& request)
+{
+    if (!(request.nSourceFlags & Source::App))
+        return;
+    const QUuid mediaId(request.jsonBody["mediaId"].toString());
+    const CStageMediaView view;
+    const std::list<CMediaNode> media = view.Media();
+    const auto found =
+        std::find_if(media.begin(), media.end(), [&](const CMediaNode& medium) { return medium.GetId() == mediaId; });
+    CReply reply = request.jsonBody;
+    if (found != media.end()) {
+        reply.Remove("mediaId");
+        reply.Set("mediaData", view.Describe(*found));
+    }
+    AnswerApp(request, reply);
+}
+
+void CStageMsgSender::SendMediaThumbnail(const SOperation& request)
+{
+    const QUuid mediaId(request.jsonBody["mediaId"].toString());
+    const QImage image = GetRenderController()->GetImageWithAlpha(mediaId);
+    if (!image.isNull())
+        SendPictureToApp(Command::MediaThumbnail, mediaId, Encode(ToThumbnail(image), "png"));
+}
+
+void CStageMsgSender::SendPreviewPath(const SOperation& request)
+{
+    AnswerCentralControl(request, {{"port", kPreviewPort}, {"previewPath", kPreviewPath}});
+}
+
+void CStageMsgSender::EchoToFP(const SOperation& request)
+{
+    AnswerFP(request, request.jsonBody);
 }
 
 /// Central control gets what the host put in for it: its answer, or else an error text.
@@ -21,8 +293,10 @@ void CStageMsgSender::EchoToEverySource(const SOperation& request)
     EchoToAppAndFP(request);
     if (!(request.nSourceFlags & Source::CentralControl))
         return;
-    if (request.jsonBody.contains("respon"))
-        RelayToCentralControl(request, QJsonDocument(request.jsonBody["respon"].toObject()).toJson());
+    if (request.jsonBody.contains(QLatin1String("respon")))
+        RelayToCentralControl(request, CReply(request.jsonBody["respon"].toObject()).Text());
     else
         RelayToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
 }
+
+void CStageMsgSender::StaySilent(const SOperation&) {}

@@ -1,0 +1,80 @@
+#!/usr/bin/python3
+"""How long an app's heartbeat takes while another app fetches a list of 10,000 resources, again and again.
+
+HeartBeat.py PATH-OF-SHOWHOST [SECONDS]
+"""
+
+import json
+import multiprocessing
+import os
+import statistics
+import sys
+import tempfile
+import time
+import uuid
+from pathlib import Path
+
+sys.path.append(str(Path(__file__).resolve().parents[2] / "Tests" / "EndToEnd"))
+from Support import AppChannel, CONTROL_PORT, ShowHost  # noqa: E402
+
+ADDRESS = "127.0.0.42"
+HEARTBEAT, RESOURCE_LIST = 0x001, 0x400
+RESOURCES = 10_000
+PERIOD = 0.01
+
+
+def show():
+    resources = [{"id": str(uuid.UUID(int=number + 1)), "type": number % 3, "name": f"Resource {number}",
+                  "file": f"Media/Clip {number}.mp4", "width": 1920, "height": 1080, "duration": 1000 * number}
+                 for number in range(RESOURCES)]
+    return {"name": "Many resources", "projects": [{"id": str(uuid.uuid4()), "name": "Many", "resources": resources}]}
+
+
+def fetch(ends, fetched):
+    channel = AppChannel(ADDRESS, CONTROL_PORT)
+    while not ends.is_set():
+        channel.send(RESOURCE_LIST)
+        _, body = channel.receive_bytes()
+        fetched.append(len(body))
+
+
+def beat(seconds):
+    """Milliseconds of each heartbeat, least first."""
+    channel = AppChannel(ADDRESS, CONTROL_PORT)
+    times = []
+    end = time.monotonic() + seconds
+    while (start := time.monotonic()) < end:
+        channel.send(HEARTBEAT)
+        channel.receive_bytes()
+        times.append((time.monotonic() - start) * 1000)
+        time.sleep(PERIOD)
+    return sorted(times)
+
+
+def tell(what, times):
+    print(f"{what}: {len(times)} heartbeats, median {statistics.median(times):.2f} ms, "
+          f"99th percentile {times[len(times) * 99 // 100]:.2f} ms, most {times[-1]:.2f} ms")
+
+
+def main():
+    os.environ["SHOWHOST"] = sys.argv[1]
+    seconds = float(sys.argv[2]) if len(sys.argv) > 2 else 10
+    with tempfile.TemporaryDirectory() as folder:
+        file = Path(folder) / "Many.zxc"
+        file.write_text(json.dumps(show()), encoding="utf-8")
+        with ShowHost(ADDRESS, folder, "--quiet", "--show", file):
+            tell("alone", beat(seconds))
+            with multiprocessing.Manager() as manager:
+                ends, fetched = manager.Event(), manager.list()
+                fetcher = multiprocessing.Process(target=fetch, args=(ends, fetched))
+                fetcher.start()
+                while not fetched:
+                    time.sleep(0.1)
+                tell("beside the list", beat(seconds))
+                ends.set()
+                fetcher.join()
+                print(f"lists: {len(fetched)} of {fetched[0] / 1e6:.1f} MB")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,119 @@
+#include "ChannelLoad/Syscall.h"
+#include "ExternalController/ExternalController.h"
+#include "HostModels/HostModels.h"
+#include "Senders/Case.h"
+#include "Senders/CountingChannels.h"
+#include "Senders/PeakMemory.h"
+#include "Senders/Report.h"
+
+#include <QCoreApplication>
+
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <stdexcept>
+
+namespace {
+
+constexpr double kMemoryAim = 1.2;
+
+std::vector<SCase> AllCases()
+{
+    std::vector<SCase> all;
+    for (const auto make : {Cases::SmallRequests, Cases::SceneManagerData, Cases::ResourceList, Cases::MediaList,
+                            Cases::SharedFolderList, Cases::MediaThumbnail}) {
+        std::vector<SCase> cases = make();
+        std::move(cases.begin(), cases.end(), std::back_inserter(all));
+    }
+    return all;
+}
+
+/// Throws unless the module's answer is the one that is made by hand.
+void Check(const SCase& measured)
+{
+    static std::set<std::string> checked;
+    if (checked.count(measured.name) != 0)
+        return;
+    const QByteArray text = measured.byHand();
+    // A picture has its id before it.
+    if (text.isEmpty() || !CountingChannels::BodySentBy(measured.ask).endsWith(text))
+        throw std::runtime_error("the module's answer isn't the one that is made by hand");
+    checked.insert(measured.name);
+}
+
+template <class Way>
+void Measure(benchmark::State& state, const SCase& measured, const Way& way)
+{
+    try {
+        Syscall::ThrowIfInterrupted();
+        measured.prepare();
+        Check(measured);
+    } catch (const std::exception& error) {
+        state.SkipWithError(error.what());
+        return;
+    }
+    for (auto _ : state)
+        way();
+}
+
+void Register(const SCase& measured)
+{
+    benchmark::RegisterBenchmark(ByHandName(measured).c_str(), [&](benchmark::State& state) {
+        Measure(state, measured, [&] { benchmark::DoNotOptimize(measured.byHand()); });
+    });
+    benchmark::RegisterBenchmark(ModuleName(measured).c_str(), [&](benchmark::State& state) {
+        Measure(state, measured, [&] {
+            const int before = CountingChannels::Sent();
+            measured.ask();
+            if (CountingChannels::Sent() == before)
+                state.SkipWithError("nothing was sent");
+        });
+    });
+}
+
+void Run(int argc, char** argv)
+{
+    // A flag that is given comes later than its default, and counts.
+    std::vector<char*> arguments(argv, argv + argc);
+    char repetitions[] = "--benchmark_repetitions=11";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    char seconds[] = "--benchmark_min_time=0.1";
+    arguments.insert(arguments.begin() + 1, {repetitions, interleaving, seconds});
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+        throw std::runtime_error("--help tells what is known");
+
+    const std::vector<SCase> cases = AllCases();
+    CRatioReporter reporter(cases);
+    for (const SCase& measured : cases)
+        Register(measured);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    if (reporter.HasFailed())
+        throw std::runtime_error("not every case could be measured");
+    const auto [byHand, module] = PeakMemory::Measure();
+    reporter.PrintMemory(Cases::ResourceList().back().name + " peak", byHand, module, kMemoryAim);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    SSettings settings;
+    settings.hostName = QStringLiteral("Stage left");
+    HostModels::SoftwareSetting().Load(settings, {});
+    InitExternalController();
+    GetExternalController()->Init();
+    int exitCode = 0;
+    try {
+        Syscall::InterruptOnSignals();
+        if (!PeakMemory::PrintAsChild(application.arguments(), Cases::ResourceList().back()))
+            Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "sendercost: " << error.what() << std::endl;
+        exitCode = 1;
+    }
+    UninitExternalController();
+    return exitCode;
+}

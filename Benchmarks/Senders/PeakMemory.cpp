@@ -1,0 +1,70 @@
+#include "Senders/PeakMemory.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include <malloc.h>
+
+namespace {
+
+const QString kByHand = QStringLiteral("--peak-by-hand");
+const QString kModule = QStringLiteral("--peak-of-module");
+
+std::size_t ReadStatus(const std::string& key)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, key.size(), key) == 0)
+            return std::stoul(line.substr(key.size()));
+    }
+    throw std::runtime_error("/proc/self/status: there is no " + key);
+}
+
+template <class Way>
+std::size_t GrowthOf(const Way& way)
+{
+    way();
+    // What is free already would hide what the way takes.
+    malloc_trim(0);
+    // 5: the highest so far is forgotten.
+    if (!(std::ofstream("/proc/self/clear_refs") << 5 << std::flush))
+        throw std::runtime_error("/proc/self/clear_refs: can't be written");
+    const std::size_t before = ReadStatus("VmRSS:");
+    way();
+    return ReadStatus("VmHWM:") - before;
+}
+
+std::size_t GrowthInChild(const QString& argument)
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(QCoreApplication::applicationFilePath(), {argument});
+    child.waitForFinished(-1);
+    bool isNumber = false;
+    const auto growth = static_cast<std::size_t>(child.readAllStandardOutput().trimmed().toULongLong(&isNumber));
+    if (!isNumber)
+        throw std::runtime_error("the peak of the memory isn't told");
+    return growth;
+}
+
+} // namespace
+
+PeakMemory::SPeaks PeakMemory::Measure()
+{
+    return {GrowthInChild(kByHand), GrowthInChild(kModule)};
+}
+
+bool PeakMemory::PrintAsChild(const QStringList& arguments, const SCase& measured)
+{
+    const bool isByHand = arguments.contains(kByHand);
+    if (!isByHand && !arguments.contains(kModule))
+        return false;
+    measured.prepare();
+    std::cout << (isByHand ? GrowthOf(measured.byHand) : GrowthOf(measured.ask)) << std::endl;
+    return true;
+}

@@ -1,0 +1,70 @@
+#include "Senders/Report.h"
+
+#include <cstdio>
+#include <ostream>
+
+namespace {
+
+std::string Verdict(double ratio, double aim)
+{
+    char text[60];
+    std::snprintf(text, sizeof text, "%8.2f  at most %.1f: %s", ratio, aim, ratio <= aim ? "met" : "MISSED");
+    return text;
+}
+
+} // namespace
+
+std::string ModuleName(const SCase& measured)
+{
+    return measured.name + "/module";
+}
+
+std::string ByHandName(const SCase& measured)
+{
+    return measured.name + "/by-hand";
+}
+
+bool CRatioReporter::ReportContext(const Context& context)
+{
+    PrintBasicContext(&GetErrorStream(), context);
+    return true;
+}
+
+void CRatioReporter::ReportRuns(const std::vector<Run>& runs)
+{
+    for (const Run& run : runs) {
+        if (run.error_occurred) {
+            m_hasFailed = true;
+            GetErrorStream() << run.benchmark_name() << ": " << run.error_message << '\n';
+        } else if (run.aggregate_name == "median" || run.repetitions == 1) {
+            m_seconds[run.run_name.function_name] =
+                run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+        }
+    }
+}
+
+void CRatioReporter::Finalize()
+{
+    char line[200];
+    std::snprintf(line, sizeof line, "%-28s %12s %12s %12s %8s\n", "", "by hand us", "module us", "us an item",
+                  "ratio");
+    GetOutputStream() << line;
+    for (const SCase& measured : m_cases) {
+        const auto byHand = m_seconds.find(ByHandName(measured));
+        const auto module = m_seconds.find(ModuleName(measured));
+        if (byHand == m_seconds.end() || module == m_seconds.end())
+            continue;
+        std::snprintf(line, sizeof line, "%-28s %12.2f %12.2f %12.2f %s\n", measured.name.c_str(), byHand->second * 1e6,
+                      module->second * 1e6, module->second * 1e6 / measured.items,
+                      Verdict(module->second / byHand->second, measured.aim).c_str());
+        GetOutputStream() << line;
+    }
+}
+
+void CRatioReporter::PrintMemory(const std::string& name, std::size_t byHand, std::size_t module, double aim)
+{
+    char line[200];
+    std::snprintf(line, sizeof line, "%-28s %9zu kB %9zu kB %12s %s\n", name.c_str(), byHand, module, "",
+                  Verdict(static_cast<double>(module) / static_cast<double>(byHand), aim).c_str());
+    GetOutputStream() << line;
+}

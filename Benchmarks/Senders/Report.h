@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Senders/Case.h"
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// What the benchmark of a case's one way is called.
+std::string ModuleName(const SCase& measured);
+std::string ByHandName(const SCase& measured);
+
+/// Prints one line a case, once all have run: the medians of the processor time, and how many times the module takes.
+class CRatioReporter : public benchmark::BenchmarkReporter {
+public:
+    explicit CRatioReporter(const std::vector<SCase>& cases) : m_cases(cases) {}
+
+    bool ReportContext(const Context& context) override;
+    void ReportRuns(const std::vector<Run>& runs) override;
+    void Finalize() override;
+
+    bool HasFailed() const { return m_hasFailed; }
+    /// A line for what isn't time, in kilobytes.
+    void PrintMemory(const std::string& name, std::size_t byHand, std::size_t module, double aim);
+
+private:
+    const std::vector<SCase>& m_cases;
+    std::map<std::string, double> m_seconds;
+    bool m_hasFailed = false;
+};

@@ -1,0 +1,446 @@
+#include "ShowHost/ShowChanges.h"
+
+#include "ExternalController/Common/ResourceType.h"
+#include "HostModels/ShowEdit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace {
+
+using Events = std::vector<SShowEvent>;
+using ResultText::Index;
+
+constexpr int kPercent = 100;
+
+// What a body says. A command's keyword may stand for the value that "param" would give.
+
+QString Keyword(const QJsonObject& body)
+{
+    return body["cmd"].toString();
+}
+
+std::optional<int> WholeNumber(const QJsonValue& value)
+{
+    const double number = value.toDouble(std::numeric_limits<double>::quiet_NaN());
+    if (!(std::abs(number) <= std::numeric_limits<int>::max()) || number != std::floor(number))
+        return std::nullopt;
+    return static_cast<int>(number);
+}
+
+/// Nothing when the body says neither.
+std::optional<bool> Switch(const QJsonObject& body, const char* onKeyword, const char* offKeyword)
+{
+    const QJsonValue param = body["param"];
+    if (param.isUndefined()) {
+        if (Keyword(body) == QLatin1String(onKeyword))
+            return true;
+        if (Keyword(body) == QLatin1String(offKeyword))
+            return false;
+        return std::nullopt;
+    }
+    if (param.isBool())
+        return param.toBool();
+    const auto number = WholeNumber(param);
+    if (number == 0 || number == 1)
+        return number == 1;
+    return std::nullopt;
+}
+
+/// Sets a share from 0 to 1 by the body's percentage, or leaves it.
+Index SetByPercent(const QJsonObject& body, float& share)
+{
+    const auto percent = WholeNumber(body["param"]);
+    if (!percent)
+        return ResultText::Parameter;
+    if (*percent < 0 || *percent > kPercent)
+        return ResultText::OutOfRange;
+    share = static_cast<float>(*percent) / kPercent;
+    return ResultText::Success;
+}
+
+// Scenes.
+
+/// Takes what is on the stage off and puts a scene of the open project there, or none.
+void ChangeScene(SShow& show, const QUuid& groupId, const QUuid& sceneId, Events& events)
+{
+    if (show.playback.state != SPlayback::Stopped)
+        events.push_back({SShowEvent::SceneEnded, show.playback.group, show.playback.scene});
+    show.playback.group = groupId;
+    show.playback.scene = sceneId;
+    show.playback.Enter(SPlayback::Stopped, SPlayback::Clock::now());
+}
+
+void TellUse(const QHash<QUuid, int>& before, const QHash<QUuid, int>& after, Events& events)
+{
+    const auto tell = [&](const QHash<QUuid, int>& those, const QHash<QUuid, int>& others, bool used) {
+        for (auto use = those.constBegin(); use != those.constEnd(); ++use) {
+            if (!others.contains(use.key()))
+                events.push_back({SShowEvent::ResourceUsed, use.key(), {}, used});
+        }
+    };
+    tell(before, after, false);
+    tell(after, before, true);
+}
+
+Index PlayAt(SShow& show, const SSceneGroup& group, std::size_t place, Events& events)
+{
+    const QHash<QUuid, int> usedBefore = show.UseCounts();
+    ChangeScene(show, group.id, group.scenes[place]->node.GetId(), events);
+    show.playback.Enter(SPlayback::Playing, SPlayback::Clock::now());
+    events.push_back({SShowEvent::SceneStarted, show.playback.group, show.playback.scene});
+    events.push_back({SShowEvent::ScenePlayed, show.playback.group, show.playback.scene});
+    TellUse(usedBefore, show.UseCounts(), events);
+    return ResultText::Success;
+}
+
+Index PlayById(SShow& show, const QJsonObject& body, Events& events)
+{
+    const QUuid sceneId(body["sceneId"].toString());
+    const QUuid groupId(body["sceneGroupId"].toString());
+    if (sceneId.isNull())
+        return ResultText::Parameter;
+    for (const auto& group : show.Project()->groups) {
+        if ((groupId.isNull() || group->id == groupId) && group->FindScene(sceneId))
+            return PlayAt(show, *group, group->sceneIndex[sceneId], events);
+    }
+    return ResultText::NoClip;
+}
+
+/// The group that the body names by its place, counted from 1, or the current one.
+const SSceneGroup* GroupOf(const SShow& show, const QJsonObject& body, Index& failure)
+{
+    const QJsonValue place = body["sceneGrpCol"];
+    if (place.isUndefined()) {
+        failure = ResultText::NoClip;
+        return show.Project()->FindGroup(show.playback.group);
+    }
+    const auto number = WholeNumber(place);
+    const auto& groups = show.Project()->groups;
+    failure = number ? ResultText::RowOrColumn : ResultText::Parameter;
+    if (!number || *number < 1 || *number > static_cast<int>(groups.size()))
+        return nullptr;
+    return groups[static_cast<std::size_t>(*number - 1)].get();
+}
+
+Index PlayScene(SShow& show, const QJsonObject& body, Events& events)
+{
+    if (!show.Project())
+        return ResultText::Fail;
+    if (body.contains("sceneId"))
+        return PlayById(show, body, events);
+    const auto number = WholeNumber(body["sceneCol"]);
+    if (!number)
+        return ResultText::Parameter;
+    Index failure = ResultText::Fail;
+    const SSceneGroup* group = GroupOf(show, body, failure);
+    if (!group)
+        return failure;
+    if (*number < 1 || *number > static_cast<int>(group->scenes.size()))
+        return ResultText::RowOrColumn;
+    return PlayAt(show, *group, static_cast<std::size_t>(*number - 1), events);
+}
+
+/// Plays the group's first scene.
+Index SwitchSceneGroup(SShow& show, const QJsonObject& body, Events& events)
+{
+    if (!show.Project())
+        return ResultText::Fail;
+    Index failure = ResultText::Parameter;
+    const SSceneGroup* group = nullptr;
+    if (body.contains("sceneGroupId"))
+        group = show.Project()->FindGroup(QUuid(body["sceneGroupId"].toString()));
+    else if (body.contains("sceneGrpCol"))
+        group = GroupOf(show, body, failure);
+    if (!group)
+        return failure;
+    return group->scenes.empty() ? ResultText::NoClip : PlayAt(show, *group, 0, events);
+}
+
+/// The scene beside the current one, in its group.
+Index PlayNextOrLast(SShow& show, const QJsonObject& body, Events& events)
+{
+    const auto next = Switch(body, "playNext", "playLast");
+    if (!next)
+        return ResultText::Parameter;
+    if (!show.CurrentScene())
+        return ResultText::NoClip;
+    const SSceneGroup& group = *show.Project()->FindGroup(show.playback.group);
+    const std::size_t place = group.sceneIndex[show.playback.scene];
+    if (*next ? place + 1 >= group.scenes.size() : place == 0)
+        return ResultText::OutOfRange;
+    return PlayAt(show, group, *next ? place + 1 : place - 1, events);
+}
+
+// Playback.
+
+/// What "param" means, and the keywords for it.
+enum class EPlayControl : int {
+    Continue = 0,
+    Pause = 1,
+    Stop = 2,
+    Restart = 3,
+};
+
+std::optional<EPlayControl> ReadPlayControl(const QJsonObject& body)
+{
+    const auto number = WholeNumber(body["param"]);
+    if (number && *number >= static_cast<int>(EPlayControl::Continue) &&
+        *number <= static_cast<int>(EPlayControl::Restart))
+        return static_cast<EPlayControl>(*number);
+    constexpr struct {
+        const char* keyword;
+        EPlayControl control;
+    } kKeywords[] = {{"continueAll", EPlayControl::Continue},
+                     {"pauseAll", EPlayControl::Pause},
+                     {"stop", EPlayControl::Stop},
+                     {"restartAll", EPlayControl::Restart}};
+    for (const auto& [keyword, control] : kKeywords) {
+        if (!body.contains("param") && Keyword(body) == QLatin1String(keyword))
+            return control;
+    }
+    return std::nullopt;
+}
+
+Index ControlPlayback(SShow& show, const QJsonObject& body, Events& events)
+{
+    const auto control = ReadPlayControl(body);
+    if (!control)
+        return ResultText::Parameter;
+    if (!show.CurrentScene())
+        return ResultText::NoClip;
+    SPlayback& playback = show.playback;
+    const bool wasStopped = playback.state == SPlayback::Stopped;
+    const auto now = SPlayback::Clock::now();
+    switch (*control) {
+    case EPlayControl::Pause:
+        if (!wasStopped)
+            playback.Enter(SPlayback::Paused, now);
+        return ResultText::Success;
+    case EPlayControl::Stop:
+        if (!wasStopped)
+            events.push_back({SShowEvent::SceneEnded, playback.group, playback.scene});
+        playback.Enter(SPlayback::Stopped, now);
+        return ResultText::Success;
+    case EPlayControl::Restart:
+        playback.Enter(SPlayback::Stopped, now);
+        break;
+    case EPlayControl::Continue:
+        break;
+    }
+    playback.Enter(SPlayback::Playing, now);
+    if (wasStopped)
+        events.push_back({SShowEvent::SceneStarted, playback.group, playback.scene});
+    return ResultText::Success;
+}
+
+// The whole stage.
+
+Index SetVolume(SShow& show, const QJsonObject& body, Events&)
+{
+    if (Keyword(body) != QLatin1String("adjustVolume"))
+        return SetByPercent(body, show.effect.volume);
+    const auto difference = WholeNumber(body["param"]);
+    if (!difference)
+        return ResultText::Parameter;
+    if (std::abs(*difference) > kPercent)
+        return ResultText::OutOfRange;
+    const float volume = show.effect.volume + static_cast<float>(*difference) / kPercent;
+    show.effect.volume = std::clamp(volume, 0.0F, 1.0F);
+    return ResultText::Success;
+}
+
+Index SetMute(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto mute = Switch(body, "globalMute", "globalUnMute");
+    if (!mute)
+        return ResultText::Parameter;
+    show.effect.mute = *mute;
+    return ResultText::Success;
+}
+
+Index SetBrightness(SShow& show, const QJsonObject& body, Events&)
+{
+    return SetByPercent(body, show.effect.luminance);
+}
+
+Index SetBlackScreen(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto black = Switch(body, "blackAll", "");
+    if (!black)
+        return ResultText::Parameter;
+    show.effect.black = *black;
+    return ResultText::Success;
+}
+
+Index OpenScreens(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto open = Switch(body, "OpenAllScreen", "CloseAllScreen");
+    if (!open)
+        return ResultText::Parameter;
+    for (auto& screen : show.screens) {
+        auto changed = std::make_shared<SScreen>(*screen);
+        changed->open = *open;
+        screen = std::move(changed);
+    }
+    return ResultText::Success;
+}
+
+// The project.
+
+Index SwitchHdr(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto on = Switch(body, "openHDR", "closeHDR");
+    if (!on)
+        return ResultText::Parameter;
+    if (!show.Project())
+        return ResultText::Fail;
+    EditProject(show, [&](SProject& project) { project.hdr = *on; });
+    return ResultText::Success;
+}
+
+Index SwitchHdrKind(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto software = Switch(body, "switchSoftwareHDR", "switchHardwareHDR");
+    if (!software)
+        return ResultText::Parameter;
+    if (!show.Project() || !show.Project()->hdr)
+        return ResultText::HdrOff;
+    EditProject(show, [&](SProject& project) { project.hdrKind = *software ? 1 : 0; });
+    return ResultText::Success;
+}
+
+/// By id, by name, or by its place in the project list, counted from 0 as the list does.
+std::optional<std::size_t> FindProject(const SShow& show, const QJsonObject& body, Index& failure)
+{
+    failure = ResultText::Parameter;
+    if (const auto place = WholeNumber(body["param"])) {
+        failure = ResultText::OutOfRange;
+        if (*place >= 0 && *place < static_cast<int>(show.projects.size()))
+            return static_cast<std::size_t>(*place);
+        return std::nullopt;
+    }
+    const QUuid id(body["projectId"].toString());
+    const QString name = body["projectName"].toString();
+    for (std::size_t place = 0; place < show.projects.size(); ++place) {
+        const SProject& project = *show.projects[place];
+        if (body.contains("projectId") ? project.id == id : project.name == name)
+            return place;
+    }
+    return std::nullopt;
+}
+
+/// The project's first scene is on the stage then, and waits.
+Index SwitchProject(SShow& show, const QJsonObject& body, Events& events)
+{
+    Index failure = ResultText::Fail;
+    const auto place = FindProject(show, body, failure);
+    if (!place)
+        return failure;
+    const QHash<QUuid, int> usedBefore = show.UseCounts();
+    ChangeScene(show, {}, {}, events);
+    show.openProject = *place;
+    const SSceneGroup* group = show.Project()->FindGroup(show.Project()->mainGroup);
+    if (group && !group->scenes.empty())
+        ChangeScene(show, group->id, group->scenes.front()->node.GetId(), events);
+    events.push_back({SShowEvent::ScenePlayed, show.playback.group, show.playback.scene});
+    TellUse(usedBefore, show.UseCounts(), events);
+    return ResultText::Success;
+}
+
+// Media.
+
+Index TurnPages(SShow& show, const QJsonObject& body, Events&)
+{
+    const QJsonValue param = body["param"];
+    const auto pages = param.isUndefined() ? std::optional(1) : WholeNumber(param);
+    if (!pages)
+        return ResultText::Parameter;
+    bool isThere = false;
+    bool turned = false;
+    const SProject* project = show.Project();
+    SShow changed = show;
+    EditStageMedia(changed, [&](SMediaProperties& medium) {
+        const SResource* resource = project->FindResource(medium.resourceId);
+        if (!resource || medium.resourceType != ResourceType::Presentation)
+            return;
+        isThere = true;
+        const std::int64_t page = std::int64_t{medium.play.currentState} + *pages;
+        if (page < 0 || page >= resource->pages)
+            return;
+        medium.play.currentState = static_cast<int>(page);
+        turned = true;
+    });
+    if (!turned)
+        return isThere ? ResultText::OutOfRange : ResultText::NoPresentation;
+    show = std::move(changed);
+    return ResultText::Success;
+}
+
+Index MuteMedia(SShow& show, const QJsonObject& body, Events&)
+{
+    const auto mute = Switch(body, "muteWnd", "unmuteWnd");
+    const QUuid mediaId(body["mediaId"].toString());
+    if (!mute || mediaId.isNull())
+        return ResultText::Parameter;
+    if (!show.CurrentScene() || !show.CurrentScene()->FindMedia(mediaId))
+        return ResultText::NoClip;
+    EditStageMedia(show, [&](SMediaProperties& medium) {
+        if (medium.id == mediaId)
+            medium.play.muted = *mute;
+    });
+    return ResultText::Success;
+}
+
+constexpr struct {
+    Command::Code code;
+    ShowChange change;
+} kChanges[] = {
+    {Command::SwitchProject, SwitchProject},
+    {Command::BlackScreen, SetBlackScreen},
+    {Command::PlayControl, ControlPlayback},
+    {Command::Volume, SetVolume},
+    {Command::OpenScreens, OpenScreens},
+    {Command::PlayNextOrLast, PlayNextOrLast},
+    {Command::Brightness, SetBrightness},
+    {Command::SwitchHdrKind, SwitchHdrKind},
+    {Command::SwitchHdr, SwitchHdr},
+    {Command::Mute, SetMute},
+    {Command::TurnPages, TurnPages},
+    {Command::MuteMedia, MuteMedia},
+    {Command::SwitchSceneGroup, SwitchSceneGroup},
+    {Command::ScenePlay, PlayScene},
+};
+
+} // namespace
+
+ShowChange FindShowChange(int cmdCode)
+{
+    for (const auto& [code, change] : kChanges) {
+        if (code == cmdCode)
+            return change;
+    }
+    return nullptr;
+}
+
+void AddResource(SShow& show, SResourceProperties properties)
+{
+    properties.demuxered = false;
+    SResource resource;
+    resource.fileFound = true;
+    resource.base = CResourceBase(std::make_shared<const SResourceProperties>(std::move(properties)));
+    EditProject(show, [&](SProject& project) { project.Add(std::move(resource)); });
+}
+
+void Demux(SShow& show, const QUuid& resourceId, const QSize& resolution, std::vector<SShowEvent>& events)
+{
+    EditProject(show, [&](SProject& project) {
+        EditResource(project, resourceId, [&](SResourceProperties& resource) {
+            resource.demuxered = true;
+            resource.resolution = resolution;
+            events.push_back({SShowEvent::ResourceDemuxed, resource.id, {}, true});
+        });
+    });
+}

@@ -1,0 +1,118 @@
+#include "ExternalController/MsgSender/StageMediaView.h"
+
+#include "ExternalController/Common/ResourceType.h"
+#include "ExternalController/MsgSender/Capabilities.h"
+#include "ExternalController/MsgSender/ScrollKeys.h"
+#include "Interfaces/PPtPlayerMgr.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/RenderController.h"
+#include "Interfaces/ResourceModel.h"
+
+#include <QMatrix4x4>
+
+namespace {
+
+/// Where apps, which turn a medium about its top left corner, have to put that corner.
+QPointF CornerOnStage(const SLayoutProperty& layout)
+{
+    const QPointF centre = (layout.corners[0] + layout.corners[2]) / 2;
+    const auto x = static_cast<float>(centre.x());
+    const auto y = static_cast<float>(centre.y());
+    QMatrix4x4 turn;
+    turn.translate(x, y);
+    turn.rotate(-layout.rotation, 0, 0, 1);
+    turn.translate(-x, -y);
+    return turn.map(layout.position);
+}
+
+void AddLayout(CReply& to, const SLayoutProperty& layout)
+{
+    to.Set("rotation", layout.rotation);
+    to.Set("sizeW", layout.size.width());
+    to.Set("sizeH", layout.size.height());
+    const QPointF position = layout.rotation != 0 ? CornerOnStage(layout) : layout.position;
+    to.Set("posX", qRound64(position.x()));
+    to.Set("posY", qRound64(position.y()));
+    to.Set("srcPosX", qRound64(layout.position.x()));
+    to.Set("srcPosY", qRound64(layout.position.y()));
+    to.Set("isHided", layout.hidden);
+    to.Set("isLocked", layout.locked);
+    to.Set("isHorFlip", layout.horFlip);
+    to.Set("isVerFlip", layout.verFlip);
+    to.Set("isFixed", layout.fixed);
+    to.Set("fillType", layout.fillType);
+    to.Set("blendType", layout.blendType);
+}
+
+} // namespace
+
+CStageMediaView::CStageMediaView()
+    : m_resources(*CResourceModel::GetInstance())
+    , m_presentations(*GetPPtPlayerMgr())
+    , m_render(*GetRenderController())
+    , m_player(*GetPlayController())
+{}
+
+std::list<CMediaNode> CStageMediaView::Media() const
+{
+    return m_player.GetStageMedias();
+}
+
+CReply CStageMediaView::Describe(const CMediaNode& media) const
+{
+    CResourceBase resource;
+    if (!m_resources.GetResourceBaseNode(media.GetResourceId(), resource))
+        return {};
+    CGroupResource group;
+    if (resource.GetType() == ResourceType::Group &&
+        !m_resources.GetGroupResourceNode(resource.GetId(), resource, group))
+        return {};
+
+    const auto play = media.GetPlayProperty();
+    const auto timing = media.GetTimingProperty();
+    SMediaPlayData playData = {0, -1};
+    m_player.GetMediaPlayData(media.GetId(), playData);
+    QString streamUrl;
+    m_render.GetMediaStreamPushUrl(media.GetId(), streamUrl);
+
+    CReply object = {{"currentTime", playData.currentTime},
+                     {"mediaId", media.GetId()},
+                     {"mediaName", media.GetName()},
+                     {"resourceId", media.GetResourceId()},
+                     {"resourceType", media.GetResourceType()},
+                     {"totalTime", timing->totalTime},
+                     {"startPlayTime", play->startPlayTime},
+                     {"playMode", timing->playMode},
+                     {"mediaState", playData.mediaState},
+                     {"isMuted", play->muted},
+                     {"pushStreamUrl", streamUrl},
+                     {"playState", ""}};
+    AddLayout(object, *media.GetLayoutProperty());
+    Capabilities::Add(object, Capabilities::Media, resource.GetType(), group.GetGroupResType());
+    return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();
+}
+
+/// What only some kinds have. False when a medium of its kind can't be described.
+bool CStageMediaView::AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType) const
+{
+    const auto play = media.GetPlayProperty();
+    switch (resourceType) {
+    case ResourceType::Presentation:
+        to.Set("mediaState", play->currentState);
+        return m_presentations.GetPPtPlayer(media.GetId()) != nullptr;
+    case ResourceType::Text:
+    case ResourceType::ScrollingGroup:
+        AddScroll(to, play->scroll);
+        return true;
+    case ResourceType::Spreadsheet:
+    case ResourceType::Table:
+    case ResourceType::Database:
+    case ResourceType::Pdf:
+    case ResourceType::Word:
+        to.Set("mediaState", play->currentState);
+        AddScroll(to, *media.GetPageScroll());
+        return true;
+    default:
+        return true;
+    }
+}

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QPointF>
+#include <QSize>
+#include <QString>
+#include <QUuid>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+/// How a text or document runs over the stage.
+struct SScrollSettings {
+    int mode = 0;
+    float speed = 0;
+    bool headConnectTail = false;
+    int interval = 0;
+};
+
+/// Where and how a medium stands on the stage, in pixels of the stage and degrees clockwise.
+struct SLayoutProperty {
+    float rotation = 0;
+    QSize size;
+    QPointF position; ///< top left corner, before the rotation
+    bool hidden = false;
+    bool locked = false;
+    bool horFlip = false;
+    bool verFlip = false;
+    bool fixed = false;
+    int fillType = 0;
+    int blendType = 0;
+    /// After the rotation about the centre; from the top left one on, clockwise.
+    std::array<QPointF, 4> corners;
+};
+
+struct SPlayProperty {
+    std::int64_t startPlayTime = 0; ///< milliseconds
+    bool muted = false;
+    int currentState = 0; ///< of a medium with pages
+    SScrollSettings scroll;
+};
+
+struct STimingProperty {
+    std::int64_t totalTime = 0; ///< milliseconds
+    int playMode = 0;
+};
+
+/// What a medium is made of.
+struct SMediaProperties {
+    QUuid id;
+    QString name;
+    QUuid resourceId;
+    int resourceType = 0;
+    SLayoutProperty layout;
+    SPlayProperty play;
+    STimingProperty timing;
+    SScrollSettings pageScroll;
+};
+
+/// A medium on the stage. Copies share its properties.
+class CMediaNode {
+public:
+    explicit CMediaNode(std::shared_ptr<const SMediaProperties> properties) : m_properties(std::move(properties)) {}
+
+    const QUuid& GetId() const { return m_properties->id; }
+    const QString& GetName() const { return m_properties->name; }
+    const QUuid& GetResourceId() const { return m_properties->resourceId; }
+    int GetResourceType() const { return m_properties->resourceType; }
+    std::shared_ptr<const SLayoutProperty> GetLayoutProperty() const { return {m_properties, &m_properties->layout}; }
+    std::shared_ptr<const SPlayProperty> GetPlayProperty() const { return {m_properties, &m_properties->play}; }
+    std::shared_ptr<const STimingProperty> GetTimingProperty() const { return {m_properties, &m_properties->timing}; }
+    /// How a document with pages scrolls.
+    std::shared_ptr<const SScrollSettings> GetPageScroll() const { return {m_properties, &m_properties->pageScroll}; }
+
+private:
+    std::shared_ptr<const SMediaProperties> m_properties;
+};
+
+/// How far a medium has played.
+struct SMediaPlayData {
+    std::int64_t currentTime = 0; ///< milliseconds
+    int mediaState = 0;
+};

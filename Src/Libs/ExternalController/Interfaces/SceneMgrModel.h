@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QPixmap>
+#include <QString>
+#include <QUuid>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+/// What applies to the whole stage at once. A state that doesn't change any more: the model hands out a new one.
+class IEffectProperty {
+public:
+    virtual ~IEffectProperty() = default;
+
+    virtual bool IsBlack() const = 0;
+    virtual bool IsMute() const = 0;
+    virtual float GetVolume() const = 0; ///< 0 to 1
+    // Picture adjustment, each 0 to 1 about a neutral value of the host's.
+    virtual float GetBlue() const = 0;
+    virtual float GetRed() const = 0;
+    virtual float GetGreen() const = 0;
+    virtual float GetContrast() const = 0;
+    virtual float GetLuminance() const = 0;
+    virtual float GetSaturation() const = 0;
+    virtual float GetHue() const = 0;
+};
+
+/// What a scene is made of.
+struct SSceneProperties {
+    QUuid id;
+    QString name;
+    int fadeInTime = 0;  ///< milliseconds
+    int fadeOutTime = 0; ///< milliseconds
+    std::vector<QUuid> mediaResourceIds;
+};
+
+/// A scene. Copies share its properties.
+class CSceneNode {
+public:
+    CSceneNode() : CSceneNode(std::make_shared<const SSceneProperties>()) {}
+    explicit CSceneNode(std::shared_ptr<const SSceneProperties> properties) : m_properties(std::move(properties)) {}
+
+    const QUuid& GetId() const { return m_properties->id; }
+    const QString& GetName() const { return m_properties->name; }
+    int GetFadeInTime() const { return m_properties->fadeInTime; }
+    int GetFadeOutTime() const { return m_properties->fadeOutTime; }
+    /// The resources of the scene's media, in stage order.
+    const std::vector<QUuid>& GetAllMediaResourceId() const { return m_properties->mediaResourceIds; }
+
+private:
+    std::shared_ptr<const SSceneProperties> m_properties;
+};
+
+/// The open project's scene groups and scenes. Safe to call from any thread. What isn't known reads as empty.
+class CSceneMgrModel {
+public:
+    static CSceneMgrModel* GetInstance();
+    virtual ~CSceneMgrModel() = default;
+
+    /// In the order in which the operator arranged them, as the scenes of a group.
+    virtual std::vector<QUuid> GetAllSceneGroupId() = 0;
+    virtual std::vector<QUuid> GetGroupSceneId(const QUuid& groupId) = 0;
+    virtual QString GetSceneGroupName(const QUuid& groupId) = 0;
+    virtual CSceneNode GetSceneNode(const QUuid& groupId, const QUuid& sceneId) = 0;
+    /// What the scene's stage looks like; null when there is no such scene.
+    virtual QPixmap GetSceneImage(const QUuid& groupId, const QUuid& sceneId) = 0;
+    /// Group and scene that play now; null ids when none does.
+    virtual std::pair<QUuid, QUuid> GetCurPlayScene() = 0;
+    /// The main scene group.
+    virtual QUuid GetMainKVId() = 0;
+    /// Null while no project is open.
+    virtual std::shared_ptr<const IEffectProperty> GetGlobalProperty() = 0;
+};

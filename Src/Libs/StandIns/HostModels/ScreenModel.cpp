@@ -1,0 +1,23 @@
+#include "Interfaces/ScreenModel.h"
+
+#include "HostModels/HostModels.h"
+
+namespace {
+
+class CHostScreenModel : public CScreenModel {
+public:
+    std::vector<std::shared_ptr<const IScreenItem>> GetAllScreen() override
+    {
+        const auto& screens = CHostShow::GetInstance().Reading().screens;
+        return {screens.begin(), screens.end()};
+    }
+};
+
+} // namespace
+
+CScreenModel* CScreenModel::GetInstance()
+{
+    static CHostScreenModel model;
+    CHostShow::GetInstance().BeginReading();
+    return &model;
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "HostModels/Settings.h"
+#include "HostModels/Show.h"
+
+/// What a show file holds.
+struct SShowFile {
+    SShow show;
+    SSettings settings;
+};
+
+/// Throws CFileError.
+SShowFile ReadShowFile(const QString& file);

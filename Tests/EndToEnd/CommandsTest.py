@@ -1,0 +1,157 @@
+#!/usr/bin/python3
+"""Commands from remotes: what they change, whom the host tells, and how it ends."""
+
+import subprocess
+import unittest
+from urllib.parse import quote
+
+from Support import FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, environment
+
+OBEDIENT, WATCHED, CLOSED = "127.0.0.46", "127.0.0.47", "127.0.0.48"
+HEARTBEAT, SCREEN_LIST, SNAPSHOT, MEDIA_LIST, SCENES = 0x001, 0x101, 0x100, 0x200, 0x300
+SCENE_PLAY, RESOURCE_LIST, RESOURCE_USED, RESOURCE_DEMUXED = 0x306, 0x400, 0x421, 0x422
+
+
+class ObedienceTest(unittest.TestCase):
+    def setUp(self):
+        state = self.enterContext(Folder())
+        self.enterContext(ShowHost(OBEDIENT, state))
+        self.app = self.enterContext(App(OBEDIENT))
+        self.central = self.enterContext(Central(OBEDIENT))
+
+    def ask_app(self, code):
+        """The answer, past the notices of what commands have done."""
+        self.app.control.send(code)
+        while True:
+            answer, body = self.app.control.receive()
+            if answer == REPLY | code:
+                return body
+
+    def all_states(self):
+        stage = self.ask_app(SNAPSHOT)
+        media = self.ask_app(MEDIA_LIST)
+        for number in range(media["mediaList"]["count"]):
+            media["mediaList"][str(number)]["currentTime"] = "any"
+        return stage, media, self.ask_app(SCREEN_LIST), [self.central.ask(cmd=query) for query in (
+            "getHDR", "getProjectName", "getGlobalBrightness", "getScreenStateByIndex")]
+
+    def test_what_a_command_changes_the_next_query_tells(self):
+        for command, query, answer in (
+                ({"cmd": "pauseAll"}, "getGlobalPlayState", {"GlobalPlayState": "Pause"}),
+                ({"cmd": "continueAll"}, "getGlobalPlayState", {"GlobalPlayState": "Play"}),
+                ({"cmd": "pauseAll", "param": 2}, "getGlobalPlayState", {"GlobalPlayState": "Stop"}),
+                ({"cmd": "playScene", "sceneGrpCol": 2, "sceneCol": 1}, "getPlayingChapter",
+                 {"playingChapter": {"sceneGrpCol": 2, "sceneCol": 1}}),
+                ({"cmd": "playNext"}, "getPlayingChapter", {"playingChapter": {"sceneGrpCol": 2, "sceneCol": 2}}),
+                ({"cmd": "playLast"}, "getPlayingChapter", {"playingChapter": {"sceneGrpCol": 2, "sceneCol": 1}}),
+                ({"cmd": "globalMute"}, "globalMuteState", {"globalMuteState": "mute"}),
+                ({"cmd": "globalUnMute"}, "globalMuteState", {"globalMuteState": "unmute"}),
+                ({"cmd": "globalBrightness", "param": 40}, "getGlobalBrightness", {"globalBrightness": 40}),
+                ({"cmd": "blackAll"}, "getBlackAll", {"blackState": "balck"}),
+                ({"cmd": "blackAll", "param": 0}, "getBlackAll", {"blackState": "unBlack"}),
+                ({"cmd": "CloseAllScreen"}, "getScreenStateByIndex", {"screenState": "Closed"}),
+                ({"cmd": "OpenAllScreen"}, "getScreenStateByIndex", {"screenState": "Opened"}),
+                ({"cmd": "switchSoftwareHDR"}, "getHDR", {"HDRState": "opened", "HDRType": "software"}),
+                ({"cmd": "closeHDR"}, "getHDR", {"HDRState": "closed", "HDRType": "software"})):
+            with self.subTest(command):
+                self.assertEqual(self.central.ask(**command), "SUCCESS")
+                self.assertEqual(self.central.ask(cmd=query), answer)
+        for command, volume in (({"cmd": "globalVolume", "param": 30}, 0.3), ({"cmd": "adjustVolume", "param": 90}, 1)):
+            self.assertEqual(self.central.ask(**command), "SUCCESS")
+            self.assertAlmostEqual(self.ask_app(SNAPSHOT)["stageData"]["globalVolumn"], volume, 5)
+
+    def test_what_cannot_be_done_changes_nothing(self):
+        self.central.ask(cmd="closeHDR")
+        self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=3)  # the group's last, with nothing on the stage
+        self.central.ask(cmd="pauseAll")
+        before = self.all_states()
+
+        for text, commands in {
+                "ERROR: out of range": [{"cmd": "globalVolume", "param": -1}, {"cmd": "adjustVolume", "param": 101},
+                                        {"cmd": "switchProject", "param": 99}, {"cmd": "playNext"},
+                                        {"cmd": "globalBrightness", "param": 1000000}],
+                "row or col error": [{"cmd": "playScene", "sceneCol": 0}, {"cmd": "playScene", "sceneCol": 99},
+                                     {"cmd": "switchSceneGroup", "sceneGrpCol": 99}],
+                "no clip on this position": [{"cmd": "playScene", "sceneId": "00000000-0000-0000-0000-000000000001"}],
+                "not a ppt": [{"cmd": "turnAllPPT"}],
+                "COMMAND ERROR": [{"cmd": "stopWnd"}],
+                "PARAMETER ERROR": [{"cmd": "globalVolume"}, {"cmd": "globalVolume", "param": "50"},
+                                    {"cmd": "globalVolume", "param": 0.5}, {"cmd": "globalVolume", "param": 1e300},
+                                    {"cmd": "openHDR", "param": 2}, {"cmd": "playScene"}, {"cmd": "switchProject"}],
+                "ERROR: HDR not on": [{"cmd": "switchHardwareHDR"}]}.items():
+            for command in commands:
+                with self.subTest(command):
+                    self.assertEqual(self.central.ask(**command), text)
+        self.assertEqual(self.all_states(), before)
+
+    def test_another_project_brings_its_scenes(self):
+        before = self.ask_app(SCENES)
+
+        self.assertEqual(self.central.ask(cmd="switchProject", param=1), "SUCCESS")
+
+        after = self.ask_app(SCENES)["sceneMgrData"]
+        self.assertNotEqual(after["sceneGroupDataList"], before["sceneMgrData"]["sceneGroupDataList"])
+        self.assertEqual(after["currentSceneId"], after["sceneGroupDataList"]["0"]["0"]["sceneId"])
+        self.assertEqual(self.central.ask(cmd="getGlobalPlayState"), {"GlobalPlayState": "Stop"})
+
+
+class NoticesTest(unittest.TestCase):
+    """What the app is told without asking."""
+
+    def setUp(self):
+        self.state = self.enterContext(Folder())
+        self.host = self.enterContext(ShowHost(WATCHED, self.state))
+        self.app = self.enterContext(App(WATCHED))
+        self.central = self.enterContext(Central(WATCHED))
+
+    def used(self):
+        with App(WATCHED) as app:
+            app.control.send(RESOURCE_LIST)
+            while (message := app.control.receive())[0] != REPLY | RESOURCE_LIST:
+                pass
+        return {item["resourceId"] for item in message[1]["resourceMgrData"] if item["isUsedFlag"]}
+
+    def test_a_change_of_scene_is_told_once_and_then_whose_use_changed(self):
+        before = self.used()
+
+        self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=2)
+        after = self.used()
+        notices = [self.app.control.receive() for _ in range(1 + len(before ^ after))]
+        self.app.control.send(HEARTBEAT)
+
+        self.assertTrue(before ^ after)
+        self.assertEqual(notices[0], (REPLY | SCENE_PLAY, {"result": 1}))
+        self.assertEqual({code for code, _ in notices[1:]}, {REPLY | RESOURCE_USED})
+        self.assertEqual({body["resId"] for _, body in notices[1:] if body["usedFlag"]}, after - before)
+        self.assertEqual({body["resId"] for _, body in notices[1:] if not body["usedFlag"]}, before - after)
+        self.assertEqual(self.app.control.receive()[0], REPLY | HEARTBEAT)
+
+    def test_an_upload_becomes_a_resource_that_can_play(self):
+        clip = self.state / "Neuer Clip.mp4"
+        clip.write_bytes(b"moving")
+        subprocess.run(["curl", "--silent", "--show-error", "--user", "demo:demo", "-T", str(clip),
+                        f"ftp://{WATCHED}:{FTP_PORT}/{quote(clip.name)}"], check=True, timeout=PATIENCE,
+                       env=environment())
+
+        code, body = self.app.control.receive()
+        self.app.control.send(RESOURCE_LIST)
+        _, resources = self.app.control.receive()
+
+        self.assertEqual((code, body["dexumerFlag"]), (REPLY | RESOURCE_DEMUXED, True))
+        added = resources["resourceMgrData"][-1]
+        self.assertEqual((added["resourceId"], added["resourceName"], added["resourceType"]),
+                         (body["resId"], clip.name, 0))
+
+
+class EndTest(unittest.TestCase):
+    def test_shutting_down_and_closing_are_told_apart(self):
+        for keyword, line in (("shutdown", "asked to shut down"), ("CloseSoftware", "asked to close")):
+            with self.subTest(keyword), Folder() as state, ShowHost(CLOSED, state) as host:
+                with Central(CLOSED) as central:
+                    central.send(keyword.encode())
+                    self.assertEqual(host.ended(), 0)
+                self.assertTrue(any(said.endswith(line) for said in host.lines), host.lines)
+
+
+if __name__ == "__main__":
+    unittest.main()

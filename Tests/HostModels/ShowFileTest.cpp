@@ -1,0 +1,180 @@
+#include "HostModels/ShowFile.h"
+
+#include "ExternalController/Common/ResourceType.h"
+#include "HostModels/FileTest.h"
+#include "HostModels/ResourceCard.h"
+
+#include <QDir>
+
+#include <cstring>
+#include <set>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+using ShowFileTest = CFileTest;
+
+const QString kSource = QStringLiteral(SOURCE_FOLDER);
+
+const QByteArray kShow = R"({
+    "name": "Evening",
+    "openProject": "00000000-0000-4000-8000-000000000001",
+    "projects": [{
+        "id": "00000000-0000-4000-8000-000000000001", "name": "Gala",
+        "mainGroup": "00000000-0000-4000-8000-000000000021",
+        "resources": [
+            {"id": "00000000-0000-4000-8000-000000000011", "type": 0, "name": "Film", "width": 1920, "duration": 9000},
+            {"id": "00000000-0000-4000-8000-000000000012", "type": 10, "name": "Title", "text": {"alignment": 1}}
+        ],
+        "groups": [{"id": "00000000-0000-4000-8000-000000000021", "name": "Act", "scenes": [
+            {"id": "00000000-0000-4000-8000-000000000031", "name": "Doors", "fadeIn": 5, "media": [
+                {"id": "00000000-0000-4000-8000-000000000041", "resource": "00000000-0000-4000-8000-000000000011",
+                 "rotation": 90, "height": 100}
+            ], "startCommands": [{"device": "00000000-0000-4000-8000-000000000051",
+                                  "command": "00000000-0000-4000-8000-000000000052"}]},
+            {"id": "00000000-0000-4000-8000-000000000032", "name": "End"}
+        ]}]
+    }],
+    "screens": [{"id": "00000000-0000-4000-8000-000000000061", "name": "Wall"}],
+    "effect": {"volume": 0.5},
+    "playback": {"scene": "00000000-0000-4000-8000-000000000031", "state": "playing"}
+})";
+
+struct SMistake {
+    const char* right;
+    const char* wrong;
+    const char* complaint;
+};
+
+constexpr SMistake kMistakes[] = {
+    // numbers
+    {"\"type\": 0", "\"type\": 28", "projects[0].resources[0].type: must be a number from 0 to 27"},
+    {"\"type\": 0", "\"type\": \"0\"", "projects[0].resources[0].type: must be a number"},
+    {"1920", "-1", "projects[0].resources[0].width: must be a number from 0 to 1000000"},
+    {"1920", "1e300", "projects[0].resources[0].width: must be a number from 0 to 1000000"},
+    {"1920", "0.5", "projects[0].resources[0].width: must be a whole number"},
+    {"9000", "1e18", "projects[0].resources[0].duration: must be a number from 0 to 8640000000"},
+    {"\"fadeIn\": 5", "\"fadeIn\": -5",
+     "projects[0].groups[0].scenes[0].fadeIn: must be a number from 0 to 2147483647"},
+    {"\"rotation\": 90", "\"rotation\": 361",
+     "projects[0].groups[0].scenes[0].media[0].rotation: must be a number from -360 to 360"},
+    {"0.5", "1.5", "effect.volume: must be a number from 0 to 1"},
+    {"\"alignment\": 1", "\"alignment\": 3", "projects[0].resources[1].text.alignment: must be a number from 0 to 2"},
+    // texts
+    {"\"Film\"", "\"\"", "projects[0].resources[0].name: is missing or empty"},
+    {"\"playing\"", "\"running\"", "playback.state: must be one of \"playing\", \"paused\", \"stopped\""},
+    {"\"alignment\": 1", "\"color\": \"reddish\"",
+     "projects[0].resources[1].text.color: must be a colour such as \"#1b2a41\""},
+    // ids
+    {"000000000011", "00000000001", "projects[0].resources[0].id: must be an id such as"},
+    {"000000000011", "000000000011a", "projects[0].resources[0].id: must be an id such as"},
+    {"000000000012", "000000000011", "projects[0].resources[1].id: another one has this id"},
+    {"000000000032", "000000000031", "projects[0].groups[0].scenes[1].id: another one has this id"},
+    {"\"resource\": \"00000000-0000-4000-8000-000000000011\"", "\"resource\": \"00000000-0000-4000-8000-000000000099\"",
+     "projects[0].groups[0].scenes[0].media[0].resource: no resource of this project has the id "
+     "00000000-0000-4000-8000-000000000099"},
+    {"\"mainGroup\": \"00000000-0000-4000-8000-000000000021\"",
+     "\"mainGroup\": \"00000000-0000-4000-8000-000000000022\"", "projects[0].mainGroup: no scene group has this id"},
+    {"\"openProject\": \"00000000-0000-4000-8000-000000000001\"",
+     "\"openProject\": \"00000000-0000-4000-8000-000000000002\"", "openProject: no project has this id"},
+    {"{\"scene\": \"00000000-0000-4000-8000-000000000031\"", "{\"scene\": \"00000000-0000-4000-8000-000000000033\"",
+     "playback.scene: no scene of the open project has this id"},
+    {"\"device\": \"00000000-0000-4000-8000-000000000051\",", "",
+     "projects[0].groups[0].scenes[0].startCommands[0].device: is missing or empty"},
+    // keys
+    {"\"rotation\"", "\"rotaton\"", "projects[0].groups[0].scenes[0].media[0].rotaton: there is no such key"},
+    {"\"type\": 10", "\"type\": 2", "projects[0].resources[1].text: only a text (type 10) has it"},
+    {"\"effect\"", "\"settings\": {\"stageColour\": \"red\"}, \"effect\"",
+     "settings.stageColour: there is no such key"},
+};
+
+QByteArray ReadAll(const QString& path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+} // namespace
+
+TEST_F(ShowFileTest, AMistakeIsToldWithPlaceAndReason)
+{
+    ASSERT_EQ(Complaint(ReadShowFile, kShow), "none");
+    for (const SMistake& mistake : kMistakes) {
+        QByteArray show = kShow;
+        const int at = show.indexOf(mistake.right);
+        ASSERT_GE(at, 0) << mistake.right;
+        show.replace(at, static_cast<int>(std::strlen(mistake.right)), mistake.wrong);
+
+        EXPECT_THAT(Complaint(ReadShowFile, show), StartsWith(mistake.complaint));
+    }
+}
+
+TEST_F(ShowFileTest, WhatIsLeftOutComesFromTheResource)
+{
+    const SShow show = ReadShowFile(Write(kShow)).show;
+
+    ASSERT_NE(show.CurrentScene(), nullptr);
+    const CMediaNode& medium = show.CurrentScene()->media.at(0);
+    EXPECT_EQ(medium.GetName(), "Film");
+    EXPECT_EQ(medium.GetLayoutProperty()->size, QSize(1920, 100));
+    EXPECT_EQ(medium.GetTimingProperty()->totalTime, 9000);
+    EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 + 50, 50 - 960));
+}
+
+TEST_F(ShowFileTest, TheDemoShowHasSomethingOfEveryKind)
+{
+    const auto [show, settings] = ReadShowFile(kSource + "/Examples/DemoShow/DemoShow.zxc");
+
+    ASSERT_EQ(show.projects.size(), 2u);
+    const SProject& gala = *show.projects[0];
+    EXPECT_TRUE(gala.hdr);
+    EXPECT_EQ(gala.groups.size(), 3u);
+    std::size_t scenes = 0;
+    std::size_t commands = 0;
+    std::set<int> types;
+    std::set<QString> traits;
+    for (const auto& group : gala.groups) {
+        scenes += group->scenes.size();
+        for (const auto& scene : group->scenes) {
+            commands += scene->startCommands.size() + scene->endCommands.size();
+            for (const CMediaNode& medium : scene->media) {
+                types.insert(medium.GetResourceType());
+                const auto layout = medium.GetLayoutProperty();
+                if (layout->hidden)
+                    traits.insert("hidden");
+                if (layout->horFlip || layout->verFlip)
+                    traits.insert("flipped");
+                if (layout->rotation != 0)
+                    traits.insert("turned");
+                if (medium.GetResourceType() == ResourceType::Text && medium.GetPlayProperty()->scroll.speed != 0)
+                    traits.insert("scrolling");
+                const SResource* resource = gala.FindResource(medium.GetResourceId());
+                EXPECT_TRUE(resource->fileFound || resource->base.GetType() != ResourceType::Presentation);
+            }
+        }
+    }
+    EXPECT_EQ(scenes, 10u);
+    EXPECT_GT(commands, 0u);
+    EXPECT_EQ(types.size(), ResourceType::Last + 1u);
+    EXPECT_EQ(traits.size(), 4u);
+    EXPECT_EQ(show.screens.size(), 4u);
+    EXPECT_EQ(show.CurrentScene(), gala.groups[0]->scenes[0].get());
+    EXPECT_EQ(show.playback.state, SPlayback::Playing);
+    EXPECT_FALSE(QDir(settings.sharedFolder).entryList(QDir::Files).isEmpty()) << settings.sharedFolder.toStdString();
+}
+
+TEST_F(ShowFileTest, TheDocumentsExampleLoadsAndItsKindsAreThoseOfTheCards)
+{
+    const QByteArray document = ReadAll(kSource + "/Docs/ShowFile.md");
+    const QByteArray fence = "```json\n";
+    const int begin = document.indexOf(fence) + fence.size();
+    const QByteArray example = document.mid(begin, document.indexOf("```", begin) - begin);
+
+    EXPECT_EQ(Complaint(ReadShowFile, example), "none");
+    for (int type = 0; type <= ResourceType::Last; ++type)
+        EXPECT_THAT(document.toStdString(),
+                    HasSubstr("| " + std::to_string(type) + " | " + KindName(type).toStdString() + " |"));
+}

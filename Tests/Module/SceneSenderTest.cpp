@@ -1,0 +1,187 @@
+#include "Support/SenderTest.h"
+
+#include "ExternalController/Common/ResourceType.h"
+#include "ExternalController/MsgSender/SceneMsgSender.h"
+
+#include <QImage>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+/// Two groups; two media in the first one's scene, and none in the other's two.
+void LoadTwoGroups()
+{
+    const SResource clip = MakeResource(5, ResourceType::Video);
+    const SResource logo = MakeResource(6, ResourceType::Picture);
+    const SScene withMedia = MakeScene(11, {MakeMedium(31, logo), MakeMedium(32, clip)});
+    SProject project =
+        MakeProject(1, {MakeGroup(10, {withMedia}), MakeGroup(20, {MakeScene(21), MakeScene(22)})}, {clip, logo});
+    project.mainGroup = Id(20);
+    LoadShow({project});
+}
+
+std::string SceneText(const std::string& id, const std::string& media)
+{
+    return R"({"currentIndex": 0, "fadeInTime": 500, "fadeOutTime": 1500, "sceneId": "#)" + id +
+           R"(", "sceneName": "Scene )" + id + R"(", "mediaIdList": [)" + media + "]}";
+}
+
+const std::string kFirstGroup = R"({"count": 1, "sceneGroupId": "#10", "sceneGroupName": "Group 10",
+                                    "0": )" +
+                                SceneText("11", R"("{#6}", "{#5}")") + '}';
+const std::string kMainGroup = R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20",
+                                   "0": )" +
+                               SceneText("21", "") + R"(, "1": )" + SceneText("22", "") + '}';
+
+std::string ManagerData(const std::string& currentGroup)
+{
+    return R"({"sceneMgrData": {"result": 1, "count": 2, "currentSceneId": "#21", "currentSceneGroupId": ")" +
+           currentGroup + R"(", "sceneGroupDataList": {"0": )" + kFirstGroup + R"(, "1": )" + kMainGroup + "}}}";
+}
+
+void Play(int group, int scene, SPlayback::State state = SPlayback::Playing, int globalState = 0)
+{
+    HostModels::Show().Change([&](SShow& show) {
+        show.playback.group = Id(group);
+        show.playback.scene = Id(scene);
+        show.playback.state = state;
+        show.playback.globalState = globalState;
+    });
+}
+
+} // namespace
+
+using SceneSenderTest = SenderTestOf<CSceneMsgSender>;
+
+TEST_F(SceneSenderTest, OnlyAppsOfOneVersionAreToldTheCurrentGroup)
+{
+    LoadTwoGroups();
+    Play(20, 21);
+    const std::string current = ManagerData("#20");
+    const std::string first = ManagerData("#10");
+
+    for (const char* version : {"", "2.0.0 ", "2.1.0"}) {
+        HostModels::UserModel().SetCurLoginAppVersion(version);
+        Expect({{0x300, "", 0x0001, "A", first}, {0x300, "", 0x0010, "F", current}, {0x300, "", 0x1100, "", ""}});
+        EXPECT_THAT(Ask(0x300, {}, 0x1111), ElementsAre(Sent(0x10000300, Json(first)), SentToFP(0x300, Json(current))));
+    }
+    HostModels::UserModel().SetCurLoginAppVersion("2.0.0");
+    Expect({{0x300, "", 0x0111, "AF", current}});
+}
+
+TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
+{
+    LoadTwoGroups();
+    const QJsonObject body = {{"tag", "x"}, {"sceneGroupData", "old"}};
+    const QJsonObject reply = {{"tag", "x"}, {"sceneGroupData", Json(kMainGroup)}};
+
+    EXPECT_THAT(Ask(0x302, body, 0x0001), ElementsAre(Sent(0x10000302, reply)));
+    EXPECT_THAT(Ask(0x304, body, 0x0111), ElementsAre(Sent(0x10000304, reply), SentToFP(0x302, reply)));
+    EXPECT_THAT(Ask(0x302, body, 0x0010), ElementsAre(SentToFP(0x302, reply)));
+    EXPECT_THAT(Ask(0x304, body, 0x1100), IsEmpty());
+}
+
+TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)
+{
+    Play(20, 21);
+
+    Expect({{0x300, "", 0x0001, "A", R"({"sceneMgrData": {"result": 1, "count": 0, "currentSceneGroupId": "#20",
+                                                          "currentSceneId": "#21", "sceneGroupDataList": {}}})"}});
+    EXPECT_THAT(Ask(0x302, {}), Answers("A", 0x302, Json(R"({"sceneGroupData":
+                                    {"count": 0, "sceneGroupId": "#0", "sceneGroupName": ""}})")));
+}
+
+TEST_F(SceneSenderTest, AThumbnailHasItsShapeWhateverTheStages)
+{
+    LoadTwoGroups();
+    SScreen portrait;
+    portrait.place = QRect(0, 0, 1080, 1920);
+    HostModels::Show().Change([&](SShow& show) { show.screens = {std::make_shared<const SScreen>(portrait)}; });
+
+    const auto sent = Ask(0x308, Json(R"({"sceneGroupId": "#20", "sceneId": "{#22}"})"), 0x0110);
+
+    const QByteArray jpeg = PictureIn(sent, 0x10000308, Id(22));
+    EXPECT_TRUE(jpeg.startsWith("\xff\xd8\xff"));
+    EXPECT_EQ(QImage::fromData(jpeg).size(), QSize(320, 180));
+}
+
+TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsTurnedDown)
+{
+    for (const char* body :
+         {"{}", R"({"sceneGroupId": "#10"})", R"({"sceneId": "#11"})", R"({"sceneGroupId": "#10", "sceneId": "x#11"})",
+          R"({"sceneGroupId": "#0", "sceneId": "#11"})", R"({"sceneGroupId": 10, "sceneId": "#11"})"}) {
+        RecordingChannels::ForgetCalls();
+        EXPECT_FALSE(Handle<CSceneMsgSender>({0x300, 0x308, Json(body), 0x0001})) << body;
+        EXPECT_THAT(RecordingChannels::Outgoing(), IsEmpty()) << body;
+    }
+    // Ids of nothing are as good as any: the picture is empty.
+    const auto sent = Ask(0x308, Json(R"({"sceneGroupId": "#10", "sceneId": "#11"})"));
+    EXPECT_THAT(sent, ElementsAre(SentCode(0x10000308)));
+    EXPECT_EQ(PictureIn(sent, 0x10000308, Id(11)), "");
+}
+
+TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
+{
+    const struct {
+        int group, scene;
+        SPlayback::State state;
+        int globalState, groupPlace, scenePlace;
+    } cases[] = {
+        {10, 11, SPlayback::Playing, 0, 1, 1},
+        {20, 22, SPlayback::Playing, 1, 2, 2},
+        {20, 21, SPlayback::Paused, 0, 2, 1},
+        {20, 21, SPlayback::Paused, 1, 0, 0},
+        {20, 21, SPlayback::Stopped, -1, 0, 0},
+        // Not in its group, or in none.
+        {10, 21, SPlayback::Playing, 0, 0, 0},
+        {30, 21, SPlayback::Playing, 0, 0, 0},
+    };
+    LoadTwoGroups();
+
+    for (const auto& [group, scene, state, globalState, groupPlace, scenePlace] : cases) {
+        Play(group, scene, state, globalState);
+        const QJsonObject chapter = {{"sceneGrpCol", groupPlace}, {"sceneCol", scenePlace}};
+        const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"cmd", QJsonValue::Null}};
+        EXPECT_THAT(Ask(0x399, body, 0x0011), Answers("C", 0x399, {{"playingChapter", chapter}}));
+        EXPECT_THAT(Ask(0x399, kRemote, 0x0100), IsEmpty());
+    }
+}
+
+TEST_F(SceneSenderTest, AReplyIsWhollyOfOneProjectWhileTheHostSwitches)
+{
+    std::vector<SSceneGroup> groups[2];
+    for (int group = 0; group < 20; ++group) {
+        groups[0].push_back(MakeGroup(100 + group, {MakeScene(1), MakeScene(2)}));
+        groups[1].push_back(MakeGroup(200 + group, {MakeScene(3), MakeScene(4)}));
+    }
+    const auto open = [](std::size_t project) {
+        HostModels::Show().Change([&](SShow& show) { show.openProject = project; });
+    };
+    LoadShow({MakeProject(1, groups[0]), MakeProject(2, groups[1])});
+    const QJsonObject first = BodyOf(Ask(0x300).at(0));
+    open(1);
+    const QJsonObject second = BodyOf(Ask(0x300).at(0));
+    std::atomic<bool> enough{false};
+    std::thread host([&] {
+        for (std::size_t turn = 0; !enough; ++turn)
+            open(turn % 2);
+    });
+
+    bool sawFirst = false;
+    for (int asked = 0; (asked < 300 || !sawFirst) && !HasFailure(); ++asked) {
+        const auto sent = Ask(0x300);
+        EXPECT_THAT(sent, ElementsAre(AnyOf(Sent(0x10000300, first), Sent(0x10000300, second))));
+        sawFirst = sawFirst || testing::Value(sent, Answers("A", 0x300, first));
+    }
+
+    enough = true;
+    host.join();
+}

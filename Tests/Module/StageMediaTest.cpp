@@ -1,0 +1,228 @@
+#include "Support/SenderTest.h"
+
+#include "ExternalController/Common/ResourceType.h"
+#include "ExternalController/MsgSender/ResourceMsgSender.h"
+#include "ExternalController/MsgSender/StageMsgSender.h"
+
+#include <QImage>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kTypes = ResourceType::Last + 1;
+
+/// What the object has of these keys.
+QJsonObject Of(const QJsonObject& object, const QStringList& keys)
+{
+    QJsonObject picked;
+    for (const QString& key : keys) {
+        if (object.contains(key))
+            picked[key] = object[key];
+    }
+    return picked;
+}
+
+/// The places in the list of those objects in which the flag is true; "none" when none has the flag.
+std::string Having(const char* flag, const std::vector<QJsonObject>& objects)
+{
+    std::string places;
+    bool isThere = false;
+    for (std::size_t place = 0; place < objects.size(); ++place) {
+        const QJsonValue value = objects[place][QLatin1String(flag)];
+        isThere = isThere || value.isBool();
+        if (value.toBool())
+            places += (places.empty() ? "" : " ") + std::to_string(place);
+    }
+    return isThere ? places : "none";
+}
+
+} // namespace
+
+class StageMediaTest : public SenderTestOf<CStageMsgSender> {
+protected:
+    /// How the one medium of a stage is described.
+    QJsonObject Described(const SResource& resource, const std::function<void(SMediaProperties&)>& change = {})
+    {
+        LoadStage({resource}, {MakeMedium(31, resource, change)});
+        return BodyOf(Ask(513, {{"mediaId", IdText(31)}}).at(0))["mediaData"].toObject();
+    }
+};
+
+TEST_F(StageMediaTest, AMediumIsToldWithAllThatItHas)
+{
+    SSettings settings;
+    settings.stageStreamUrl = "rtsp://127.0.0.1/stage";
+    HostModels::SoftwareSetting().Load(settings, {});
+    const SResource video = MakeResource(5, ResourceType::Video);
+    const auto fill = [](SMediaProperties& medium) {
+        medium.resourceType = 99;
+        medium.layout = {0, QSize(200, 100), QPointF(-10.6, 10.4), true, false, true, false, true, 2, 3, {}};
+        medium.play = {250, false, 7, {}};
+        medium.timing = {9007199254740993, 4};
+    };
+    LoadStage({video}, {MakeMedium(31, video, fill)});
+    const std::string object = R"({"currentTime": 1750, "mediaId": "#31", "mediaName": "Medium 31",
+        "resourceId": "#5", "resourceType": 99, "rotation": 0, "sizeW": 200, "sizeH": 100, "posX": -11, "posY": 10,
+        "srcPosX": -11, "srcPosY": 10, "totalTime": 9007199254740993, "startPlayTime": 250, "playMode": 4,
+        "mediaState": 1, "isMuted": false, "isHided": true, "isLocked": false, "isHorFlip": true, "isVerFlip": false,
+        "isFixed": true, "fillType": 2, "blendType": 3, "showResolution": true, "needPushStream": true,
+        "multiPageResource": false, "volumeSupport": true, "flipSupport": true, "isVideoResource": true,
+        "isPicResource": false, "isGroupResource": false, "isTextResource": false, "streamWithAlpha": false,
+        "isSupportScroll": false, "isSupportFillMode": true, "isSupportModifyScrollDirection": false,
+        "pushStreamUrl": "rtsp://127.0.0.1/stage/#31", "playState": ""})";
+
+    Expect({{512, "", 0x0110, "A", R"({"mediaList": {"result": 1, "count": 1, "0": )" + object + "}}"},
+            {513, R"("mediaId": "{#31}")", 0x0111, "A",
+             R"({"remoteIp": "10.0.0.9", "remotePort": 4000, "mediaData": )" + object + "}"},
+            {513, R"("mediaId": "#31")", 0x1110, "", ""}});
+}
+
+TEST_F(StageMediaTest, ATurnedMediumIsPlacedByItsTurnedBackCorner)
+{
+    const struct {
+        float rotation;
+        QPointF position, centre;
+        std::string told;
+    } cases[] = {
+        // The corner lies 100 left of and 50 above the centre.
+        {90, {100, 50}, {200, 100}, R"("posX": 150, "posY": 200, "srcPosX": 100, "srcPosY": 50)"},
+        {-90.1F, {100, 50}, {200, 100}, R"("posX": 250, "posY": 0, "srcPosX": 100, "srcPosY": 50)"},
+        // 200 - 100 cos 30 - 50 sin 30, 100 + 100 sin 30 - 50 cos 30
+        {30, {100, 50}, {200, 100}, R"("posX": 88, "posY": 107, "srcPosX": 100, "srcPosY": 50)"},
+        // It is the corners that give the centre.
+        {90, {10, -30.4}, {20, 10}, R"("posX": -20, "posY": 20, "srcPosX": 10, "srcPosY": -30)"},
+        {0, {10, -30.4}, {20, 10}, R"("posX": 10, "posY": -30, "srcPosX": 10, "srcPosY": -30)"},
+    };
+
+    for (const auto& [rotation, position, centre, told] : cases) {
+        SLayoutProperty layout;
+        layout.rotation = rotation;
+        layout.position = position;
+        const QPointF diagonal(9, 4);
+        layout.corners = {centre - diagonal, QPointF(), centre + diagonal, QPointF()};
+        const QJsonObject medium =
+            Described(MakeResource(5, ResourceType::Picture), [&](SMediaProperties& made) { made.layout = layout; });
+        EXPECT_EQ(Of(medium, {"posX", "posY", "srcPosX", "srcPosY"}), Json('{' + told + '}')) << rotation;
+        EXPECT_EQ(medium["rotation"], double{rotation});
+    }
+}
+
+TEST_F(StageMediaTest, TextsAndDocumentsScrollAndWhatHasPagesKeepsItsOwnState)
+{
+    const QJsonObject plain = {{"mediaState", 1}};
+    const QJsonObject presentation = {{"mediaState", 7}};
+    const QJsonObject text = Json(R"({"mediaState": 1, "scrollMode": 2, "headConnectTail": true,
+                                      "scrollInterval": 11, "scrollSpeed": 0.10000000149011612})");
+    const QJsonObject document = Json(R"({"mediaState": 7, "scrollMode": 3, "headConnectTail": false,
+                                          "scrollInterval": 22, "scrollSpeed": 1.5})");
+
+    for (int type = -1; type <= kTypes; ++type) {
+        const QJsonObject told = Described(MakeResource(5, type), [](SMediaProperties& medium) {
+            medium.play.currentState = 7;
+            medium.play.scroll = {2, 0.1F, true, 11};
+            medium.pageScroll = {3, 1.5F, false, 22};
+        });
+        const bool hasPages = type == 15 || type == 19 || type == 20 || type == 23 || type == 24;
+        EXPECT_EQ(Of(told, {"mediaState", "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"}),
+                  type == 8                  ? presentation
+                  : type == 10 || type == 27 ? text
+                  : hasPages                 ? document
+                                             : plain)
+            << type;
+    }
+}
+
+TEST_F(StageMediaTest, WhatMayBeDoneDependsOnTheTypeAlone)
+{
+    std::vector<QJsonObject> media;
+    std::vector<QJsonObject> items;
+    // Behind the types, as 28 and 29, groups of another kind than 0.
+    for (int number = 0; number < kTypes + 2; ++number) {
+        SResource resource = MakeResource(5, number < kTypes ? number : int{ResourceType::Group});
+        resource.groupType = number == 28 ? 1 : number == 29 ? -1 : 0;
+        media.push_back(Described(resource));
+        const auto item = SenderTest::Ask<CResourceMsgSender>(1025, {{"resourceId", IdText(5)}}, 0x0001);
+        items.push_back(BodyOf(item.at(0))["resourceData"].toObject());
+    }
+    const char* const same = nullptr;
+    const struct {
+        const char *flag, *media, *items;
+    } cases[] = {
+        {"showResolution", "0 2", same},
+        {"needPushStream", "0 2 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29", same},
+        {"multiPageResource", "8 15 19 20 23 24 26", same},
+        {"volumeSupport", "0 1 4 7 9 11", same},
+        {"flipSupport", "0 2 3 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29", same},
+        {"isVideoResource", "0", same},
+        {"isPicResource", "2", same},
+        {"isGroupResource", "4 28 29", same},
+        {"isTextResource", "10", same},
+        {"streamWithAlpha", "2 10 12 13 14 15 17 18 19 20 21 22 23 24 25 26 27", same},
+        {"isSupportScroll", "10 13 15 19 20 23 24 27", same},
+        {"isSupportFillMode", "0 1 2 3 4 5 6 7 8 9 11 15 16 19 20 22 23 24 25 26 28 29", same},
+        {"isHasRealThumbnail", "none", "0 2 4 8 27 28 29"},
+        {"isSupportModifyScrollDirection", "10 27", "none"},
+    };
+
+    for (const auto& [flag, ofMedia, ofItems] : cases) {
+        EXPECT_EQ(Having(flag, media), ofMedia) << flag;
+        EXPECT_EQ(Having(flag, items), ofItems ? ofItems : ofMedia) << flag;
+    }
+}
+
+TEST_F(StageMediaTest, TheListIsWholeOrNotSentAtAll)
+{
+    const SResource video = MakeResource(5, ResourceType::Video);
+    const SResource gone = MakeResource(6, ResourceType::Video);
+    SResource unplayed = MakeResource(7, ResourceType::Presentation);
+    unplayed.fileFound = false;
+    const SResource group = MakeResource(8, ResourceType::Group);
+    const SResource withoutRecord = MakeResource(9, ResourceType::Group);
+
+    for (const SResource& second : {video, gone, unplayed, withoutRecord}) {
+        std::vector<CMediaNode> media(12, MakeMedium(30, video));
+        media[1] = MakeMedium(31, second);
+        media[11] = MakeMedium(32, video);
+        SProject project = MakeProject(1, {MakeGroup(2, {MakeScene(3, media)})}, {video, unplayed, group});
+        // The group is there, but no longer under its own id.
+        project.resourceIndex.remove(Id(8));
+        project.resourceIndex.insert(Id(9), 2);
+        LoadShow({project});
+        if (second.base.GetId() == Id(5)) {
+            const QJsonObject list = BodyOf(Ask(512).at(0))["mediaList"].toObject();
+            EXPECT_EQ(list.size(), 14);
+            EXPECT_EQ(list["1"].toObject()["mediaId"], IdText(31));
+            EXPECT_EQ(list["11"].toObject()["mediaId"], IdText(32));
+        } else {
+            Expect({{512, "", 0x0001, "", ""}});
+            EXPECT_THAT(Ask(513, {{"mediaId", IdText(31)}}), Answers("A", 513, {{"mediaData", QJsonObject{}}}));
+        }
+    }
+}
+
+TEST_F(StageMediaTest, AnUnknownMediumsRequestComesBack)
+{
+    LoadStage({}, {MakeMedium(31, MakeResource(5, ResourceType::Video))});
+
+    for (const char* body : {"{}", R"({"mediaId": "#32", "tag": 1})", R"({"mediaId": "#0"})", R"({"mediaId": "x#31"})",
+                             R"({"mediaId": 31})"}) {
+        EXPECT_THAT(Ask(513, Json(body)), Answers("A", 513, Json(body)));
+        EXPECT_THAT(Ask(280, Json(body)), testing::IsEmpty());
+    }
+}
+
+TEST_F(StageMediaTest, AMediumsThumbnailHasItsShapeAndItsAlpha)
+{
+    const SResource video = MakeResource(5, ResourceType::Video);
+    const auto square = [](SMediaProperties& medium) { medium.layout.size = QSize(500, 500); };
+    LoadStage({video}, {MakeMedium(31, video), MakeMedium(32, video, square)});
+
+    for (const int id : {31, 32}) {
+        const QByteArray png = PictureIn(Ask(280, {{"mediaId", IdText(id)}}, 0x0110), 0x10000118, Id(id));
+        EXPECT_TRUE(png.startsWith("\x89PNG"));
+        EXPECT_EQ(QImage::fromData(png).size(), QSize(320, 180));
+        EXPECT_TRUE(QImage::fromData(png).hasAlphaChannel());
+    }
+}
