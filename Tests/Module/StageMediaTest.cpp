@@ -6,6 +6,7 @@
 
 #include <QImage>
 
+#include <functional>
 #include <string>
 #include <vector>
 

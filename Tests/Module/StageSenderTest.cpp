@@ -3,6 +3,7 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>

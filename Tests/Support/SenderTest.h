@@ -67,8 +67,9 @@ protected:
     void Expect(const std::vector<SExchange>& exchanges)
     {
         for (const auto& [code, members, sources, whom, reply] : exchanges) {
-            const std::string remote = R"({"remoteIp": "10.0.0.9", "remotePort": 4000)";
-            const QJsonObject body = Json(remote + (members.empty() ? "" : ", ") + members + '}');
+            QJsonObject body = Json('{' + members + '}');
+            for (const QString& key : kRemote.keys())
+                body[key] = kRemote[key];
             EXPECT_THAT(Ask(code, body, sources), Answers(whom, code, whom.empty() ? QJsonObject() : Json(reply)))
                 << "code " << code << " from 0x" << std::hex << sources << " with " << members;
         }
