@@ -3,8 +3,8 @@
 # Where nothing is missing it needs neither network nor root.
 set -euo pipefail
 
-build=(g++ cmake ninja-build qtbase5-dev libqt5sql5-sqlite libasio-dev libssl-dev openssl libcurl4-openssl-dev
-       python3 python3-pyftpdlib ccache)
+build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
+       libcurl4-openssl-dev python3 python3-pyftpdlib ccache)
 test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }

@@ -28,7 +28,7 @@ std::vector<SGroup> MakeGroups(int count)
         SGroup group = {IdOf(1, g), QStringLiteral("Scene group %1").arg(g), {}};
         for (int s = 0; s < kScenesOfGroup; ++s) {
             const int number = g * kScenesOfGroup + s;
-            SSceneProperties scene = {IdOf(2, number), QStringLiteral("Scene %1").arg(s), 500, 1000 + s, {}};
+            SSceneProperties scene = {IdOf(2, number), QStringLiteral("Scene %1").arg(s), 500, 1000 + s, {}, {}};
             for (int m = 0; m < kMediaOfScene; ++m)
                 scene.mediaResourceIds.push_back(IdOf(3, number * kMediaOfScene + m));
             group.scenes.push_back(scene);
@@ -44,7 +44,7 @@ SShow ShowOf(const std::vector<SGroup>& groups)
     for (const SGroup& group : groups) {
         SSceneGroup ofShow = {group.id, group.name, {}, {}};
         for (const SSceneProperties& scene : group.scenes)
-            ofShow.Add({CSceneNode(std::make_shared<const SSceneProperties>(scene)), {}, {}, {}});
+            ofShow.Add({CSceneNode(std::make_shared<const SSceneProperties>(scene)), {}});
         project.Add(std::move(ofShow));
     }
     SShow show = ShowOf(std::move(project));

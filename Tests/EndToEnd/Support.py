@@ -59,13 +59,14 @@ def showhost_command(address, state, *options, show=None):
 
 
 class ShowHost:
-    """A running showhost. Leaving it by SIGTERM, it must end with 0."""
+    """A running showhost. Leaving it by SIGTERM, it must end with 0. stdin: None closes its standard input."""
 
-    def __init__(self, address, state, *options):
+    def __init__(self, address, state, *options, show=None, stdin=subprocess.PIPE):
         self.address = address
         self.lines = []
-        self.process = subprocess.Popen(showhost_command(address, state, *options), stdout=subprocess.PIPE,
-                                        stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
+        self.process = subprocess.Popen(showhost_command(address, state, *options, show=show), stdin=stdin,
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, encoding="utf-8",
+                                        env=environment(), preexec_fn=None if stdin else lambda: os.close(0))
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
         try:
@@ -97,6 +98,11 @@ class ShowHost:
         if not found():
             raise AssertionError(f"showhost ended without {what}:\n" + "\n".join(self.lines))
 
+    def tell(self, command):
+        """Gives the host a line on its standard input."""
+        self.process.stdin.write(command + "\n")
+        self.process.stdin.flush()
+
     def ended(self):
         """The exit code, once it has ended."""
         try:
@@ -106,6 +112,8 @@ class ShowHost:
             code = f"no answer to the signal within {PATIENCE} s"
             self.process.wait()
         self._reader.join(PATIENCE)
+        if self.process.stdin:
+            self.process.stdin.close()
         return code
 
     def kill(self):

@@ -8,6 +8,7 @@
 #include <asio/ip/tcp.hpp>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <future>
 #include <mutex>
 #include <string>
@@ -170,11 +171,13 @@ TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
         const auto next = controller.Accept();
         ASSERT_TRUE(next);
         next->Reset();
-        ASSERT_TRUE(WaitUntil([&] { return static_cast<int>(Taken().size()) == 3 * (i + 1); }));
+        ASSERT_TRUE(WaitUntil([&] { return static_cast<int>(Taken().size()) >= 3 * (i + 1); }));
     }
 
-    EXPECT_THAT(Taken(),
-                ElementsAre("good", "closed", "closed", "good", "closed", "closed", "good", "closed", "closed"));
+    // One more connection may have come and gone before each controller did.
+    const std::vector<std::string> taken = Taken();
+    EXPECT_EQ(std::count(taken.begin(), taken.end(), "good"), 3);
+    EXPECT_GE(std::count(taken.begin(), taken.end(), "closed"), 6);
     EXPECT_THAT(Events(), Contains(HasSubstr("keeps trying: Connection refused")));
 }
 

@@ -126,7 +126,7 @@ TEST_F(ShowFileTest, WhatIsLeftOutComesFromTheResource)
 
 TEST_F(ShowFileTest, TheDemoShowHasSomethingOfEveryKind)
 {
-    const auto [show, settings] = ReadShowFile(kSource + "/Examples/DemoShow/DemoShow.zxc");
+    const auto [show, settings, devices] = ReadShowFile(kSource + "/Examples/DemoShow/DemoShow.zxc");
 
     ASSERT_EQ(show.projects.size(), 2u);
     const SProject& gala = *show.projects[0];
@@ -139,7 +139,9 @@ TEST_F(ShowFileTest, TheDemoShowHasSomethingOfEveryKind)
     for (const auto& group : gala.groups) {
         scenes += group->scenes.size();
         for (const auto& scene : group->scenes) {
-            commands += scene->startCommands.size() + scene->endCommands.size();
+            std::vector<SSceneExControlCmd> ofScene;
+            scene->node.GetAllExControlCmd(ofScene);
+            commands += ofScene.size();
             for (const CMediaNode& medium : scene->media) {
                 types.insert(medium.GetResourceType());
                 const auto layout = medium.GetLayoutProperty();

@@ -63,7 +63,8 @@ std::string Lines(const CloudControl::SCloudUserInfo& user)
 bool Sends(const SChannelCall& call)
 {
     return call.name == "App.SendPackage" || call.name == "App.SendUdpData" || call.name == "FP.SendPackage" ||
-           call.name == "Central.SendData" || call.name == "Cloud.SendData";
+           call.name == "Central.SendData" || call.name == "Cloud.SendData" || call.name == "Com.AsyncSend" ||
+           call.name == "Udp.SendTo";
 }
 
 } // namespace
@@ -314,6 +315,60 @@ bool CCloudControlManager::IsConnected()
 void CCloudControlManager::Close()
 {
     RecordPlain("Cloud.Close");
+}
+
+// The devices' channels. Nothing that can fail succeeds, since nobody asks.
+
+class Comm::COMChannel::Impl {
+public:
+    std::string portName;
+};
+
+Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSettings)
+    : m_impl(std::make_unique<Impl>())
+{
+    Record({"Com.Create", nullptr, lineSettings, {}, 0, static_cast<int>(bufferBytes)});
+}
+
+Comm::COMChannel::~COMChannel()
+{
+    Record({"Com.Destroy", nullptr, m_impl->portName, {}, 0, 0});
+}
+
+bool Comm::COMChannel::Open(const std::string& portName)
+{
+    m_impl->portName = portName;
+    Record({"Com.Open", nullptr, portName, {}, 0, 0});
+    return false;
+}
+
+void Comm::COMChannel::AsyncSend(std::shared_ptr<RequestPackage> package)
+{
+    Record({"Com.AsyncSend", std::move(package), m_impl->portName, {}, 0, 0});
+}
+
+class Comm::UDPClientChannel::Impl {};
+
+Comm::UDPClientChannel::UDPClientChannel(std::size_t bufferBytes)
+{
+    Record({"Udp.Create", nullptr, {}, {}, 0, static_cast<int>(bufferBytes)});
+}
+
+Comm::UDPClientChannel::~UDPClientChannel()
+{
+    RecordPlain("Udp.Destroy");
+}
+
+bool Comm::UDPClientChannel::Init(const std::string& localIp, unsigned short localPort)
+{
+    Record({"Udp.Init", nullptr, {}, localIp, localPort, 0});
+    return false;
+}
+
+bool Comm::UDPClientChannel::SendTo(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
+{
+    Record({"Udp.SendTo", nullptr, datagram, remoteIp, remotePort, 0});
+    return false;
 }
 
 // The timer.

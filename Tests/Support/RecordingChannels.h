@@ -4,6 +4,7 @@
 #include "Interfaces/CentralControl.h"
 #include "Interfaces/CloudControl.h"
 #include "Interfaces/Common.h"
+#include "Interfaces/DeviceChannels.h"
 #include "Interfaces/FPClient.h"
 
 #include <functional>
@@ -15,10 +16,12 @@
 struct SChannelCall {
     std::string name; ///< "App.SendPackage"; the makings and endings of the objects are "App.Create" and "App.Destroy"
     std::shared_ptr<const Comm::RequestPackage> package;
-    std::string text; ///< what goes out as text; of a cloud login its three texts, a line each
+    std::string text; ///< what goes out as text; of a cloud login its three texts, a line each; of a serial channel's
+                      ///< making its line settings, and later its port's name
     std::string ip;
     int port = 0;
-    int number = 0; ///< app: the channel; cloud: the route; timer: the period in milliseconds
+    int number =
+        0; ///< app: the channel; cloud: the route; timer: the period in milliseconds; device: the buffer's size
 };
 
 /// The channels and the timer of the module under test, without sockets and threads: they record what the module calls

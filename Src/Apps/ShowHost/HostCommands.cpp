@@ -10,6 +10,7 @@
 #include "ShowHost/HostLog.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
@@ -32,7 +33,7 @@ QString NameOf(int cmdCode)
     return QStringLiteral("%1 (0x%2)").arg(QLatin1String(name ? name : "unknown")).arg(code, 3, 16, QLatin1Char('0'));
 }
 
-std::string SourceName(int sourceFlags)
+ControlSource::Index SourceOf(int sourceFlags)
 {
     constexpr struct {
         Source::Flag flag;
@@ -43,9 +44,22 @@ std::string SourceName(int sourceFlags)
                   {Source::CloudControl, ControlSource::CloudControl}};
     for (const auto& [flag, name] : kNames) {
         if (sourceFlags & flag)
-            return ControlSourceNameMap.at(name);
+            return name;
     }
-    return ControlSourceNameMap.at(ControlSource::PC);
+    return ControlSource::PC;
+}
+
+/// What the show log files a command under.
+const char* LogModuleOf(int cmdCode)
+{
+    switch (cmdCode & Command::kSenderMask) {
+    case SenderType::Scene:
+        return "Scene";
+    case SenderType::Resource:
+        return "Resource";
+    default:
+        return "Stage";
+    }
 }
 
 /// Asks the host to end, from any thread.
@@ -119,9 +133,13 @@ void CHostCommands::ChangeShow(const SResultData& command)
 void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
 {
     const std::string& text = ResultTextMap.at(result);
+    const ControlSource::Index source = SourceOf(command.nSourceFlags);
     m_log.Print(QStringLiteral("host: %1: %2: %3")
-                    .arg(QString::fromStdString(SourceName(command.nSourceFlags)), NameOf(command.nCmdCode),
+                    .arg(QString::fromStdString(ControlSourceNameMap.at(source)), NameOf(command.nCmdCode),
                          QString::fromStdString(text)));
+    HostModels::ShowLog().Add(SOPRecord{QDateTime::currentDateTime().toString(kLogTimeFormat),
+                                        LogModuleOf(command.nCmdCode), NameOf(command.nCmdCode),
+                                        QString::fromStdString(text), source});
     QJsonObject body = command.jsonBody;
     body.remove("respon"); // the sender would take it for the host's own answer
     body["result"] = result;

@@ -51,6 +51,8 @@ void CHostEvents::customEvent(QEvent*)
         const std::lock_guard lock(m_mutex);
         std::swap(events, m_events);
     }
-    for (const SShowEvent& event : events)
+    for (const SShowEvent& event : events) {
+        m_recorder.Take(event);
         Emit(event);
+    }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ShowHost/PlayRecorder.h"
 #include "ShowHost/ShowChanges.h"
 
 #include <QObject>
@@ -8,8 +9,8 @@
 #include <mutex>
 #include <vector>
 
-/// Emits the host's signals for what happened on the stage: on the host's thread, each once, and in the order in which
-/// it happened.
+/// Logs what happened on the stage and emits the host's signals for it: on the host's thread, each once, and in the
+/// order in which it happened.
 class CHostEvents : public QObject {
 public:
     /// Any thread. Call it where the show is being changed, so that the order is that of the changes.
@@ -21,4 +22,5 @@ protected:
 private:
     std::mutex m_mutex;
     std::deque<SShowEvent> m_events;
+    CPlayRecorder m_recorder;
 };

@@ -21,6 +21,8 @@ public:
     /// Quiet: neither traffic nor the module's debug output.
     void SetQuiet(bool quiet);
     void Print(const QString& line);
+    /// Prints what somebody asked for, quiet or not.
+    void PrintAnswer(const QString& line) { Write(line.toStdString()); }
     /// The addresses of the channels that are up, each with its name, in the order in which they came up.
     std::vector<std::string> Listening() const;
     /// What kept channels from coming up.

@@ -5,6 +5,9 @@
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
 #include "HostModels/ShowFile.h"
+#include "Log/OperationLog.h"
+#include "ShowHost/CloudSettings.h"
+#include "ShowHost/Console.h"
 #include "ShowHost/HostAndPort.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
@@ -18,6 +21,7 @@
 #include <QHostAddress>
 #include <QStandardPaths>
 
+#include <atomic>
 #include <cstdio>
 #include <tuple>
 
@@ -27,6 +31,7 @@ enum ExitCode : int {
     Fine = 0,
     ChannelFailed = 1,
     BadInput = 2,
+    Restart = 3, ///< whoever supervises the host starts it again
 };
 
 struct SOptions {
@@ -40,6 +45,7 @@ struct SOptions {
     int access = 0;
     int passwordDescriptor = -1;
     QString fp;
+    QString cloud;
 };
 
 void PrintError(const std::string& text)
@@ -69,11 +75,13 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption passwordFd("password-fd", "Reads the new user's password from this descriptor.", "N",
                                         "-1");
     const QCommandLineOption fp("fp", "Where the FP controller listens; goes over the settings.", "HOST:PORT");
+    const QCommandLineOption cloud("cloud", "Connect to the cloud service at this address; goes over the settings.",
+                                   "URL");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("A host without a screen: loads a show and serves remote controllers.");
     parser.addHelpOption();
-    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd, fp});
+    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     if (parser.isSet("help"))
@@ -87,7 +95,7 @@ SOptions ReadOptions(QCoreApplication& application)
     return {parser.value(show),    parser.value(settings),     parser.value(state),
             parser.value(listen),  parser.isSet(quiet),        parser.isSet(addUser),
             parser.value(addUser), ReadNumber(parser, access), ReadNumber(parser, passwordFd),
-            parser.value(fp)};
+            parser.value(fp),      parser.value(cloud)};
 }
 
 SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& settings)
@@ -102,13 +110,25 @@ SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& setti
     return config;
 }
 
+SSettings SettingsOf(const SOptions& options, const SSettings& showSettings)
+{
+    SSettings settings = options.settings.isEmpty() ? showSettings : ReadSettings(options.settings, showSettings);
+    if (!options.cloud.isEmpty())
+        SwitchCloudOn(settings, options.cloud);
+    return settings;
+}
+
 void PrepareHost(const SOptions& options, const SSettings& showSettings)
 {
     if (!QDir().mkpath(options.state))
         throw CFileError(options.state.toStdString() + ": can't make this folder");
     CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
-    setting.Load(options.settings.isEmpty() ? showSettings : ReadSettings(options.settings, showSettings),
-                 QDir(options.state).filePath("settings.json"));
+    setting.Load(SettingsOf(options, showSettings), QDir(options.state).filePath("settings.json"));
+
+    const QDir state(options.state);
+    if (!HostModels::ShowLog().Open(state.filePath("show.sqlite").toStdString()) ||
+        !OperationLog::Open(state.filePath("operation.log").toStdString()))
+        throw CFileError(options.state.toStdString() + ": can't write the show log here");
 
     const auto settings = setting.Current();
     HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);
@@ -118,6 +138,7 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
                           settings->ftpPassword.toStdString(), uploads.toStdString()});
     CentralControl::SetConfig({options.listen.toStdString()});
     FPClient::SetConfig(FPClientConfigOf(options, *settings));
+    CloudControl::SetConfig(CloudConfigOf(*settings));
 }
 
 int AddUser(const SOptions& options)
@@ -141,7 +162,7 @@ void PrintReady(const CHostLog& log, const QString& show)
     std::fflush(stdout);
 }
 
-int Serve(QCoreApplication& application, CHostLog& log, const QString& show)
+int Serve(QCoreApplication& application, CHostLog& log, const QString& show, bool hasInput)
 {
     InitExternalController();
     CExternalController& controller = *GetExternalController();
@@ -151,6 +172,12 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show)
         log.Print(shutsDown ? "host: asked to shut down" : "host: asked to close");
         QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
     });
+    std::atomic<bool> restarts{false};
+    QObject::connect(&controller, &CExternalController::signalRestartSoftware, [&] {
+        log.Print("host: asked to restart");
+        restarts = true;
+        QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
+    });
     controller.Init();
 
     const std::vector<std::string> failures = log.Failures();
@@ -158,6 +185,9 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show)
         PrintError(failure);
     if (failures.empty()) {
         PrintReady(log, show);
+        CConsole console(controller, log);
+        if (hasInput)
+            console.Listen();
         application.exec();
         log.Print("showhost ends");
     }
@@ -165,13 +195,17 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show)
     StopExternalController();
     UninitExternalController();
     HostModels::SetResultHandler({});
-    return failures.empty() ? Fine : ChannelFailed;
+    if (!failures.empty())
+        return ChannelFailed;
+    return restarts ? Restart : Fine;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Before anything else is opened, which would get the number of a standard input that is closed.
+    const bool hasInput = CConsole::HasInput();
     // Pictures need a GUI application, and that a display or this.
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -188,9 +222,11 @@ int main(int argc, char** argv)
         if (options.addsUser)
             return AddUser(options);
         HostModels::Show().Load(file.show);
+        HostModels::Devices().Load(file.deviceFile.isEmpty() ? QDir(options.state).filePath("Devices.json")
+                                                             : file.deviceFile);
         const CShutdownSignals shutdown([&] { QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit)); });
         log.SetQuiet(options.quiet);
-        return Serve(application, log, file.show.name);
+        return Serve(application, log, file.show.name, hasInput);
     } catch (const CFileError& error) {
         PrintError(error.what());
         return BadInput;

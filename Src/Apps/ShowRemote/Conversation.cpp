@@ -4,9 +4,9 @@
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Failure.h"
+#include "ShowRemote/OutFile.h"
 #include "ShowRemote/Terminal.h"
 
-#include <QFile>
 #include <QUuid>
 
 #include <algorithm>
@@ -14,14 +14,6 @@
 namespace {
 
 using Clock = CEnvelopePeer::Clock;
-
-void WriteFile(const QString& name, const QByteArray& bytes)
-{
-    QFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, file.errorString()));
-    Terminal::PrintLine(QStringLiteral("written to %1").arg(name));
-}
 
 /// Prints a body of the id form; false when it is none.
 bool PrintIdForm(const QByteArray& body, const QString& outFile)
@@ -37,7 +29,7 @@ bool PrintIdForm(const QByteArray& body, const QString& outFile)
     const QUuid id = QUuid::fromRfc4122(body.mid(kMarkBytes, 16));
     Terminal::PrintLine(QStringLiteral("id %1, %2 bytes").arg(id.toString(QUuid::WithoutBraces)).arg(bytes.size()));
     if (!outFile.isEmpty())
-        WriteFile(outFile, bytes);
+        WriteOutFile(outFile, bytes);
     return true;
 }
 

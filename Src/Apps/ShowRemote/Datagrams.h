@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cstdint>
 
+constexpr int kLargestDatagram = 65535;
+
 namespace Datagrams {
 
 /// Sends a datagram to a host and returns the first that comes back, with where it comes from told on standard output.

@@ -1,5 +1,7 @@
 #include "ShowRemote/App.h"
 #include "ShowRemote/Central.h"
+#include "ShowRemote/Cloud.h"
+#include "ShowRemote/Device.h"
 #include "ShowRemote/Discover.h"
 #include "ShowRemote/FP.h"
 #include "ShowRemote/Failure.h"
@@ -24,7 +26,9 @@ constexpr SCommand kCommands[] = {
     {"app", "sends a request as the mobile app and shows the replies", RunApp},
     {"upload", "uploads a media file as the mobile app", RunUpload},
     {"central", "sends a text command as central control and shows the answer", RunCentral},
+    {"cloud", "sends a command as the cloud service and shows the replies", RunCloud},
     {"fp", "sends a request as the FP controller and shows the replies", RunFP},
+    {"device", "plays an external control device and shows what it is sent", RunDevice},
 };
 
 void PrintHelp()

@@ -1,5 +1,6 @@
 #include "ExternalController/ExternalController.h"
 
+#include "ExternalController/Common/Adapters.h"
 #include "ExternalController/Common/AppPackage.h"
 #include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
@@ -8,7 +9,6 @@
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "Interfaces/AppServer.h"
-#include "Interfaces/IpHelper.h"
 #include "Interfaces/ResultModel.h"
 
 #include <QJsonArray>
@@ -59,23 +59,12 @@ struct SAdapterMacs {
     QString ofAddress; ///< of the last adapter that has the address
 };
 
-QString MacText(const IP_ADAPTER_INFO& adapter)
-{
-    const QByteArray mac(reinterpret_cast<const char*>(adapter.Address), static_cast<int>(adapter.AddressLength));
-    return QString::fromLatin1(mac.toHex('-').toUpper());
-}
-
 SAdapterMacs ReadAdapterMacs(const QString& localAddress)
 {
-    // Elements of the record's type, for its alignment.
-    std::vector<IP_ADAPTER_INFO> buffer(kAdapterBufferBytes / sizeof(IP_ADAPTER_INFO));
-    ULONG bytes = kAdapterBufferBytes;
-    if (GetAdaptersInfo(buffer.data(), &bytes) != NO_ERROR)
-        return {};
-
     SAdapterMacs macs;
-    for (const IP_ADAPTER_INFO* adapter = buffer.data(); adapter; adapter = adapter->Next) {
-        const QString mac = MacText(*adapter);
+    const CAdapters adapters(kAdapterBufferBytes);
+    for (const IP_ADAPTER_INFO* adapter = adapters.First(); adapter; adapter = adapter->Next) {
+        const QString mac = MacText(*adapter, adapter->AddressLength);
         macs.all.append(mac);
         if (localAddress == QLatin1String(adapter->IpAddressList.IpAddress.String))
             macs.ofAddress = mac;

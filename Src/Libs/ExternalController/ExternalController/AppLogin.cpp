@@ -20,16 +20,11 @@ enum ELoginError : int {
     AnotherAppLoggedIn = 3,
 };
 
-std::string DecryptPassword(const QString& onTheWire)
-{
-    return RsaPrivateDecrypt(DecodeBase64(onTheWire.toStdString()));
-}
-
 ELoginError CheckUser(CAPPUserModel& users, const QString& name, const std::string& password)
 {
     const bool exists = !name.isEmpty() && users.IsExistUser(name);
     const SAPPUserNode node = users.GetUserNode(name);
-    if (!node.name.isEmpty() && DecryptPassword(node.password) != password)
+    if (!node.name.isEmpty() && DecryptPassword(node.password.toStdString()) != password)
         return WrongPassword;
     return exists ? Success : UnknownUser;
 }
@@ -59,7 +54,7 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
 {
     const QString user = body["username"].toString();
     const bool force = body["force"].toInt() != 0;
-    const std::string password = DecryptPassword(body["password"].toString());
+    const std::string password = DecryptPassword(body["password"].toString().toStdString());
     DebugLog() << "decryptPassword" << password.c_str();
 
     const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();

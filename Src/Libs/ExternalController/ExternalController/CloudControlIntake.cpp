@@ -1,7 +1,104 @@
 #include "ExternalController/ExternalController.h"
 
-void CExternalController::CloudControlConnect() {}
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/RsaCipher.h"
+#include "ExternalController/MsgSender/IMsgSenderBase.h"
+#include "Interfaces/CloudControl.h"
+#include "Interfaces/CltLog.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/ResultModel.h"
 
-void CExternalController::CloudControlLogin(const QString&, const QString&, const QString&) {}
+#include <QJsonObject>
 
-void CExternalController::RecvCloudControlMsg(QJsonObject&) {}
+#include <functional>
+#include <thread>
+
+namespace {
+
+constexpr int kProjectLoaded = 1;
+/// The kind of the log's events that tell of the whole program.
+constexpr int kGlobalLogKind = 4;
+
+void CloseLink(CCloudControlManager& cloud)
+{
+    if (cloud.IsConnected())
+        cloud.Close();
+}
+
+void LogRestart()
+{
+    const std::shared_ptr<CltLog::CLogger> logger = CltLog::GetOperationLogger();
+    if (!logger || logger->GetLevel() > CltLog::Operation)
+        return;
+    const auto thread = static_cast<std::uint32_t>(std::hash<std::thread::id>()(std::this_thread::get_id()));
+    CltLog::CLogEventWrap wrap(std::make_shared<CltLog::CLogEvent>(
+        logger, CltLog::Operation, kGlobalLogKind, nullptr, __LINE__, thread, std::time(nullptr),
+        QObject::tr("Log_Global").toStdString(), QObject::tr("Log_SoftwareRestart").toStdString()));
+    wrap.GetEvent().Format("%s", "");
+}
+
+} // namespace
+
+void CExternalController::CloudControlConnect()
+{
+    if (!m_cloudCtrl)
+        return;
+    const auto setting = CGlobalModel::GetInstance()->GetSoftwareSetting();
+    if (!setting->GetCloudSupport()) {
+        CloseLink(*m_cloudCtrl);
+        setting->SetCloudConnected(false);
+        return;
+    }
+    m_cloudCtrl->InitInstance();
+    QString first;
+    QString second;
+    QString password;
+    setting->GetCloudLoginData(first, second, password);
+    if (first.isEmpty() || second.isEmpty() || password.isEmpty()) {
+        CloseLink(*m_cloudCtrl);
+        setting->SetCloudConnected(false);
+        return;
+    }
+    m_cloudCtrl->Connect({first, second, QString::fromStdString(DecryptPassword(password.toStdString()))});
+    setting->SetCloudConnected(true);
+}
+
+void CExternalController::CloudControlLogin(const QString& first, const QString& second, const QString& password)
+{
+    if (m_cloudCtrl)
+        m_cloudCtrl->ValidateLogin({first, second, password});
+}
+
+void CExternalController::RecvCloudControlMsg(QJsonObject& message)
+{
+    if (message.isEmpty())
+        return;
+    const int code = message.value(QLatin1String("cmdType")).toInt();
+    const int senderType = code & Command::kSenderMask;
+    const auto report = [&] { ReportToHost({senderType, code, false, message, Source::CloudControl}); };
+
+    switch (code) {
+    case Command::Restart:
+        LogRestart();
+        emit signalRestartSoftware();
+        break;
+    case Command::SystemInformation:
+    case Command::Logs:
+    case Command::ProjectExport:
+    case Command::StagePreviewPush:
+        Write({senderType, code, message, Source::CloudControl});
+        break;
+    case Command::Refresh:
+        Write({SenderType::ProjectData, Command::SystemInformation, message, Source::CloudControl});
+        Write({SenderType::Stage, Command::StagePreviewPush, message, Source::CloudControl});
+        break;
+    case Command::SwitchProject:
+    case Command::ScenePlay:
+        // There is nothing to switch or play while a project is loading.
+        if (m_prjLoadState == kProjectLoaded)
+            report();
+        break;
+    default:
+        report();
+    }
+}

@@ -66,10 +66,13 @@ public:
     void CloudControlConnect();
     void CloudControlLogin(const QString& first, const QString& second, const QString& password);
 
-    // The host's changes to its external control devices. These calls and the scene slots must not overlap: call them
-    // on the controller's thread.
+    // The host's changes to its external control devices, on the controller's thread only: these calls and the scene
+    // slots must not overlap, since the devices' channels are not locked. A debug build aborts on another thread.
+    /// Once the device is in the host's model.
     void CreateExControlDev(const QUuid& devId);
+    /// While the device is still in the model.
     void DelExControlDev(const QUuid& devId);
+    /// Once the model has what is new. A device that changes its type is deleted before and created after that instead.
     void UpdateExControlDev(const QUuid& devId);
 
 signals:
@@ -99,6 +102,8 @@ private:
     SAppAddress LastApp() const;
     /// The sender under this key, or null. Never changes the table: channels read it.
     IMsgSenderBase* FindSender(int senderType) const;
+    IMsgSenderBase* FindDeviceSender() const;
+    void SendSceneCommands(const QUuid& sceneGroupId, const QUuid& sceneId, int trigger);
     void ReportToHost(SResultData result);
     void NotifyApp(int senderType, int cmdCode, const QJsonObject& event);
     /// The receive function as a callable that does nothing once the controller is being destroyed.

@@ -8,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+class CLogModel;
+class CPerformanceModel;
+class CProgramScheduleModel;
+
 /// A user whom the mobile app can log in as.
 struct SAPPUserNode {
     QString name;
@@ -57,6 +61,10 @@ public:
     virtual QColor LoadStageColor() = 0;
     /// Where the host streams its view of the stage to.
     virtual QString GetStageStreamUrl() = 0;
+    /// Two login texts, passed on as they are, and the password as base64 text of its RSA ciphertext.
+    virtual void GetCloudLoginData(QString& first, QString& second, QString& password) = 0;
+    /// Whether the host asked for the connection to the cloud.
+    virtual void SetCloudConnected(bool connected) = 0;
     /// The folder whose files the app may list; empty when there is none.
     virtual QString GetAppSharedPath() = 0;
 };
@@ -74,6 +82,7 @@ public:
 
 /// One of the projects that the host knows.
 struct SProjectMgrNode {
+    QString path;
     QString name;
     QUuid id;
 };
@@ -85,6 +94,7 @@ public:
 
     virtual QUuid GetId() = 0;
     virtual QString GetProjectName() = 0;
+    virtual QString GetProjectPath() = 0;
     virtual int GetAppCtrlMode() = 0;
     /// All projects, the open one among them.
     virtual std::vector<SProjectMgrNode> GetProjectMgrList() = 0;
@@ -100,6 +110,11 @@ public:
     virtual std::shared_ptr<CAPPUserModel> GetAPPUserModel() = 0;
     virtual std::shared_ptr<CZXProjectSettingData> GetProjectSetting() = 0;
     virtual std::shared_ptr<CZXProject> GetZXProject() = 0;
+    virtual std::shared_ptr<CPerformanceModel> GetPerformanceModel() = 0;
+    virtual std::shared_ptr<CLogModel> GetLogModel() = 0;
+    virtual std::shared_ptr<CProgramScheduleModel> GetNorProgramScheduleModel() = 0;
+    virtual std::shared_ptr<CProgramScheduleModel> GetInsProgramScheduleModel() = 0;
     /// The program's name with its format version, for people to read.
     virtual QString GetAppFormatName() = 0;
+    virtual QString GetAppVersion() = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "Interfaces/MediaNode.h"
 
+#include <QJsonObject>
 #include <QObject>
 #include <QStringList>
 #include <QUuid>
@@ -34,6 +35,8 @@ public:
     virtual bool GetMediaPlayData(const QUuid& mediaId, SMediaPlayData& data) = 0;
     /// Null when the resource's media have nothing in common; create makes it then.
     virtual std::shared_ptr<const SMediaShareProperty> GetMediaSharePty(const QUuid& resourceId, bool create) = 0;
+    /// What is on the stage, as the project's file holds it.
+    virtual QJsonObject SaveStageData() = 0;
 
 signals:
     void signalSceneStartExControl(const QUuid& sceneGroupId, const QUuid& sceneId);

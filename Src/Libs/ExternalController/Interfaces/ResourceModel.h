@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QJsonObject>
 #include <QList>
 #include <QObject>
 #include <QPixmap>
@@ -40,6 +41,8 @@ public:
     /// Whether its streams have been told apart, so that it can play.
     bool GetResDemuxered() const { return m_properties->demuxered; }
     std::int64_t GetDuration() const { return m_properties->duration; }
+    /// Null when there is none.
+    QPixmap GetThumbnail() const;
     int GetResourceUseCount() const { return m_properties->useCount; }
 
 private:
@@ -86,6 +89,9 @@ private:
     STextProperties m_properties;
 };
 
+/// Stands for resources of whatever type.
+constexpr int kEveryResourceType = -1;
+
 /// The open project's media resources. It lives on the host's thread; its operations are safe to call from any thread.
 class CResourceModel : public QObject {
     Q_OBJECT
@@ -93,7 +99,7 @@ class CResourceModel : public QObject {
 public:
     static CResourceModel* GetInstance();
 
-    /// The resources of a type, or with -1 all; the host's own among them if wanted.
+    /// The resources of a type or of every one; the host's own among them if wanted.
     virtual QList<CResourceBase> GetAllResNode(bool withHostsOwn, int type) = 0;
     // False, and the records as they were, for an id that isn't one of that kind.
     virtual bool GetResourceBaseNode(const QUuid& id, CResourceBase& base) = 0;
@@ -103,6 +109,8 @@ public:
     virtual QPixmap GetAppThumbnail(const QUuid& id) = 0;
     /// The picture that stands for every file of a type.
     virtual QPixmap GetSharedResourceThumbnail(int type) = 0;
+    /// All of it, as the project's file holds it; with pictures, and with the host's own resources, if wanted.
+    virtual QJsonObject SaveResourceModel(bool withPictures, bool withHostsOwn) = 0;
 
 signals:
     void signalExControlResourceUsedChanged(const QUuid& resId, bool used);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QPixmap>
 #include <QString>
 #include <QUuid>
@@ -26,6 +27,24 @@ public:
     virtual float GetHue() const = 0;
 };
 
+/// When a scene's device command is sent; one with any other value never is.
+namespace SceneTrigger {
+enum Trigger : int {
+    Start = 0,
+    End = 1,
+};
+} // namespace SceneTrigger
+
+/// A command that a scene has for an external control device.
+struct SSceneExControlCmd {
+    QString label;
+    QUuid id; ///< the entry's own
+    QUuid devId;
+    QUuid cmdId;
+    int nTriggerType = SceneTrigger::Start;
+    int reserved[2] = {0, 0}; ///< the scene model's own
+};
+
 /// What a scene is made of.
 struct SSceneProperties {
     QUuid id;
@@ -33,6 +52,7 @@ struct SSceneProperties {
     int fadeInTime = 0;  ///< milliseconds
     int fadeOutTime = 0; ///< milliseconds
     std::vector<QUuid> mediaResourceIds;
+    std::vector<SSceneExControlCmd> exControlCmds;
 };
 
 /// A scene. Copies share its properties.
@@ -47,6 +67,8 @@ public:
     int GetFadeOutTime() const { return m_properties->fadeOutTime; }
     /// The resources of the scene's media, in stage order.
     const std::vector<QUuid>& GetAllMediaResourceId() const { return m_properties->mediaResourceIds; }
+    /// Replaces the commands by the scene's, in the order in which they are sent.
+    void GetAllExControlCmd(std::vector<SSceneExControlCmd>& commands) const { commands = m_properties->exControlCmds; }
 
 private:
     std::shared_ptr<const SSceneProperties> m_properties;
@@ -71,4 +93,6 @@ public:
     virtual QUuid GetMainKVId() = 0;
     /// Null while no project is open.
     virtual std::shared_ptr<const IEffectProperty> GetGlobalProperty() = 0;
+    /// All of it, as the project's file holds it; with pictures below the folder if one is given.
+    virtual QJsonObject SaveSceneMgrModel(const QString& pictureFolder) = 0;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QList>
 #include <QRectF>
 #include <QString>
@@ -38,4 +39,6 @@ public:
     virtual ~CScreenModel() = default;
 
     virtual std::vector<std::shared_ptr<const IScreenItem>> GetAllScreen() = 0;
+    /// All of it, as the project's file holds it.
+    virtual QJsonObject SaveData() = 0;
 };

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "HostModels/HostExControlDevModel.h"
 #include "HostModels/HostShow.h"
 #include "HostModels/HostSoftwareSetting.h"
 #include "HostModels/HostUserModel.h"
 #include "Interfaces/ResultModel.h"
+#include "Log/ShowLog.h"
 
 #include <functional>
 
@@ -13,6 +15,8 @@ namespace HostModels {
 CHostSoftwareSetting& SoftwareSetting();
 CHostUserModel& UserModel();
 CHostShow& Show();
+CHostExControlDevModel& Devices();
+CShowLog& ShowLog();
 
 /// Sets who carries out what the module hands to the host; it runs on the channels' threads, several at a time.
 /// Not while a channel is running.

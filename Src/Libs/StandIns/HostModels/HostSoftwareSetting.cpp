@@ -4,13 +4,8 @@
 
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QLoggingCategory>
-#include <QSaveFile>
 
 #include <utility>
-
-Q_LOGGING_CATEGORY(lcHostModels, "zentravox.hostmodels")
 
 namespace {
 
@@ -47,6 +42,14 @@ void CHostSoftwareSetting::SaveHostName(const QString& name)
     KeepChanges();
 }
 
+void CHostSoftwareSetting::GetCloudLoginData(QString& first, QString& second, QString& password)
+{
+    const auto settings = m_settings.Read();
+    first = settings->cloudUser;
+    second = settings->cloudAccount;
+    password = settings->cloudPassword;
+}
+
 void CHostSoftwareSetting::Load(const SSettings& settings, const QString& changesFile)
 {
     const std::lock_guard changing(m_changesMutex);
@@ -70,12 +73,5 @@ bool CHostSoftwareSetting::SaveUser(const SAPPUserNode& user)
 
 bool CHostSoftwareSetting::KeepChanges()
 {
-    if (m_changesFile.isEmpty())
-        return true;
-    QSaveFile file(m_changesFile);
-    const QByteArray text = QJsonDocument(m_changes).toJson();
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
-        return true;
-    qCWarning(lcHostModels) << "the changed settings are not kept:" << m_changesFile << file.errorString();
-    return false;
+    return m_changesFile.isEmpty() || KeepJsonObject(m_changesFile, m_changes);
 }

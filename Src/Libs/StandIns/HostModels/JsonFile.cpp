@@ -5,10 +5,14 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QLoggingCategory>
+#include <QSaveFile>
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
+
+Q_LOGGING_CATEGORY(lcHostModels, "zentravox.hostmodels")
 
 namespace {
 
@@ -38,6 +42,16 @@ QJsonObject ReadJsonObject(const QString& path)
     if (!document.isObject())
         FailFile(path, QStringLiteral("the top level is no object"));
     return document.object();
+}
+
+bool KeepJsonObject(const QString& path, const QJsonObject& object)
+{
+    QSaveFile file(path);
+    const QByteArray text = QJsonDocument(object).toJson();
+    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
+        return true;
+    qCWarning(lcHostModels) << "not kept:" << path << file.errorString();
+    return false;
 }
 
 CJsonObjectReader::CJsonObjectReader(const QString& file) : CJsonObjectReader(file, {}, ReadJsonObject(file)) {}

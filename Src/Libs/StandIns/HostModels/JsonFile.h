@@ -19,12 +19,16 @@ public:
 
 /// The top-level object of a JSON file. Throws CFileError.
 QJsonObject ReadJsonObject(const QString& file);
+/// Writes the file as a whole or leaves it as it was. False, and a line in the log, when it can't be written.
+bool KeepJsonObject(const QString& file, const QJsonObject& object);
 
 /// One object of a JSON file, read with checks: every failure is a CFileError that names the file and the place.
 class CJsonObjectReader {
 public:
     /// Reads the file's top-level object.
     explicit CJsonObjectReader(const QString& file);
+    /// Reads an object that has come from somewhere else, which stands in place of the file's name.
+    CJsonObjectReader(const QString& source, const QJsonObject& object) : CJsonObjectReader(source, {}, object) {}
 
     /// Fails on a key that nobody reads, which is most often a misspelt one.
     void AllowOnly(std::initializer_list<const char*> keys) const;
@@ -52,6 +56,7 @@ public:
     std::vector<CJsonObjectReader> Objects(const char* key) const;
 
     [[noreturn]] void Fail(const char* key, const QString& reason) const;
+    const QJsonObject& Json() const { return m_object; }
     bool Has(const char* key) const { return m_object.contains(QLatin1String(key)); }
 
 private:

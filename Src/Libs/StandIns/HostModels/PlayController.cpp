@@ -1,6 +1,7 @@
 #include "Interfaces/PlayController.h"
 
 #include "HostModels/HostModels.h"
+#include "HostModels/ShowJson.h"
 #include "Interfaces/PPtPlayerMgr.h"
 
 #include <algorithm>
@@ -56,6 +57,18 @@ public:
         data.currentTime = std::min(begin + played, end);
         data.mediaState = Playback().state;
         return true;
+    }
+
+    QJsonObject SaveStageData() override
+    {
+        QJsonArray media;
+        for (const CMediaNode& medium : StageMedia())
+            media.append(ToJson(medium));
+        return {{"scene", Playback().scene.toString(QUuid::WithoutBraces)},
+                {"state", Playback().globalState},
+                {"leftVolume", double{Playback().leftVolume}},
+                {"rightVolume", double{Playback().rightVolume}},
+                {"media", media}};
     }
 
     std::shared_ptr<const SMediaShareProperty> GetMediaSharePty(const QUuid& resourceId, bool create) override

@@ -4,10 +4,10 @@
 #include "HostModels/HostModels.h"
 #include "HostModels/Painting.h"
 #include "HostModels/ShowEdit.h"
+#include "HostModels/ShowJson.h"
 
 namespace {
 
-constexpr int kEveryType = -1;
 /// What apps show in their lists.
 constexpr QSize kThumbnailSize(320, 180);
 
@@ -33,7 +33,7 @@ public:
         nodes.reserve(static_cast<int>(project->resources.size()));
         const QHash<QUuid, int> useCounts = CHostShow::GetInstance().Reading().UseCounts();
         for (const auto& resource : project->resources) {
-            if (type == kEveryType || resource->base.GetType() == type)
+            if (type == kEveryResourceType || resource->base.GetType() == type)
                 nodes.append(Counted(resource->base, useCounts));
         }
         return nodes;
@@ -78,6 +78,12 @@ public:
         return QPixmap::fromImage(Painting::PaintTypeCard(type, kThumbnailSize));
     }
 
+    QJsonObject SaveResourceModel(bool, bool) override
+    {
+        const SProject* project = CHostShow::GetInstance().Reading().Project();
+        return project ? ListOf("resources", project->resources) : QJsonObject();
+    }
+
 private:
     static const SResource* Find(const QUuid& id)
     {
@@ -93,4 +99,11 @@ CResourceModel* CResourceModel::GetInstance()
     static CHostResourceModel model;
     CHostShow::GetInstance().BeginReading();
     return &model;
+}
+
+QPixmap CResourceBase::GetThumbnail() const
+{
+    const SProject* project = CHostShow::GetInstance().Reading().Project();
+    const SResource* resource = project ? project->FindResource(GetId()) : nullptr;
+    return resource ? QPixmap::fromImage(Painting::PaintResource(*resource, kThumbnailSize)) : QPixmap();
 }

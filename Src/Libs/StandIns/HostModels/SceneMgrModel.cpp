@@ -2,6 +2,7 @@
 
 #include "HostModels/HostModels.h"
 #include "HostModels/Painting.h"
+#include "HostModels/ShowJson.h"
 
 #include <algorithm>
 #include <iterator>
@@ -59,6 +60,15 @@ public:
     std::shared_ptr<const IEffectProperty> GetGlobalProperty() override
     {
         return Project() ? std::make_shared<const SEffect>(CHostShow::GetInstance().Reading().effect) : nullptr;
+    }
+
+    QJsonObject SaveSceneMgrModel(const QString&) override
+    {
+        if (!Project())
+            return {};
+        QJsonObject saved = ListOf("groups", Project()->groups);
+        saved["mainGroup"] = Project()->mainGroup.toString(QUuid::WithoutBraces);
+        return saved;
     }
 
 private:

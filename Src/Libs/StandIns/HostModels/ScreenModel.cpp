@@ -1,6 +1,7 @@
 #include "Interfaces/ScreenModel.h"
 
 #include "HostModels/HostModels.h"
+#include "HostModels/ShowJson.h"
 
 namespace {
 
@@ -11,6 +12,8 @@ public:
         const auto& screens = CHostShow::GetInstance().Reading().screens;
         return {screens.begin(), screens.end()};
     }
+
+    QJsonObject SaveData() override { return ListOf("screens", CHostShow::GetInstance().Reading().screens); }
 };
 
 } // namespace

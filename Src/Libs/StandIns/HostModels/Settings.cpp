@@ -20,8 +20,8 @@ SSettings ReadSettings(const QString& file, SSettings settings)
 
 SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
 {
-    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "appId", "stagePreviewMode",
-                   "stageColor", "stageStreamUrl", "sharedFolder", "users"});
+    top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "cloud", "appId",
+                   "stagePreviewMode", "stageColor", "stageStreamUrl", "sharedFolder", "users"});
     settings.hostName = top.Text("hostName", settings.hostName);
     settings.appSupport = top.Flag("appSupport", settings.appSupport);
     settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
@@ -41,6 +41,15 @@ SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
     fp.AllowOnly({"address", "port"});
     settings.fpAddress = fp.Text("address", settings.fpAddress);
     settings.fpPort = fp.Number("port", settings.fpPort, 1, 65535);
+
+    const CJsonObjectReader cloud = top.Object("cloud");
+    cloud.AllowOnly({"url", "user", "account", "encryptedPassword", "caFile", "verify"});
+    settings.cloudUrl = cloud.Text("url", settings.cloudUrl);
+    settings.cloudUser = cloud.Text("user", settings.cloudUser);
+    settings.cloudAccount = cloud.Text("account", settings.cloudAccount);
+    settings.cloudPassword = cloud.Text("encryptedPassword", settings.cloudPassword);
+    settings.cloudCaFile = cloud.Path("caFile", settings.cloudCaFile);
+    settings.cloudVerifies = cloud.Flag("verify", settings.cloudVerifies);
 
     for (const CJsonObjectReader& user : top.Objects("users")) {
         user.AllowOnly({"name", "encryptedPassword", "access"});

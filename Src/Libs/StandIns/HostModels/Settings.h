@@ -20,9 +20,15 @@ struct SSettings {
     int stagePreviewMode = 0;
     QColor stageColor = Qt::black;
     QString stageStreamUrl;
-    QString sharedFolder;            ///< empty: the app can list none
-    QString fpAddress;               ///< of the FP controller, an address or a name; empty: the FP client's own
-    int fpPort = 0;                  ///< 0: the FP client's own
+    QString sharedFolder; ///< empty: the app can list none
+    QString fpAddress;    ///< of the FP controller, an address or a name; empty: the FP client's own
+    int fpPort = 0;       ///< 0: the FP client's own
+    QString cloudUrl;     ///< "wss://host:port" or "ws://host:port"; empty: the cloud client's own
+    QString cloudUser;
+    QString cloudAccount;
+    QString cloudPassword;           ///< encrypted
+    QString cloudCaFile;             ///< certificates to trust instead of the system's; empty: the system's
+    bool cloudVerifies = true;       ///< the cloud's certificate
     std::vector<SAPPUserNode> users; ///< in the order in which they were added
 };
 

@@ -24,17 +24,9 @@
 /// The corners of a medium that is turned about its centre.
 std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout);
 
-/// A command for an external control device.
-struct SDeviceCommand {
-    QUuid device;
-    QUuid command;
-};
-
 struct SScene {
     CSceneNode node;
     std::vector<CMediaNode> media; ///< the lowest first
-    std::vector<SDeviceCommand> startCommands;
-    std::vector<SDeviceCommand> endCommands;
 
     const CMediaNode* FindMedia(const QUuid& mediaId) const;
 };

@@ -129,14 +129,18 @@ CMediaNode ReadMedia(const CJsonObjectReader& reader, const SProject& project, Q
     return CMediaNode(std::make_shared<const SMediaProperties>(std::move(media)));
 }
 
-std::vector<SDeviceCommand> ReadDeviceCommands(const CJsonObjectReader& scene, const char* key)
+void ReadDeviceCommands(const CJsonObjectReader& scene, const char* key, SceneTrigger::Trigger trigger,
+                        std::vector<SSceneExControlCmd>& commands)
 {
-    std::vector<SDeviceCommand> commands;
     for (const CJsonObjectReader& reader : scene.Objects(key)) {
         reader.AllowOnly({"device", "command"});
-        commands.push_back({reader.RequiredId("device"), reader.RequiredId("command")});
+        SSceneExControlCmd command;
+        command.id = QUuid::createUuid();
+        command.devId = reader.RequiredId("device");
+        command.cmdId = reader.RequiredId("command");
+        command.nTriggerType = trigger;
+        commands.push_back(std::move(command));
     }
-    return commands;
 }
 
 SScene ReadScene(const CJsonObjectReader& reader, const SProject& project, QSet<QUuid>& ids, QSet<QUuid>& mediaIds)
@@ -147,6 +151,8 @@ SScene ReadScene(const CJsonObjectReader& reader, const SProject& project, QSet<
     properties.name = reader.RequiredText("name");
     properties.fadeInTime = reader.Number("fadeIn", 0, 0);
     properties.fadeOutTime = reader.Number("fadeOut", 0, 0);
+    ReadDeviceCommands(reader, "startCommands", SceneTrigger::Start, properties.exControlCmds);
+    ReadDeviceCommands(reader, "endCommands", SceneTrigger::End, properties.exControlCmds);
 
     SScene scene;
     for (const CJsonObjectReader& media : reader.Objects("media")) {
@@ -154,8 +160,6 @@ SScene ReadScene(const CJsonObjectReader& reader, const SProject& project, QSet<
         properties.mediaResourceIds.push_back(scene.media.back().GetResourceId());
     }
     scene.node = CSceneNode(std::make_shared<const SSceneProperties>(std::move(properties)));
-    scene.startCommands = ReadDeviceCommands(reader, "startCommands");
-    scene.endCommands = ReadDeviceCommands(reader, "endCommands");
     return scene;
 }
 
@@ -279,7 +283,7 @@ std::size_t PlaceOfOpenProject(const CJsonObjectReader& reader, const SShow& sho
 SShowFile ReadShowFile(const QString& file)
 {
     const CJsonObjectReader top(file);
-    top.AllowOnly({"name", "settings", "openProject", "projects", "screens", "effect", "playback"});
+    top.AllowOnly({"name", "settings", "devices", "openProject", "projects", "screens", "effect", "playback"});
     SShow show;
     show.file = file;
     show.name = top.RequiredText("name");
@@ -292,5 +296,5 @@ SShowFile ReadShowFile(const QString& file)
         show.screens.push_back(std::make_shared<const SScreen>(ReadScreen(screen, screenIds)));
     show.effect = ReadEffect(top.Object("effect"));
     show.playback = ReadPlayback(top.Object("playback"), show);
-    return {std::move(show), ReadSettings(top.Object("settings"))};
+    return {std::move(show), ReadSettings(top.Object("settings")), top.Path("devices", {})};
 }

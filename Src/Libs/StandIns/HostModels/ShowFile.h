@@ -7,6 +7,7 @@
 struct SShowFile {
     SShow show;
     SSettings settings;
+    QString deviceFile; ///< empty when the show names none
 };
 
 /// Throws CFileError.

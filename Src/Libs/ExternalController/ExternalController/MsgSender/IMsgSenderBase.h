@@ -29,7 +29,7 @@ public:
     virtual void SetSenderType(int type) = 0;
     virtual int GetSenderType() = 0;
 
-    // External control devices. These calls must not overlap.
+    // External control devices. These calls must not overlap: the controller's thread makes them.
     virtual void CreateExControlDev(const QUuid& /*devId*/) {}
     virtual void UpdateExControlDev(const QUuid& /*devId*/) {}
     virtual void DelExControlDev(const QUuid& /*devId*/) {}

@@ -66,6 +66,12 @@ void CMsgSenderBase::SendToCentralControl(const std::string& json, const std::st
         m_pCentralControl->SendData(json, remoteIp, remotePort);
 }
 
+void CMsgSenderBase::SendToCloud(const std::string& text, CloudControl::EROUTE_TYPE route)
+{
+    if (m_pCloudControl)
+        m_pCloudControl->SendData(text, route);
+}
+
 void CMsgSenderBase::ReplyToApp(int cmdCode, CReply reply)
 {
     SendToApp(Command::ReplyTo(cmdCode), std::move(reply).TakeText());

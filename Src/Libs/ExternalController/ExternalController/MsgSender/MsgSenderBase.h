@@ -4,13 +4,13 @@
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/AppServer.h"
+#include "Interfaces/CloudControl.h"
 
 #include <QByteArray>
 
 #include <string>
 
 class CCentralControllerManager;
-class ICloudControlManager;
 class IFPClientManager;
 
 /// The reply plumbing that every sender shares. The channels belong to the controller and outlive the sender; one that
@@ -29,6 +29,7 @@ public:
     virtual void SendToFP(unsigned int cmdCode, QByteArray json);
     virtual void SendToCentralControl(const std::string& json, const std::string& remoteIp,
                                       const unsigned short& remotePort);
+    void SendToCloud(const std::string& text, CloudControl::EROUTE_TYPE route);
     /// Sends a packet to the connected app on one of its channels, Bulk for pictures and other binary data.
     void SendToApp(unsigned int cmdCode, QByteArray json, int transport = AppServer::Control);
 

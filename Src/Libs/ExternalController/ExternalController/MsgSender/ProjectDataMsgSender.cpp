@@ -2,10 +2,15 @@
 
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/LogTables.h"
+#include "ExternalController/MsgSender/ProjectExport.h"
+#include "ExternalController/MsgSender/SystemInformation.h"
 #include "Interfaces/GlobalModel.h"
 #include "Interfaces/ScreenModel.h"
 
 namespace {
+
+constexpr int kLogDays = 7;
 
 const char* StateText(const std::vector<std::shared_ptr<const IScreenItem>>& screens, int index)
 {
@@ -31,6 +36,10 @@ const CProjectDataMsgSender::Handlers CProjectDataMsgSender::s_handlers = {
     // show
     {Command::ProjectName, &CProjectDataMsgSender::SendProjectName},
     {Command::ScreenState, &CProjectDataMsgSender::SendScreenState},
+    // for the cloud
+    {Command::SystemInformation, &CProjectDataMsgSender::SendSystemInformation},
+    {Command::Logs, &CProjectDataMsgSender::SendLogs},
+    {Command::ProjectExport, &CProjectDataMsgSender::ExportProjectData},
 };
 
 CProjectDataMsgSender::CProjectDataMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
@@ -107,4 +116,31 @@ void CProjectDataMsgSender::SendScreenState(const SOperation& request)
         return;
     AnswerCentralControl(request,
                          {{"screenState", StateText(screens->GetAllScreen(), request.jsonBody["param"].toInt())}});
+}
+
+void CProjectDataMsgSender::SendSystemInformation(const SOperation&)
+{
+    SendToCloud(SystemInformation().Text().toStdString(), CloudControl::SystemInformation);
+}
+
+/// The log model keeps what was last asked of it, for the operator too: only an empty list is filled.
+void CProjectDataMsgSender::SendLogs(const SOperation&)
+{
+    const auto log = CGlobalModel::GetInstance()->GetLogModel();
+    const QDateTime end = QDateTime::currentDateTime();
+    const QDateTime start = end.addDays(-kLogDays);
+    if (log->GetPlayLogList().isEmpty())
+        log->QueryPlayLog(start, end, {}, false);
+    const QList<SPlayRecord> played = log->GetPlayLogList();
+    if (log->GetOPLogList().isEmpty())
+        log->QueryOPLog(start, end, false);
+    const QList<SOPRecord> operations = log->GetOPLogList();
+    SendToCloud(PlayLogTable(played), CloudControl::PlayLog);
+    SendToCloud(OperationLogTable(operations), CloudControl::OperationLog);
+}
+
+void CProjectDataMsgSender::ExportProjectData(const SOperation&)
+{
+    ExportProject([this](const std::string& message) { SendToCloud(message, CloudControl::ClipAndChapterData); },
+                  [this](const std::string& message) { SendToCloud(message, CloudControl::ProjectData); });
 }

@@ -29,4 +29,7 @@ private:
     void SendAppConnectState(const SOperation& request);
     void SendProjectName(const SOperation& request);
     void SendScreenState(const SOperation& request);
+    void SendSystemInformation(const SOperation& request);
+    void SendLogs(const SOperation& request);
+    void ExportProjectData(const SOperation& request);
 };

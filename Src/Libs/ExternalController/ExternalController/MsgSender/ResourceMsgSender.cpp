@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int kEveryType = -1;
 constexpr int kNoTextResource = 4003;
 /// Heavier than this is told as bold.
 constexpr int kLastWeightNotBold = QFont::Medium;
@@ -126,7 +125,7 @@ void CResourceMsgSender::SendResourceList(const SOperation&)
 {
     CResourceModel& model = *CResourceModel::GetInstance();
     QJsonArray items;
-    for (CResourceBase resource : model.GetAllResNode(false, kEveryType)) {
+    for (CResourceBase resource : model.GetAllResNode(false, kEveryResourceType)) {
         if (!resource.GetResDemuxered())
             continue;
         int groupType = 0;

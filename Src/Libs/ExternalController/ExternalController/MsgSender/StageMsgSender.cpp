@@ -1,6 +1,8 @@
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
+#include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/Picture.h"
+#include "ExternalController/MsgSender/CloudPicture.h"
 #include "ExternalController/MsgSender/StageMediaView.h"
 #include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
@@ -39,13 +41,6 @@ CReply ColorKeys(const IEffectProperty& effect, float bias)
             {"fLuminance", Biased(effect.GetLuminance(), bias)},
             {"fSaturability", Biased(effect.GetSaturation(), bias)},
             {"fHue", Biased(effect.GetHue(), bias)}};
-}
-
-/// A percentage, cut off and not rounded.
-int Brightness(const IEffectProperty& effect)
-{
-    const float percent = effect.GetLuminance() * 100;
-    return static_cast<int>(percent);
 }
 
 CReply DivisionObject(const IScreenItem& screen)
@@ -90,6 +85,7 @@ const CStageMsgSender::Handlers CStageMsgSender::s_handlers = {
     {Command::MediaData, &CStageMsgSender::SendMediaData},
     {Command::MediaThumbnail, &CStageMsgSender::SendMediaThumbnail},
     {Command::PreviewPath, &CStageMsgSender::SendPreviewPath},
+    {Command::StagePreviewPush, &CStageMsgSender::PushStagePreview},
     {Command::WindowStreamPath, &CStageMsgSender::StaySilent},
     // changes that the host makes: the FP controller gets its own request back
     {Command::BlackScreen, &CStageMsgSender::EchoToFP},
@@ -188,9 +184,9 @@ void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
     if (!effect)
         return;
     if (request.nSourceFlags == Source::CentralControl)
-        ReplyToCentralControl(request, {{"globalBrightness", Brightness(*effect)}});
+        ReplyToCentralControl(request, {{"globalBrightness", Percent(effect->GetLuminance())}});
     else if (request.nSourceFlags == Source::FP)
-        ReplyToFP(Command::PictureAdjustment, {{"globalBrightness", Brightness(*effect)}});
+        ReplyToFP(Command::PictureAdjustment, {{"globalBrightness", Percent(effect->GetLuminance())}});
     else
         ReplyToApp(Command::PictureAdjustment, ColorKeys(*effect, kBias));
 }
@@ -280,6 +276,14 @@ void CStageMsgSender::SendMediaThumbnail(const SOperation& request)
 void CStageMsgSender::SendPreviewPath(const SOperation& request)
 {
     AnswerCentralControl(request, {{"port", kPreviewPort}, {"previewPath", kPreviewPath}});
+}
+
+void CStageMsgSender::PushStagePreview(const SOperation&)
+{
+    CRenderController* render = GetRenderController();
+    const QImage image = render ? render->GetStageViewImage() : QImage();
+    if (!image.isNull())
+        SendToCloud(CloudPicture("preview", {}, image), CloudControl::ClipAndChapterData);
 }
 
 void CStageMsgSender::EchoToFP(const SOperation& request)

@@ -42,6 +42,7 @@ private:
     void SendMediaData(const SOperation& request);
     void SendMediaThumbnail(const SOperation& request);
     void SendPreviewPath(const SOperation& request);
+    void PushStagePreview(const SOperation& request);
 
     void EchoToFP(const SOperation& request);
     void EchoToEverySource(const SOperation& request);

@@ -1,0 +1,153 @@
+#include "ShowHost/Console.h"
+
+#include "ExternalController/ExternalController.h"
+#include "HostModels/HostModels.h"
+#include "HostModels/JsonFile.h"
+#include "ShowHost/HostLog.h"
+
+#include <QJsonDocument>
+
+#if !defined(_WIN32)
+#include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+constexpr char kHelp[] =
+    "device list                 the external control devices\n"
+    "device put {JSON}           adds a device, or replaces the one with its DevId; Docs/Devices.md has the keys\n"
+    "device delete ID            takes a device away\n"
+    "help                        this";
+
+#if !defined(_WIN32)
+constexpr std::size_t kMostBytesARead = 4096;
+#endif
+
+SDevice ParseDevice(const QString& json)
+{
+    const QString source = QStringLiteral("device put");
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8(), &error);
+    if (!document.isObject())
+        throw CFileError((source + ": no JSON object: " + error.errorString()).toStdString());
+    return ReadDevice(CJsonObjectReader(source, document.object()));
+}
+
+QString NameOf(const SDevDataNode& device)
+{
+    return device.strName.isEmpty() ? device.devId.toString() : device.devId.toString() + ' ' + device.strName;
+}
+
+QString PlaceOf(const SDevDataNode& device)
+{
+    return device.nDevType == DeviceType::Udp
+               ? QStringLiteral("UDP %1:%2").arg(device.strIp).arg(device.nPort)
+               : QStringLiteral("serial %1 %2").arg(device.strOpenParam, device.strChannelParam).trimmed();
+}
+
+} // namespace
+
+CConsole::CConsole(CExternalController& controller, CHostLog& log) : m_controller(controller), m_log(log) {}
+
+bool CConsole::HasInput()
+{
+#if defined(_WIN32)
+    return false; // nothing there tells when a line has come
+#else
+    return fcntl(STDIN_FILENO, F_GETFD) != -1;
+#endif
+}
+
+void CConsole::Listen()
+{
+#if !defined(_WIN32)
+    // In the background reading the terminal fails then, where the signal would stop the host.
+    std::signal(SIGTTIN, SIG_IGN);
+    m_notifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &CConsole::Read);
+#endif
+}
+
+void CConsole::Read()
+{
+#if !defined(_WIN32)
+    char bytes[kMostBytesARead];
+    const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN))
+        return;
+    if (count > 0)
+        m_input.append(bytes, static_cast<int>(count));
+    else
+        m_notifier->setEnabled(false);
+    if (count == 0)
+        m_input.append('\n'); // ends the last line if it has no end
+    for (int end = m_input.indexOf('\n'); end >= 0; end = m_input.indexOf('\n')) {
+        const QByteArray line = m_input.left(end);
+        m_input.remove(0, end + 1);
+        CarryOut(QString::fromUtf8(line).trimmed());
+    }
+#endif
+}
+
+void CConsole::CarryOut(const QString& line)
+{
+    const QLatin1String put("device put ");
+    const QLatin1String remove("device delete ");
+    try {
+        if (line.startsWith(put))
+            PutDevice(line.mid(put.size()));
+        else if (line.startsWith(remove))
+            DeleteDevice(line.mid(remove.size()).trimmed());
+        else if (line == QLatin1String("device list"))
+            ListDevices();
+        else if (line == QLatin1String("help"))
+            m_log.PrintAnswer(kHelp);
+        else if (!line.isEmpty())
+            m_log.PrintAnswer(QStringLiteral("there is no command \"%1\"; \"help\" lists them").arg(line));
+    } catch (const CFileError& error) {
+        m_log.PrintAnswer(QString::fromUtf8(error.what()));
+    }
+}
+
+void CConsole::PutDevice(const QString& json)
+{
+    const SDevice device = ParseDevice(json);
+    const QUuid& id = device.node.devId;
+    const int typeBefore = HostModels::Devices().GetExControlDevNode(id).nDevType;
+    if (typeBefore == device.node.nDevType) {
+        const bool kept = HostModels::Devices().Put(device);
+        m_controller.UpdateExControlDev(id);
+        Answer("changed " + NameOf(device.node), kept);
+        return;
+    }
+    m_controller.DelExControlDev(id);
+    const bool kept = HostModels::Devices().Put(device);
+    m_controller.CreateExControlDev(id);
+    Answer((typeBefore == DeviceType::None ? "added " : "changed ") + NameOf(device.node), kept);
+}
+
+void CConsole::DeleteDevice(const QString& id)
+{
+    const SDevDataNode device = HostModels::Devices().GetExControlDevNode(QUuid(id));
+    if (device.nDevType == DeviceType::None)
+        throw CFileError("device delete: there is no device " + id.toStdString());
+    m_controller.DelExControlDev(device.devId);
+    Answer("deleted " + NameOf(device), HostModels::Devices().Delete(device.devId));
+}
+
+void CConsole::ListDevices()
+{
+    const auto current = HostModels::Devices().Current();
+    for (const SDevice& device : current->devices)
+        m_log.PrintAnswer(NameOf(device.node) + ": " + PlaceOf(device.node));
+    m_log.PrintAnswer(QStringLiteral("%1 devices in %2").arg(current->devices.size()).arg(current->file));
+}
+
+void CConsole::Answer(const QString& text, bool kept)
+{
+    m_log.PrintAnswer(kept ? text : text + "; it can't be kept in " + HostModels::Devices().GetFileSavePath());
+}

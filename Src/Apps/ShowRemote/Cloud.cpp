@@ -1,0 +1,159 @@
+#include "ShowRemote/Cloud.h"
+
+#include "CloudControl/CloudControlConfig.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "ShowRemote/CloudPeer.h"
+#include "ShowRemote/CloudReplies.h"
+#include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Failure.h"
+#include "ShowRemote/Listen.h"
+#include "ShowRemote/Terminal.h"
+
+#include <QDir>
+#include <QHostAddress>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTime>
+
+#include <algorithm>
+
+namespace {
+
+using Clock = CCloudPeer::Clock;
+
+constexpr char kUsage[] =
+    "Plays the cloud service: waits for the host to connect, sends a command and shows every reply to it. COMMAND is a "
+    "keyword of --list or a code such as 25 or 0x19, JSON an object with what belongs to it; or COMMAND is listen, "
+    "which shows what the host sends until Ctrl-C.";
+
+/// A host that found nobody so far may pause for half a minute.
+constexpr char kPatience[] = "40";
+
+struct SCloudCommand {
+    int code = 0;
+    QByteArray text;
+};
+
+void PrintCloudKeywords()
+{
+    for (const auto& [keyword, code] : CloudControlCmdMap)
+        Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(code, 3, 16, QLatin1Char('0')).arg(keyword));
+}
+
+void AddCloudOptions(CCommandLine& line)
+{
+    line.AddOption({"listen", "Where to wait for the host (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
+    line.AddOption({"port", QStringLiteral("The port there (default %1).").arg(CloudControl::kDefaultPort), "PORT",
+                    QString::number(CloudControl::kDefaultPort)});
+    line.AddOption({"cert", "The certificate (PEM): the host must come by wss then.", "FILE"});
+    line.AddOption({"key", "The certificate's private key (PEM).", "FILE"});
+    line.AddOption({"out", "Writes what the replies carry to files in DIR.", "DIR"});
+    line.AddOption({"list", "Tells all keywords, with the code of their command."});
+    line.AddTimeoutOption(kPatience);
+    AddListenOptions(line);
+}
+
+SCloudCommand ReadCommand(const CCommandLine& line)
+{
+    const QStringList positional = line.Positional(1, 2);
+    RefuseListenOptions(line);
+    QJsonObject message;
+    if (positional.size() > 1)
+        message = QJsonDocument::fromJson(CheckedObject(positional[1])).object();
+
+    SCloudCommand command;
+    const auto known = CloudControlCmdMap.find(positional[0]);
+    if (known != CloudControlCmdMap.end()) {
+        command.code = known->second;
+        message["cmd"] = positional[0];
+    } else {
+        bool isNumber = false;
+        command.code = positional[0].toInt(&isNumber, 0);
+        if (!isNumber)
+            throw CWrongUsage(QStringLiteral("there is no command \"%1\"; --list tells them").arg(positional[0]));
+        message["cmdType"] = command.code;
+    }
+    command.text = QJsonDocument(message).toJson(QJsonDocument::Compact);
+    return command;
+}
+
+void AwaitHost(CCloudPeer& peer, const CCommandLine& line)
+{
+    const QString address = line.Value("listen");
+    if (QHostAddress(address).isNull())
+        throw CWrongUsage(QStringLiteral("--listen needs an IP address, not \"%1\"").arg(address));
+    if (line.IsSet("cert") != line.IsSet("key"))
+        throw CWrongUsage("--cert and --key go together");
+    const auto port = static_cast<std::uint16_t>(line.Number("port", 1, 65535));
+    peer.Listen(address, port, line.Value("cert"), line.Value("key"));
+    Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
+    const QString host = peer.Accept(Clock::now() + line.Timeout());
+    Terminal::PrintLine(QStringLiteral("the host connected from %1 as %2").arg(host, peer.User()));
+}
+
+QString OutFolder(const CCommandLine& line)
+{
+    QString folder = line.Value("out");
+    if (!folder.isEmpty() && !QDir().mkpath(folder))
+        throw CFailure(QStringLiteral("can't make the folder %1").arg(folder));
+    return folder;
+}
+
+void Ask(CCloudPeer& peer, const SCloudCommand& command, const QString& outFolder, std::chrono::milliseconds timeout)
+{
+    const auto deadline = Clock::now() + timeout;
+    peer.Send(command.text);
+    std::vector<int> expected = CloudReplies::RoutesOf(command.code);
+    if (expected.empty()) {
+        peer.Close(deadline);
+        Terminal::PrintLine("sent; the host carries it out and answers nothing");
+        return;
+    }
+    while (!expected.empty()) {
+        const auto reply = peer.Receive(deadline);
+        if (!reply)
+            throw CFailure(QStringLiteral("no reply of route %1 within %2").arg(expected.front()).arg(TextOf(timeout)));
+        const auto found = std::find(expected.begin(), expected.end(), CloudReplies::Show(*reply, outFolder));
+        if (found != expected.end())
+            expected.erase(found);
+    }
+}
+
+void ListenToHost(CCloudPeer& peer, const SListening& listening, const QString& outFolder)
+{
+    const auto end = listening.duration ? Clock::now() + *listening.duration : Clock::time_point::max();
+    peer.HeedInterrupt();
+    Terminal::PrintLine("listening; Ctrl-C ends it");
+    while (const auto reply = peer.Receive(end)) {
+        Terminal::PrintLine(QTime::currentTime().toString("hh:mm:ss.zzz"));
+        CloudReplies::Show(*reply, outFolder);
+    }
+}
+
+} // namespace
+
+int RunCloud(const QStringList& arguments)
+{
+    CCommandLine line("COMMAND [JSON]", kUsage);
+    AddCloudOptions(line);
+    if (!line.Parse(arguments))
+        return kExitDone;
+    if (line.IsSet("list")) {
+        line.Positional(0, 0);
+        PrintCloudKeywords();
+        return kExitDone;
+    }
+
+    CCloudPeer peer;
+    if (line.Positional(1, 2).first() == kListen) {
+        line.Positional(1, 1);
+        const SListening listening = ReadListening(line);
+        AwaitHost(peer, line);
+        ListenToHost(peer, listening, OutFolder(line));
+    } else {
+        const SCloudCommand command = ReadCommand(line);
+        AwaitHost(peer, line);
+        Ask(peer, command, OutFolder(line), line.Timeout());
+    }
+    return kExitDone;
+}

@@ -1,0 +1,5 @@
+#pragma once
+
+#include <QStringList>
+
+int RunCloud(const QStringList& arguments);

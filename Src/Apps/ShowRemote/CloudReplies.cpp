@@ -1,0 +1,88 @@
+#include "ShowRemote/CloudReplies.h"
+
+#include "ExternalController/Common/Command.h"
+#include "Interfaces/CloudControl.h"
+#include "ShowRemote/Failure.h"
+#include "ShowRemote/OutFile.h"
+#include "ShowRemote/Terminal.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUuid>
+
+#include <map>
+
+namespace {
+
+struct SRoute {
+    const char* name;
+    const char* file; ///< none: every reply has its own
+};
+
+const std::map<int, SRoute> kRoutes = {
+    {CloudControl::SystemInformation, {"system information", "system-information.json"}},
+    {CloudControl::ProjectData, {"project", "project.json"}},
+    {CloudControl::ClipAndChapterData, {"picture", nullptr}},
+    {CloudControl::PlayLog, {"play log", "play-log.csv"}},
+    {CloudControl::OperationLog, {"operation log", "operation-log.csv"}},
+};
+
+/// The base64 text would fill the terminal.
+void ShowPicture(const QByteArray& message, const QString& outFolder)
+{
+    const QJsonDocument picture = QJsonDocument::fromJson(message);
+    const QString type = picture["type"].toString();
+    const QString idText = picture["id"].toString();
+    const QByteArray bytes = QByteArray::fromBase64(picture["data"].toString().toLatin1());
+    const QUuid id(idText);
+    // They name a file.
+    if ((type != "clip" && type != "chapter" && type != "preview") || (id.isNull() && !idText.isEmpty()))
+        throw CFailure("the reply is no picture");
+    const QString name = id.isNull() ? type : type + '-' + id.toString(QUuid::WithoutBraces);
+    Terminal::PrintLine(QStringLiteral("%1, %2 bytes").arg(name).arg(bytes.size()));
+    if (!outFolder.isEmpty())
+        WriteOutFile(QDir(outFolder).filePath(name + ".jpg"), bytes);
+}
+
+} // namespace
+
+std::vector<int> CloudReplies::RoutesOf(int code)
+{
+    using namespace CloudControl;
+    switch (code) {
+    case Command::SystemInformation:
+        return {SystemInformation};
+    case Command::Logs:
+        return {PlayLog, OperationLog};
+    case Command::Refresh:
+        return {SystemInformation, ClipAndChapterData};
+    case Command::ProjectExport:
+        return {ProjectData}; // the pictures come before it
+    case Command::StagePreviewPush:
+        return {ClipAndChapterData};
+    default:
+        return {};
+    }
+}
+
+int CloudReplies::Show(const QByteArray& frame, const QString& outFolder)
+{
+    const QJsonDocument reply = QJsonDocument::fromJson(frame);
+    const int number = reply["route"].toInt(-1);
+    const auto route = kRoutes.find(number);
+    if (route == kRoutes.end() || !reply["data"].isString())
+        throw CFailure(QStringLiteral("%1 bytes that are no reply").arg(frame.size()));
+
+    const QByteArray data = reply["data"].toString().toUtf8();
+    Terminal::PrintLine(QStringLiteral("<- %1 (route %2)").arg(route->second.name).arg(number));
+    if (!route->second.file) {
+        ShowPicture(data, outFolder);
+        return number;
+    }
+    if (!Terminal::PrintJson(data))
+        Terminal::PrintLine(QString::fromUtf8(data).trimmed());
+    if (!outFolder.isEmpty())
+        WriteOutFile(QDir(outFolder).filePath(route->second.file), data);
+    return number;
+}

@@ -1,0 +1,61 @@
+#include "ExternalController/MsgSender/ProjectExport.h"
+
+#include "ExternalController/Common/HostPath.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/CloudPicture.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/ProgramScheduleModel.h"
+#include "Interfaces/ResourceModel.h"
+#include "Interfaces/SceneMgrModel.h"
+#include "Interfaces/ScreenModel.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+constexpr char kAppName[] = "Zentravox XA Basic";
+
+template <class Send>
+void SendPicture(const Send& send, const char* type, const QUuid& id, const QPixmap& picture)
+{
+    if (!picture.isNull())
+        send(CloudPicture(type, id.toString(QUuid::WithoutBraces), picture));
+}
+
+} // namespace
+
+void ExportProject(const std::function<void(const std::string&)>& sendPicture,
+                   const std::function<void(const std::string&)>& sendProject)
+{
+    CGlobalModel& global = *CGlobalModel::GetInstance();
+    CScreenModel& screens = *CScreenModel::GetInstance();
+    CPlayController& player = *GetPlayController();
+    CResourceModel& resources = *CResourceModel::GetInstance();
+    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
+    const auto project = global.GetZXProject();
+    const QString path = HostPath(project->GetProjectPath());
+    if (path.isEmpty())
+        return;
+
+    for (const CResourceBase& resource : resources.GetAllResNode(false, kEveryResourceType))
+        SendPicture(sendPicture, "clip", resource.GetId(), resource.GetThumbnail());
+    for (const QUuid& groupId : scenes.GetAllSceneGroupId()) {
+        for (const QUuid& sceneId : scenes.GetGroupSceneId(groupId))
+            SendPicture(sendPicture, "chapter", sceneId, scenes.GetSceneImage(groupId, sceneId));
+    }
+
+    const CReply app = {{"App Name", kAppName}, {"App Version", QCoreApplication::applicationVersion()}};
+    const CReply content = {{"Project_Data", app},
+                            {"ScreenData", screens.SaveData()},
+                            {"NormalProgramScheduleData", global.GetNorProgramScheduleModel()->SaveScheduleData()},
+                            {"InsertProgramScheduleData", global.GetInsProgramScheduleModel()->SaveScheduleData()},
+                            {"StageSceneData", player.SaveStageData()},
+                            {"SceneMgrModel", scenes.SaveSceneMgrModel({})},
+                            {"ResourceModel", resources.SaveResourceModel(false, false)}};
+    const CReply message = {{"curProjectPath", path},
+                            {"curProjectName", project->GetProjectName()},
+                            {"type", kEditionName},
+                            {"content", QString::fromUtf8(content.Text())}};
+    sendProject(message.Text().toStdString());
+}

@@ -1,0 +1,118 @@
+#include "ExternalController/MsgSender/SystemInformation.h"
+
+#include "ExternalController/Common/Adapters.h"
+#include "ExternalController/Common/HostPath.h"
+#include "ExternalController/Common/Percent.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "Interfaces/DeviceResource.h"
+#include "Interfaces/GlobalModel.h"
+#include "Interfaces/PerformanceModel.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/SceneMgrModel.h"
+#include "Interfaces/ScreenModel.h"
+
+#include <QHostAddress>
+#include <QHostInfo>
+
+namespace {
+
+/// The play controller's number for a stage that shows nothing.
+constexpr int kStopped = 2;
+/// Of the address that is told; adapters may have longer ones.
+constexpr std::size_t kMacBytes = 6;
+constexpr char kNoAddress[] = "0.0.0.0";
+
+template <class Values, class MakeItem>
+QJsonArray ArrayOf(const Values& values, MakeItem makeItem)
+{
+    QJsonArray array;
+    for (const auto& value : values)
+        array.append(makeItem(value));
+    return array;
+}
+
+QJsonValue DiskObject(const ZXPerformanceData::SDisk& disk)
+{
+    return CReply{
+        {"name", disk.name}, {"total", QString::number(disk.total)}, {"available", QString::number(disk.available)}}
+        .Take();
+}
+
+QJsonValue MemoryObject(const ZXPerformanceData::SMemoryModule& memory)
+{
+    return CReply{{"number", memory.number},
+                  {"space", QString::number(memory.space)},
+                  {"frequency", QString::number(memory.frequency)}}
+        .Take();
+}
+
+QJsonValue ScreenResolution(const std::shared_ptr<const IScreenItem>& screen)
+{
+    const QString resolution = QStringLiteral("%1x%2").arg(screen->GetWidth()).arg(screen->GetHeight());
+    return CReply{{"name", screen->GetName()}, {"resolution", resolution}}.Take();
+}
+
+/// The first IPv4 address that the machine's name stands for.
+QString HostAddress()
+{
+    const QList<QHostAddress> addresses = QHostInfo::fromName(QHostInfo::localHostName()).addresses();
+    for (const QHostAddress& address : addresses) {
+        if (address.protocol() == QAbstractSocket::IPv4Protocol)
+            return address.toString();
+    }
+    return QStringLiteral("-");
+}
+
+/// The first adapter that is up; empty when none is.
+CReply Network()
+{
+    const CAdapters adapters;
+    for (const IP_ADAPTER_INFO* adapter = adapters.First(); adapter; adapter = adapter->Next) {
+        const QString description = QString::fromLatin1(adapter->Description);
+        if (adapter->IpAddressList.IpAddress.String == QLatin1String(kNoAddress))
+            continue;
+        return {{"type", description.contains(QLatin1String("Wi-Fi")) ? "wifi" : "lan"},
+                {"status", "up"},
+                {"ip", HostAddress()},
+                {"subnetMask", adapter->IpAddressList.IpMask.String},
+                {"gateway", adapter->GatewayList.IpAddress.String},
+                {"mac", MacText(*adapter, kMacBytes)}};
+    }
+    return {};
+}
+
+} // namespace
+
+CReply SystemInformation()
+{
+    CGlobalModel& global = *CGlobalModel::GetInstance();
+    CScreenModel& screens = *CScreenModel::GetInstance();
+    CPlayController& player = *GetPlayController();
+    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
+    const auto project = global.GetZXProject();
+    const auto effect = scenes.GetGlobalProperty();
+    const ZXPerformanceData::SSystemInfo machine = global.GetPerformanceModel()->GetSystemInfo();
+    const auto [groupId, sceneId] = scenes.GetCurPlayScene();
+    const bool isStopped = player.GetGlobalPlayState() == kStopped;
+
+    return {{"system", machine.system},
+            {"zentravoxType", kEditionName},
+            {"cpu", QJsonArray{machine.cpu}},
+            {"gpu", QJsonArray{machine.gpu}},
+            {"syncCardConnected", false},
+            {"hardDisk", ArrayOf(machine.disks, DiskObject)},
+            {"memory", ArrayOf(machine.memory, MemoryObject)},
+            {"screens", ArrayOf(screens.GetAllScreen(), ScreenResolution)},
+            {"verticalSynchronization", false},
+            {"gpuDriveVersion", machine.gpuDriverVersion},
+            {"office", machine.office},
+            {"directX", GetDeviceResource()->GetDirectXVersion()},
+            {"version", QString(global.GetAppFormatName() + ' ' + global.GetAppVersion())},
+            {"luminance", effect ? Percent(effect->GetLuminance()) : 0},
+            {"volume", effect && !effect->IsMute() ? Percent(effect->GetVolume()) : 0},
+            {"projectPathLists",
+             ArrayOf(project->GetProjectMgrList(), [](const SProjectMgrNode& node) { return HostPath(node.path); })},
+            {"curProject", HostPath(project->GetProjectPath())},
+            {"curChapterId", isStopped ? QString() : sceneId.toString(QUuid::WithoutBraces)},
+            {"network", Network()}};
+}

@@ -1,0 +1,33 @@
+#include "CloudControl/CloudCommand.h"
+
+#include "ExternalController/Common/Vocabulary.h"
+
+#include <QJsonDocument>
+
+QJsonObject CloudCommand::Read(const QByteArray& frame, QString& refusal)
+{
+    QJsonObject command = QJsonDocument::fromJson(frame).object();
+    if (command.isEmpty()) {
+        refusal = QStringLiteral("no JSON object");
+        return {};
+    }
+    const QJsonValue keyword = command.value(QLatin1String("cmd"));
+    if (!keyword.isString()) {
+        if (!command.value(QLatin1String("cmdType")).isDouble())
+            refusal = QStringLiteral("neither cmd nor cmdType");
+        return refusal.isEmpty() ? command : QJsonObject();
+    }
+    const auto known = CloudControlCmdMap.find(keyword.toString());
+    if (known == CloudControlCmdMap.end()) {
+        refusal = QStringLiteral("an unknown keyword");
+        return {};
+    }
+    command.insert(QLatin1String("cmdType"), known->second);
+    return command;
+}
+
+QString CloudCommand::Reply(int route, const std::string& data)
+{
+    const QJsonObject reply = {{"route", route}, {"data", QString::fromStdString(data)}};
+    return QString::fromUtf8(QJsonDocument(reply).toJson(QJsonDocument::Compact));
+}

@@ -1,0 +1,217 @@
+#include "CloudControl/CloudLink.h"
+
+#include "CloudControl/CloudCommand.h"
+#include "Comm/ChannelEvents.h"
+#include "ExternalController/Common/Vocabulary.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// Of an address that names none.
+constexpr int kPlainPort = 80;
+constexpr int kTlsPort = 443;
+/// Handed to the socket ahead of what it has sent.
+constexpr qint64 kMaxUnsentBytes = 4 << 20;
+
+/// Without the path, in which the password is.
+std::string PeerText(const QUrl& url)
+{
+    return AddressText(url.host().toStdString(),
+                       static_cast<std::uint16_t>(url.port(url.scheme() == kCloudScheme ? kTlsPort : kPlainPort)));
+}
+
+void Tell(SChannelEvent::Kind kind, const QUrl& url, const QString& text)
+{
+    CChannelEvents::GetInstance().Tell({kind, CloudControl::kChannelName, PeerText(url), text.toStdString()});
+}
+
+QString ReasonOf(const QWebSocket& socket)
+{
+    if (!socket.closeReason().isEmpty())
+        return socket.closeReason();
+    return socket.error() == QAbstractSocket::UnknownSocketError ? QStringLiteral("the cloud closed")
+                                                                 : socket.errorString();
+}
+
+void Prepare(QWebSocket& socket, const SCloudControlConfig& config)
+{
+    socket.setMaxAllowedIncomingFrameSize(CloudControl::kMaxCommandBytes);
+    socket.setMaxAllowedIncomingMessageSize(CloudControl::kMaxCommandBytes);
+    QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
+    ssl.setPeerVerifyMode(config.verifiesPeer ? QSslSocket::VerifyPeer : QSslSocket::VerifyNone);
+    if (!config.caFile.empty())
+        ssl.setCaCertificates(QSslCertificate::fromPath(QString::fromStdString(config.caFile)));
+    socket.setSslConfiguration(ssl);
+}
+
+} // namespace
+
+CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
+    : m_outbox(outbox), m_callbacks(std::move(callbacks)), m_socket(QString(), QWebSocketProtocol::VersionLatest, this)
+{
+    m_retry.setSingleShot(true);
+    connect(&m_retry, &QTimer::timeout, this, [this] { Open(); });
+    connect(&m_ping, &QTimer::timeout, this, [this] { Ping(); });
+    connect(&m_socket, &QWebSocket::connected, this, [this] { TakeConnected(); });
+    connect(&m_socket, &QWebSocket::pong, this, [this] { m_hasAnswered = true; });
+    connect(&m_socket, &QWebSocket::bytesWritten, this, [this] { SendWaiting(); });
+    connect(&m_socket, &QWebSocket::textMessageReceived, this,
+            [this](const QString& text) { m_callbacks.received(text.toUtf8()); });
+    connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
+            [this] { Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, passed over"); });
+    // Either or both come, in either order.
+    connect(&m_socket, &QWebSocket::disconnected, this, [this] { TakeEnd(ReasonOf(m_socket)); });
+    connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
+            [this] { TakeEnd(ReasonOf(m_socket)); });
+}
+
+CCloudLink::~CCloudLink()
+{
+    // The socket tells of its end when it is destroyed, and what would hear it is destroyed before it.
+    m_socket.disconnect(this);
+}
+
+void CCloudLink::Connect(const QUrl& url, const SCloudControlConfig& config)
+{
+    m_isWanted = true;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_asked = STarget{url, config};
+    }
+    Wake();
+}
+
+void CCloudLink::Close()
+{
+    m_isWanted = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_asked.emplace(std::nullopt);
+    }
+    Wake();
+}
+
+void CCloudLink::Validate(const QUrl& url, const SCloudControlConfig& config)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_toValidate = STarget{url, config};
+    }
+    Wake();
+}
+
+void CCloudLink::Send()
+{
+    Wake();
+}
+
+void CCloudLink::Wake()
+{
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+}
+
+void CCloudLink::customEvent(QEvent*)
+{
+    std::optional<std::optional<STarget>> asked;
+    std::optional<STarget> toValidate;
+    {
+        const std::lock_guard lock(m_mutex);
+        std::swap(asked, m_asked);
+        std::swap(toValidate, m_toValidate);
+    }
+    if (toValidate)
+        StartValidation(*toValidate);
+    if (asked) {
+        // An end without a target is not followed by another try.
+        m_target.reset();
+        m_retry.stop();
+        m_socket.abort();
+        TakeEnd(QStringLiteral("closed by the host"));
+        m_target = *asked;
+        if (m_target) {
+            m_pauses = CBackOff(m_target->config.firstPause, m_target->config.longestPause);
+            Open();
+        }
+    }
+    SendWaiting();
+}
+
+void CCloudLink::Open()
+{
+    m_isOpen = true;
+    m_hasAnswered = false;
+    // The socket itself would wait for the far end's half of the handshake for ever.
+    m_ping.start(m_target->config.pingPeriod);
+    Prepare(m_socket, m_target->config);
+    m_socket.open(m_target->url);
+}
+
+void CCloudLink::TakeConnected()
+{
+    m_isConnected = true;
+    m_hasAnswered = true;
+    m_pauses.Reset();
+    m_ping.start(m_target->config.pingPeriod);
+    Tell(SChannelEvent::Kind::Connected, m_socket.requestUrl(), {});
+    SendWaiting();
+}
+
+void CCloudLink::TakeEnd(const QString& why)
+{
+    if (!std::exchange(m_isOpen, false))
+        return;
+    m_ping.stop();
+    m_outbox.EndConnection();
+    Tell(std::exchange(m_isConnected, false) ? SChannelEvent::Kind::Closed : SChannelEvent::Kind::Note,
+         m_socket.requestUrl(), why);
+    if (m_target)
+        m_retry.start(m_pauses.Next());
+}
+
+/// A peer that is gone without a word is noticed by its silence.
+void CCloudLink::Ping()
+{
+    if (!std::exchange(m_hasAnswered, false)) {
+        // First, so that this is what is told of the end.
+        TakeEnd("no answer");
+        m_socket.abort();
+        return;
+    }
+    m_socket.ping();
+}
+
+void CCloudLink::SendWaiting()
+{
+    while (m_isConnected && m_socket.bytesToWrite() < kMaxUnsentBytes) {
+        const auto message = m_outbox.Take();
+        if (!message)
+            return;
+        m_socket.sendTextMessage(CloudCommand::Reply(message->route, message->data));
+        if (CChannelEvents::GetInstance().WantsTraffic())
+            Tell(SChannelEvent::Kind::Sent, m_socket.requestUrl(),
+                 QStringLiteral("route %1, %2 bytes").arg(message->route).arg(message->data.size()));
+    }
+}
+
+void CCloudLink::StartValidation(const STarget& target)
+{
+    auto* socket = new QWebSocket(QString(), QWebSocketProtocol::VersionLatest, this);
+    const auto end = [socket, url = target.url](const QString& result) {
+        Tell(SChannelEvent::Kind::Note, url, "login: " + result);
+        socket->disconnect();
+        socket->abort();
+        socket->deleteLater();
+    };
+    connect(socket, &QWebSocket::connected, this, [end] { end("valid"); });
+    connect(socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
+            [end, socket] { end("refused: " + socket->errorString()); });
+    Prepare(*socket, target.config);
+    socket->open(target.url);
+}

@@ -1,0 +1,251 @@
+#include "Devices/SerialPort.h"
+
+#include "Devices/PluggedPort.h"
+#include "Interfaces/DeviceChannels.h"
+#include "Support/EventLog.h"
+#include "Support/Waiting.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include <termios.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr std::size_t kBuffer = 4096;
+
+std::shared_ptr<Comm::RequestPackage> Package(const std::string& bytes)
+{
+    auto package = std::make_shared<Comm::RequestPackage>();
+    package->data = bytes;
+    package->length = bytes.size();
+    return package;
+}
+
+/// A command that tells its number, of that many bytes.
+std::string Command(int number, std::size_t size)
+{
+    std::string text = std::to_string(number) + ' ';
+    text.resize(size - 1, 'x');
+    return text + '\r';
+}
+
+/// Sends so many commands and returns all their bytes.
+template <class Channel>
+std::string SendCommands(Channel send, int count, std::size_t size)
+{
+    std::string all;
+    for (int number = 0; number < count; ++number) {
+        all += Command(number, size);
+        send(Package(Command(number, size)));
+    }
+    return all;
+}
+
+class SerialPortTest : public testing::Test {
+protected:
+    void Open(const std::string& lineSettings = {})
+    {
+        m_serial = std::make_unique<CSerialPort>(kBuffer, lineSettings);
+        m_openedAtOnce = m_serial->Open(m_port.Path());
+    }
+
+    std::string SendCommands(int count, std::size_t size)
+    {
+        return ::SendCommands([this](auto package) { m_serial->Send(std::move(package)); }, count, size);
+    }
+
+    CEventLog m_log;
+    CPluggedPort m_port;
+    std::unique_ptr<CSerialPort> m_serial;
+    bool m_openedAtOnce = false;
+};
+
+} // namespace
+
+TEST_F(SerialPortTest, ABurstOfCommandsArrivesInItsOrder)
+{
+    m_port.Plug();
+    Comm::COMChannel channel(kBuffer, "115200,8,N,1");
+    EXPECT_TRUE(channel.Open(m_port.Path()));
+
+    const std::string sent = ::SendCommands([&](auto package) { channel.AsyncSend(std::move(package)); }, 1000, 24);
+
+    EXPECT_EQ(m_port.Read(sent.size()), sent);
+}
+
+TEST_F(SerialPortTest, EveryByteArrivesAsItIsAndNoneComesBack)
+{
+    m_port.Plug();
+    Open();
+    std::string bytes;
+    for (int byte = 0; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
+
+    m_serial->Send(Package(bytes));
+    m_serial->Send(Package(""));
+    EXPECT_EQ(write(m_port.Descriptor(), "OK\r\n", 4), 4);
+
+    EXPECT_EQ(m_port.Read(bytes.size()), bytes);
+    EXPECT_TRUE(WaitUntil([&] { return m_log.Has("4 bytes: OK\\r\\n"); }));
+    EXPECT_EQ(m_port.ReadAll(), "");
+}
+
+TEST_F(SerialPortTest, TheLineIsDrivenAsTheSettingsSay)
+{
+    m_port.Plug();
+    Open("19200, 8, e, 2, Hardware");
+
+    ASSERT_TRUE(m_openedAtOnce) << m_log.Text();
+    // A pseudo-terminal has no parity, and doesn't say so.
+    termios line{};
+    ASSERT_EQ(tcgetattr(m_port.Descriptor(), &line), 0);
+    EXPECT_EQ(cfgetospeed(&line), speed_t{B19200});
+    EXPECT_TRUE(line.c_cflag & CSTOPB);
+    EXPECT_TRUE(line.c_cflag & CRTSCTS);
+    EXPECT_EQ(m_serial->Settings()->parity, asio::serial_port_base::parity::even);
+}
+
+TEST_F(SerialPortTest, SettingsThatMakeNoSenseAreToldAndOpenNothing)
+{
+    constexpr struct {
+        const char* settings;
+        const char* reason;
+    } kCases[] = {
+        {"fast", "the baud rate must be a number such as 9600, not \"fast\""},
+        {"0", "the baud rate must be a number"},
+        {"9600,9", "the number of data bits must be one of 5, 6, 7, 8, not \"9\""},
+        {"9600,8,X", "the parity must be one of N, O, E, not \"X\""},
+        {"9600,8,N,3", "the number of stop bits must be one of 1, 1.5, 2, not \"3\""},
+        {"9600,8,N,1,RTS", "the flow control must be one of none, hardware, software"},
+        {"9600,8,N,1,none,1", "there are more than five parts"},
+        {"9600,,N", "the number of data bits must be"},
+    };
+    m_port.Plug();
+
+    for (const auto& [settings, reason] : kCases) {
+        Open(settings);
+        m_serial->Send(Package("x"));
+        EXPECT_FALSE(m_openedAtOnce) << settings;
+        EXPECT_THAT(m_log.Text(), HasSubstr(reason));
+    }
+    EXPECT_FALSE(m_log.Has("-> "));
+    Open("9599");
+    EXPECT_FALSE(m_openedAtOnce);
+    EXPECT_THAT(m_log.Text(), HasSubstr("can't open it and keeps trying: baud rate: "));
+}
+
+TEST_F(SerialPortTest, WhatIsNoPortIsToldOnceAndOpenedWhenItIsOne)
+{
+    Open();
+    const std::string sent = SendCommands(3, 10);
+
+    EXPECT_FALSE(m_openedAtOnce);
+    std::this_thread::sleep_for(1200ms); // two more attempts
+    const std::string told = m_log.Text();
+    EXPECT_EQ(told.find("can't open it"), told.rfind("can't open it")) << told;
+    m_port.Plug();
+    EXPECT_EQ(m_port.Read(sent.size()), sent);
+}
+
+TEST_F(SerialPortTest, AQueueThatIsFullRefusesTheCommandAndKeepsTheOthers)
+{
+    constexpr std::size_t kCommand = 1 << 10;
+    Open();
+
+    const std::string sent = SendCommands(1 << 10, kCommand);
+    EXPECT_FALSE(m_log.Has("full"));
+    m_serial->Send(Package("too much"));
+
+    EXPECT_THAT(m_log.Text(), HasSubstr("not sent, the queue is full: 8 bytes: too much"));
+    m_port.Plug();
+    EXPECT_EQ(m_port.Read(sent.size()), sent);
+    m_serial->Send(Package("again"));
+    EXPECT_EQ(m_port.Read(5), "again");
+}
+
+TEST_F(SerialPortTest, CommandsWaitForAPortThatWentAway)
+{
+    m_port.Plug();
+    Open();
+
+    for (int time = 0; time < 2; ++time) {
+        m_port.Unplug();
+        const std::string sent = SendCommands(100, 20);
+        EXPECT_TRUE(WaitUntil([&] { return m_log.Has("keeps trying"); }));
+        m_port.Plug();
+        EXPECT_EQ(m_port.Read(sent.size()), sent);
+    }
+}
+
+TEST_F(SerialPortTest, ACommandThatWasCutByUnpluggingIsWrittenAgainAsAWhole)
+{
+    constexpr std::size_t kCommand = 10000;
+    constexpr int kCommands = 20;
+    m_port.Plug();
+    Open();
+    const std::string sent = SendCommands(kCommands, kCommand);
+    m_port.Read(3 * kCommand); // and as much as the port's own buffer takes is on its way
+
+    m_port.Unplug();
+    m_port.Plug();
+
+    std::string after;
+    const std::string last = Command(kCommands - 1, kCommand);
+    EXPECT_TRUE(WaitUntil([&] {
+        after += m_port.ReadAll();
+        return after.size() >= last.size() && after.compare(after.size() - last.size(), last.size(), last) == 0;
+    }));
+    EXPECT_EQ(after.size() % kCommand, 0U);
+    EXPECT_EQ(after, sent.substr(sent.size() - after.size()));
+}
+
+TEST_F(SerialPortTest, ClosingLosesNothingThatIsQueuedForAHealthyPort)
+{
+    m_port.Plug();
+    Open();
+    std::string received;
+    const std::string sent = SendCommands(1000, 30);
+    std::thread device([&] { received = m_port.Read(sent.size()); });
+
+    m_serial.reset();
+
+    device.join();
+    EXPECT_EQ(received, sent);
+    EXPECT_FALSE(m_log.Has("not sent"));
+}
+
+TEST_F(SerialPortTest, ADeviceThatTakesNothingHoldsUpClosingForAWhileOnly)
+{
+    m_port.Plug();
+    Open();
+    SendCommands(100, 10000);
+
+    const auto begin = std::chrono::steady_clock::now();
+    m_serial.reset();
+
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands are not sent"));
+    m_port.ReadAll();
+    Open();
+    EXPECT_TRUE(m_openedAtOnce);
+    m_serial->Send(Package("next"));
+    EXPECT_EQ(m_port.Read(4), "next");
+}
+
+TEST_F(SerialPortTest, ClosingAPortThatIsNotThereWaitsForNothing)
+{
+    Open();
+    SendCommands(5, 10);
+
+    const auto begin = std::chrono::steady_clock::now();
+    m_serial.reset();
+
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 1500ms);
+    EXPECT_THAT(m_log.Text(), HasSubstr("5 commands are not sent"));
+}

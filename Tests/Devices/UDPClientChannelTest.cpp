@@ -1,0 +1,110 @@
+#include "Interfaces/DeviceChannels.h"
+
+#include "Support/EventLog.h"
+
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr std::size_t kBuffer = 512;
+constexpr std::uint16_t kLocalPort = 25168;
+constexpr char kLocalIp[] = "127.0.0.73";
+constexpr char kDeviceIp[] = "127.0.0.74";
+
+/// A device, from which can be read what the loopback has brought.
+class CUdpDevice {
+public:
+    CUdpDevice() : m_socket(m_context, {asio::ip::make_address_v4(kDeviceIp), 0}) {}
+
+    std::uint16_t Port() const { return m_socket.local_endpoint().port(); }
+
+    /// The next datagram, and behind it where it comes from.
+    std::string Receive()
+    {
+        std::string datagram(70000, '\0');
+        asio::ip::udp::endpoint from;
+        datagram.resize(m_socket.receive_from(asio::buffer(datagram), from));
+        return datagram + " from " + from.address().to_string() + ':' + std::to_string(from.port());
+    }
+
+    bool IsQuiet() const { return m_socket.available() == 0; }
+
+private:
+    asio::io_context m_context;
+    asio::ip::udp::socket m_socket;
+};
+
+} // namespace
+
+TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirOwnDevices)
+{
+    CUdpDevice lights;
+    CUdpDevice curtain;
+    Comm::UDPClientChannel first(kBuffer);
+    auto second = std::make_unique<Comm::UDPClientChannel>(kBuffer);
+    ASSERT_TRUE(first.Init(kLocalIp, kLocalPort));
+    ASSERT_TRUE(second->Init(kLocalIp, kLocalPort));
+
+    EXPECT_TRUE(first.SendTo("PWR ON", kDeviceIp, lights.Port()));
+    EXPECT_TRUE(second->SendTo(std::string("a\0b", 3), kDeviceIp, curtain.Port()));
+    second.reset();
+    EXPECT_TRUE(first.SendTo(std::string(60000, 'x'), kDeviceIp, curtain.Port()));
+
+    EXPECT_EQ(lights.Receive(), "PWR ON from 127.0.0.73:25168");
+    EXPECT_EQ(curtain.Receive(), std::string("a\0b", 3) + " from 127.0.0.73:25168");
+    EXPECT_EQ(curtain.Receive(), std::string(60000, 'x') + " from 127.0.0.73:25168");
+}
+
+TEST(UDPClientChannelTest, WithoutALocalAddressItSendsFromWhereTheDeviceIsReached)
+{
+    CUdpDevice device;
+    Comm::UDPClientChannel channel(kBuffer);
+
+    ASSERT_TRUE(channel.Init({}, kLocalPort));
+    EXPECT_TRUE(channel.SendTo("x", kDeviceIp, device.Port()));
+
+    EXPECT_THAT(device.Receive(), testing::EndsWith(":25168"));
+}
+
+TEST(UDPClientChannelTest, WhatCannotBeSentIsToldAndHarmsNothing)
+{
+    CEventLog log;
+    CUdpDevice device;
+    Comm::UDPClientChannel channel(kBuffer);
+    EXPECT_FALSE(channel.SendTo("too early", kDeviceIp, device.Port()));
+    ASSERT_TRUE(channel.Init(kLocalIp, kLocalPort));
+
+    for (const char* address : {"", "projector", "127.0.0.74.1", "127.1", "::1", "0127.0.0.74", " 127.0.0.74"})
+        EXPECT_FALSE(channel.SendTo("x", address, device.Port())) << address;
+    EXPECT_FALSE(channel.SendTo("x", kDeviceIp, 0));
+    EXPECT_FALSE(channel.SendTo(std::string(70000, 'x'), kDeviceIp, device.Port()));
+
+    const std::string told = log.Text();
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 10) << told;
+    EXPECT_THAT(told, HasSubstr("UDP device 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
+    EXPECT_THAT(told, HasSubstr("70000 bytes not sent: Message too long"));
+    EXPECT_TRUE(device.IsQuiet());
+    EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.Port()));
+    EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25168");
+}
+
+TEST(UDPClientChannelTest, ALocalPortThatSomebodyKeepsToHimselfIsTold)
+{
+    CEventLog log;
+    asio::io_context context;
+    const asio::ip::udp::socket other(context, {asio::ip::make_address_v4(kLocalIp), 0});
+    const std::uint16_t port = other.local_endpoint().port();
+    Comm::UDPClientChannel channel(kBuffer);
+
+    EXPECT_FALSE(channel.Init(kLocalIp, port));
+    EXPECT_FALSE(channel.Init("nowhere", port));
+
+    EXPECT_THAT(log.Text(), HasSubstr("can't use local port " + std::to_string(port) + ": Address already in use"));
+}

@@ -1,0 +1,311 @@
+#!/usr/bin/python3
+"""The cloud service as a stranger would write it: login, commands and replies, and a service that misbehaves."""
+
+import base64
+import hashlib
+import json
+import os
+import select
+import signal
+import socket
+import ssl
+import struct
+import subprocess
+import unittest
+import urllib.parse
+
+from Support import PATIENCE, Folder, ShowHost, environment, showhost_command, showremote, wait_until
+
+CLOUD_PORT = 25511
+PATH = "/VexorWebSocket/websocket/chat?username="
+SYSTEM_INFORMATION, PROJECT, PICTURE, PLAY_LOG, OPERATION_LOG = range(5)
+TEXT, BINARY, CLOSE, PING, PONG = 1, 2, 8, 9, 10
+
+HOST, CLOUD, OTHER_CLOUD = "127.0.0.82", "127.0.0.83", "127.0.0.84"
+
+
+class HostLink:
+    """The connection of one host, from the service's side (RFC 6455)."""
+
+    def __init__(self, connection):
+        self.socket = connection
+        self._bytes = connection.makefile("rb")
+        self.path = self._bytes.readline().split()[1].decode()
+        headers = dict(line.split(": ", 1) for line in iter(lambda: self._bytes.readline().decode().rstrip(), ""))
+        key = {name.lower(): value for name, value in headers.items()}["sec-websocket-key"]
+        accept = hashlib.sha1(key.encode() + b"258EAFA5-E914-47DA-95CA-C5AB0DC85B11").digest()
+        self.socket.sendall(b"HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                            b"Sec-WebSocket-Accept: " + base64.b64encode(accept) + b"\r\n\r\n")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        self._bytes.close()
+        self.socket.close()
+
+    def send_frame(self, opcode, payload):
+        # A length in more bytes than it needs is refused; none of these frames is longer.
+        self.socket.sendall(struct.pack(">BB", 0x80 | opcode, len(payload)) + payload)
+
+    def send(self, **command):
+        self.send_frame(TEXT, json.dumps(command).encode())
+
+    def receive_frame(self):
+        """The next frame's type and payload, or None when the host has closed."""
+        opcode = None
+        payload = b""
+        final = False
+        while not final:
+            header = self._bytes.read(2)
+            if len(header) < 2:
+                return None
+            final = header[0] & 0x80
+            opcode = opcode or header[0] & 0x0f
+            length = header[1] & 0x7f
+            if length > 125:
+                length = int.from_bytes(self._bytes.read(2 if length == 126 else 8), "big")
+            mask = self._bytes.read(4)
+            part = self._bytes.read(length)
+            payload += unmask(part, mask)
+        return opcode, payload
+
+    def receive(self):
+        """The next reply's route and data."""
+        frame = self.receive_frame()
+        while frame and frame[0] == PING:
+            self.send_frame(PONG, frame[1])
+            frame = self.receive_frame()
+        if not frame or frame[0] != TEXT:
+            return None
+        reply = json.loads(frame[1])
+        return reply["route"], reply["data"]
+
+
+def unmask(part, mask):
+    key = int.from_bytes((mask * (len(part) // 4 + 1))[:len(part)], "big")
+    return (int.from_bytes(part, "big") ^ key).to_bytes(len(part), "big")
+
+
+class Cloud:
+    """The service, which the host connects to."""
+
+    def __init__(self, address=CLOUD, context=None):
+        self._context = context
+        self._listener = socket.create_server((address, CLOUD_PORT))
+        self._listener.settimeout(PATIENCE)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._listener.close()
+
+    def is_called_within(self, seconds):
+        return bool(select.select([self._listener], [], [], seconds)[0])
+
+    def accept_socket(self):
+        connection, _ = self._listener.accept()
+        connection.settimeout(PATIENCE)
+        return connection
+
+    def accept(self):
+        connection = self.accept_socket()
+        return HostLink(self._context.wrap_socket(connection, server_side=True) if self._context else connection)
+
+
+class ServedTest(unittest.TestCase):
+    """One host, one service, a connection of its own for each test."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(Folder())
+        cls.cloud = cls.enterClassContext(Cloud())
+        cls.host = cls.enterClassContext(
+            ShowHost(HOST, folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"))
+
+    def setUp(self):
+        self.link = self.enterContext(self.cloud.accept())
+
+    def test_without_login_data_the_demo_logs_in(self):
+        self.assertEqual(self.link.path, PATH + "demo&password=demo")
+        self.assertFalse(any("password=" in line for line in self.host.lines))
+
+    def test_refresh_brings_the_system_and_then_a_picture_of_the_stage(self):
+        self.link.send(cmd="refresh")
+
+        route, data = self.link.receive()
+        self.assertEqual(route, SYSTEM_INFORMATION)
+        self.assertEqual(json.loads(data)["zentravoxType"], "ZentravoxXA")
+        route, data = self.link.receive()
+        self.assertEqual(route, PICTURE)
+        picture = json.loads(data)
+        self.assertEqual((picture["type"], picture["id"]), ("preview", ""))
+        self.assertEqual(base64.b64decode(picture["data"])[:3], b"\xff\xd8\xff")
+
+    def test_the_logs_come_as_two_tables(self):
+        self.link.send(cmd="downLoadLog")
+
+        tables = [self.link.receive() for _ in range(2)]
+        self.assertEqual([route for route, _ in tables], [PLAY_LOG, OPERATION_LOG])
+        for (_, table), columns in zip(tables, (7, 5)):
+            self.assertEqual(len(table.split("\n")[0].split(",")), columns, table)
+
+    def test_an_export_brings_pictures_and_then_the_project(self):
+        self.link.send(cmdType=0x19)
+
+        replies = [self.link.receive()]
+        while replies[-1][0] == PICTURE:
+            replies.append(self.link.receive())
+        kinds = [json.loads(data)["type"] for _, data in replies[:-1]]
+        self.assertEqual(kinds, sorted(kinds, key=["clip", "chapter"].index))
+        self.assertEqual(set(kinds), {"clip", "chapter"})
+        self.assertEqual(replies[-1][0], PROJECT)
+        project = json.loads(replies[-1][1])
+        self.assertEqual(project["curProjectName"], "Opening gala")
+        self.assertIn("SceneMgrModel", json.loads(project["content"]))
+
+    def test_the_host_carries_commands_out(self):
+        self.link.send(cmd="globalVolume", param=41)
+        self.link.send(cmd="refresh")
+
+        self.assertEqual(json.loads(self.link.receive()[1])["volume"], 41)
+
+    def test_what_is_no_command_is_passed_over(self):
+        for opcode, payload in ((TEXT, b"{"), (TEXT, b"[1]"), (TEXT, b'{"cmd": "no such"}'), (BINARY, b'{"cmdType": 25}')):
+            self.link.send_frame(opcode, payload)
+        self.link.send(cmd="downLoadLog")
+
+        self.assertEqual(self.link.receive()[0], PLAY_LOG)
+
+    def test_what_is_too_long_or_broken_ends_the_connection_alone(self):
+        too_long = struct.pack(">BBQ", 0x80 | TEXT, 127, 1 << 40)
+        link = self.link
+        for data in (too_long + b"x" * 100, b"\xff" * 20, struct.pack(">BB", 0x80 | TEXT, 2) + b"\xff\xff"):
+            link.socket.sendall(data)
+            frame = link.receive_frame()
+            self.assertTrue(frame is None or frame[0] == CLOSE, data[:20])
+            link.close()
+            link = self.enterContext(self.cloud.accept())
+        link.send(cmd="downLoadLog")
+
+        self.assertEqual(link.receive()[0], PLAY_LOG)
+
+    def test_a_new_connection_gets_nothing_of_an_export_that_was_cut_off(self):
+        self.link.send(cmdType=0x19)
+        self.link.receive()
+        self.link.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        self.link.close()
+        with self.cloud.accept() as link:
+            link.send(cmd="downLoadLog")
+
+            self.assertEqual(link.receive()[0], PLAY_LOG)
+
+
+class ProcessTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = self.enterContext(Folder())
+
+    def settings(self, **cloud):
+        file = self.folder / "settings.json"
+        file.write_text(json.dumps({"cloudSupport": True, "cloud": {"url": f"ws://{CLOUD}:{CLOUD_PORT}", **cloud}}))
+        return file
+
+    def start(self, *options):
+        return ShowHost(HOST, self.folder / "state", *options)
+
+    def test_the_login_is_percent_encoded_and_a_broken_password_is_empty(self):
+        user = "B\u00fchne 1&2=%1+/?#"
+        settings = self.settings(user=user, account="x", encryptedPassword="bm8gY2lwaGVy")
+        with Cloud() as cloud, self.start("--settings", settings), cloud.accept() as link:
+            self.assertEqual(link.path, PATH + urllib.parse.quote(user, safe="") + "&password=")
+
+    def test_without_all_of_the_login_data_nobody_is_called(self):
+        with Cloud() as cloud, self.start("--settings", self.settings(user="somebody", encryptedPassword="bm8=")):
+            self.assertFalse(cloud.is_called_within(1))
+
+    def test_the_host_ends_while_the_cloud_says_nothing(self):
+        with Cloud() as cloud:
+            with self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"):
+                with cloud.accept_socket():
+                    # It is given up, and another try comes.
+                    cloud.accept_socket().close()
+
+    def test_a_reboot_ends_the_host_with_a_code_of_its_own(self):
+        with Cloud() as cloud:
+            host = self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}")
+            with cloud.accept() as link:
+                link.send(cmd="reboot")
+
+                self.assertEqual(host.ended(), 3)
+                self.assertTrue(any(line.endswith("host: asked to restart") for line in host.lines))
+
+    def test_only_a_certificate_that_is_known_is_trusted(self):
+        certificate, key = self.folder / "cloud.pem", self.folder / "key.pem"
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=cloud",
+                        "-addext", f"subjectAltName=IP:{CLOUD}", "-keyout", key, "-out", certificate],
+                       check=True, capture_output=True)
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(certificate, key)
+        url = f"wss://{CLOUD}:{CLOUD_PORT}"
+        with Cloud(context=context) as cloud, self.start("--cloud", url) as host:
+            self.assertRaises((OSError, IndexError), cloud.accept)
+            host.wait_for_line(lambda line: "certificate" in line, "the refusal")
+        settings = self.settings(caFile=str(certificate))
+        with Cloud(context=context) as cloud, self.start("--cloud", url, "--settings", settings):
+            with cloud.accept() as link:
+                self.assertEqual(link.path, PATH + "demo&password=demo")
+
+    def test_an_address_that_is_none_is_told(self):
+        for url in ("http://127.0.0.83", "ws://", "cloud"):
+            result = subprocess.run(showhost_command(HOST, self.folder / "state", "--cloud", url), capture_output=True,
+                                    encoding="utf-8", timeout=PATIENCE, env=environment())
+            self.assertEqual(result.returncode, 2, url)
+            self.assertIn(url, result.stderr)
+
+
+class ShowRemoteTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(Folder())
+        cls.host = cls.enterClassContext(
+            ShowHost(HOST, folder / "state", "--cloud", f"ws://{OTHER_CLOUD}:{CLOUD_PORT}"))
+
+    def test_replies_are_shown_and_kept(self):
+        with Folder() as folder:
+            for command in ("0x16", "downLoadLog", "0x19", "0x189"):
+                result = showremote("cloud", "--listen", OTHER_CLOUD, "--out", folder, command)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                self.assertIn(" as demo\n", result.stdout)
+                self.assertNotIn("password", result.stdout)
+
+            names = {file.name for file in folder.iterdir()}
+            self.assertLessEqual({"system-information.json", "play-log.csv", "operation-log.csv", "project.json",
+                                  "preview.jpg"}, names)
+            self.assertTrue(any(name.startswith("chapter-") for name in names))
+
+    def test_a_command_that_brings_no_reply_ends_when_the_host_has_it(self):
+        result = showremote("cloud", "--listen", OTHER_CLOUD, "globalVolume", '{"param": 7}')
+
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.host.wait_for_line(lambda line: "cloud <- 261" in line, "the command")
+
+    def test_listening_ends_by_ctrl_c_and_by_time(self):
+        process = subprocess.Popen([os.environ["SHOWREMOTE"], "cloud", "--listen", OTHER_CLOUD, "listen"],
+                                   stdout=subprocess.PIPE, encoding="utf-8", env=environment())
+        with process:
+            wait_until(lambda: process.stdout.readline().startswith("listening"), "that it listens")
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(PATIENCE), 0)
+        self.assertEqual(showremote("cloud", "--listen", OTHER_CLOUD, "--seconds", 0.2, "listen").returncode, 0)
+
+    def test_wrong_usage_is_told(self):
+        for arguments in (("no-such-keyword",), ("refresh", "[]"), ("--cert", "x", "refresh"), ()):
+            self.assertEqual(showremote("cloud", *arguments).returncode, 2, arguments)
+
+
+if __name__ == "__main__":
+    unittest.main()

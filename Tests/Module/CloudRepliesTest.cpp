@@ -1,0 +1,127 @@
+#include "Support/SenderTest.h"
+
+#include "ExternalController/MsgSender/LogTables.h"
+#include "ExternalController/MsgSender/ProjectDataMsgSender.h"
+#include "ExternalController/MsgSender/StageMsgSender.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <string>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr int kFromCloud = 0x1000;
+
+QJsonObject DataOf(const SChannelCall& call)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(call.text)).object();
+}
+
+/// "2 clip #7" of a picture, the route alone of anything else.
+std::vector<std::string> Kinds(const std::vector<SChannelCall>& calls)
+{
+    std::vector<std::string> kinds;
+    for (const SChannelCall& call : calls) {
+        const QJsonObject data = DataOf(call);
+        const bool isJpeg = QByteArray::fromBase64(data["data"].toString().toLatin1()).startsWith("\xff\xd8\xff");
+        kinds.push_back(std::to_string(call.number) +
+                        (isJpeg ? ' ' + (data["type"].toString() + ' ' + data["id"].toString()).toStdString() : ""));
+    }
+    return kinds;
+}
+
+std::string Picture(const char* type, int id)
+{
+    return std::string("2 ") + type + ' ' + IdText(id).toStdString();
+}
+
+} // namespace
+
+class CloudRepliesTest : public SenderTest {
+protected:
+    std::vector<SChannelCall> AskProject(int code)
+    {
+        return Ask<CProjectDataMsgSender>(code, {{"cmdType", code}}, kFromCloud);
+    }
+};
+
+TEST(LogTablesTest, RecordsStandInLinesAsTheyAre)
+{
+    const SPlayRecord film = {0, "00:01:30", "10:00", "10:01", "00:01:00", "Sea, and sails"};
+    SPlayRecord unknown = film;
+    unknown.fileType = 28;
+    unknown.fileName = QString::fromUtf8("Ouvertüre");
+    SPlayRecord slides = film;
+    slides.fileType = 8;
+    const SOPRecord remote = {"10:00", "Scene", "Play", "row 1, column 2", 4};
+    SOPRecord nobody = remote;
+    nobody.source = 9;
+
+    EXPECT_EQ(PlayLogTable({film, unknown, slides}),
+              "LogUI_Serial Number,LogUI_File Name,LogUI_File Type,LogUI_File Duration,LogUI_Start Time,"
+              "LogUI_End Time,LogUI_Play Duration\n"
+              "1,Sea, and sails,Video,00:01:30,10:00,10:01,00:01:00\n"
+              "2,Ouvertüre,,00:01:30,10:00,10:01,00:01:00\n"
+              "3,Sea, and sails,PPT,00:01:30,10:00,10:01,00:01:00\n");
+    EXPECT_EQ(OperationLogTable({remote, nobody}),
+              "LogUI_Serial Number,LogUI_Time,LogUI_Module,LogUI_Function,LogUI_Describe\n"
+              "1,10:00,Scene,Play,CloudControl,row 1, column 2\n"
+              "2,10:00,Scene,Play,row 1, column 2\n");
+}
+
+TEST_F(CloudRepliesTest, AnExportSendsPicturesOfClipsThenOfChaptersAndThenTheProject)
+{
+    const SResource first = MakeResource(11, 2);
+    const SResource second = MakeResource(12, 2);
+    LoadShow(
+        {MakeProject(1, {MakeGroup(2, {MakeScene(3), MakeScene(4)}), MakeGroup(5, {MakeScene(6)})}, {first, second})});
+    EXPECT_THAT(AskProject(25), IsEmpty()) << "a project without a file";
+
+    HostModels::Show().Change([](SShow& show) { show.file = "/shows/Gala.zxc"; });
+    const std::vector<SChannelCall> calls = AskProject(25);
+
+    EXPECT_THAT(Kinds(calls), ElementsAre(Picture("clip", 11), Picture("clip", 12), Picture("chapter", 3),
+                                          Picture("chapter", 4), Picture("chapter", 6), "1"));
+    const QJsonObject project = DataOf(calls.back());
+    EXPECT_EQ(project["curProjectPath"].toString(), "\\shows\\Project 1.zxc");
+    EXPECT_EQ(project["curProjectName"].toString(), "Project 1");
+    EXPECT_EQ(project["type"].toString(), "ZentravoxXA");
+    const QJsonObject content = QJsonDocument::fromJson(project["content"].toString().toUtf8()).object();
+    EXPECT_EQ(content.keys(), (QStringList{"InsertProgramScheduleData", "NormalProgramScheduleData", "Project_Data",
+                                           "ResourceModel", "SceneMgrModel", "ScreenData", "StageSceneData"}));
+}
+
+TEST_F(CloudRepliesTest, TheSystemTellsTheShowItPlays)
+{
+    LoadStage({});
+    HostModels::Show().Change([](SShow& show) {
+        show.effect.luminance = 0.25F;
+        show.effect.volume = 0.5F;
+    });
+    const QJsonObject playing = DataOf(AskProject(22).at(0));
+    EXPECT_EQ(playing["zentravoxType"].toString(), "ZentravoxXA");
+    EXPECT_EQ(playing["luminance"].toInt(), 25);
+    EXPECT_EQ(playing["volume"].toInt(), 50);
+    EXPECT_EQ(playing["curChapterId"].toString(), IdText(3));
+    EXPECT_EQ(playing["cpu"].toArray().size(), 1);
+
+    HostModels::Show().Change([](SShow& show) {
+        show.effect.mute = true;
+        show.playback.globalState = SPlayback::Stopped;
+    });
+    const QJsonObject stopped = DataOf(AskProject(22).at(0));
+    EXPECT_EQ(stopped["volume"].toInt(-1), 0);
+    EXPECT_EQ(stopped["curChapterId"].toString("none"), "");
+}
+
+TEST_F(CloudRepliesTest, ThePreviewOfTheStageHasNoId)
+{
+    LoadStage({});
+
+    EXPECT_THAT(Kinds(Ask<CStageMsgSender>(393, {}, kFromCloud)), ElementsAre("2 preview "));
+}

@@ -1,0 +1,345 @@
+#include "Support/ControllerTest.h"
+
+#include "ExternalController/MsgSender/ExControlDevMsgSender.h"
+#include "HostModels/JsonFile.h"
+#include "Interfaces/PlayController.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonArray>
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <thread>
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+
+namespace {
+
+const QUuid kLights("{75abf6a9-add1-4262-84c2-217f41365491}");
+const QUuid kCurtain("{a64ab059-cad4-4f84-835c-c78571676010}");
+const QUuid kOn("{36a6ddef-2d1b-4c35-a2c3-dd4e729dda12}");
+const QUuid kOff("{c5ed065c-838b-4c7c-a29d-4ebc723b4b4c}");
+const QUuid kUnknown("{1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13}");
+const QUuid kGroup("{8be9601c-eb52-460a-b60a-0d9ef9192494}");
+const QUuid kScene("{ad4edfdd-4e34-44b5-bcb3-2c9066d66f5e}");
+
+QJsonArray Commands(const char* on, const char* off, const char* format = "text")
+{
+    return {QJsonObject{{"CmdId", kOn.toString()}, {"Data", on}, {"Format", format}},
+            QJsonObject{{"CmdId", kOff.toString()}, {"Data", off}, {"Format", format}}};
+}
+
+QJsonObject Lights(int port = 7001, const QJsonArray& commands = Commands("PWR ON", "PWR OFF"))
+{
+    return {
+        {"DevId", kLights.toString()}, {"Type", "udp"}, {"Ip", "10.0.0.20"}, {"Port", port}, {"Commands", commands}};
+}
+
+QJsonObject Curtain(const char* portName = "COM3", const QJsonArray& commands = Commands("OPEN", "CLOSE"))
+{
+    return {{"DevId", kCurtain.toString()},
+            {"Type", "serial"},
+            {"PortName", portName},
+            {"LineSettings", "19200,7,E,2"},
+            {"Commands", commands}};
+}
+
+CallMatcher Call(const char* name, const std::string& text, const std::string& ip = {}, int port = 0, int number = 0)
+{
+    return AllOf(Field("name", &SChannelCall::name, name), Field("text", &SChannelCall::text, text),
+                 Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
+                 Field("number", &SChannelCall::number, number));
+}
+
+CallMatcher Datagram(const std::string& bytes, int port = 7001)
+{
+    return Call("Udp.SendTo", bytes, "10.0.0.20", port);
+}
+
+CallMatcher Written(const std::string& bytes, const std::string& portName = "COM3")
+{
+    const auto carries = [bytes](const SChannelCall& call) { return call.package && call.package->data == bytes; };
+    return AllOf(Call("Com.AsyncSend", portName), testing::Truly(carries));
+}
+
+class DevicesTest : public ControllerTest {
+protected:
+    DevicesTest() { Load({Lights(), Curtain()}); }
+
+    ~DevicesTest() override
+    {
+        HostModels::Devices().Load({});
+        HostModels::Show().Load({});
+    }
+
+    void Load(const QJsonArray& devices)
+    {
+        KeepJsonObject(m_file, {{"ExControlDevData", devices}});
+        HostModels::Devices().Load(m_file);
+    }
+
+    static void Put(const QJsonObject& device) { HostModels::Devices().Put(ReadDevice({"test", device})); }
+
+    void Write(const QByteArray& text)
+    {
+        QFile file(m_file);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+
+    /// The sender with its channels open; the calls of that are forgotten.
+    CExControlDevMsgSender& Sender()
+    {
+        m_sender = std::make_unique<CExControlDevMsgSender>();
+        RecordingChannels::ForgetCalls();
+        return *m_sender;
+    }
+
+    QTemporaryDir m_folder;
+    const QString m_file = m_folder.filePath("Devices.json");
+    std::unique_ptr<CExControlDevMsgSender> m_sender;
+};
+
+/// The scene's commands are these.
+void LoadScene(const std::vector<SSceneExControlCmd>& commands)
+{
+    auto properties = std::make_shared<SSceneProperties>();
+    properties->id = kScene;
+    properties->exControlCmds = commands;
+    SScene scene;
+    scene.node = CSceneNode(std::move(properties));
+    SSceneGroup group;
+    group.id = kGroup;
+    group.Add(std::move(scene));
+    SProject project;
+    project.Add(std::move(group));
+    SShow show;
+    show.projects.push_back(std::make_shared<const SProject>(std::move(project)));
+    HostModels::Show().Load(std::move(show));
+}
+
+SSceneExControlCmd Trigger(int type, const QUuid& device, const QUuid& command)
+{
+    SSceneExControlCmd entry;
+    entry.devId = device;
+    entry.cmdId = command;
+    entry.nTriggerType = type;
+    return entry;
+}
+
+void StartScene(const QUuid& scene = kScene)
+{
+    emit GetPlayController()->signalSceneStartExControl(kGroup, scene);
+}
+
+void EndScene()
+{
+    emit GetPlayController()->signalSceneEndExControl(kGroup, kScene);
+}
+
+} // namespace
+
+TEST_F(DevicesTest, EachDeviceOfTheFileGetsItsChannelAndGivesItBackInTheEnd)
+{
+    m_sender = std::make_unique<CExControlDevMsgSender>();
+
+    EXPECT_THAT(RecordingChannels::Calls(),
+                ElementsAre(Call("Udp.Create", "", "", 0, 512), Call("Udp.Init", "", "", 25168),
+                            Call("Com.Create", "19200,7,E,2", "", 0, 4096), Call("Com.Open", "COM3")));
+    RecordingChannels::ForgetCalls();
+    m_sender.reset();
+    EXPECT_THAT(RecordingChannels::CallNames(), testing::UnorderedElementsAre("Udp.Destroy", "Com.Destroy"));
+}
+
+TEST_F(DevicesTest, AFileThatSaysNothingOpensNothing)
+{
+    for (const char* text : {"", "{", "[]", "{}", R"({"ExControlDevData": {}})", R"({"Devices": [{"DevId": "x"}]})",
+                             R"({"ExControlDevData": [5, {}, {"DevId": 5}, {"DevId": "no id"}]})",
+                             R"({"ExControlDevData": [{"DevId": "{1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13}"}]})"}) {
+        Write(text);
+        const CExControlDevMsgSender sender;
+        EXPECT_THAT(RecordingChannels::Calls(), IsEmpty()) << text;
+    }
+    QFile::remove(m_file);
+    EXPECT_NO_THROW(CExControlDevMsgSender());
+    QDir().mkpath(m_file); // exists, and can't be read
+    EXPECT_NO_THROW(CExControlDevMsgSender());
+    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+}
+
+TEST_F(DevicesTest, OneBadDeviceDoesNotKeepTheOthersFromTheirChannels)
+{
+    Write("{\"ExControlDevData\": [{\"DevId\": \"\xff\"}, {\"DevId\": \"" + kLights.toByteArray() + "\"}]}");
+
+    Sender().SendExControlCmd(kLights, kOn);
+
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram("PWR ON")));
+}
+
+TEST_F(DevicesTest, TextGoesOutInUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Bytes)
+{
+    constexpr struct {
+        const char* data;
+        const char* format;
+        const char* payload;
+    } kCases[] = {
+        {"PWR ON", "text", "PWR ON"},
+        {"PWR ON", "hexadecimal text", "505752204f4e"},
+        {"AB", "hexadecimal text", "4142"},
+        {"B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r", "text", "B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r"},
+        {"B\xC3\xBChne\r", "hexadecimal text", "42fc686e650d"},
+    };
+    CExControlDevMsgSender& sender = Sender();
+
+    for (const auto& [data, format, payload] : kCases) {
+        Put(Lights(7001, Commands(data, "-", format)));
+        Put(Curtain("COM3", Commands(data, "-", format)));
+        RecordingChannels::ForgetCalls();
+        sender.SendExControlCmd(kLights, kOn);
+        sender.SendExControlCmd(kCurtain, kOn);
+        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram(payload), Written(payload))) << data;
+    }
+}
+
+TEST_F(DevicesTest, ASerialCommandIsAFreshPackageWithEveryField)
+{
+    using namespace std::chrono;
+    const auto milliseconds = [] { return steady_clock::now().time_since_epoch() / std::chrono::milliseconds(1); };
+    CExControlDevMsgSender& sender = Sender();
+    const auto before = milliseconds();
+
+    sender.SendExControlCmd(kCurtain, kOn);
+    sender.SendExControlCmd(kCurtain, kOn);
+
+    const std::vector<SChannelCall> sent = RecordingChannels::Calls();
+    ASSERT_EQ(sent.size(), 2U);
+    EXPECT_NE(sent[0].package, sent[1].package);
+    const Comm::RequestPackage& package = *sent[0].package;
+    EXPECT_GE(package.sendStamp, before);
+    EXPECT_LE(package.sendStamp, milliseconds());
+    EXPECT_EQ(package.length, 4U);
+    EXPECT_EQ(package.flag, 1);
+    EXPECT_EQ(package.value, 100U);
+    EXPECT_THAT(package.furtherValues, ElementsAre(0U, 0U));
+    EXPECT_NE(package.createdMonotonic, 0);
+    EXPECT_NE(package.createdWallClock, 0);
+}
+
+TEST_F(DevicesTest, AnUpdateClosesTheOldChannelBeforeItOpensTheNewOne)
+{
+    CExControlDevMsgSender& sender = Sender();
+    Put(Lights(7002));
+    Put(Curtain("COM4"));
+
+    sender.UpdateExControlDev(kLights);
+    sender.UpdateExControlDev(kCurtain);
+
+    EXPECT_THAT(RecordingChannels::Calls(),
+                ElementsAre(Call("Udp.Destroy", ""), Call("Udp.Create", "", "", 0, 512),
+                            Call("Udp.Init", "", "", 25168), Call("Com.Destroy", "COM3"),
+                            Call("Com.Create", "19200,7,E,2", "", 0, 4096), Call("Com.Open", "COM4")));
+    RecordingChannels::ForgetCalls();
+    sender.SendExControlCmd(kLights, kOff);
+    sender.SendExControlCmd(kCurtain, kOff);
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram("PWR OFF", 7002), Written("CLOSE", "COM4")));
+}
+
+TEST_F(DevicesTest, ADeletedDeviceGetsNothingUntilItIsCreatedAgain)
+{
+    CExControlDevMsgSender& sender = Sender();
+
+    for (const QUuid& device : {kLights, kCurtain}) {
+        sender.DelExControlDev(device);
+        RecordingChannels::ForgetCalls();
+        sender.SendExControlCmd(device, kOn);
+        sender.DelExControlDev(device);
+        EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+        sender.CreateExControlDev(device);
+        sender.SendExControlCmd(device, kOn);
+        EXPECT_EQ(RecordingChannels::Outgoing().size(), 1U);
+    }
+}
+
+TEST_F(DevicesTest, WhatIsNotKnownIsPassedOverInSilence)
+{
+    CExControlDevMsgSender& sender = Sender();
+    QJsonObject late = Lights();
+    late["DevId"] = kUnknown.toString();
+
+    sender.SendExControlCmd(kLights, kUnknown);
+    sender.SendExControlCmd(kLights, {});
+    sender.SendExControlCmd({}, kOn);
+    sender.CreateExControlDev(kUnknown);
+    sender.UpdateExControlDev(kUnknown);
+    sender.DelExControlDev(kUnknown);
+    sender.SendExControlCmd(kUnknown, kOn);
+    Put(late); // nobody told the module
+    sender.SendExControlCmd(kUnknown, kOn);
+
+    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+}
+
+TEST_F(DevicesTest, ASceneSendsItsCommandsOfTheKindInTheirOrder)
+{
+    LoadScene({Trigger(0, kCurtain, kOn), Trigger(1, kLights, kOff), Trigger(2, kLights, kOn),
+               Trigger(-1, kLights, kOn), Trigger(0, kUnknown, kOn), Trigger(0, kLights, kOn)});
+    Start();
+
+    StartScene();
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Written("OPEN"), Datagram("PWR ON")));
+    RecordingChannels::ForgetCalls();
+    EndScene();
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram("PWR OFF")));
+    RecordingChannels::ForgetCalls();
+    StartScene(kUnknown);
+    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+
+    LoadScene({Trigger(0, kCurtain, kOff)});
+    StartScene();
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Written("CLOSE")));
+}
+
+TEST_F(DevicesTest, ASceneThatChangesOnAnotherThreadIsServedOnTheControllers)
+{
+    LoadScene({Trigger(0, kLights, kOn)});
+    Start();
+    std::thread::id sender;
+    RecordingChannels::OnCall([&](const SChannelCall&) { sender = std::this_thread::get_id(); });
+
+    std::thread([] { StartScene(); }).join();
+    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+    QCoreApplication::processEvents();
+
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram("PWR ON")));
+    EXPECT_EQ(sender, std::this_thread::get_id());
+}
+
+TEST_F(DevicesTest, TheControllerPassesTheHostsChangesOn)
+{
+    CExternalController& controller = Start();
+    LoadScene({Trigger(0, kLights, kOn)});
+
+    controller.DelExControlDev(kLights);
+    controller.CreateExControlDev(kLights);
+    controller.UpdateExControlDev(kLights);
+    StartScene();
+
+    EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Udp.Destroy", "Udp.Create", "Udp.Init", "Udp.Destroy",
+                                                            "Udp.Create", "Udp.Init", "Udp.SendTo"));
+}
+
+#if !defined(QT_NO_DEBUG)
+using DevicesDeathTest = DevicesTest;
+
+TEST_F(DevicesDeathTest, ADebugBuildEndsOnAnotherThread)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    CExternalController& controller = Start();
+
+    EXPECT_DEATH(std::thread([&] { controller.UpdateExControlDev(kLights); }).join(), "the controller's thread");
+}
+#endif

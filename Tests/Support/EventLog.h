@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Comm/ChannelEvents.h"
+
+#include <mutex>
+#include <string>
+
+/// What channels tell while it lives, a line an event.
+class CEventLog {
+public:
+    CEventLog()
+    {
+        CChannelEvents::GetInstance().SetSink(
+            [this](const SChannelEvent& event) {
+                const std::lock_guard lock(m_mutex);
+                m_text += event.channel + ' ' + event.peer + ": " + event.text + '\n';
+            },
+            true);
+    }
+    ~CEventLog() { CChannelEvents::GetInstance().SetSink({}, false); }
+    CEventLog(const CEventLog&) = delete;
+    CEventLog& operator=(const CEventLog&) = delete;
+
+    std::string Text() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_text;
+    }
+    bool Has(const std::string& part) const { return Text().find(part) != std::string::npos; }
+
+private:
+    mutable std::mutex m_mutex;
+    std::string m_text;
+};
