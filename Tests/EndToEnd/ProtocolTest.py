@@ -1,25 +1,42 @@
 #!/usr/bin/python3
-"""Asks a host with the demo show everything that Docs/Protocol.md gives as an example, in its order, and compares the
-replies. ProtocolTest.py --update writes the replies that don't fit any more into the page instead.
+"""Asks a host with the demo show everything that Docs/Protocol.md gives as an example, in its order, then what else the
+contract lists; compares the replies with the page and with the contract, and the page and the tools with the contract.
+ProtocolTest.py --update writes into the page what doesn't fit any more instead.
 """
 
+import base64
+import contextlib
+import ftplib
 import json
+import os
 import re
 import struct
+import subprocess
 import sys
 import unittest
 import uuid
-from pathlib import Path
 
-from Support import REPLY, App, Central, Folder, FPController, ShowHost, showremote
+from CloudTest import CLOUD_PORT, Cloud
+from Contract import ASKERS, SOURCE_FOLDER, Contract, codes_of_the_module, hexadecimal
+from Support import (FTP_PORT, REPLY, App, Central, Folder, FPController, ShowHost, discover, environment, showremote,
+                     wait_until)
 
-ADDRESS = "127.0.0.45"
-PAGE = Path(__file__).resolve().parents[2] / "Docs" / "Protocol.md"
+ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
+PAGE = SOURCE_FOLDER / "Docs" / "Protocol.md"
 EXAMPLE = re.compile(r"```(?:json|text) ask (?P<who>\w+)(?: (?P<code>0x\w+))?\n(?P<body>.*?)\n```\n"
                      r"(?P<replies>(?:\n```(?:json|text) reply .*?\n```\n)*)", re.S)
 ANSWER = re.compile(r"```(?:json|text) reply (?P<from>[^\n]+)\n(?P<text>.*?)\n```\n", re.S)
+SECTION = re.compile(r"(?P<heading>### (?P<names>0x[^\n]+)\n\n)(?:```text keys\n.*?\n```\n\n?)?", re.S)
+SHAPES = re.compile(r"```text shapes\n.*?\n```\n", re.S)
 
-HEARTBEAT, FENCE, SCENE_PLAY, RESOURCE_USED = 0x001, 0x0fe, 0x306, 0x421
+HEARTBEAT, LOGIN, PUBLIC_KEY, LOGS, RESTART, APP_GONE, FENCE = 0x001, 0x003, 0x007, 0x017, 0x015, 0x012, 0x0fe
+SCENE_PLAY, RESOURCE_USED, RESOURCE_DEMUXED = 0x306, 0x421, 0x422
+NOTICES = {SCENE_PLAY, RESOURCE_USED, RESOURCE_DEMUXED, APP_GONE}
+ENDING = {0x011, 0x015, 0x190}
+LAST_CODE = 0x4ff
+# The host refuses the cloud's commands when more than twice as many wait.
+MOST_WAITING = 32
+PLAY_LOG, OPERATION_LOG = 3, 4
 LONGEST_SHOWN, SHOWN_OF_LONG = 55, 28
 # What is different each time, or on each machine.
 VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..."'), (r'("path": ").+"', r'\1..."'),
@@ -39,56 +56,110 @@ def picture_text(body):
     return f"id {uuid.UUID(bytes=body[4:20])}, {kind} {width} x {height}"
 
 
-def text_of(body):
-    return picture_text(body) if body.startswith(b"ZXID") else body.decode().rstrip("\n")
+def shown(where, place, payload):
+    """A reply as the page has it: who says it, and the text."""
+    sender = where.replace("-", ", ")
+    if where == "cloud":
+        sender += f" route {place}"
+    elif place is not None:
+        sender += " " + hexadecimal(place)
+    return sender, picture_text(payload) if payload.startswith(b"ZXID") else payload.decode().rstrip("\n")
+
+
+def encrypt(key, password):
+    with Folder() as folder:
+        pem = folder / "key.pem"
+        pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
+        command = ["openssl", "pkeyutl", "-encrypt", "-pubin", "-inkey", pem, "-pkeyopt", "rsa_padding_mode:pkcs1"]
+        return base64.b64encode(subprocess.run(command, input=password.encode(), capture_output=True,
+                                               check=True).stdout).decode()
+
+
+def completed(*words):
+    """What bash offers for the last of these words behind showremote."""
+    script = (f'source {SOURCE_FOLDER}/Src/Apps/ShowRemote/showremote.bash; COMP_WORDS=(showremote "$@"); COMP_CWORD=$#; '
+              '_showremote; printf "%s\\n" "${COMPREPLY[@]}"')
+    path = os.path.dirname(os.environ["SHOWREMOTE"]) + ":" + os.environ["PATH"]
+    offers = subprocess.run(["bash", "-c", script, "bash", *words], env=environment(PATH=path), capture_output=True,
+                            encoding="utf-8", check=True).stdout
+    return set(offers.split())
 
 
 class Remotes:
-    """One remote of each kind; ask() returns what came as (from, text) until all that was on its way has come."""
+    """One remote of each kind. ask() returns what came as (where, code or route, payload) until all that was on its way
+    has come; the app's notices are put aside."""
 
-    def __init__(self, app, central, fp):
-        self.app, self.central, self.fp = app, central, fp
+    def __init__(self, address, enter, *options):
+        controller = enter(FPController(address))
+        cloud = enter(Cloud(address))
+        self.host = enter(ShowHost(address, enter(Folder()), "--fp", f"{address}:{controller.port}",
+                                   "--cloud", f"ws://{address}:{CLOUD_PORT}", *options))
+        self.fp = enter(controller.accept())
+        self.cloud = enter(cloud.accept())
+        self.app = enter(App(address))
+        self.central = enter(Central(address))
+        self.notices = []
         self.fences = 0
 
+    def send(self, who, code, body):
+        if who == "central":
+            self.central.send(body.encode())
+        elif who == "cloud":
+            self.cloud.send(**json.loads(body))
+        else:
+            channel = {"app": self.app.control, "app-bulk": self.app.bulk, "fp": self.fp}[who]
+            channel.send_bytes(code, body.encode())
+
     def ask(self, who, code, body):
-        return getattr(self, f"ask_{who}")(code and int(code, 16), body.encode())
+        self.send(who, code, body)
+        return self.replies_to(who, code)
 
-    def ask_app(self, code, body):
-        self.app.control.send_bytes(code, body)
-        fence = self.next_fence()
-        self.app.control.send_bytes(FENCE, fence)
-        came = self.until(self.app.control, lambda code, text: code == REPLY | FENCE, "app")
+    def replies_to(self, who, code=None):
+        return getattr(self, "replies_to_" + who.replace("-", "_"))(code)
+
+    def replies_to_app(self, _):
+        self.app.control.send_bytes(FENCE, self.next_fence())
+        came = self.until(self.app.control, REPLY | FENCE, "app")
         self.app.bulk.send(HEARTBEAT)
-        return came + self.until(self.app.bulk, lambda code, text: code == REPLY | HEARTBEAT, "app, bulk")
+        return came + self.until(self.app.bulk, REPLY | HEARTBEAT, "app-bulk")
 
-    def ask_fp(self, code, body):
-        self.fp.send_bytes(code, body)
+    def replies_to_app_bulk(self, _):
+        # Nothing else is asked there, so that no fence is needed, and none could be told from the answer.
+        return [("app-bulk", *self.app.bulk.receive_bytes())]
+
+    def replies_to_fp(self, _):
         self.fp.send_bytes(FENCE, self.next_fence())
-        return self.until(self.fp, lambda code, text: code == FENCE, "fp")
+        return self.until(self.fp, FENCE, "fp")
 
-    def ask_central(self, _, body):
-        self.central.send(body)
+    def replies_to_central(self, _):
         fence = self.next_fence()
         self.central.send(fence)
         came = []
         while fence[2:-2] not in (answer := self.central.receive()):
-            came.append(("central", text_of(answer)))
+            came.append(("central", None, answer))
         return came
+
+    def replies_to_cloud(self, code):
+        self.cloud.send(cmdType=LOGS)
+        came = []
+        while sum(route == OPERATION_LOG for _, route, _ in came) < 1 + (code == LOGS):
+            route, data = self.cloud.receive()
+            came.append(("cloud", route, data.encode()))
+        return came[:-2]
 
     def next_fence(self):
         self.fences += 1
         return json.dumps({"cmd": f"fence {self.fences}"}).encode()
 
-    @staticmethod
-    def until(channel, is_fence, name):
+    def until(self, channel, fence, name):
         came = []
-        while True:
-            code, body = channel.receive_bytes()
-            if is_fence(code, body):
-                return came
-            notice = (code == REPLY | SCENE_PLAY and json.loads(body) == {"result": 1}) or code == REPLY | RESOURCE_USED
-            if not notice:
-                came.append((f"{name} 0x{code:03x}", text_of(body)))
+        while (message := channel.receive_bytes())[0] != fence:
+            code, body = message
+            if code & ~REPLY in NOTICES and b"errorMsg" not in body:
+                self.notices.append((code & ~REPLY, body))
+            else:
+                came.append((name, code, body))
+        return came
 
 
 def fits(shown, text):
@@ -108,57 +179,187 @@ def shorten(text):
 
 
 def updated(example, came):
-    shown = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
+    old = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
     text = example[0][:len(example[0]) - len(example["replies"])]
     for place, (sender, body) in enumerate(came):
-        if place < len(shown) and shown[place][0] == sender and fits(shown[place][1], body):
-            body = shown[place][1]
+        if place < len(old) and old[place][0] == sender and fits(old[place][1], body):
+            body = old[place][1]
         else:
             body = shorten(body)
         text += f"\n```{'json' if body.startswith('{') else 'text'} reply {sender}\n{body}\n```\n"
     return text
 
 
+def with_keys(contract, page):
+    """The page, with the keys of each message and of what they are made of as the contract has them."""
+    def section(match):
+        codes = [int(code, 16) for code in re.findall(r"0x(\w+)", match["names"])]
+        texts = [(f"{hexadecimal(code)}\n" if len(codes) > 1 else "") + contract.section(code) for code in codes]
+        return match["heading"] + "```text keys\n" + "\n".join(texts) + "\n```\n\n"
+
+    page = SECTION.sub(section, page)
+    return SHAPES.sub(lambda _: f"```text shapes\n{contract.shape_section()}\n```\n", page)
+
+
+class Replay:
+    """The page's examples and what the host said to each."""
+
+    def __init__(self, contract, remotes, page):
+        self.said = []
+        for example in EXAMPLE.finditer(page):
+            who, body = example["who"], example["body"]
+            keyword = json.loads(body).get("cmd") if body.startswith("{") else body
+            code = int(example["code"], 16) if example["code"] else contract.keywords(who).get(keyword)
+            if who == "cloud" and code is None:
+                code = json.loads(body)["cmdType"]
+            self.said.append((example, who, code, remotes.ask(who, code, body)))
+
+
 class ProtocolTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
+        cls.contract = Contract()
         cls.page = PAGE.read_text(encoding="utf-8")
-        state = cls.enterClassContext(Folder())
-        controller = cls.enterClassContext(FPController(ADDRESS))
-        cls.enterClassContext(ShowHost(ADDRESS, state, "--fp", f"{ADDRESS}:{controller.port}"))
-        fp = cls.enterClassContext(controller.accept())
-        app = cls.enterClassContext(App(ADDRESS))
-        central = cls.enterClassContext(Central(ADDRESS))
-        cls.remotes = Remotes(app, central, fp)
+        cls.remotes = Remotes(ADDRESS, cls.enterClassContext)
+        cls.replay = Replay(cls.contract, cls.remotes, cls.page)
 
     def test_the_examples_are_what_the_host_answers(self):
-        asked = 0
-        for example in EXAMPLE.finditer(self.page):
-            asked += 1
-            shown = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
-            with self.subTest(who=example["who"], code=example["code"], body=example["body"]):
-                came = self.remotes.ask(example["who"], example["code"], example["body"])
-                self.assertEqual([sender for sender, _ in came], [sender for sender, _ in shown])
-                for (_, text), (_, expected) in zip(came, shown):
-                    self.assertTrue(fits(expected, text), f"the page has\n{expected}\nand the host says\n{text}")
-        self.assertGreater(asked, 60)
+        self.assertGreater(len(self.replay.said), 60)
+        for example, who, code, came in self.replay.said:
+            expected = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
+            with self.subTest(who=who, code=code, body=example["body"]):
+                said = [shown(*reply) for reply in came]
+                self.assertEqual([sender for sender, _ in said], [sender for sender, _ in expected])
+                for (_, text), (_, shown_text) in zip(said, expected):
+                    self.assertTrue(fits(shown_text, text), f"the page has\n{shown_text}\nand the host says\n{text}")
 
-    def test_every_request_and_keyword_is_described(self):
+    def test_everybody_gets_from_each_message_what_the_contract_says(self):
+        kept, bodies, asked = [], {}, set()
+        refusals = [text for text in self.contract.shapes["resultText"]["enum"] if text != "SUCCESS"]
+
+        def check(who, code, body, came):
+            if body.get("cmd") in self.contract.text["keywordsWithoutCommand"] and who == "central":
+                self.assertEqual(came, [("central", None, b"COMMAND ERROR")])
+                return
+            kept.extend((who, code, promise) for promise in self.contract.check_replies(who, code, came))
+            asked.add((who, code, body.get("cmd")))
+
+        for example, who, code, came in self.replay.said:
+            if code is None:
+                continue
+            body = json.loads(example["body"]) if example["body"].startswith("{") else {"cmd": example["body"]}
+            check(who, code, body, came)
+            bodies.setdefault(code, {key: value for key, value in body.items() if key not in ("cmd", "cmdType")})
+            if code and not any(refusal.encode() in payload for refusal in refusals for _, _, payload in came):
+                self.contract.check_request(who, code, body)
+        for who, code, keyword in self.everything():
+            if (who, code, keyword) in asked or (keyword is None and any(key[:2] == (who, code) for key in asked)):
+                continue
+            body = dict(bodies.get(code, {}))
+            if keyword:
+                body["cmd"] = keyword
+            elif who == "cloud":
+                body["cmdType"] = code
+            with self.subTest(who=who, code=hexadecimal(code), body=body):
+                check(who, code, body, self.remotes.ask(who, code, json.dumps(body)))
+        for who, code in {(who, code) for who, code, _ in self.everything()}:
+            for where, _, promise in self.contract.replies(who, code) if code else []:
+                self.assertIn((who, code, promise), kept, f"{who} {hexadecimal(code)} never got this on {where}")
+
+    def everything(self):
+        """Each asker's messages that leave the host running, once for each of their keywords."""
+        for code, message in self.contract.messages.items():
+            for who in message.keys() & set(ASKERS) if code not in ENDING else ():
+                for keyword in message[who].get("keywords") or [None]:
+                    yield who, code, keyword
+        for keyword in self.contract.text["keywordsWithoutCommand"]:
+            yield "central", 0, keyword
+
+    def test_nobody_gets_an_answer_that_the_contract_does_not_know(self):
+        for who in ("app", "fp", "cloud"):
+            came = []
+            unknown = [code for code in range(LAST_CODE) if code != FENCE and code not in ENDING
+                       and who not in self.contract.messages.get(code, {})]
+            for start in range(0, len(unknown), MOST_WAITING):
+                for code in unknown[start:start + MOST_WAITING]:
+                    self.remotes.send(who, code, json.dumps({"cmdType": code}))
+                came += self.remotes.replies_to(who)
+            for place, _, payload in came:
+                self.assertEqual((place, json.loads(payload).get("errorMsg")), (who, "COMMAND ERROR"), payload)
+            for other in ("app", "fp", "central", "cloud"):
+                self.assertEqual(self.remotes.replies_to(other), [], f"what {who} asked is answered to {other}")
+
+    def test_notices_are_what_the_contract_says(self):
+        key = json.loads(self.remotes.ask("app", PUBLIC_KEY, "{}")[0][2])["publicKey"]
+
+        def log_in(app):
+            app.control.send(LOGIN, {"username": "demo", "password": encrypt(key, "demo"), "force": 1})
+            while (reply := app.control.receive_bytes())[0] != REPLY | LOGIN:
+                pass
+            self.contract.check_replies("app", LOGIN, [("app", *reply)])
+            self.assertEqual(json.loads(reply[1])["result"], 0)
+
+        log_in(self.remotes.app)
+        with ftplib.FTP() as ftp:
+            ftp.connect(ADDRESS, FTP_PORT)
+            ftp.login("demo", "demo")
+            with open(SOURCE_FOLDER / "Examples/DemoShow/Media/Balloons.jpg", "rb") as picture:
+                ftp.storbinary("STOR Balloons.jpg", picture)
+        with App(ADDRESS, OTHER_APP) as other:
+            log_in(other)
+
+            def came():
+                self.remotes.ask("app", HEARTBEAT, "{}")
+                return NOTICES <= {code for code, _ in self.remotes.notices}
+
+            wait_until(came, "a notice of each kind")
+        for code, body in self.remotes.notices:
+            self.contract.check_notice(code, body)
+        self.contract.check_value(self.contract.text["discovery"]["reply"], discover(ADDRESS), "discovery")
+
+    def test_messages_that_end_the_host_end_it(self):
+        for code in ENDING:
+            for who in self.contract.messages[code].keys() & set(ASKERS):
+                for keyword in self.contract.messages[code][who].get("keywords") or [None]:
+                    with self.subTest(who=who, code=hexadecimal(code), keyword=keyword), contextlib.ExitStack() as stack:
+                        remotes = Remotes(ENDED, stack.enter_context)
+                        remotes.host.expected_code = 3 if code == RESTART else 0
+                        body = {"cmd": keyword} if keyword else {"cmdType": code} if who == "cloud" else {}
+                        remotes.send(who, code, json.dumps(body))
+                        remotes.host.wait_for_end()
+
+    def test_the_page_has_the_keys_of_every_message(self):
+        self.assertEqual(with_keys(self.contract, self.page), self.page, "ProtocolTest.py --update mends it")
         headings = "\n".join(re.findall(r"^### .*", self.page, re.M))
-        for line in showremote("app", "--list").stdout.splitlines():
-            self.assertIn(" ".join(line.split()), headings)
-        for line in showremote("central", "--list").stdout.splitlines():
-            self.assertIn(f"`{line.split()[-1]}`", self.page)
+        for code, message in self.contract.messages.items():
+            self.assertIn(f"{hexadecimal(code)} {message['name']}", headings)
+        for keyword in self.contract.text["keywordsWithoutCommand"]:
+            self.assertIn(f"`{keyword}`", self.page)
+
+    def test_the_module_and_the_tools_know_what_the_contract_knows(self):
+        self.assertEqual(codes_of_the_module(), set(self.contract.messages))
+        names = {message["name"] for message in self.contract.messages.values()}
+        for who in ("central", "cloud"):
+            lines = (line.split() for line in showremote(who, "--list").stdout.splitlines())
+            self.assertEqual({keyword: int(code, 16) for code, keyword in lines}, self.contract.keywords(who))
+            self.assertEqual(completed(who, ""), {*self.contract.keywords(who), *(names if who == "cloud" else ())})
+        self.assertEqual(completed("app", "public"), {"public-key"})
+        self.assertEqual(completed("fp", ""), names)
+        self.assertLess({"--host", "--raw"}, completed("central", "--"))
+        self.assertEqual(completed("cen"), {"central"})
+
+    def test_a_changed_contract_has_a_new_version(self):
+        self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
+                         "raise the version and list it with this digest; a released line stays as it is")
 
 
 def update():
     ProtocolTest.setUpClass()
     try:
-        remotes = ProtocolTest.remotes
-        page = EXAMPLE.sub(
-            lambda example: updated(example, remotes.ask(example["who"], example["code"], example["body"])),
-            ProtocolTest.page)
-        PAGE.write_text(page, encoding="utf-8")
+        said = iter(ProtocolTest.replay.said)
+        page = EXAMPLE.sub(lambda example: updated(example, [shown(*reply) for reply in next(said)[3]]),
+                           ProtocolTest.page)
+        PAGE.write_text(with_keys(ProtocolTest.contract, page), encoding="utf-8")
     finally:
         ProtocolTest.doClassCleanups()
 

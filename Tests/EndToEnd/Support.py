@@ -59,10 +59,11 @@ def showhost_command(address, state, *options, show=None):
 
 
 class ShowHost:
-    """A running showhost. Leaving it by SIGTERM, it must end with 0. stdin: None closes its standard input."""
+    """A running showhost. Leaving it by SIGTERM, it must end with expected_code. stdin: None closes its standard input."""
 
     def __init__(self, address, state, *options, show=None, stdin=subprocess.PIPE):
         self.address = address
+        self.expected_code = 0
         self.lines = []
         self.process = subprocess.Popen(showhost_command(address, state, *options, show=show), stdin=stdin,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, encoding="utf-8",
@@ -82,7 +83,7 @@ class ShowHost:
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
         code = self.ended()
-        if error is None and code != 0:
+        if error is None and code != self.expected_code:
             raise AssertionError(f"showhost ended with {code}:\n" + "\n".join(self.lines))
 
     def _read(self):
@@ -102,6 +103,10 @@ class ShowHost:
         """Gives the host a line on its standard input."""
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
+
+    def wait_for_end(self):
+        """Waits until it ends by itself; leaving it checks how."""
+        wait_until(lambda: self.process.poll() is not None, "the host's end")
 
     def ended(self):
         """The exit code, once it has ended."""

@@ -16,15 +16,30 @@
 #include <QFileInfo>
 #include <QImageReader>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
 
 /// Requests that senders answer and channels don't route to them.
-constexpr int kHandedBack[] = {
-    Command::SetHostName,         Command::MediaData,    Command::MainSceneGroup,
-    Command::MainSceneGroupAgain, Command::ResourceItem,
+constexpr struct {
+    Command::Code code;
+    int askers; ///< source flags
+} kHandedBack[] = {
+    {Command::SetHostName, Source::App},
+    {Command::MediaData, Source::App},
+    {Command::MainSceneGroup, Source::App | Source::FP},
+    {Command::MainSceneGroupAgain, Source::App | Source::FP},
+    {Command::ResourceItem, Source::App},
 };
+
+bool IsHandedBack(const SResultData& command)
+{
+    return std::any_of(std::begin(kHandedBack), std::end(kHandedBack), [&](const auto& entry) {
+        return entry.code == command.nCmdCode && (entry.askers & command.nSourceFlags);
+    });
+}
 
 QString NameOf(int cmdCode)
 {
@@ -94,7 +109,7 @@ void CHostCommands::CarryOut(const SResultData& command)
     }
     if (command.nCmdCode == Command::ResourceItem && !uploaded.isEmpty())
         TakeUpload(uploaded);
-    else if (HasCode(kHandedBack, command.nCmdCode))
+    else if (IsHandedBack(command))
         HandBack(command);
     else if (!(command.nSourceFlags & Source::FP) || !HasCode(kRoutedFromFP, command.nCmdCode))
         ChangeShow(command);
@@ -128,8 +143,8 @@ void CHostCommands::ChangeShow(const SResultData& command)
 }
 
 /// Through the senders' fallbacks: the app and the FP controller get their request back with the result in it, central
-/// control the text alone. The fallbacks that relay are the project data sender's and the stage sender's, whatever the
-/// code; the latter's must be asked under a code that it has no handler for, and central control never sees it.
+/// control the text alone, under a code that it never sees. The fallbacks that relay are the project data sender's and
+/// the stage sender's, whatever the code, if they have no handler for it.
 void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
 {
     const std::string& text = ResultTextMap.at(result);
@@ -144,10 +159,12 @@ void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
     body.remove("respon"); // the sender would take it for the host's own answer
     body["result"] = result;
     body["errorMsg"] = QString::fromStdString(text);
+    const bool isProjectData = (command.nCmdCode & Command::kSenderMask) == SenderType::ProjectData;
     if (command.nSourceFlags & Source::CentralControl)
         m_controller.Write({SenderType::Stage, Command::PlayControl, body, Source::CentralControl});
     else
-        m_controller.Write({SenderType::ProjectData, command.nCmdCode, body, command.nSourceFlags});
+        m_controller.Write({isProjectData ? SenderType::Stage : SenderType::ProjectData, command.nCmdCode, body,
+                            command.nSourceFlags});
 }
 
 void CHostCommands::TakeUpload(const QString& path)

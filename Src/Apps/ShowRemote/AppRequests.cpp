@@ -1,23 +1,8 @@
 #include "ShowRemote/AppRequests.h"
 
 #include "ExternalController/Common/CommandNames.h"
+#include "ShowRemote/Contract.h"
 #include "ShowRemote/Failure.h"
-
-namespace {
-
-struct SExpectation {
-    Command::Code request;
-    std::vector<Command::Code> replies;
-};
-
-/// Requests that are not answered by one reply with their own code.
-const SExpectation kExpectations[] = {
-    {Command::SetHostName, {Command::SetHostName, Command::HostNameAndVersion}},
-    {Command::ShutDown, {}}, // the host goes without a word
-    {Command::SharedTypeThumbnails, std::vector<Command::Code>(7, Command::SharedTypeThumbnails)}, // one a type
-};
-
-} // namespace
 
 unsigned int AppRequests::CodeOf(const QString& request)
 {
@@ -45,15 +30,13 @@ QString AppRequests::TextOf(unsigned int code)
 
 std::vector<unsigned int> AppRequests::RepliesTo(Channel channel, unsigned int code)
 {
-    if (channel == Channel::FP)
-        return {code};
+    const bool isFP = channel == Channel::FP;
+    const unsigned int ownReply = isFP ? code : Command::ReplyTo(static_cast<int>(code));
+    const auto promised = Contract::RepliesTo(isFP ? "fp" : "app", code);
+    if (!promised)
+        return {ownReply};
     std::vector<unsigned int> replies;
-    for (const SExpectation& expectation : kExpectations) {
-        if (static_cast<unsigned int>(expectation.request) != code)
-            continue;
-        for (const Command::Code reply : expectation.replies)
-            replies.push_back(Command::ReplyTo(reply));
-        return replies;
-    }
-    return {Command::ReplyTo(static_cast<int>(code))};
+    for (const QJsonObject& reply : *promised)
+        replies.push_back(reply["code"].toString().isEmpty() ? ownReply : reply["code"].toString().toUInt(nullptr, 0));
+    return replies;
 }

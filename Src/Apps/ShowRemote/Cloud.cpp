@@ -2,6 +2,7 @@
 
 #include "CloudControl/CloudControlConfig.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CloudPeer.h"
 #include "ShowRemote/CloudReplies.h"
 #include "ShowRemote/CommandLine.h"
@@ -23,14 +24,15 @@ using Clock = CCloudPeer::Clock;
 
 constexpr char kUsage[] =
     "Plays the cloud service: waits for the host to connect, sends a command and shows every reply to it. COMMAND is a "
-    "keyword of --list or a code such as 25 or 0x19, JSON an object with what belongs to it; or COMMAND is listen, "
+    "keyword of --list, or a name of showremote app --list or its code, JSON an object with what belongs to it; or "
+    "COMMAND is listen, "
     "which shows what the host sends until Ctrl-C.";
 
 /// A host that found nobody so far may pause for half a minute.
 constexpr char kPatience[] = "40";
 
 struct SCloudCommand {
-    int code = 0;
+    unsigned int code = 0;
     QByteArray text;
 };
 
@@ -64,14 +66,11 @@ SCloudCommand ReadCommand(const CCommandLine& line)
     SCloudCommand command;
     const auto known = CloudControlCmdMap.find(positional[0]);
     if (known != CloudControlCmdMap.end()) {
-        command.code = known->second;
+        command.code = static_cast<unsigned int>(known->second);
         message["cmd"] = positional[0];
     } else {
-        bool isNumber = false;
-        command.code = positional[0].toInt(&isNumber, 0);
-        if (!isNumber)
-            throw CWrongUsage(QStringLiteral("there is no command \"%1\"; --list tells them").arg(positional[0]));
-        message["cmdType"] = command.code;
+        command.code = AppRequests::CodeOf(positional[0]);
+        message["cmdType"] = static_cast<int>(command.code);
     }
     command.text = QJsonDocument(message).toJson(QJsonDocument::Compact);
     return command;

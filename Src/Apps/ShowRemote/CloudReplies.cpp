@@ -1,7 +1,7 @@
 #include "ShowRemote/CloudReplies.h"
 
-#include "ExternalController/Common/Command.h"
 #include "Interfaces/CloudControl.h"
+#include "ShowRemote/Contract.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/OutFile.h"
 #include "ShowRemote/Terminal.h"
@@ -47,23 +47,13 @@ void ShowPicture(const QByteArray& message, const QString& outFolder)
 
 } // namespace
 
-std::vector<int> CloudReplies::RoutesOf(int code)
+std::vector<int> CloudReplies::RoutesOf(unsigned int code)
 {
-    using namespace CloudControl;
-    switch (code) {
-    case Command::SystemInformation:
-        return {SystemInformation};
-    case Command::Logs:
-        return {PlayLog, OperationLog};
-    case Command::Refresh:
-        return {SystemInformation, ClipAndChapterData};
-    case Command::ProjectExport:
-        return {ProjectData}; // the pictures come before it
-    case Command::StagePreviewPush:
-        return {ClipAndChapterData};
-    default:
-        return {};
-    }
+    std::vector<int> routes;
+    const auto promised = Contract::RepliesTo("cloud", code);
+    for (const QJsonObject& reply : promised.value_or(std::vector<QJsonObject>()))
+        routes.push_back(reply["route"].toInt());
+    return routes;
 }
 
 int CloudReplies::Show(const QByteArray& frame, const QString& outFolder)

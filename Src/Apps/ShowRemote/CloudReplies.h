@@ -10,7 +10,7 @@ namespace CloudReplies {
 
 /// The routes of the replies that show that a command has been dealt with, in no order. Empty for a command that the
 /// host carries out: it answers none.
-std::vector<int> RoutesOf(int code);
+std::vector<int> RoutesOf(unsigned int code);
 
 /// Shows a reply and returns its route; files of what it carries go to this folder unless it is empty. What is no
 /// reply is thrown as CFailure.

@@ -1,0 +1,54 @@
+#include "ShowRemote/Contract.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace {
+
+QJsonArray ReadMessages()
+{
+    QFile file(":/Contract.json");
+    file.open(QIODevice::ReadOnly); // part of the program
+    return QJsonDocument::fromJson(file.readAll())["messages"].toArray();
+}
+
+QJsonObject MessageOf(unsigned int code)
+{
+    static const QJsonArray messages = ReadMessages();
+    for (const QJsonValue& message : messages) {
+        if (message["code"].toString().toUInt(nullptr, 0) == code)
+            return message.toObject();
+    }
+    return {};
+}
+
+/// Where it comes: the same for the alternatives of which one comes.
+QString PlaceOf(const QJsonObject& reply)
+{
+    return reply["code"].toString() + '/' + QString::number(reply["route"].toInt());
+}
+
+} // namespace
+
+std::optional<std::vector<QJsonObject>> Contract::RepliesTo(const char* asker, unsigned int code)
+{
+    const QJsonObject message = MessageOf(code);
+    const QJsonValue promised = message[asker].toObject()["replies"];
+    if (!promised.isArray())
+        return std::nullopt;
+    std::vector<QJsonObject> replies;
+    for (const QJsonValue& value : promised.toArray()) {
+        const QJsonObject reply = value.toObject();
+        const bool isThere = std::any_of(replies.begin(), replies.end(),
+                                         [&](const QJsonObject& other) { return PlaceOf(other) == PlaceOf(reply); });
+        const QJsonValue many = reply["many"];
+        // Any number of them, so perhaps none.
+        if (isThere || many.toBool())
+            continue;
+        replies.insert(replies.end(), static_cast<std::size_t>(std::max(many.toInt(), 1)), reply);
+    }
+    return replies;
+}

@@ -1,0 +1,193 @@
+"""Contract/Contract.json as the tests read it: what may be asked, and whether what came back is what it promises."""
+
+import hashlib
+import json
+import re
+import textwrap
+from pathlib import Path
+
+import jsonschema
+
+from Support import REPLY
+
+SOURCE_FOLDER = Path(__file__).resolve().parents[2]
+ASKERS = ("app", "app-bulk", "fp", "central", "cloud")
+KEYED_BY = {"central": ("cmd",), "cloud": ("cmd", "cmdType")}
+PAGE_WIDTH = 118
+
+
+def hexadecimal(code):
+    return f"0x{code:03x}"
+
+
+class Contract:
+    def __init__(self):
+        self.text = json.loads((SOURCE_FOLDER / "Contract" / "Contract.json").read_text(encoding="utf-8"))
+        self.shapes = self.text["$defs"]
+        self.messages = {int(message["code"], 16): message for message in self.text["messages"]}
+
+    def digest(self):
+        """Of all that a remote depends on."""
+        content = {key: value for key, value in self.text.items() if key not in ("version", "released")}
+        return hashlib.sha256(json.dumps(content, sort_keys=True).encode()).hexdigest()
+
+    def keywords(self, who):
+        """Each keyword of central control or the cloud, with its code."""
+        known = {keyword: code for code, message in self.messages.items()
+                 for keyword in message.get(who, {}).get("keywords", [])}
+        if who == "central":
+            known.update(dict.fromkeys(self.text["keywordsWithoutCommand"], 0))
+        return known
+
+    def check_value(self, schema, value, what):
+        validator = jsonschema.Draft202012Validator({"$defs": self.shapes, **schema})
+        error = jsonschema.exceptions.best_match(validator.iter_errors(value))
+        if error:
+            raise AssertionError(f"{what}: {error.json_path}: {error.message}")
+
+    def check_request(self, who, code, body):
+        message = self.messages[code]
+        own = {key: value for key, value in body.items() if key not in KEYED_BY.get(who, ())}
+        schema = message.get("command", message[who]).get("request", {"type": "object", "maxProperties": 0})
+        self.check_value(schema, own, f"request of {who} {hexadecimal(code)}")
+
+    def replies(self, who, code):
+        """What may come back, as (where, code or route, promise)."""
+        message = self.messages[code]
+        answer = message[who]
+        if "command" in message:
+            if who == "cloud":
+                return []
+            answer = {"replies": [{"text": "fate"} if who == "central" else {"body": self.command_reply(message)}]}
+        own_code = code | REPLY if who.startswith("app") else code
+        return [(promise.get("to", who), self.place_of(promise, own_code, who), promise)
+                for promise in answer["replies"]]
+
+    @staticmethod
+    def place_of(promise, own_code, who):
+        if who == "central":
+            return None
+        return promise["route"] if who == "cloud" else int(promise.get("code", hex(own_code)), 16)
+
+    def command_reply(self, message):
+        request, fate = message["command"]["request"], self.shapes["fate"]
+        # A request that is refused may have had anything in its keys.
+        return {"type": "object", "properties": {**dict.fromkeys(request.get("properties", {}), {}),
+                                                 **fate["properties"]},
+                "required": fate["required"], "additionalProperties": False}
+
+    def check_replies(self, who, code, came):
+        """came: what was answered, as (where, code or route, payload). Returns the promises that were kept."""
+        promised = self.replies(who, code)
+        kept = []
+        for where, place, payload in came:
+            what = f"{who} {hexadecimal(code)}: {where} {place}"
+            fitting = [promise for to, at, promise in promised if (to, at) == (where, place)]
+            if not fitting:
+                raise AssertionError(f"{what} isn't in the contract: {payload[:200]!r}")
+            kept.append(self.kept_promise(fitting, payload, what))
+        for promise in kept:
+            many = promise.get("many", 1)
+            if many is not True and kept.count(promise) != many:
+                raise AssertionError(f"{who} {hexadecimal(code)}: a reply came {kept.count(promise)} times, not {many}")
+        return kept
+
+    def kept_promise(self, promises, payload, what):
+        failure = None
+        for promise in promises:
+            try:
+                self.check_payload(promise, payload, what)
+                return promise
+            except AssertionError as error:
+                failure = failure or error
+        raise failure
+
+    def check_payload(self, promise, payload, what):
+        if "picture" in promise:
+            starts = {"image/png": b"\x89PNG", "image/jpeg": b"\xff\xd8\xff"}[promise["picture"]]
+            if not payload.startswith(b"ZXID") or not payload[24:].startswith(starts):
+                raise AssertionError(f"{what}: no {promise['picture']} under an id: {payload[:40]!r}")
+        elif promise.get("text") == "fate":
+            self.check_value({"$ref": "#/$defs/resultText"}, payload.decode(), what)
+        elif promise.get("text") == "text/csv":
+            if payload.count(b"\n") == 0 or payload.count(b",") == 0:
+                raise AssertionError(f"{what}: no table: {payload[:40]!r}")
+        elif "body" in promise:
+            self.check_value(promise["body"], json.loads(payload), what)
+        elif payload:
+            raise AssertionError(f"{what}: not empty: {payload[:40]!r}")
+
+    def check_notice(self, code, payload):
+        notice = self.messages[code].get("notice")
+        if not notice:
+            raise AssertionError(f"the contract has no notice {hexadecimal(code)}: {payload[:200]!r}")
+        self.check_payload(notice, payload, f"notice {hexadecimal(code)}")
+
+    # The page's text.
+
+    def section(self, code):
+        """What the page shows of a message: who asks with which keys, and what comes back."""
+        message = self.messages[code]
+        lines = []
+        if "command" in message:
+            keywords = "; ".join(f"{who}: {', '.join(message[who]['keywords'])}" for who in ("central", "cloud")
+                                 if message.get(who, {}).get("keywords"))
+            lines.append(f"command {self.notation(message['command']['request'])}")
+            lines += [keywords] if keywords else []
+        for who in ASKERS:
+            if who in message and "command" not in message:
+                asked = " | ".join(message[who].get("keywords", []))
+                request = message[who].get("request")
+                lines.append(" ".join(filter(None, [f"{who}:", asked, request and self.notation(request)])))
+                lines += [f"  -> {self.promise_text(where, place, promise, who, code)}"
+                          for where, place, promise in self.replies(who, code)]
+        if "notice" in message:
+            lines.append("notice to the app " + self.notation(message["notice"].get("body", {"const": ""})))
+        return "\n".join(wrapped for line in lines for wrapped in
+                         textwrap.wrap(line, PAGE_WIDTH, subsequent_indent="       ", break_long_words=False,
+                                       break_on_hyphens=False))
+
+    def promise_text(self, where, place, promise, who, code):
+        usual = code | REPLY if who.startswith("app") else code
+        told = [] if where == who else [where]
+        if who == "cloud":
+            told.append(f"route {place}")
+        elif place not in (None, usual):
+            told.append(hexadecimal(place))
+        told.append(promise.get("picture") or promise.get("text") or self.notation(promise["body"]))
+        return ", ".join(told)
+
+    def shape_section(self):
+        lines = []
+        for name, shape in self.shapes.items():
+            text = f"{name}: {self.notation(shape)}"
+            if "description" in shape:
+                text += f"  # {shape['description']}"
+            lines += textwrap.wrap(text, PAGE_WIDTH, subsequent_indent="    ", break_long_words=False,
+                                   break_on_hyphens=False)
+        return "\n".join(lines)
+
+    def notation(self, schema):
+        if "$ref" in schema:
+            return schema["$ref"].rsplit("/", 1)[1]
+        if "const" in schema:
+            return json.dumps(schema["const"])
+        if "enum" in schema:
+            return " | ".join(map(json.dumps, schema["enum"]))
+        if schema["type"] == "array":
+            return f"[{self.notation(schema['items'])}]"
+        if schema["type"] != "object":
+            bounds = [str(schema[key]) for key in ("minimum", "maximum") if key in schema]
+            return f"{schema['type']} {'..'.join(bounds)}".strip()
+        keys = ["..." + self.notation(base) for base in schema.get("allOf", [])]
+        keys += [f"{key}{'' if key in schema.get('required', []) else '?'}: {self.notation(value)}"
+                 for key, value in schema.get("properties", {}).items()]
+        keys += [f"0, 1, ...: {self.notation(value)}" for value in schema.get("patternProperties", {}).values()]
+        return "{" + ", ".join(keys) + "}"
+
+
+def codes_of_the_module():
+    """Every code that Command.h has a name for."""
+    header = SOURCE_FOLDER / "Src/Libs/ExternalController/ExternalController/Common/Command.h"
+    enumeration = re.search(r"enum Code : int \{(.*?)\};", header.read_text(encoding="utf-8"), re.S).group(1)
+    return {int(code, 16) for code in re.findall(r"= (0x\w+),", enumeration)}
