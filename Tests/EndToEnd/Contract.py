@@ -142,7 +142,8 @@ class Contract:
                 lines += [f"  -> {self.promise_text(where, place, promise, who, code)}"
                           for where, place, promise in self.replies(who, code)]
         if "notice" in message:
-            lines.append("notice to the app " + self.notation(message["notice"].get("body", {"const": ""})))
+            body = message["notice"].get("body")
+            lines.append("notice to the app" + (" " + self.notation(body) if body else ", empty"))
         return "\n".join(wrapped for line in lines for wrapped in
                          textwrap.wrap(line, PAGE_WIDTH, subsequent_indent="       ", break_long_words=False,
                                        break_on_hyphens=False))
