@@ -1,8 +1,9 @@
 #include "Interfaces/AppServer.h"
 
 #include "AppServer/AppServerConfig.h"
+#include "Comm/ChannelEvents.h"
+#include "Support/Package.h"
 #include "Support/TcpPeer.h"
-#include "Support/Waiting.h"
 
 #include <QTemporaryDir>
 #include <QUdpSocket>
@@ -10,13 +11,10 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <map>
-#include <mutex>
 #include <thread>
-#include <vector>
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
+using testing::Contains;
 using testing::Optional;
 using testing::UnorderedElementsAre;
 
@@ -28,14 +26,6 @@ constexpr char kPeerAddress[] = "127.0.0.1"; ///< where the system lets connecti
 constexpr std::uint32_t kAskBoth = 0x21; ///< answered to the connected app on both channels
 const SFrame kAnswer{0x10000021, "answer"};
 const SFrame kEvent{0x10000306, "event"};
-
-std::shared_ptr<Comm::RequestPackage> Package(const SFrame& frame)
-{
-    auto package = std::make_shared<Comm::RequestPackage>();
-    package->data = EnvelopeBytes(frame.code, frame.body);
-    package->length = package->data.size();
-    return package;
-}
 
 /// An app with its two connections.
 struct SApp {
@@ -50,7 +40,8 @@ protected:
         AppServer::SetConfig({kAddress, "demo", "demo", m_folder.path().toStdString()});
         m_server.SetCallBackFunc([this](auto package) { TakePackage(*package); },
                                  [this](auto package) { TakeDatagram(*package); }, [](const std::string&) {});
-        m_server.SetConnectedFuc([this](const std::string& ip, unsigned short port) { Note("open", ip, port); });
+        m_server.SetConnectedFuc(
+            [this](const std::string& ip, unsigned short port) { m_notes.Add("open " + AddressText(ip, port)); });
         m_server.InitServer();
     }
 
@@ -58,11 +49,11 @@ protected:
     {
         ++m_packages;
         if (package.closed) {
-            Note("closed", package.remoteIp, package.remotePort);
+            m_notes.Add("closed " + AddressText(package.remoteIp, package.remotePort));
             return;
         }
         for (const int channel : {AppServer::Control, AppServer::Bulk})
-            m_server.SendPackage(Package(kAnswer), channel, {}, AppServer::kConnectedApp);
+            Send(kAnswer, channel);
     }
 
     void TakeDatagram(const Comm::ResponsePackage& package)
@@ -70,30 +61,26 @@ protected:
         m_server.SendUdpData(std::to_string(package.payload.size()), package.remoteIp, package.remotePort);
     }
 
-    void Note(const std::string& what, const std::string& ip, std::uint16_t port)
+    void Send(const SFrame& frame, int channel, const std::string& ip = {},
+              std::uint16_t port = AppServer::kConnectedApp)
     {
-        const std::lock_guard lock(m_mutex);
-        m_notes[port].push_back(what + ' ' + ip);
+        m_server.SendPackage(Package(EnvelopeBytes(frame.code, frame.body)), channel, ip, port);
     }
 
-    std::vector<std::string> NotesOf(std::uint16_t port)
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_notes[port];
-    }
+    static std::string AddressOf(const CTcpPeer& peer) { return AddressText(kPeerAddress, peer.LocalPort()); }
 
     /// Apps whose connections the server knows by now.
     std::unique_ptr<SApp> Connect()
     {
         auto app = std::make_unique<SApp>();
-        for (const CTcpPeer* peer : {&app->control, &app->bulk})
-            EXPECT_TRUE(WaitUntil([&] { return !NotesOf(peer->LocalPort()).empty(); }));
+        m_opened += 2;
+        EXPECT_THAT(m_notes.WaitFor(m_opened), Contains("open " + AddressOf(app->bulk)));
         return app;
     }
 
     QTemporaryDir m_folder;
-    std::mutex m_mutex;
-    std::map<std::uint16_t, std::vector<std::string>> m_notes;
+    CNotes m_notes;
+    std::size_t m_opened = 0;
     std::atomic<int> m_packages{0};
     CAPPServerManager m_server;
 };
@@ -125,10 +112,10 @@ TEST_F(AppChannelsTest, AnEventGoesToEveryConnectionOfItsChannelAndAnAddressedPa
     const auto first = Connect();
     const auto second = Connect();
 
-    m_server.SendPackage(Package(kEvent), AppServer::Control, {}, AppServer::kConnectedApp);
-    m_server.SendPackage(Package(kAnswer), AppServer::Control, kPeerAddress, second->control.LocalPort());
-    m_server.SendPackage(Package(kAnswer), AppServer::Control, "127.0.0.99", second->control.LocalPort());
-    m_server.SendPackage(Package(kAnswer), 7, {}, AppServer::kConnectedApp);
+    Send(kEvent, AppServer::Control);
+    Send(kAnswer, AppServer::Control, kPeerAddress, second->control.LocalPort());
+    Send(kAnswer, AppServer::Control, "127.0.0.99", second->control.LocalPort());
+    Send(kAnswer, 7);
 
     EXPECT_THAT(first->control.Receive(), Optional(kEvent));
     EXPECT_EQ(first->control.Receive(20ms), std::nullopt);
@@ -142,17 +129,15 @@ TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothItsConnectionsAndTellsEachOn
 {
     const auto gone = Connect();
     const auto stays = Connect();
-    const std::uint16_t goneControl = gone->control.LocalPort();
-    const std::uint16_t goneBulk = gone->bulk.LocalPort();
+    m_notes.Clear();
 
-    m_server.DisConnect(kPeerAddress, goneControl);
+    m_server.DisConnect(kPeerAddress, gone->control.LocalPort());
     m_server.DisConnect(kPeerAddress, 1);
 
+    EXPECT_THAT(m_notes.WaitFor(2),
+                UnorderedElementsAre("closed " + AddressOf(gone->control), "closed " + AddressOf(gone->bulk)));
     EXPECT_TRUE(gone->control.IsClosedByPeer());
     EXPECT_TRUE(gone->bulk.IsClosedByPeer());
-    const std::vector<std::string> openedAndClosed = {"open 127.0.0.1", "closed 127.0.0.1"};
-    EXPECT_TRUE(
-        WaitUntil([&] { return NotesOf(goneControl) == openedAndClosed && NotesOf(goneBulk) == openedAndClosed; }));
     stays->control.Send(kAskBoth);
     EXPECT_THAT(stays->control.Receive(), Optional(kAnswer));
 }
@@ -189,9 +174,11 @@ TEST_F(AppChannelsTest, NothingIsDeliveredOnceTheServerIsStoppedAndItCanStartAga
     EXPECT_EQ(m_packages, packages);
     done = true;
     flood.join();
-    m_server.SendPackage(Package(kEvent), AppServer::Control, {}, AppServer::kConnectedApp);
+    Send(kEvent, AppServer::Control);
 
     m_server.InitServer();
+    m_notes.Clear();
+    m_opened = 0;
     app = Connect();
     app->bulk.Send(kAskBoth);
     EXPECT_THAT(app->bulk.Receive(), Optional(kAnswer));

@@ -75,17 +75,3 @@ TEST(FrameReaderTest, ABodyBeyondTheLimitIsToldByItsHeaderAlone)
         EXPECT_THAT(Read(header.substr(0, 11), 1, 10).frames, IsEmpty());
     }
 }
-
-TEST(FrameReaderTest, StopsWhereItIsTold)
-{
-    CFrameReader reader;
-    int frames = 0;
-
-    const auto verdict = reader.Feed(EnvelopeBytes(1, "") + EnvelopeBytes(2, ""), [&](std::string_view) {
-        ++frames;
-        return false;
-    });
-
-    EXPECT_EQ(verdict, CFrameReader::Verdict::Stopped);
-    EXPECT_EQ(frames, 1);
-}

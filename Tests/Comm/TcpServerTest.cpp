@@ -1,15 +1,13 @@
 #include "Comm/TcpServer.h"
 
+#include "Support/Package.h"
 #include "Support/TcpPeer.h"
-#include "Support/Waiting.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
-#include <future>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -32,14 +30,6 @@ enum Code : std::uint32_t {
     CloseMe = 4,
 };
 
-std::shared_ptr<Comm::RequestPackage> Package(const std::string& bytes)
-{
-    auto package = std::make_shared<Comm::RequestPackage>();
-    package->data = bytes;
-    package->length = bytes.size();
-    return package;
-}
-
 /// A server that echoes, can be made slow, answers more than a peer reads, and notes what happens.
 class TcpServerTest : public testing::Test {
 protected:
@@ -47,29 +37,17 @@ protected:
     {
         m_server = std::make_unique<CTcpServer>(
             m_threads, CTcpServer::SOptions{"test", kAddress, kPort, limits},
-            CTcpServer::SCallbacks{[this](const auto&) { Note("opened"); },
+            CTcpServer::SCallbacks{[this](const auto&) { m_notes.Add("opened"); },
                                    [this](const auto& connection, std::string frame) { Answer(connection, frame); },
-                                   [this](const auto&) { Note("ended"); }});
+                                   [this](const auto&) { m_notes.Add("ended"); }});
         ASSERT_TRUE(m_server->Start());
         m_threads.Start();
     }
 
     ~TcpServerTest() override
     {
-        m_release.set_value();
+        m_gate.Open();
         m_threads.Stop();
-    }
-
-    void Note(const std::string& what)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_notes.push_back(what);
-    }
-
-    std::vector<std::string> Notes()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_notes;
     }
 
     void Answer(const CEnvelopeConnection::Ptr& connection, const std::string& frame)
@@ -77,7 +55,7 @@ protected:
         switch (Envelope::ReadNumber(frame.data() + 4)) {
         case WaitForRelease:
             ++m_waiting;
-            m_released.wait();
+            m_gate.Wait();
             break;
         case ReplyHuge:
             connection->Send(Package(EnvelopeBytes(ReplyHuge, std::string(8 << 20, 'h'))));
@@ -89,11 +67,9 @@ protected:
         connection->Send(Package(frame));
     }
 
-    std::promise<void> m_release;
-    std::shared_future<void> m_released = m_release.get_future().share();
+    CGate m_gate;
     std::atomic<int> m_waiting{0};
-    std::mutex m_mutex;
-    std::vector<std::string> m_notes;
+    CNotes m_notes;
     CIoThreads m_threads;
     std::unique_ptr<CTcpServer> m_server;
 };
@@ -104,21 +80,16 @@ TEST_F(TcpServerTest, AnswersEnvelopesInTheirOrderHoweverTheyAreCut)
 {
     Start();
     std::string stream;
-    for (int i = 0; i < 300; ++i)
-        stream += EnvelopeBytes(Echo, std::string(static_cast<std::size_t>(i), 'a'));
+    for (std::size_t i = 0; i < 300; ++i)
+        stream += EnvelopeBytes(Echo, std::string(i, 'a'));
 
-    CTcpPeer glued(kAddress, kPort);
-    glued.Send(stream);
-    CTcpPeer cut(kAddress, kPort);
+    CTcpPeer peer(kAddress, kPort);
     for (const char byte : stream.substr(0, 500))
-        cut.Send(std::string(1, byte));
-    cut.Send(stream.substr(500));
+        peer.Send(std::string(1, byte));
+    peer.Send(stream.substr(500));
 
-    for (int i = 0; i < 300; ++i) {
-        const SFrame expected{Echo, std::string(static_cast<std::size_t>(i), 'a')};
-        ASSERT_THAT(glued.Receive(), Optional(expected));
-        ASSERT_THAT(cut.Receive(), Optional(expected));
-    }
+    for (std::size_t i = 0; i < 300; ++i)
+        ASSERT_THAT(peer.Receive(), Optional(SFrame{Echo, std::string(i, 'a')}));
 }
 
 TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
@@ -209,7 +180,7 @@ TEST_F(TcpServerTest, APeerThatEndsItsSideStillGetsTheRepliesThatItReadsLate)
         EXPECT_EQ(reply->body.size(), std::size_t{8} << 20);
     }
     EXPECT_TRUE(peer.IsClosedByPeer());
-    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+    EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
 }
 
 TEST_F(TcpServerTest, APeerThatEndsItsSideAndReadsNothingIsGivenUp)
@@ -221,7 +192,7 @@ TEST_F(TcpServerTest, APeerThatEndsItsSideAndReadsNothingIsGivenUp)
         peer.Send(ReplyHuge);
     peer.EndSending();
 
-    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+    EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
 }
 
 TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne)
@@ -232,7 +203,7 @@ TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne
     peer.Send(EnvelopeBytes(CloseMe, "") + EnvelopeBytes(Echo, "too late"));
 
     EXPECT_EQ(peer.Receive(), std::nullopt);
-    EXPECT_TRUE(WaitUntil([&] { return Notes() == std::vector<std::string>{"opened", "ended"}; }));
+    EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
 }
 
 TEST_F(TcpServerTest, ThousandsOfConnectionsAreServedAndEachEndIsToldOnce)
@@ -249,8 +220,7 @@ TEST_F(TcpServerTest, ThousandsOfConnectionsAreServedAndEachEndIsToldOnce)
             ASSERT_THAT(peer->Receive(), Optional(SFrame{Echo, "x"}));
     }
 
-    EXPECT_TRUE(WaitUntil([&] { return Notes().size() >= 2 * kPeers; }));
-    const auto notes = Notes();
+    const auto notes = m_notes.WaitFor(2 * kPeers);
     EXPECT_EQ(std::count(notes.begin(), notes.end(), "ended"), kPeers);
     EXPECT_TRUE(m_server->Connections().empty());
 }
@@ -279,18 +249,4 @@ TEST_F(TcpServerTest, WhenDescriptorsRunOutANewPeerIsServedOnceThereAreSomeAgain
     EXPECT_EQ(whileNone, std::nullopt);
     EXPECT_THAT(ofEarlier, Optional(SFrame{Echo, "b"}));
     EXPECT_THAT(late.Receive(), Optional(SFrame{Echo, "late"}));
-}
-
-TEST_F(TcpServerTest, ATakenPortIsTold)
-{
-    Start();
-    std::string told;
-    CChannelEvents::GetInstance().SetSink([&](const SChannelEvent& event) { told = event.text; }, false);
-
-    CTcpServer second(m_threads, {"second", kAddress, kPort, {}}, {});
-    const bool started = second.Start();
-    CChannelEvents::GetInstance().SetSink({}, false);
-
-    EXPECT_FALSE(started);
-    EXPECT_THAT(told, testing::HasSubstr("127.0.0.11:25590"));
 }

@@ -1,8 +1,8 @@
 #include "Devices/SerialPort.h"
 
 #include "Devices/PluggedPort.h"
-#include "Interfaces/DeviceChannels.h"
 #include "Support/EventLog.h"
+#include "Support/Package.h"
 #include "Support/Waiting.h"
 
 #include <gmock/gmock.h>
@@ -19,32 +19,12 @@ namespace {
 
 constexpr std::size_t kBuffer = 4096;
 
-std::shared_ptr<Comm::RequestPackage> Package(const std::string& bytes)
-{
-    auto package = std::make_shared<Comm::RequestPackage>();
-    package->data = bytes;
-    package->length = bytes.size();
-    return package;
-}
-
 /// A command that tells its number, of that many bytes, among them those that a terminal makes something else of.
 std::string Command(int number, std::size_t size)
 {
     std::string text = std::to_string(number) + std::string("\0\r\n\x03\x11\x13\xff", 7);
     text.resize(size, 'x');
     return text;
-}
-
-/// Sends so many commands and returns all their bytes.
-template <class Channel>
-std::string SendCommands(Channel send, int count, std::size_t size)
-{
-    std::string all;
-    for (int number = 0; number < count; ++number) {
-        all += Command(number, size);
-        send(Package(Command(number, size)));
-    }
-    return all;
 }
 
 class SerialPortTest : public testing::Test {
@@ -55,9 +35,15 @@ protected:
         m_openedAtOnce = m_serial->Open(m_port.Path());
     }
 
+    /// Sends so many commands and returns all their bytes.
     std::string SendCommands(int count, std::size_t size)
     {
-        return ::SendCommands([this](auto package) { m_serial->Send(std::move(package)); }, count, size);
+        std::string all;
+        for (int number = 0; number < count; ++number) {
+            all += Command(number, size);
+            m_serial->Send(Package(Command(number, size)));
+        }
+        return all;
     }
 
     CEventLog m_log;
@@ -67,17 +53,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(SerialPortTest, ABurstOfCommandsArrivesInItsOrder)
-{
-    m_port.Plug();
-    Comm::COMChannel channel(kBuffer, "115200,8,N,1");
-    EXPECT_TRUE(channel.Open(m_port.Path()));
-
-    const std::string sent = ::SendCommands([&](auto package) { channel.AsyncSend(std::move(package)); }, 1000, 24);
-
-    EXPECT_EQ(m_port.Read(sent.size()), sent);
-}
 
 TEST_F(SerialPortTest, TheLineIsDrivenAsTheSettingsSay)
 {

@@ -1,22 +1,19 @@
 #include "Interfaces/FPClient.h"
 
-#include "Comm/ChannelEvents.h"
 #include "FPClient/FPClientConfig.h"
+#include "Support/EventLog.h"
+#include "Support/Package.h"
 #include "Support/TcpPeer.h"
-#include "Support/Waiting.h"
 
 #include <asio/ip/tcp.hpp>
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <future>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 using namespace std::chrono_literals;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Optional;
@@ -25,19 +22,6 @@ namespace {
 
 constexpr char kAddress[] = "127.0.0.52";
 constexpr std::uint32_t kWait = 0x112; ///< a packet that the module under test takes its time for
-
-std::shared_ptr<Comm::RequestPackage> Package(const std::string& envelope)
-{
-    auto package = std::make_shared<Comm::RequestPackage>();
-    package->data = envelope;
-    package->length = package->data.size();
-    return package;
-}
-
-std::string Shortened(const std::string& body)
-{
-    return body.size() < 100 ? body : std::to_string(body.size()) + " bytes";
-}
 
 /// The FP controller's listening end.
 class CController {
@@ -58,21 +42,10 @@ private:
 /// A client whose module answers every packet with the packet itself.
 class FPChannelTest : public testing::Test {
 protected:
-    FPChannelTest()
-    {
-        CChannelEvents::GetInstance().SetSink(
-            [this](const SChannelEvent& event) {
-                const std::lock_guard lock(m_mutex);
-                m_events.push_back(event.text);
-            },
-            false);
-    }
-
     ~FPChannelTest() override
     {
-        Release();
+        m_gate.Open();
         m_client.reset();
-        CChannelEvents::GetInstance().SetSink({}, false);
     }
 
     void Start(CTcpClient::SPatience patience = {1s, 5ms, 20ms})
@@ -89,39 +62,16 @@ protected:
         EXPECT_EQ(package.remotePort, FPClient::kDefaultPort);
         EXPECT_EQ(package.payload.empty(), package.closed != 0);
         const std::uint32_t code = package.closed ? 0 : Envelope::ReadNumber(package.payload.data() + 4);
-        {
-            const std::lock_guard lock(m_mutex);
-            m_taken.push_back(package.closed ? "closed" : Shortened(package.payload.substr(12)));
-        }
+        m_taken.Add(package.closed ? "closed" : package.payload.substr(12));
         if (code == kWait)
-            m_released.wait();
+            m_gate.Wait();
         if (!package.closed)
             client.SendPackage(Package(package.payload));
     }
 
-    std::vector<std::string> Taken()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_taken;
-    }
-
-    std::vector<std::string> Events()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_events;
-    }
-
-    void Release()
-    {
-        std::call_once(m_releasing, [this] { m_release.set_value(); });
-    }
-
-    std::promise<void> m_release;
-    std::once_flag m_releasing;
-    std::shared_future<void> m_released = m_release.get_future().share();
-    std::mutex m_mutex;
-    std::vector<std::string> m_taken;
-    std::vector<std::string> m_events;
+    CGate m_gate;
+    CNotes m_taken;
+    CEventLog m_log{false};
     std::unique_ptr<CFPClientManager> m_client;
 };
 
@@ -129,10 +79,11 @@ protected:
 
 TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
 {
-    const std::string large(30'000,
-                            'l'); // several reads, and still within what the system takes for a peer that is gone
+    // Several reads, and still within what the system takes for a peer that is gone.
+    const std::string large(30'000, 'l');
     for (const bool resets : {false, true}) {
         SCOPED_TRACE(resets);
+        m_gate.Close();
         CController controller;
         Start();
         const auto peer = controller.Accept();
@@ -140,27 +91,26 @@ TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
 
         // The answer to the first finds the peer gone; by then the rest has arrived and isn't read yet.
         peer->Send(EnvelopeBytes(kWait, "first"));
-        ASSERT_TRUE(WaitUntil([&] { return !Taken().empty(); }));
+        ASSERT_FALSE(m_taken.WaitFor(1).empty());
         peer->Send(EnvelopeBytes(1, "second") + EnvelopeBytes(1, large) + EnvelopeBytes(1, "last"));
         peer->Send(EnvelopeBytes(1, "cut off").substr(0, 15));
         if (resets)
             peer->Reset();
         else
             peer->Close();
-        Release();
+        m_gate.Open();
 
-        EXPECT_TRUE(WaitUntil([&] { return Taken().size() >= 5; }));
-        EXPECT_THAT(Taken(), ElementsAre("first", "second", "30000 bytes", "last", "closed"));
+        EXPECT_THAT(m_taken.WaitFor(5), ElementsAre("first", "second", large, "last", "closed"));
         m_client.reset();
-        m_taken.clear();
+        m_taken.Clear();
     }
 }
 
 TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
 {
     Start();
-    ASSERT_TRUE(WaitUntil([&] { return !Events().empty(); })); // nobody listens yet
-    for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(WaitUntil([&] { return m_log.Has("keeps trying: Connection refused"); }));
+    for (std::size_t i = 0; i < 3; ++i) {
         CController controller;
         const auto peer = controller.Accept();
         ASSERT_TRUE(peer) << i;
@@ -171,14 +121,13 @@ TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
         const auto next = controller.Accept();
         ASSERT_TRUE(next);
         next->Reset();
-        ASSERT_TRUE(WaitUntil([&] { return static_cast<int>(Taken().size()) >= 3 * (i + 1); }));
+        ASSERT_GE(m_taken.WaitFor(3 * (i + 1)).size(), 3 * (i + 1));
     }
 
     // One more connection may have come and gone before each controller did.
-    const std::vector<std::string> taken = Taken();
+    const std::vector<std::string> taken = m_taken.All();
     EXPECT_EQ(std::count(taken.begin(), taken.end(), "good"), 3);
     EXPECT_GE(std::count(taken.begin(), taken.end(), "closed"), 6);
-    EXPECT_THAT(Events(), Contains(HasSubstr("keeps trying: Connection refused")));
 }
 
 TEST_F(FPChannelTest, AConnectionBringsTheFirstPauseBack)
@@ -229,7 +178,7 @@ TEST_F(FPChannelTest, WhatIsSentWhileNotConnectedIsDroppedWithALine)
     Start();
     m_client->SendPackage(Package(EnvelopeBytes(0x112, "lost")));
 
-    EXPECT_THAT(Events(), Contains(HasSubstr("dropped: picture-adjustment (0x112), 16 bytes")));
+    EXPECT_THAT(m_log.Text(), HasSubstr("dropped: picture-adjustment (0x112), 16 bytes"));
     CController controller;
     const auto peer = controller.Accept();
     peer->Send(1, "kept");

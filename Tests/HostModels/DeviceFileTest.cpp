@@ -1,15 +1,9 @@
+#include "HostModels/FileTest.h"
 #include "HostModels/HostExControlDevModel.h"
-#include "HostModels/JsonFile.h"
-#include "HostModels/ShowFile.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTemporaryDir>
 
-#include <gmock/gmock.h>
-
-using testing::ElementsAre;
 using testing::StartsWith;
 
 namespace {
@@ -25,18 +19,12 @@ QString Device(const char* begin, const QString& more = {})
     return QStringLiteral("{%1%2}").arg(QLatin1String(begin), more);
 }
 
-class DeviceFileTest : public testing::Test {
-protected:
-    QString WriteDevices(const QString& devices)
-    {
-        QFile file(m_folder.filePath("Devices.json"));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(("{\"ExControlDevData\": [" + devices + "]}").toUtf8());
-        return file.fileName();
-    }
+QByteArray FileOf(const QString& devices)
+{
+    return ("{\"ExControlDevData\": [" + devices + "]}").toUtf8();
+}
 
-    QTemporaryDir m_folder;
-};
+using DeviceFileTest = CFileTest;
 
 } // namespace
 
@@ -63,21 +51,15 @@ TEST_F(DeviceFileTest, ABadFileIsToldWithPlaceAndReason)
     };
     CHostExControlDevModel model;
 
-    for (const auto& [devices, complaint] : cases) {
-        const QString file = WriteDevices(devices);
-        try {
-            model.Load(file);
-            ADD_FAILURE() << "no complaint, but expected: " << complaint;
-        } catch (const CFileError& error) {
-            EXPECT_THAT(error.what(), StartsWith(file.toStdString() + ": ExControlDevData" + complaint));
-        }
-    }
+    for (const auto& [devices, complaint] : cases)
+        EXPECT_THAT(Complaint([&](const QString& file) { model.Load(file); }, FileOf(devices)),
+                    StartsWith(std::string("ExControlDevData") + complaint));
     EXPECT_TRUE(model.Current()->devices.empty());
 }
 
 TEST_F(DeviceFileTest, ChangesAreKeptWithAllThatTheFileSays)
 {
-    const QString file = WriteDevices(Device(kSerial));
+    const QString file = Write(FileOf(Device(kSerial)));
     CHostExControlDevModel model;
     model.Load(file);
     QJsonObject lights = QJsonDocument::fromJson(Device(kUdp, R"(, "Port": 9, "Name": "Bühne")").toUtf8()).object();
@@ -104,28 +86,4 @@ TEST_F(DeviceFileTest, ChangesAreKeptWithAllThatTheFileSays)
     again.Load(file);
     EXPECT_EQ(again.GetExControlDevNode(kLights).nDevType, DeviceType::None);
     EXPECT_EQ(again.Current()->devices.size(), 1U);
-}
-
-TEST_F(DeviceFileTest, AShowNamesItsDeviceFileAndItsScenesTheirCommands)
-{
-    const auto id = [](int number) { return QStringLiteral("00000000-0000-4000-8000-00000000000%1").arg(number); };
-    const auto command = [&](int number) { return QJsonObject{{"device", id(0)}, {"command", id(number)}}; };
-    const QJsonObject scene = {{"id", id(1)},
-                               {"name", "s"},
-                               {"endCommands", QJsonArray{command(9)}},
-                               {"startCommands", QJsonArray{command(8), command(7)}}};
-    const QJsonObject group = {{"id", id(1)}, {"name", "g"}, {"scenes", QJsonArray{scene}}};
-    const QJsonObject project = {{"id", id(1)}, {"name", "p"}, {"groups", QJsonArray{group}}};
-    const QString path = m_folder.filePath("show.zxc");
-    KeepJsonObject(path, {{"name", "a"}, {"devices", "Stage/Devices.json"}, {"projects", QJsonArray{project}}});
-
-    const SShowFile file = ReadShowFile(path);
-
-    EXPECT_EQ(file.deviceFile, m_folder.filePath("Stage/Devices.json"));
-    std::vector<SSceneExControlCmd> commands(1);
-    file.show.Project()->groups[0]->scenes[0]->node.GetAllExControlCmd(commands);
-    std::vector<std::pair<int, QUuid>> read;
-    for (const SSceneExControlCmd& entry : commands)
-        read.emplace_back(entry.nTriggerType, entry.cmdId);
-    EXPECT_THAT(read, ElementsAre(std::pair(0, QUuid(id(8))), std::pair(0, QUuid(id(7))), std::pair(1, QUuid(id(9)))));
 }

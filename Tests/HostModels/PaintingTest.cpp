@@ -1,6 +1,7 @@
 #include "HostModels/Painting.h"
 
 #include "ExternalController/Common/ResourceType.h"
+#include "Support/ShowBuilder.h"
 
 #include <QColor>
 #include <QFile>
@@ -10,21 +11,27 @@
 
 #include <array>
 #include <atomic>
+#include <set>
 #include <thread>
 #include <vector>
 
 namespace {
 
-const QUuid kMedium = QUuid::createUuid();
-
 class PaintingTest : public testing::Test {
 protected:
-    void SetUp() override
+    PaintingTest()
     {
-        SScreen screen;
-        screen.place = {0, 0, 400, 300};
-        m_show.screens.push_back(std::make_shared<const SScreen>(screen));
         m_show.projects.push_back(std::make_shared<const SProject>());
+        AddScreen({0, 0, 400, 300});
+    }
+
+    void AddScreen(const QRect& place, bool open = true, bool added = true)
+    {
+        SScreen screen = MakeScreen(1);
+        screen.place = place;
+        screen.open = open;
+        screen.added = added;
+        m_show.screens.push_back(std::make_shared<const SScreen>(screen));
     }
 
     QString Path(const QString& name) const { return m_folder.filePath(name); }
@@ -43,10 +50,7 @@ protected:
 
     static SResource Resource(int type, const QString& path = {})
     {
-        SResource resource;
-        resource.base = CResourceBase(std::make_shared<const SResourceProperties>(
-            SResourceProperties{QUuid::createUuid(), type, "A name", path, {}, true, 0, 0}));
-        return resource;
+        return MakeResource({QUuid::createUuid(), type, "A name", path, {}, true, 0, 0});
     }
 
     /// Puts a medium of a resource of its own on top of the scene.
@@ -56,12 +60,10 @@ protected:
         project.Add(resource);
         m_show.projects[0] = std::make_shared<const SProject>(project);
         layout.corners = CornersOf(layout);
-        SMediaProperties media;
-        media.id = kMedium;
-        media.resourceId = resource.base.GetId();
-        media.layout = layout;
-        media.play.currentState = page;
-        m_scene.media.push_back(CMediaNode(std::make_shared<const SMediaProperties>(media)));
+        m_scene.media.push_back(MakeMedium(1, resource, [&](SMediaProperties& medium) {
+            medium.layout = layout;
+            medium.play.currentState = page;
+        }));
         return m_scene.media.back();
     }
 
@@ -158,14 +160,8 @@ TEST_F(PaintingTest, AHiddenMediumIsLeftOutAndTheLastOneIsOnTop)
 
 TEST_F(PaintingTest, TheStageIsWhatItsScreensAndTheEffectMakeIt)
 {
-    SScreen closed;
-    closed.place = {-100, 0, 100, 300};
-    closed.open = false;
-    SScreen elsewhere;
-    elsewhere.place = {5000, 0, 100, 300};
-    elsewhere.added = false;
-    m_show.screens.push_back(std::make_shared<const SScreen>(closed));
-    m_show.screens.push_back(std::make_shared<const SScreen>(elsewhere));
+    AddScreen({-100, 0, 100, 300}, false);
+    AddScreen({5000, 0, 100, 300}, true, false);
     Add(Resource(ResourceType::Picture, FourColours()), At({-100, 0}, {500, 300}));
 
     const QImage stage = Stage();
@@ -185,9 +181,8 @@ TEST_F(PaintingTest, TheStageIsWhatItsScreensAndTheEffectMakeIt)
 
 TEST_F(PaintingTest, AHugeSizeIsPaintedSmallerInItsProportions)
 {
-    SScreen screen;
-    screen.place = {0, 0, 1000000, 500000};
-    m_show.screens = {std::make_shared<const SScreen>(screen)};
+    m_show.screens.clear();
+    AddScreen({0, 0, 1000000, 500000});
     SLayoutProperty layout = At({0, 0}, {1000000, 500000});
     const CMediaNode picture = Add(Resource(ResourceType::Picture, FourColours()), layout);
     const CMediaNode strip = Add(Resource(ResourceType::Clock), At({0, 0}, {1000000, 1}));
@@ -246,12 +241,12 @@ TEST_F(PaintingTest, ATextStandsWhereItsAlignmentSays)
         text.text.horAlignment = alignment;
         const QImage image = Medium(Add(text, At({0, 0}, {300, 60})));
 
-        for (int third = 0; third < 3; ++third) {
-            bool red = false;
-            for (int x = 100 * third; x < 100 * (third + 1); ++x)
-                red = red || image.pixelColor(x, 30) == QColor(Qt::red);
-            EXPECT_EQ(red, third == alignment) << third << ' ' << alignment;
+        std::set<int> redThirds;
+        for (int x = 0; x < 300; ++x) {
+            if (image.pixelColor(x, 30) == QColor(Qt::red))
+                redThirds.insert(x / 100);
         }
+        EXPECT_THAT(redThirds, testing::ElementsAre(alignment));
     }
 }
 

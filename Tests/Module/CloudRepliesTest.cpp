@@ -2,7 +2,6 @@
 
 #include "ExternalController/MsgSender/LogTables.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
-#include "ExternalController/MsgSender/StageMsgSender.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -117,11 +116,4 @@ TEST_F(CloudRepliesTest, TheSystemTellsTheShowItPlays)
     const QJsonObject stopped = DataOf(AskProject(22).at(0));
     EXPECT_EQ(stopped["volume"].toInt(-1), 0);
     EXPECT_EQ(stopped["curChapterId"].toString("none"), "");
-}
-
-TEST_F(CloudRepliesTest, ThePreviewOfTheStageHasNoId)
-{
-    LoadStage({});
-
-    EXPECT_THAT(Kinds(Ask<CStageMsgSender>(393, {}, kFromCloud)), ElementsAre("2 preview "));
 }

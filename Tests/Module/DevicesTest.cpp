@@ -1,4 +1,5 @@
 #include "Support/ControllerTest.h"
+#include "Support/ShowBuilder.h"
 
 #include "ExternalController/MsgSender/ExControlDevMsgSender.h"
 #include "HostModels/JsonFile.h"
@@ -17,13 +18,13 @@ using testing::IsEmpty;
 
 namespace {
 
-const QUuid kLights("{75abf6a9-add1-4262-84c2-217f41365491}");
-const QUuid kCurtain("{a64ab059-cad4-4f84-835c-c78571676010}");
-const QUuid kOn("{36a6ddef-2d1b-4c35-a2c3-dd4e729dda12}");
-const QUuid kOff("{c5ed065c-838b-4c7c-a29d-4ebc723b4b4c}");
-const QUuid kUnknown("{1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13}");
-const QUuid kGroup("{8be9601c-eb52-460a-b60a-0d9ef9192494}");
-const QUuid kScene("{ad4edfdd-4e34-44b5-bcb3-2c9066d66f5e}");
+const QUuid kGroup = Id(2);
+const QUuid kScene = Id(3);
+const QUuid kLights = Id(11);
+const QUuid kCurtain = Id(12);
+const QUuid kOn = Id(21);
+const QUuid kOff = Id(22);
+const QUuid kUnknown = Id(99);
 
 QJsonArray Commands(const char* on, const char* off, const char* format = "text")
 {
@@ -66,28 +67,15 @@ CallMatcher Written(const std::string& bytes, const std::string& portName = "COM
 
 class DevicesTest : public ControllerTest {
 protected:
-    DevicesTest() { Load({Lights(), Curtain()}); }
-
-    ~DevicesTest() override
+    DevicesTest()
     {
-        HostModels::Devices().Load({});
-        HostModels::Show().Load({});
-    }
-
-    void Load(const QJsonArray& devices)
-    {
-        KeepJsonObject(m_file, {{"ExControlDevData", devices}});
+        KeepJsonObject(m_file, {{"ExControlDevData", QJsonArray{Lights(), Curtain()}}});
         HostModels::Devices().Load(m_file);
     }
 
-    static void Put(const QJsonObject& device) { HostModels::Devices().Put(ReadDevice({"test", device})); }
+    ~DevicesTest() override { HostModels::Devices().Load({}); }
 
-    void Write(const QByteArray& text)
-    {
-        QFile file(m_file);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-    }
+    static void Put(const QJsonObject& device) { HostModels::Devices().Put(ReadDevice({"test", device})); }
 
     /// The sender with its channels open; the calls of that are forgotten.
     CExControlDevMsgSender& Sender()
@@ -110,14 +98,7 @@ void LoadScene(const std::vector<SSceneExControlCmd>& commands)
     properties->exControlCmds = commands;
     SScene scene;
     scene.node = CSceneNode(std::move(properties));
-    SSceneGroup group;
-    group.id = kGroup;
-    group.Add(std::move(scene));
-    SProject project;
-    project.Add(std::move(group));
-    SShow show;
-    show.projects.push_back(std::make_shared<const SProject>(std::move(project)));
-    HostModels::Show().Load(std::move(show));
+    LoadShow({MakeProject(1, {MakeGroup(2, {scene})})});
 }
 
 SSceneExControlCmd Trigger(int type, const QUuid& device, const QUuid& command)
@@ -134,31 +115,17 @@ void StartScene(const QUuid& scene = kScene)
     emit GetPlayController()->signalSceneStartExControl(kGroup, scene);
 }
 
-void EndScene()
-{
-    emit GetPlayController()->signalSceneEndExControl(kGroup, kScene);
-}
-
 } // namespace
-
-TEST_F(DevicesTest, EachDeviceOfTheFileGetsItsChannelAndGivesItBackInTheEnd)
-{
-    m_sender = std::make_unique<CExControlDevMsgSender>();
-
-    EXPECT_THAT(RecordingChannels::Calls(),
-                ElementsAre(Call("Udp.Create", "", "", 0, 512), Call("Udp.Init", "", "", 25168),
-                            Call("Com.Create", "19200,7,E,2", "", 0, 4096), Call("Com.Open", "COM3")));
-    RecordingChannels::ForgetCalls();
-    m_sender.reset();
-    EXPECT_THAT(RecordingChannels::CallNames(), testing::UnorderedElementsAre("Udp.Destroy", "Com.Destroy"));
-}
 
 TEST_F(DevicesTest, AFileThatSaysNothingOpensNothing)
 {
     for (const char* text : {"", "{", "[]", "{}", R"({"ExControlDevData": {}})", R"({"Devices": [{"DevId": "x"}]})",
                              R"({"ExControlDevData": [5, {}, {"DevId": 5}, {"DevId": "no id"}]})",
                              R"({"ExControlDevData": [{"DevId": "{1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13}"}]})"}) {
-        Write(text);
+        QFile file(m_file);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        file.close();
         const CExControlDevMsgSender sender;
         EXPECT_THAT(RecordingChannels::Calls(), IsEmpty()) << text;
     }
@@ -176,9 +143,7 @@ TEST_F(DevicesTest, TextGoesOutInUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Byt
         const char* format;
         const char* payload;
     } kCases[] = {
-        {"PWR ON", "text", "PWR ON"},
         {"PWR ON", "hexadecimal text", "505752204f4e"},
-        {"AB", "hexadecimal text", "4142"},
         {"B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r", "text", "B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r"},
         {"B\xC3\xBChne\r", "hexadecimal text", "42fc686e650d"},
     };
@@ -258,7 +223,7 @@ TEST_F(DevicesTest, ASceneSendsItsCommandsOfTheKindInTheirOrder)
     EXPECT_EQ(package.flag, 1);
     EXPECT_EQ(package.value, 100U);
     RecordingChannels::ForgetCalls();
-    EndScene();
+    emit GetPlayController()->signalSceneEndExControl(kGroup, kScene);
     EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram("PWR OFF")));
     RecordingChannels::ForgetCalls();
     StartScene(kUnknown);

@@ -13,9 +13,9 @@
 namespace {
 
 /// Time as the test lets it pass.
-class CClock {
+class CTestPause : public IPause {
 public:
-    void Wait(const std::function<bool()>& over)
+    void WaitFor(std::chrono::milliseconds, const std::function<bool()>& over) override
     {
         std::unique_lock lock(m_mutex);
         ++m_checks;
@@ -25,11 +25,9 @@ public:
             --m_ticks;
     }
 
-    void Wake()
+    void Wake() override
     {
-        {
-            const std::lock_guard lock(m_mutex);
-        }
+        const std::lock_guard lock(m_mutex);
         m_changed.notify_all();
     }
 
@@ -53,38 +51,31 @@ private:
     int m_ticks = 0;
 };
 
-class CTestPause : public IPause {
-public:
-    explicit CTestPause(CClock& clock) : m_clock(clock) {}
-    void WaitFor(std::chrono::milliseconds, const std::function<bool()>& over) override { m_clock.Wait(over); }
-    void Wake() override { m_clock.Wake(); }
-
-private:
-    CClock& m_clock;
-};
-
 /// An app that is logged in and has just sent a heartbeat, and the loop that supervises it.
 class HeartBeatTest : public ControllerTest {
 protected:
     HeartBeatTest()
     {
-        m_controller.emplace(std::make_unique<CTestPause>(m_clock));
+        auto pause = std::make_unique<CTestPause>();
+        m_pause = pause.get();
+        m_controller.emplace(std::move(pause));
         m_controller->Init();
-        RecordingChannels::App().connected(m_app.ip, m_app.port);
+        RecordingChannels::Callbacks().connected(m_app.ip, m_app.port);
         LogIn(m_app);
         SendHeartBeat();
         RecordingChannels::ForgetCalls();
-        m_loop = std::thread(RecordingChannels::Timer());
+        m_loop = std::thread(RecordingChannels::Callbacks().timer);
     }
 
     ~HeartBeatTest() override
     {
         if (m_controller)
             m_controller->Stop();
-        m_loop.join();
+        if (m_loop.joinable())
+            m_loop.join();
     }
 
-    void SendHeartBeat() { RecordingChannels::App().tcp(AppPacket(Command::Heartbeat, {}, m_app)); }
+    void SendHeartBeat() { RecordingChannels::Callbacks().appTcp(AppPacket(Command::Heartbeat, {}, m_app)); }
 
     std::ptrdiff_t Disconnects()
     {
@@ -95,7 +86,7 @@ protected:
     }
 
     const SPeer m_app;
-    CClock m_clock;
+    CTestPause* m_pause = nullptr;
     std::optional<CExternalController> m_controller;
     std::thread m_loop;
 };
@@ -104,20 +95,20 @@ protected:
 
 TEST_F(HeartBeatTest, ASilentAppIsDisconnectedAfterFiveSecondsAndAgainEverySecond)
 {
-    m_clock.LetChecksPass(5);
+    m_pause->LetChecksPass(5);
     EXPECT_EQ(Disconnects(), 0);
 
-    m_clock.LetChecksPass(6);
+    m_pause->LetChecksPass(6);
     EXPECT_EQ(Disconnects(), 1);
 
-    m_clock.LetChecksPass(8);
+    m_pause->LetChecksPass(8);
     EXPECT_EQ(Disconnects(), 3);
 }
 
 TEST_F(HeartBeatTest, AHeartBeatASecondKeepsTheApp)
 {
     for (int check = 1; check < 30; ++check) {
-        m_clock.LetChecksPass(check);
+        m_pause->LetChecksPass(check);
         SendHeartBeat();
     }
 
@@ -128,29 +119,27 @@ TEST_F(HeartBeatTest, AHeartBeatASecondKeepsTheApp)
 
 TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppGoes)
 {
-    m_clock.LetChecksPass(1);
+    m_pause->LetChecksPass(1);
 
-    RecordingChannels::App().tcp(CloseNotice(m_app));
+    RecordingChannels::Callbacks().appTcp(CloseNotice(m_app));
 
     m_loop.join();
-    m_loop = std::thread([] {});
     EXPECT_EQ(Disconnects(), 0);
 }
 
 TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppServerIsSwitchedOff)
 {
-    m_clock.LetChecksPass(1);
+    m_pause->LetChecksPass(1);
 
     m_controller->AppServerSupport(false);
 
     m_loop.join();
-    m_loop = std::thread([] {});
     EXPECT_THAT(RecordingChannels::CallNames(), testing::ElementsAre("Timer.Stop", "App.UninitServer"));
 }
 
 TEST_F(HeartBeatTest, DestroyingTheControllerWaitsForTheLoop)
 {
-    m_clock.LetChecksPass(1);
+    m_pause->LetChecksPass(1);
     // The recording timer has no thread to wait for; the test's stands in for it.
     RecordingChannels::OnCall([&](const SChannelCall& call) {
         if (call.name == "Timer.Destroy")
@@ -160,5 +149,4 @@ TEST_F(HeartBeatTest, DestroyingTheControllerWaitsForTheLoop)
     m_controller.reset();
 
     EXPECT_FALSE(m_loop.joinable());
-    m_loop = std::thread([] {});
 }

@@ -2,12 +2,10 @@
 
 #include <QMetaMethod>
 
-#include <set>
 #include <string>
 #include <vector>
 
 using testing::ElementsAre;
-using testing::UnorderedElementsAreArray;
 
 namespace {
 
@@ -46,37 +44,9 @@ TEST(MetaObjectTest, HostsFindTheMethodsTheyConnectToInTheirOrder)
                                      "private slot slotNotifyScenePlay(QUuid sceneGroupId, QUuid sceneId)",
                                      "private slot slotUpdateResourceUsed(QUuid resId, bool bFlag)",
                                      "private slot slotUpdateResourceDexumerState(QUuid resId, bool bFlag)"));
-}
-
-TEST(MetaObjectTest, TheStringTableHoldsTheseNamesAndNoOther)
-{
-    // The texts stand right behind the table, so the first one's offset tells the table's length.
-    const QByteArrayData* table = CExternalController::staticMetaObject.d.stringdata;
-    const std::size_t entries = static_cast<std::size_t>(table->offset) / sizeof *table;
-
-    std::set<std::string> names;
-    for (std::size_t i = 0; i < entries; ++i) {
-        if (table[i].size > 0)
-            names.insert(static_cast<const char*>(table[i].data()));
-    }
-
-    const std::vector<std::string> expected = {"CExternalController",
-                                               "signalStartPushStream",
-                                               "std::string",
-                                               "signalStopAppStreamPush",
-                                               "signalCloseSoftWare",
-                                               "closeServer",
-                                               "signalRestartSoftware",
-                                               "slotSceneStartExControlCmd",
-                                               "sceneGroupId",
-                                               "sceneId",
-                                               "slotSceneEndExControlCmd",
-                                               "slotNotifyScenePlay",
-                                               "slotUpdateResourceUsed",
-                                               "resId",
-                                               "bFlag",
-                                               "slotUpdateResourceDexumerState"};
-    EXPECT_THAT(names, UnorderedElementsAreArray(expected));
+    EXPECT_EQ(meta.propertyCount(), meta.propertyOffset());
+    EXPECT_EQ(meta.enumeratorCount(), meta.enumeratorOffset());
+    EXPECT_EQ(meta.classInfoCount(), meta.classInfoOffset());
 }
 
 TEST(MetaObjectTest, StartPushStreamWithoutItsArgumentSendsAnEmptyText)
@@ -86,8 +56,7 @@ TEST(MetaObjectTest, StartPushStreamWithoutItsArgumentSendsAnEmptyText)
     QObject::connect(&controller, &CExternalController::signalStartPushStream,
                      [&](const std::string& text) { received.push_back(text); });
 
-    const bool invoked = QMetaObject::invokeMethod(&controller, "signalStartPushStream");
+    emit controller.signalStartPushStream();
 
-    EXPECT_TRUE(invoked);
     EXPECT_THAT(received, ElementsAre(""));
 }

@@ -107,20 +107,14 @@ TEST_F(ResourceSenderTest, WhatTheHostCanDoIsToldWhoeverAsks)
     EXPECT_THAT(Ask(1029, kRemote, 0x0110), Answers("A", 1029, fonts));
 }
 
-TEST_F(ResourceSenderTest, PicturesGoOutOnTheBulkChannel)
+TEST_F(ResourceSenderTest, ACardOfEachSharedTypeGoesOutOnTheBulkChannel)
 {
-    LoadStage({MakeResource(6, ResourceType::Video)});
-    const QByteArray png = PictureIn(Ask(1027, {{"resourceId", IdText(6)}}, 0x0110), 0x10000403, Id(6));
-    EXPECT_TRUE(png.startsWith("\x89PNG"));
-    EXPECT_FALSE(QImage::fromData(png).isNull());
-
     std::vector<int> types;
     for (const SChannelCall& call : Ask(1047, kRemote, 0x0110)) {
         const QJsonObject body = BodyOf(call);
         types.push_back(body["resType"].toInt(-1));
         const QByteArray card = QByteArray::fromBase64(body["data"].toString().toLatin1());
-        EXPECT_TRUE(card.startsWith("\x89PNG"));
-        EXPECT_FALSE(QImage::fromData(card).isNull());
+        EXPECT_FALSE(QImage::fromData(card, "PNG").isNull());
         const QJsonObject whole = {{"result", 1}, {"resType", types.back()}, {"data", QString(card.toBase64())}};
         EXPECT_THAT(call, Sent(0x10000417, whole, AppServer::Bulk));
     }

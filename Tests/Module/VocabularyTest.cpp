@@ -23,16 +23,3 @@ TEST(VocabularyTest, TheListsAreOneInAnother)
     EXPECT_EQ(AllSuffixList.size(), 46);
     EXPECT_TRUE(TextSuffixList.isEmpty());
 }
-
-TEST(VocabularyTest, TheFileFiltersAreTheseTexts)
-{
-    EXPECT_EQ(VideoFileFilter, "*.mp4 *.3gp *.m2t *.m2ts *.bhd *.asx *.mpe *.vcd *.dvd *.dat *.m4v *.webm *.rmvb *.rm "
-                               "*.wmv *.asf *.mpeg *.mpg *.ts *.tp *.mov *.flv *.avi *.mkv *.vob");
-    EXPECT_EQ(AudioFileFilter, "*.m4a *.mp3 *.wav");
-    EXPECT_EQ(PictureFileFilter, "*.bmp *.png *.jpg *.tiff *.tga *.webp *.jpeg");
-    EXPECT_EQ(ImageFileFilter, "*.bmp *.png *.jpg *.tiff *.tga *.webp *.jpeg *.gif");
-    EXPECT_EQ(PptFileFilter, "*.ppt *.pptx");
-    EXPECT_EQ(ExcelFileFilter, "*.xlsx *.xls *.xlm *.xla *.xlt *.xll");
-    EXPECT_EQ(WordFileFilter, "*.doc *.docx");
-    EXPECT_EQ(PdfFileFilter, "*.pdf");
-}

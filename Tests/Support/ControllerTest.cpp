@@ -58,7 +58,7 @@ void ControllerTest::LogIn(const SPeer& peer)
 {
     // Neither password can be decrypted, and so the two are the same.
     HostModels::UserModel().Load({{"operator", "", "", 1, 0}});
-    RecordingChannels::App().tcp(AppPacket(Command::Login, {{"username", "operator"}}, peer));
+    RecordingChannels::Callbacks().appTcp(AppPacket(Command::Login, {{"username", "operator"}}, peer));
     RecordingChannels::ForgetCalls();
     ForgetReports();
 }
@@ -73,4 +73,10 @@ void ControllerTest::ForgetReports()
 {
     const std::lock_guard lock(m_mutex);
     m_reports.clear();
+}
+
+void ControllerTest::ExpectSilence() const
+{
+    EXPECT_THAT(RecordingChannels::Calls(), testing::IsEmpty());
+    EXPECT_THAT(Reports(), testing::IsEmpty());
 }

@@ -45,6 +45,9 @@ protected:
     std::vector<SResultData> Reports() const;
     void ForgetReports();
 
+    /// No channel was called, and the host was told nothing.
+    void ExpectSilence() const;
+
 private:
     mutable std::mutex m_mutex;
     std::vector<SResultData> m_reports;

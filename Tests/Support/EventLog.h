@@ -5,17 +5,17 @@
 #include <mutex>
 #include <string>
 
-/// What channels tell while it lives, a line an event.
+/// What channels tell while it lives, a line an event; with traffic every packet as well.
 class CEventLog {
 public:
-    CEventLog()
+    explicit CEventLog(bool traffic = true)
     {
         CChannelEvents::GetInstance().SetSink(
             [this](const SChannelEvent& event) {
                 const std::lock_guard lock(m_mutex);
                 m_text += event.channel + ' ' + event.peer + ": " + event.text + '\n';
             },
-            true);
+            traffic);
     }
     ~CEventLog() { CChannelEvents::GetInstance().SetSink({}, false); }
     CEventLog(const CEventLog&) = delete;

@@ -7,15 +7,12 @@
 
 namespace {
 
+using RecordingChannels::SCallbacks;
 using Hook = std::function<void(const SChannelCall&)>;
 
 struct SRecording {
     std::vector<SChannelCall> calls;
-    RecordingChannels::SAppCallbacks app;
-    CFPClientManager::PackageCallback fp;
-    CCentralControllerManager::MessageCallback central;
-    CCloudControlManager::MessageCallback cloud;
-    std::function<void()> timer;
+    SCallbacks callbacks;
     Hook hook;
     bool cloudConnected = false;
 };
@@ -38,6 +35,14 @@ void Set(Value SRecording::*member, Value value)
     std::swap(s_recording.*member, value);
 }
 
+template <class Callback>
+void SetCallback(Callback SCallbacks::*member, Callback callback)
+{
+    SCallbacks callbacks = RecordingChannels::Callbacks();
+    callbacks.*member = std::move(callback);
+    Set(&SRecording::callbacks, std::move(callbacks));
+}
+
 void Record(SChannelCall call)
 {
     Hook hook;
@@ -48,11 +53,6 @@ void Record(SChannelCall call)
     }
     if (hook)
         hook(call);
-}
-
-void RecordPlain(const char* name)
-{
-    Record({name, nullptr, {}, {}, 0, 0});
 }
 
 std::string Lines(const CloudControl::SCloudUserInfo& user)
@@ -69,29 +69,9 @@ bool Sends(const SChannelCall& call)
 
 } // namespace
 
-RecordingChannels::SAppCallbacks RecordingChannels::App()
+RecordingChannels::SCallbacks RecordingChannels::Callbacks()
 {
-    return Get(&SRecording::app);
-}
-
-CFPClientManager::PackageCallback RecordingChannels::FP()
-{
-    return Get(&SRecording::fp);
-}
-
-CCentralControllerManager::MessageCallback RecordingChannels::Central()
-{
-    return Get(&SRecording::central);
-}
-
-CCloudControlManager::MessageCallback RecordingChannels::Cloud()
-{
-    return Get(&SRecording::cloud);
-}
-
-std::function<void()> RecordingChannels::Timer()
-{
-    return Get(&SRecording::timer);
+    return Get(&SRecording::callbacks);
 }
 
 std::vector<SChannelCall> RecordingChannels::Calls()
@@ -137,23 +117,28 @@ void RecordingChannels::Reset()
     std::swap(s_recording, fresh);
 }
 
+class CAPPServerManager::Impl {};
+class CFPClientManager::Impl {};
+class CCentralControllerManager::Impl {};
+class CCloudControlManager::Impl {};
+class Comm::UDPClientChannel::Impl {};
+class CTimer::Impl {};
+
+/// An operation that is recorded by its name alone.
+#define RECORDS(operation, name)                                                                                       \
+    operation                                                                                                          \
+    {                                                                                                                  \
+        Record({name});                                                                                                \
+    }
+
 // The app server.
 
-class CAPPServerManager::Impl {};
-
-CAPPServerManager::CAPPServerManager()
-{
-    RecordPlain("App.Create");
-}
-
-CAPPServerManager::~CAPPServerManager()
-{
-    RecordPlain("App.Destroy");
-}
+RECORDS(CAPPServerManager::CAPPServerManager(), "App.Create")
+RECORDS(CAPPServerManager::~CAPPServerManager(), "App.Destroy")
 
 void CAPPServerManager::SendUdpData(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
 {
-    Record({"App.SendUdpData", nullptr, datagram, remoteIp, remotePort, 0});
+    Record({"App.SendUdpData", nullptr, datagram, remoteIp, remotePort});
 }
 
 void CAPPServerManager::SendPackage(std::shared_ptr<Comm::RequestPackage> package, int channel, const std::string& ip,
@@ -164,121 +149,73 @@ void CAPPServerManager::SendPackage(std::shared_ptr<Comm::RequestPackage> packag
 
 void CAPPServerManager::SetCallBackFunc(PackageCallback tcp, PackageCallback udp, UploadEndCallback uploadEnd)
 {
-    RecordingChannels::SAppCallbacks app = RecordingChannels::App();
-    app.tcp = std::move(tcp);
-    app.udp = std::move(udp);
-    app.uploadEnd = std::move(uploadEnd);
-    Set(&SRecording::app, std::move(app));
-    RecordPlain("App.SetCallBackFunc");
+    SetCallback(&SCallbacks::appTcp, std::move(tcp));
+    SetCallback(&SCallbacks::appUdp, std::move(udp));
+    SetCallback(&SCallbacks::uploadEnd, std::move(uploadEnd));
+    Record({"App.SetCallBackFunc"});
 }
 
 void CAPPServerManager::SetConnectedFuc(ConnectedCallback connected)
 {
-    RecordingChannels::SAppCallbacks app = RecordingChannels::App();
-    app.connected = std::move(connected);
-    Set(&SRecording::app, std::move(app));
-    RecordPlain("App.SetConnectedFuc");
+    SetCallback(&SCallbacks::connected, std::move(connected));
+    Record({"App.SetConnectedFuc"});
 }
 
-void CAPPServerManager::InitServer()
-{
-    RecordPlain("App.InitServer");
-}
-
-void CAPPServerManager::UninitServer()
-{
-    RecordPlain("App.UninitServer");
-}
-
-void CAPPServerManager::Stop()
-{
-    RecordPlain("App.Stop");
-}
+RECORDS(void CAPPServerManager::InitServer(), "App.InitServer")
+RECORDS(void CAPPServerManager::UninitServer(), "App.UninitServer")
+RECORDS(void CAPPServerManager::Stop(), "App.Stop")
 
 void CAPPServerManager::DisConnect(std::string ip, unsigned short port)
 {
-    Record({"App.DisConnect", nullptr, {}, ip, port, 0});
+    Record({"App.DisConnect", nullptr, {}, ip, port});
 }
 
 void CAPPServerManager::ModifyAppResSavePath(const QString& path)
 {
-    Record({"App.ModifyAppResSavePath", nullptr, path.toStdString(), {}, 0, 0});
+    Record({"App.ModifyAppResSavePath", nullptr, path.toStdString()});
 }
 
 // The FP client.
 
-class CFPClientManager::Impl {};
-
-CFPClientManager::CFPClientManager()
-{
-    RecordPlain("FP.Create");
-}
-
-CFPClientManager::~CFPClientManager()
-{
-    RecordPlain("FP.Destroy");
-}
+RECORDS(CFPClientManager::CFPClientManager(), "FP.Create")
+RECORDS(CFPClientManager::~CFPClientManager(), "FP.Destroy")
 
 void CFPClientManager::SendPackage(std::shared_ptr<Comm::RequestPackage> package)
 {
-    Record({"FP.SendPackage", std::move(package), {}, {}, 0, 0});
+    Record({"FP.SendPackage", std::move(package)});
 }
 
 void CFPClientManager::SetCallBackFunc(PackageCallback callback)
 {
-    Set(&SRecording::fp, std::move(callback));
-    RecordPlain("FP.SetCallBackFunc");
+    SetCallback(&SCallbacks::fp, std::move(callback));
+    Record({"FP.SetCallBackFunc"});
 }
 
-void CFPClientManager::InitServer()
-{
-    RecordPlain("FP.InitServer");
-}
+RECORDS(void CFPClientManager::InitServer(), "FP.InitServer")
 
 // Central control.
 
-class CCentralControllerManager::Impl {};
-
-CCentralControllerManager::CCentralControllerManager()
-{
-    RecordPlain("Central.Create");
-}
-
-CCentralControllerManager::~CCentralControllerManager()
-{
-    RecordPlain("Central.Destroy");
-}
+RECORDS(CCentralControllerManager::CCentralControllerManager(), "Central.Create")
+RECORDS(CCentralControllerManager::~CCentralControllerManager(), "Central.Destroy")
 
 void CCentralControllerManager::SetCallBackFunc(MessageCallback callback)
 {
-    Set(&SRecording::central, std::move(callback));
-    RecordPlain("Central.SetCallBackFunc");
+    SetCallback(&SCallbacks::central, std::move(callback));
+    Record({"Central.SetCallBackFunc"});
 }
 
-void CCentralControllerManager::InitServer()
-{
-    RecordPlain("Central.InitServer");
-}
+RECORDS(void CCentralControllerManager::InitServer(), "Central.InitServer")
 
 void CCentralControllerManager::SendData(const std::string& json, const std::string& remoteIp,
                                          unsigned short remotePort)
 {
-    Record({"Central.SendData", nullptr, json, remoteIp, remotePort, 0});
+    Record({"Central.SendData", nullptr, json, remoteIp, remotePort});
 }
 
 // Cloud control.
 
-class CCloudControlManager::Impl {};
-
-CCloudControlManager::CCloudControlManager()
-{
-    RecordPlain("Cloud.Create");
-}
-
-CCloudControlManager::~CCloudControlManager()
-{
-    RecordPlain("Cloud.Destroy");
-}
+RECORDS(CCloudControlManager::CCloudControlManager(), "Cloud.Create")
+RECORDS(CCloudControlManager::~CCloudControlManager(), "Cloud.Destroy")
 
 void CCloudControlManager::SendData(const std::string& data, CloudControl::EROUTE_TYPE route)
 {
@@ -287,35 +224,29 @@ void CCloudControlManager::SendData(const std::string& data, CloudControl::EROUT
 
 void CCloudControlManager::SetCloudControlMsgCallBack(MessageCallback callback)
 {
-    Set(&SRecording::cloud, std::move(callback));
-    RecordPlain("Cloud.SetCloudControlMsgCallBack");
+    SetCallback(&SCallbacks::cloud, std::move(callback));
+    Record({"Cloud.SetCloudControlMsgCallBack"});
 }
 
-void CCloudControlManager::InitInstance()
-{
-    RecordPlain("Cloud.InitInstance");
-}
+RECORDS(void CCloudControlManager::InitInstance(), "Cloud.InitInstance")
 
 void CCloudControlManager::Connect(const CloudControl::SCloudUserInfo& user)
 {
-    Record({"Cloud.Connect", nullptr, Lines(user), {}, 0, 0});
+    Record({"Cloud.Connect", nullptr, Lines(user)});
 }
 
 void CCloudControlManager::ValidateLogin(const CloudControl::SCloudUserInfo& user)
 {
-    Record({"Cloud.ValidateLogin", nullptr, Lines(user), {}, 0, 0});
+    Record({"Cloud.ValidateLogin", nullptr, Lines(user)});
 }
 
 bool CCloudControlManager::IsConnected()
 {
-    RecordPlain("Cloud.IsConnected");
+    Record({"Cloud.IsConnected"});
     return Get(&SRecording::cloudConnected);
 }
 
-void CCloudControlManager::Close()
-{
-    RecordPlain("Cloud.Close");
-}
+RECORDS(void CCloudControlManager::Close(), "Cloud.Close")
 
 // The devices' channels. Nothing that can fail succeeds, since nobody asks.
 
@@ -332,66 +263,48 @@ Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSet
 
 Comm::COMChannel::~COMChannel()
 {
-    Record({"Com.Destroy", nullptr, m_impl->portName, {}, 0, 0});
+    Record({"Com.Destroy", nullptr, m_impl->portName});
 }
 
 bool Comm::COMChannel::Open(const std::string& portName)
 {
     m_impl->portName = portName;
-    Record({"Com.Open", nullptr, portName, {}, 0, 0});
+    Record({"Com.Open", nullptr, portName});
     return false;
 }
 
 void Comm::COMChannel::AsyncSend(std::shared_ptr<RequestPackage> package)
 {
-    Record({"Com.AsyncSend", std::move(package), m_impl->portName, {}, 0, 0});
+    Record({"Com.AsyncSend", std::move(package), m_impl->portName});
 }
-
-class Comm::UDPClientChannel::Impl {};
 
 Comm::UDPClientChannel::UDPClientChannel(std::size_t bufferBytes)
 {
     Record({"Udp.Create", nullptr, {}, {}, 0, static_cast<int>(bufferBytes)});
 }
 
-Comm::UDPClientChannel::~UDPClientChannel()
-{
-    RecordPlain("Udp.Destroy");
-}
+RECORDS(Comm::UDPClientChannel::~UDPClientChannel(), "Udp.Destroy")
 
 bool Comm::UDPClientChannel::Init(const std::string& localIp, unsigned short localPort)
 {
-    Record({"Udp.Init", nullptr, {}, localIp, localPort, 0});
+    Record({"Udp.Init", nullptr, {}, localIp, localPort});
     return false;
 }
 
 bool Comm::UDPClientChannel::SendTo(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
 {
-    Record({"Udp.SendTo", nullptr, datagram, remoteIp, remotePort, 0});
+    Record({"Udp.SendTo", nullptr, datagram, remoteIp, remotePort});
     return false;
 }
 
 // The timer.
 
-class CTimer::Impl {};
-
 CTimer::CTimer(std::function<void()> callable, double periodMilliseconds)
 {
-    Set(&SRecording::timer, std::move(callable));
+    SetCallback(&SCallbacks::timer, std::move(callable));
     Record({"Timer.Create", nullptr, {}, {}, 0, static_cast<int>(periodMilliseconds)});
 }
 
-CTimer::~CTimer()
-{
-    RecordPlain("Timer.Destroy");
-}
-
-void CTimer::Start()
-{
-    RecordPlain("Timer.Start");
-}
-
-void CTimer::Stop()
-{
-    RecordPlain("Timer.Stop");
-}
+RECORDS(CTimer::~CTimer(), "Timer.Destroy")
+RECORDS(void CTimer::Start(), "Timer.Start")
+RECORDS(void CTimer::Stop(), "Timer.Stop")

@@ -15,10 +15,10 @@
 /// One call of the module to a channel or to the timer.
 struct SChannelCall {
     std::string name; ///< "App.SendPackage"; the makings and endings of the objects are "App.Create" and "App.Destroy"
-    std::shared_ptr<const Comm::RequestPackage> package;
-    std::string text; ///< what goes out as text; of a cloud login its three texts, a line each; of a serial channel's
-                      ///< making its line settings, and later its port's name
-    std::string ip;
+    std::shared_ptr<const Comm::RequestPackage> package = nullptr;
+    std::string text = {}; ///< what goes out as text; of a cloud login its three texts, a line each; of a serial
+                           ///< channel's making its line settings, and later its port's name
+    std::string ip = {};
     int port = 0;
     int number =
         0; ///< app: the channel; cloud: the route; timer: the period in milliseconds; device: the buffer's size
@@ -31,18 +31,17 @@ namespace RecordingChannels {
 
 /// The callbacks that the controller set last; a test that calls one plays the channel's thread. They outlive their
 /// channel and the controller, as those of a channel that delivers late.
-struct SAppCallbacks {
-    CAPPServerManager::PackageCallback tcp;
-    CAPPServerManager::PackageCallback udp;
+struct SCallbacks {
+    CAPPServerManager::PackageCallback appTcp;
+    CAPPServerManager::PackageCallback appUdp;
     CAPPServerManager::UploadEndCallback uploadEnd;
     CAPPServerManager::ConnectedCallback connected;
+    CFPClientManager::PackageCallback fp;
+    CCentralControllerManager::MessageCallback central;
+    CCloudControlManager::MessageCallback cloud;
+    std::function<void()> timer; ///< what the timer that was made last would run
 };
-SAppCallbacks App();
-CFPClientManager::PackageCallback FP();
-CCentralControllerManager::MessageCallback Central();
-CCloudControlManager::MessageCallback Cloud();
-/// What the timer that was made last would run.
-std::function<void()> Timer();
+SCallbacks Callbacks();
 
 /// Every call so far, in order.
 std::vector<SChannelCall> Calls();

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 /// How long a test waits for what must come. Generous: it is only used up by a failure.
 constexpr std::chrono::seconds kPatience(20);
@@ -18,3 +23,50 @@ bool WaitUntil(Condition&& condition, std::chrono::milliseconds patience = kPati
     }
     return true;
 }
+
+/// Holds up the threads that come to it while it is closed, as it is in the beginning.
+class CGate {
+public:
+    void Wait() const
+    {
+        WaitUntil([this] { return m_isOpen.load(); }, std::chrono::minutes(4));
+    }
+    void Open() { m_isOpen = true; }
+    void Close() { m_isOpen = false; }
+
+private:
+    std::atomic<bool> m_isOpen{false};
+};
+
+/// What other threads tell the test, in order.
+class CNotes {
+public:
+    void Add(std::string note)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_notes.push_back(std::move(note));
+    }
+
+    void Clear()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_notes.clear();
+    }
+
+    std::vector<std::string> All() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_notes;
+    }
+
+    /// All once there are this many; fewer when patience runs out.
+    std::vector<std::string> WaitFor(std::size_t count) const
+    {
+        WaitUntil([&] { return All().size() >= count; });
+        return All();
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<std::string> m_notes;
+};
