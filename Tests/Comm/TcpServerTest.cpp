@@ -200,10 +200,11 @@ TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne
     Start();
     CTcpPeer peer(kAddress, kPort);
 
-    peer.Send(EnvelopeBytes(CloseMe, "") + EnvelopeBytes(Echo, "too late"));
+    peer.Send(EnvelopeBytes(CloseMe, "") + EnvelopeBytes(WaitForRelease, "too late"));
 
     EXPECT_EQ(peer.Receive(), std::nullopt);
     EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
+    EXPECT_EQ(m_waiting, 0);
 }
 
 TEST_F(TcpServerTest, ThousandsOfConnectionsAreServedAndEachEndIsToldOnce)

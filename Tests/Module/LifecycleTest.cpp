@@ -10,7 +10,6 @@
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 namespace {
 
@@ -133,10 +132,8 @@ TEST_F(LifecycleTest, TheUploadFolderIsPassedOnToTheAppServer)
 
     controller.ModifyAppResSavePath(QStringLiteral("Medien/Übung"));
 
-    const std::vector<SChannelCall> calls = RecordingChannels::Calls();
-    ASSERT_THAT(calls, SizeIs(1));
-    EXPECT_EQ(calls[0].name, "App.ModifyAppResSavePath");
-    EXPECT_EQ(calls[0].text, "Medien/Übung");
+    ASSERT_THAT(RecordingChannels::CallNames(), ElementsAre("App.ModifyAppResSavePath"));
+    EXPECT_EQ(RecordingChannels::Calls()[0].text, "Medien/Übung");
 }
 
 TEST_F(LifecycleTest, WriteFindsTheSenderByItsKeyAndNothingIsRead)

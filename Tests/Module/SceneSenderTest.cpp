@@ -3,8 +3,6 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
-#include <QImage>
-
 #include <atomic>
 #include <memory>
 #include <string>
@@ -98,20 +96,6 @@ TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)
                                                           "currentSceneId": "#21", "sceneGroupDataList": {}}})"}});
     EXPECT_THAT(Ask(0x302, {}), Answers("A", 0x302, Json(R"({"sceneGroupData":
                                     {"count": 0, "sceneGroupId": "#0", "sceneGroupName": ""}})")));
-}
-
-TEST_F(SceneSenderTest, AThumbnailHasItsShapeWhateverTheStages)
-{
-    LoadTwoGroups();
-    SScreen portrait;
-    portrait.place = QRect(0, 0, 1080, 1920);
-    HostModels::Show().Change([&](SShow& show) { show.screens = {std::make_shared<const SScreen>(portrait)}; });
-
-    const auto sent = Ask(0x308, Json(R"({"sceneGroupId": "#20", "sceneId": "{#22}"})"), 0x0110);
-
-    const QByteArray jpeg = PictureIn(sent, 0x10000308, Id(22));
-    EXPECT_TRUE(jpeg.startsWith("\xff\xd8\xff"));
-    EXPECT_EQ(QImage::fromData(jpeg).size(), QSize(320, 180));
 }
 
 TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsTurnedDown)

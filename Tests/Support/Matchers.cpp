@@ -27,9 +27,15 @@ CallMatcher ToConnectedApp()
                  Field("port", &SChannelCall::port, AppServer::kConnectedApp));
 }
 
-CallMatcher Carries(unsigned int code, const QJsonObject& json)
+CallMatcher ToApp(const std::string& ip, int port)
 {
-    const std::string bytes = CAppDataPack(code, QJsonDocument(json).toJson()).GetData().toStdString();
+    return AllOf(Named("App.SendPackage"), Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
+                 Field("number", &SChannelCall::number, int{AppServer::Control}));
+}
+
+CallMatcher Carries(unsigned int code, const QByteArray& body)
+{
+    const std::string bytes = CAppDataPack(code, body).GetData().toStdString();
     return Truly([bytes](const SChannelCall& call) {
         return call.package && call.package->data == bytes && call.package->length == bytes.size();
     });
@@ -66,7 +72,8 @@ void PrintTo(const SResultData& result, std::ostream* out)
 
 CallMatcher Sent(unsigned int code, const QJsonObject& json, int channel)
 {
-    return AllOf(ToConnectedApp(), Field("number", &SChannelCall::number, channel), Carries(code, json));
+    return AllOf(ToConnectedApp(), Field("number", &SChannelCall::number, channel),
+                 Carries(code, QJsonDocument(json).toJson()));
 }
 
 CallMatcher SentCode(unsigned int code)
@@ -79,22 +86,17 @@ CallMatcher SentCode(unsigned int code)
 
 CallMatcher SentTo(const std::string& ip, int port, unsigned int code, const QJsonObject& json)
 {
-    return AllOf(Named("App.SendPackage"), Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
-                 Field("number", &SChannelCall::number, int{AppServer::Control}), Carries(code, json));
+    return AllOf(ToApp(ip, port), Carries(code, QJsonDocument(json).toJson()));
 }
 
 CallMatcher SentEmptyTo(const std::string& ip, int port, unsigned int code)
 {
-    const auto isEmpty = [code](const SChannelCall& call) {
-        return call.package && call.package->data == CAppDataPack(code, {}).GetData().toStdString();
-    };
-    return AllOf(Named("App.SendPackage"), Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port),
-                 Field("number", &SChannelCall::number, int{AppServer::Control}), Truly(isEmpty));
+    return AllOf(ToApp(ip, port), Carries(code, QByteArray()));
 }
 
 CallMatcher SentToFP(unsigned int code, const QJsonObject& json)
 {
-    return AllOf(Named("FP.SendPackage"), Carries(code, json));
+    return AllOf(Named("FP.SendPackage"), Carries(code, QJsonDocument(json).toJson()));
 }
 
 CallMatcher SentToCentral(const std::string& text, const std::string& ip, int port)
