@@ -2,8 +2,8 @@
 
 #include "Support/EventLog.h"
 
-#include <asio/io_context.hpp>
-#include <asio/ip/udp.hpp>
+#include <QNetworkDatagram>
+#include <QUdpSocket>
 
 #include <gmock/gmock.h>
 
@@ -19,26 +19,17 @@ constexpr char kLocalIp[] = "127.0.0.73";
 constexpr char kDeviceIp[] = "127.0.0.74";
 
 /// A device, from which can be read what the loopback has brought.
-class CUdpDevice {
+class CUdpDevice : public QUdpSocket {
 public:
-    CUdpDevice() : m_socket(m_context, {asio::ip::make_address_v4(kDeviceIp), 0}) {}
-
-    std::uint16_t Port() const { return m_socket.local_endpoint().port(); }
+    CUdpDevice() { EXPECT_TRUE(bind(QHostAddress(kDeviceIp))); }
 
     /// The next datagram, and behind it where it comes from.
     std::string Receive()
     {
-        std::string datagram(70000, '\0');
-        asio::ip::udp::endpoint from;
-        datagram.resize(m_socket.receive_from(asio::buffer(datagram), from));
-        return datagram + " from " + from.address().to_string() + ':' + std::to_string(from.port());
+        const QNetworkDatagram datagram = receiveDatagram();
+        return datagram.data().toStdString() + " from " + datagram.senderAddress().toString().toStdString() + ':' +
+               std::to_string(datagram.senderPort());
     }
-
-    bool IsQuiet() const { return m_socket.available() == 0; }
-
-private:
-    asio::io_context m_context;
-    asio::ip::udp::socket m_socket;
 };
 
 } // namespace
@@ -52,12 +43,12 @@ TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirOwnDevices)
     ASSERT_TRUE(first.Init(kLocalIp, kLocalPort));
     ASSERT_TRUE(second->Init(kLocalIp, kLocalPort));
 
-    EXPECT_TRUE(first.SendTo("PWR ON", kDeviceIp, lights.Port()));
-    EXPECT_TRUE(second->SendTo(std::string("a\0b", 3), kDeviceIp, curtain.Port()));
+    EXPECT_TRUE(first.SendTo("PWR ON", kDeviceIp, lights.localPort()));
+    EXPECT_TRUE(second->SendTo(std::string("a\0b", 3), kDeviceIp, curtain.localPort()));
     ASSERT_TRUE(second->Init({}, kLocalPort));
-    EXPECT_TRUE(second->SendTo("from anywhere", kDeviceIp, curtain.Port()));
+    EXPECT_TRUE(second->SendTo("from anywhere", kDeviceIp, curtain.localPort()));
     second.reset();
-    EXPECT_TRUE(first.SendTo(std::string(60000, 'x'), kDeviceIp, curtain.Port()));
+    EXPECT_TRUE(first.SendTo(std::string(60000, 'x'), kDeviceIp, curtain.localPort()));
 
     EXPECT_EQ(lights.Receive(), "PWR ON from 127.0.0.73:25168");
     EXPECT_EQ(curtain.Receive(), std::string("a\0b", 3) + " from 127.0.0.73:25168");
@@ -70,19 +61,19 @@ TEST(UDPClientChannelTest, WhatCannotBeSentIsToldAndHarmsNothing)
     CEventLog log;
     CUdpDevice device;
     Comm::UDPClientChannel channel(kBuffer);
-    EXPECT_FALSE(channel.SendTo("too early", kDeviceIp, device.Port()));
+    EXPECT_FALSE(channel.SendTo("too early", kDeviceIp, device.localPort()));
     ASSERT_TRUE(channel.Init(kLocalIp, kLocalPort));
 
     for (const char* address : {"", "projector", "127.0.0.74.1", "127.1", "::1", "0127.0.0.74", " 127.0.0.74"})
-        EXPECT_FALSE(channel.SendTo("x", address, device.Port())) << address;
+        EXPECT_FALSE(channel.SendTo("x", address, device.localPort())) << address;
     EXPECT_FALSE(channel.SendTo("x", kDeviceIp, 0));
-    EXPECT_FALSE(channel.SendTo(std::string(70000, 'x'), kDeviceIp, device.Port()));
+    EXPECT_FALSE(channel.SendTo(std::string(70000, 'x'), kDeviceIp, device.localPort()));
 
     const std::string told = log.Text();
     EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 10) << told;
     EXPECT_THAT(told, HasSubstr("UDP device 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
     EXPECT_THAT(told, HasSubstr("70000 bytes not sent: Message too long"));
-    EXPECT_TRUE(device.IsQuiet());
-    EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.Port()));
+    EXPECT_FALSE(device.hasPendingDatagrams());
+    EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.localPort()));
     EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25168");
 }

@@ -1,7 +1,6 @@
 #include "Support/ControllerTest.h"
 
 #include "ExternalController/Common/Command.h"
-#include "ExternalController/MsgSender/IMsgSenderBase.h"
 
 #include <atomic>
 #include <chrono>
@@ -11,7 +10,6 @@
 using testing::Contains;
 using testing::Each;
 using testing::Not;
-using testing::SizeIs;
 
 using ThreadsTest = ControllerTest;
 
@@ -92,22 +90,4 @@ TEST_F(ThreadsTest, ARequestThatComesWhileInitStillRunsIsPassedOverOrAnswered)
     enough = true;
     app.join();
     EXPECT_THAT(RecordingChannels::Outgoing(), Each(SentCode(0x10000005)));
-}
-
-TEST_F(ThreadsTest, RequestsForNobodyDoNotDisturbThoseThatAreAnswered)
-{
-    constexpr int kRequests = 400;
-    CExternalController& controller = Start();
-    const auto ask = [&](int firstKey) {
-        for (int i = 0; i < kRequests; ++i) {
-            EXPECT_FALSE(controller.Write({firstKey + i, 0x1fe, {}, Source::Every}));
-            EXPECT_TRUE(controller.Write({SenderType::Stage, 0x1fe, {{"request", i}}, Source::App}));
-        }
-    };
-
-    std::thread other(ask, 0x600);
-    ask(0x600 + kRequests);
-    other.join();
-
-    EXPECT_THAT(RecordingChannels::Outgoing(), SizeIs(2 * kRequests));
 }
