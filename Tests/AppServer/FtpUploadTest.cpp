@@ -2,7 +2,6 @@
 #include "AppServer/FtpUploadServer.h"
 #include "Support/Waiting.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QProcess>

@@ -1,6 +1,5 @@
 #include "Support/SenderTest.h"
 
-#include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
 #include <functional>
