@@ -4,13 +4,16 @@ Nothing here is taken from the sources: a mistake in the wire format can't hide 
 The environment names the programs: SHOWHOST and SHOWREMOTE.
 """
 
+import base64
 import json
 import os
+import pty
 import signal
 import socket
 import struct
 import subprocess
 import tempfile
+import termios
 import threading
 import time
 from pathlib import Path
@@ -18,6 +21,7 @@ from pathlib import Path
 DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT, FP_PORT = 25505, 25506, 25507, 25521, 25509, 25510
 DISCOVERY_REQUEST = b"App Server request Zentravox Controller"
 REPLY = 0x10000000
+LOGIN, PUBLIC_KEY = 3, 7
 
 DEMO_SHOW = Path(__file__).resolve().parents[2] / "Examples" / "DemoShow" / "DemoShow.zxc"
 # Generous, for a busy machine under a sanitizer: only a test that fails waits so long.
@@ -40,17 +44,6 @@ def wait_until(condition, what):
         if time.monotonic() > deadline:
             raise AssertionError(f"waited {PATIENCE} s in vain: {what}")
         time.sleep(0.02)
-
-
-def is_free(address, port):
-    with socket.socket() as probe:
-        probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        try:
-            probe.bind((address, port))
-            probe.listen()
-            return True
-        except OSError:
-            return False
 
 
 def showhost_command(address, state, *options, show=None):
@@ -202,6 +195,32 @@ class App:
         self.bulk.close()
 
 
+def public_key(app):
+    app.control.send(PUBLIC_KEY)
+    code, body = app.control.receive()
+    assert (code, body["result"]) == (REPLY | PUBLIC_KEY, 1), (code, body)
+    return body["publicKey"]
+
+
+def encrypt(key, password):
+    """By the openssl command, so that a mistake in the cipher can't hide by being made on both sides."""
+    with Folder() as folder:
+        pem = folder / "key.pem"
+        pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
+        cipher = subprocess.run(["openssl", "pkeyutl", "-encrypt", "-pubin", "-inkey", pem,
+                                 "-pkeyopt", "rsa_padding_mode:pkcs1"],
+                                input=password.encode(), stdout=subprocess.PIPE, check=True, timeout=PATIENCE).stdout
+    return base64.b64encode(cipher).decode()
+
+
+def log_in(app, user="demo", password="demo", force=0):
+    app.control.send(LOGIN, {"username": user, "password": encrypt(public_key(app), password), "id": "a stranger",
+                             "appVersion": "1.0.0", "appType": 1, "force": force})
+    code, reply = app.control.receive()
+    assert code == REPLY | LOGIN, hex(code)
+    return reply
+
+
 class DatagramPeer:
     """One end of a talk in datagrams."""
 
@@ -288,3 +307,47 @@ class Folder(tempfile.TemporaryDirectory):
 
     def __enter__(self):
         return Path(super().__enter__())
+
+
+class Terminal:
+    """A program on a terminal of its own."""
+
+    def __init__(self, command):
+        self._near, self._far = pty.openpty()
+        no_password = {name: value for name, value in environment().items() if name != "SHOWREMOTE_PASSWORD"}
+        self.process = subprocess.Popen(command, stdin=self._far, stdout=self._far, stderr=self._far, env=no_password)
+        self._output = b""
+        os.set_blocking(self._near, False)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        os.close(self._near)
+        os.close(self._far)
+
+    def output(self):
+        try:
+            while some := os.read(self._near, 4096):
+                self._output += some
+        except BlockingIOError:
+            pass
+        return self._output.decode()
+
+    def shows_input(self):
+        return bool(termios.tcgetattr(self._far)[3] & termios.ECHO)
+
+    def wait_for(self, text):
+        wait_until(lambda: text in self.output(), f"\"{text}\" on the terminal")
+
+    def answer(self, prompt, text):
+        self.wait_for(prompt)
+        os.write(self._near, text.encode() + b"\n")
+
+    def ended(self):
+        """The exit code and all that stands on the terminal."""
+        wait_until(lambda: self.output() is not None and self.process.poll() is not None, "the program ends")
+        return self.process.returncode, self.output()

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A tour of showhost from outside: found, connected, asked, fed with media, stopped and killed."""
+"""showremote's commands against a host that keeps running, what it tells without one, and how showhost starts and ends."""
 
 import json
 import os
@@ -8,97 +8,28 @@ import socket
 import subprocess
 import threading
 import unittest
-from urllib.parse import quote
 
-from Support import (BULK_PORT, CONTROL_PORT, FTP_PORT, PATIENCE, REPLY, App, Folder,
-                     ShowHost, discover, environment, is_free, showhost_command, showremote, wait_until)
+from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, PATIENCE, App, Folder, FPController, ShowHost,
+                     discover, environment, showhost_command, showremote)
 
-HEARTBEAT, SET_HOST_NAME, HOST_NAME_AND_VERSION = 1, 4, 5
-
-SHARED, RENAMED, STARTED, NOBODY = "127.0.0.31", "127.0.0.32", "127.0.0.33", "127.0.0.34"
+SHARED, STARTED, NOBODY, CONTROLLER = "127.0.0.31", "127.0.0.33", "127.0.0.34", "127.0.0.55"
 
 
-class RemotesTest(unittest.TestCase):
-    """Remotes of one host that keeps running."""
-
+class ShowRemoteTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = cls.enterClassContext(Folder())
         cls.state = cls.folder / "state"
-        cls.host = cls.enterClassContext(ShowHost(SHARED, cls.state))
+        cls.host = cls.enterClassContext(ShowHost(SHARED, cls.state, "--fp", f"{CONTROLLER}:{FP_PORT}"))
 
-    def assert_uploaded(self, name, content):
-        self.assertEqual((self.state / "Resources" / name).read_bytes(), content)
-        self.host.wait_for_line(lambda line: line.endswith(name), f"a line that names the upload {name}")
-
-    def test_discovery_tells_who_the_host_is(self):
-        reply = discover(SHARED)
-
-        self.assertEqual(reply.keys(), {"name", "id", "macAddress", "macAddressList", "version"})
-        self.assertEqual(reply["name"], socket.gethostname())
-        self.assertEqual(reply["id"], "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4")
-        self.assertEqual(reply["version"], 2.0)
-
-    def test_a_heartbeat_is_answered_on_the_channel_that_it_came_on_alone(self):
-        with App(SHARED) as app:
-            app.control.send(HEARTBEAT)
-            app.bulk.send(HEARTBEAT)
-            answers = [app.control.receive(), app.bulk.receive()]
-
-            self.assertEqual(answers, [(REPLY | HEARTBEAT, {"result": 1})] * 2)
-            self.assertEqual(app.control.receive_rest(), [])
-            self.assertEqual(app.bulk.receive_rest(), [])
-
-    def test_the_host_tells_its_name_and_version(self):
-        with App(SHARED) as app:
-            app.control.send(HOST_NAME_AND_VERSION)
-            code, body = app.control.receive()
-
-        self.assertEqual(code, REPLY | HOST_NAME_AND_VERSION)
-        self.assertEqual(body.keys(), {"result", "name", "version"})
-        self.assertEqual((body["result"], body["name"]), (1, socket.gethostname()))
-        self.assertTrue(body["version"])
-
-    def test_curl_uploads_a_file_with_a_name_in_any_script(self):
-        name, content = "curl Grüße 舞台 🎬 #1%.bin", os.urandom(100_000)
-        source = self.folder / "source"
-        source.write_bytes(content)
-
-        subprocess.run(["curl", "-sS", "--noproxy", "*", "--user", "demo:demo", "-T", source,
-                        f"ftp://{SHARED}:{FTP_PORT}/{quote(name)}"], check=True, timeout=PATIENCE)
-
-        self.assert_uploaded(name, content)
-
-    def test_showremote_uploads_a_file_with_a_name_in_any_script(self):
-        name, content = "showremote Grüße 舞台 🎬 #1%;type=a.bin", os.urandom(100_000)
-        source = self.folder / name
-        source.write_bytes(content)
-
-        for arguments, arrives_as in (((), name), (("--as", "leer ⌀/" + name), "leer ⌀/" + name)):
-            with self.subTest(arrives_as=arrives_as):
-                result = showremote("upload", "--host", SHARED, source, *arguments)
-
-                self.assertEqual((result.returncode, result.stderr), (0, ""))
-                self.assert_uploaded(arrives_as, content)
-
-    def test_showremote_tells_that_an_upload_was_refused(self):
-        source = self.folder / "refused.bin"
-        source.write_bytes(b"x")
-
-        result = showremote("upload", "--host", SHARED, source, SHOWREMOTE_PASSWORD="wrong")
-
-        self.assertEqual(result.returncode, 1)
-        self.assertIn("login denied", result.stderr)
-        self.assertFalse((self.state / "Resources" / "refused.bin").exists())
-
-    def test_showremote_discovers_what_a_stranger_discovers(self):
+    def test_it_discovers_what_a_stranger_discovers(self):
         result = showremote("discover", "--host", SHARED)
 
         first, rest = result.stdout.split("\n", 1)
         self.assertEqual((result.returncode, first), (0, f"answer from {SHARED}:25505"))
         self.assertEqual(json.loads(rest), discover(SHARED))
 
-    def test_showremote_shows_the_channels_and_the_reply(self):
+    def test_it_shows_the_channels_and_every_reply(self):
         for request, channel in ((("heartbeat",), "control"), (("0x1", "--bulk"), "bulk")):
             with self.subTest(channel=channel):
                 result = showremote("app", "--host", SHARED, *request)
@@ -109,35 +40,45 @@ class RemotesTest(unittest.TestCase):
                                              f"bulk channel open: {SHARED}:{BULK_PORT}",
                                              f"<- heartbeat (0x10000001) on {channel}"])
                 self.assertEqual(json.loads(lines[3]), {"result": 1})
-
-    def test_showremote_repeats_a_request(self):
         result = showremote("app", "--host", SHARED, "--count", 3, "heartbeat")
-
-        self.assertEqual(result.returncode, 0)
-        self.assertEqual(result.stdout.count("<- heartbeat"), 3)
+        self.assertEqual((result.returncode, result.stdout.count("<- heartbeat")), (0, 3))
         self.assertIn("\n3 of 3 requests answered", result.stdout)
-
-
-class HostNameTest(unittest.TestCase):
-    def test_a_new_name_is_told_everywhere_and_survives_a_restart(self):
-        with Folder() as state:
-            with ShowHost(RENAMED, state), App(RENAMED) as app:
-                app.control.send(SET_HOST_NAME, {"name": "Bühne 1"})
-                replies = [app.control.receive(), app.control.receive()]
-                discovered = discover(RENAMED)["name"]
-            with ShowHost(RENAMED, state):
-                discovered_later = discover(RENAMED)["name"]
-
-        self.assertEqual(replies[0], (REPLY | SET_HOST_NAME, {"result": 1}))
-        self.assertEqual((replies[1][0], replies[1][1]["name"]), (REPLY | HOST_NAME_AND_VERSION, "Bühne 1"))
-        self.assertEqual((discovered, discovered_later), ("Bühne 1", "Bühne 1"))
-
-    def test_showremote_waits_for_both_replies(self):
-        with Folder() as state, ShowHost(RENAMED, state):
-            result = showremote("app", "--host", RENAMED, "set-host-name", '{"name": "Bühne 2"}')
-
+        result = showremote("app", "--host", SHARED, "set-host-name", '{"name": "Bühne 2"}')
         self.assertEqual(result.returncode, 0)
         self.assertRegex(result.stdout, r"(?s)<- set-host-name.*<- host-name-and-version.*Bühne 2")
+
+    def test_it_uploads_a_file_with_a_name_in_any_script_and_tells_a_refusal(self):
+        name, content = "showremote Grüße 舞台 🎬 #1%;type=a.bin", os.urandom(100_000)
+        source = self.folder / name
+        source.write_bytes(content)
+
+        for arguments, arrives_as in (((), name), (("--as", "leer ⌀/" + name), "leer ⌀/" + name)):
+            with self.subTest(arrives_as=arrives_as):
+                result = showremote("upload", "--host", SHARED, source, *arguments)
+
+                self.assertEqual((result.returncode, result.stderr), (0, ""))
+                self.assertEqual((self.state / "Resources" / arrives_as).read_bytes(), content)
+                self.host.wait_for_line(lambda line: line.endswith(arrives_as), f"a line that names {arrives_as}")
+        result = showremote("upload", "--host", SHARED, source, "--as", "refused.bin", SHOWREMOTE_PASSWORD="wrong")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("login denied", result.stderr)
+        self.assertFalse((self.state / "Resources" / "refused.bin").exists())
+
+    def test_central_shows_the_answer_and_fails_on_a_refusal(self):
+        cases = {("getBlackAll",): 0, ("getBlackAll", '{"row": 1}'): 0, ("no-keyword",): 1, ("--raw", "{"): 0}
+        for arguments, code in cases.items():
+            with self.subTest(arguments=arguments):
+                result = showremote("central", "--host", SHARED, *arguments)
+
+                self.assertEqual(result.returncode, code, result.stderr)
+                self.assertTrue(result.stdout.startswith(f"answer from {SHARED}:{CENTRAL_PORT}\n"))
+        self.assertRegex(showremote("central", "--list").stdout, "(?m)^0x193  getBlackAll$")
+
+    def test_fp_shows_the_reply(self):
+        result = showremote("fp", "--address", CONTROLLER, "picture-adjustment")
+
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn("<- picture-adjustment (0x112) on FP", result.stdout)
 
 
 class ShowRemoteFailuresTest(unittest.TestCase):
@@ -168,28 +109,25 @@ class ShowRemoteFailuresTest(unittest.TestCase):
                 self.assertIn(f"can't connect to {NOBODY}:{port}: connection refused; is showhost running?",
                               result.stderr)
 
-    def test_a_host_that_does_not_answer_is_a_failure(self):
-        with socket.create_server((NOBODY, CONTROL_PORT)), socket.create_server((NOBODY, BULK_PORT)):
-            result = showremote("app", "--host", NOBODY, "--timeout", 0.2, "heartbeat")
-
-        self.assertEqual(result.returncode, 1)
-        self.assertIn("no reply heartbeat (0x10000001) within 0.2 s", result.stderr)
-
-    def test_a_host_that_closes_is_a_failure(self):
+    def test_a_host_that_does_not_answer_or_closes_is_a_failure(self):
         def hang_up(server):
             connection, _ = server.accept()
             connection.recv(4096)
             connection.close()
 
+        with socket.create_server((NOBODY, CONTROL_PORT)), socket.create_server((NOBODY, BULK_PORT)):
+            silent = showremote("app", "--host", NOBODY, "--timeout", 0.2, "heartbeat")
         with socket.create_server((NOBODY, CONTROL_PORT)) as control, socket.create_server((NOBODY, BULK_PORT)):
             control.settimeout(PATIENCE)
             far_end = threading.Thread(target=hang_up, args=(control,))
             far_end.start()
-            result = showremote("app", "--host", NOBODY, "--timeout", PATIENCE, "heartbeat")
+            closed = showremote("app", "--host", NOBODY, "--timeout", PATIENCE, "heartbeat")
             far_end.join()
 
-        self.assertEqual(result.returncode, 1)
-        self.assertIn("the host closed the control channel", result.stderr)
+        for result, text in ((silent, "no reply heartbeat (0x10000001) within 0.2 s"),
+                             (closed, "the host closed the control channel")):
+            self.assertEqual(result.returncode, 1)
+            self.assertIn(text, result.stderr)
 
 
 class ProcessTest(unittest.TestCase):
@@ -202,11 +140,18 @@ class ProcessTest(unittest.TestCase):
         return subprocess.run(showhost_command(STARTED, self.folder / "state", show=show), capture_output=True,
                               encoding="utf-8", timeout=PATIENCE, env=environment())
 
+    @staticmethod
+    def taken(port):
+        if port != CENTRAL_PORT:
+            return socket.create_server((STARTED, port))
+        datagrams = socket.socket(type=socket.SOCK_DGRAM)
+        datagrams.bind((STARTED, port))
+        return datagrams
+
     def test_a_bad_show_is_told_with_file_and_reason(self):
         show = self.folder / "Bühne.zxc"
-        for text, reason in (("{", "unterminated object"), ('{"name": 3}', "name"), (None, "")):
+        for text, reason in ((None, ""), ("{", "unterminated object"), ('{"name": 3}', "name")):
             with self.subTest(text=text):
-                show.unlink(missing_ok=True)
                 if text is not None:
                     show.write_text(text)
 
@@ -216,8 +161,8 @@ class ProcessTest(unittest.TestCase):
                 self.assertRegex(result.stderr, rf"Bühne\.zxc: .*{reason}")
 
     def test_a_port_that_is_taken_is_told_with_its_address(self):
-        for port in (CONTROL_PORT, BULK_PORT, FTP_PORT):
-            with self.subTest(port=port), socket.create_server((STARTED, port)):
+        for port in (CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT):
+            with self.subTest(port=port), self.taken(port):
                 result = self.run_to_its_end()
 
                 self.assertEqual(result.returncode, 1)
@@ -229,13 +174,13 @@ class ProcessTest(unittest.TestCase):
 
             self.assertEqual(host.ended(), 0)
 
-    def test_a_killed_host_leaves_no_upload_server_behind(self):
-        host = ShowHost(STARTED, self.folder / "state")
-        self.assertFalse(is_free(STARTED, FTP_PORT))
-
-        host.kill()
-
-        wait_until(lambda: is_free(STARTED, FTP_PORT), "the upload port becomes free")
+    def test_the_option_goes_over_the_settings_for_the_fp_controller(self):
+        settings = self.folder / "settings.json"
+        settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
+        for port, option in ((FP_PORT + 90, ()), (FP_PORT + 91, ("--fp", f"{CONTROLLER}:{FP_PORT + 91}"))):
+            with FPController(CONTROLLER, port) as controller:
+                with ShowHost(STARTED, self.folder / "state", "--settings", settings, *option):
+                    controller.accept().close()
 
 
 if __name__ == "__main__":
