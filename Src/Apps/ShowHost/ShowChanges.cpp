@@ -1,5 +1,6 @@
 #include "ShowHost/ShowChanges.h"
 
+#include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "HostModels/ShowEdit.h"
 
@@ -58,6 +59,9 @@ Index SetByPercent(const QJsonObject& body, float& share)
     if (*percent < 0 || *percent > kPercent)
         return ResultText::OutOfRange;
     share = static_cast<float>(*percent) / kPercent;
+    // Remotes are told whole per cent, rounded down: 53 and 59 would come back as one less.
+    if (Percent(share) < *percent)
+        share = std::nextafter(share, 1.0F);
     return ResultText::Success;
 }
 
