@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
        libcurl4-openssl-dev python3 python3-pyftpdlib ccache)
-test=(libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema curl iproute2 binutils)
+test=(libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema python3-websockets curl iproute2 binutils)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 

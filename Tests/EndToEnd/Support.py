@@ -8,6 +8,7 @@ import base64
 import json
 import os
 import pty
+import shutil
 import signal
 import socket
 import struct
@@ -44,6 +45,18 @@ def wait_until(condition, what):
         if time.monotonic() > deadline:
             raise AssertionError(f"waited {PATIENCE} s in vain: {what}")
         time.sleep(0.02)
+
+
+def copy_demo_show(folder, changes):
+    """The demo show in a folder of the test's own, with texts of its device file changed. The path of its copy."""
+    show = folder / "DemoShow" / DEMO_SHOW.name
+    shutil.copytree(DEMO_SHOW.parent, show.parent)
+    devices = show.with_name("Devices.json")
+    text = devices.read_text(encoding="utf-8")
+    for old, new in changes.items():
+        text = text.replace(old, new)
+    devices.write_text(text, encoding="utf-8")
+    return show
 
 
 def showhost_command(address, state, *options, show=None):

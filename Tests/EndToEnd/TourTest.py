@@ -174,6 +174,13 @@ class ProcessTest(unittest.TestCase):
 
             self.assertEqual(host.ended(), 0)
 
+    def test_a_host_whose_input_is_closed_or_empty_serves_as_any_other(self):
+        for stdin in (None, subprocess.DEVNULL):
+            with self.subTest(stdin=stdin), ShowHost(STARTED, self.folder / "state", stdin=stdin) as host:
+                for _ in range(3):
+                    self.assertTrue(discover(STARTED)["name"])
+                self.assertIsNone(host.process.poll())
+
     def test_the_option_goes_over_the_settings_for_the_fp_controller(self):
         settings = self.folder / "settings.json"
         settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))

@@ -1,0 +1,249 @@
+#!/usr/bin/python3
+"""An evening with the demo show: what an app, central control, the cloud and the devices on stage see of it, in one story.
+
+All far ends are strangers: curl, the openssl command, python3-websockets as the cloud, a pseudo-terminal and plain sockets.
+"""
+
+import asyncio
+import json
+import os
+import queue
+import select
+import socket
+import subprocess
+import threading
+import time
+import tty
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+from urllib.parse import quote
+
+import websockets
+
+from ProtocolTest import picture_text
+from Support import (FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, copy_demo_show, discover, environment, log_in)
+
+HOST, FIRST_APP, SECOND_APP, DEVICE, CLOUD = (f"127.0.0.{number}" for number in range(111, 116))
+CLOUD_PORT, DEVICE_PORT = 25511, 25168
+
+HEARTBEAT, SHUT_DOWN, APP_GONE, PROJECT_LIST, MEDIA_THUMBNAIL, MEDIA_LIST = 0x001, 0x011, 0x012, 0x109, 0x118, 0x200
+SCENES, SCENE_PLAY, SCENE_THUMBNAIL, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x300, 0x306, 0x308, 0x400, 0x403
+RESOURCE_USED, RESOURCE_DEMUXED, INFORMATION, EXPORT = 0x421, 0x422, 0x16, 0x19
+SUCCESS, WRONG_PASSWORD, ANOTHER_APP = 0, 2, 3
+SCENE_CHANGED = (REPLY | SCENE_PLAY, {"result": 1})
+
+
+class Tablet(App):
+    """An app that beats on the bulk channel until it falls asleep, and keeps what it is told without asking."""
+
+    def __init__(self, source):
+        super().__init__(HOST, source)
+        self._told = []
+        self._asleep = threading.Event()
+        self._beats = threading.Thread(target=self._beat)
+        self._beats.start()
+
+    def _beat(self):
+        while not self._asleep.wait(1):
+            self.bulk.send(HEARTBEAT)
+
+    def fall_asleep(self):
+        self._asleep.set()
+        self._beats.join()
+
+    def close(self):
+        self.fall_asleep()
+        super().close()
+
+    def ask(self, code, body=None):
+        self.control.send(code, body)
+        while (message := self.control.receive())[0] != REPLY | code or message == SCENE_CHANGED:
+            self._told.append(message)
+        return message[1]
+
+    def hear(self, count):
+        """So many notices, or all if more have come."""
+        while len(self._told) < count:
+            self._told.append(self.control.receive())
+        told, self._told = self._told, []
+        return told
+
+    def picture(self, code, **body):
+        self.control.send(code, body)
+        while (message := self.bulk.receive_bytes())[0] != REPLY | code:
+            pass
+        return picture_text(message[1])
+
+    def used(self):
+        return {item["resourceId"] for item in self.ask(RESOURCE_LIST)["resourceMgrData"] if item["isUsedFlag"]}
+
+
+class Cloud:
+    """The service, on a thread of its own; the host's first connection is its link."""
+
+    def __init__(self):
+        self._links = queue.Queue()
+        threading.Thread(target=lambda: asyncio.run(self._serve()), daemon=True).start()
+
+    async def _serve(self):
+        self._loop = asyncio.get_running_loop()
+        async with websockets.serve(self._hold, CLOUD, CLOUD_PORT, max_size=None):
+            await asyncio.Future()
+
+    async def _hold(self, link):
+        self._links.put(link)
+        await link.wait_closed()
+
+    def wait_for_host(self):
+        self._link = self._links.get(timeout=PATIENCE)
+
+    def send(self, **command):
+        asyncio.run_coroutine_threadsafe(self._link.send(json.dumps(command)), self._loop).result(PATIENCE)
+
+    def receive(self):
+        return json.loads(asyncio.run_coroutine_threadsafe(self._link.recv(), self._loop).result(PATIENCE))
+
+
+class EveningTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = self.enterContext(Folder())
+        self.lights = self.new_lights()
+        self.curtain, curtain_port = os.openpty()
+        tty.setraw(curtain_port)
+        show = copy_demo_show(self.folder, {"/tmp/curtain": os.ttyname(curtain_port), '"127.0.0.1"': f'"{DEVICE}"',
+                                            "25169": str(self.lights.getsockname()[1])})
+        self.devices = show.with_name("Devices.json")
+        self.cloud = Cloud()
+        self.host = self.enterContext(ShowHost(HOST, self.folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}", show=show))
+        self.central = self.enterContext(Central(HOST))
+
+    def test_an_evening(self):
+        self.assertEqual(discover(HOST)["name"], socket.gethostname())
+        self.cloud.wait_for_host()
+        with Tablet(FIRST_APP) as tablet:
+            self.assertEqual(log_in(tablet, password="Demo")["result"], WRONG_PASSWORD)
+            self.assertEqual(log_in(tablet), {"result": SUCCESS, "account": "demo", "access": 1})
+            self.look_around(tablet)
+            self.upload(tablet)
+            self.change_scenes_and_devices(tablet)
+            self.work_together(tablet)
+            with Tablet(SECOND_APP) as second:
+                self.take_over_and_fall_silent(tablet, second)
+        with Tablet(FIRST_APP) as tablet:
+            self.assertEqual(log_in(tablet)["result"], SUCCESS)
+            tablet.control.send(SHUT_DOWN)
+            self.assertEqual(self.host.ended(), 0)
+
+    def look_around(self, tablet):
+        self.assertEqual(tablet.ask(PROJECT_LIST)["0"]["projectName"], "Opening gala")
+        scenes = tablet.ask(SCENES)["sceneMgrData"]
+        self.group = scenes["currentSceneGroupId"]
+        self.scenes = [scenes["sceneGroupDataList"]["0"][str(place)]["sceneId"] for place in range(3)]
+        self.assertEqual(scenes["currentSceneId"], self.scenes[0])
+        medium = tablet.ask(MEDIA_LIST)["mediaList"]["0"]
+        self.assertEqual(medium["mediaName"], "Harbour at dawn")
+        for code, kind, body in ((SCENE_THUMBNAIL, "JPEG", {"sceneGroupId": self.group, "sceneId": self.scenes[1]}),
+                                 (MEDIA_THUMBNAIL, "PNG", {"mediaId": medium["mediaId"]}),
+                                 (RESOURCE_THUMBNAIL, "PNG", {"resourceId": medium["resourceId"]})):
+            self.assertEqual(tablet.picture(code, **body), f"id {list(body.values())[-1]}, {kind} 320 x 180")
+
+    def upload(self, tablet):
+        clip, name = self.folder / "clip", "Zugabe Grüße 舞台 🎬 #1%.mp4"
+        clip.write_bytes(os.urandom(300_000))
+        subprocess.run(["curl", "-sS", "--noproxy", "*", "--user", "demo:demo", "-T", clip,
+                        f"ftp://{HOST}:{FTP_PORT}/{quote(name)}"], check=True, timeout=PATIENCE, env=environment())
+        (code, notice), = tablet.hear(1)
+        added = tablet.ask(RESOURCE_LIST)["resourceMgrData"][-1]
+        self.assertEqual((code, notice["dexumerFlag"]), (REPLY | RESOURCE_DEMUXED, True))
+        self.assertEqual((added["resourceId"], added["resourceName"], added["resourceType"]), (notice["resId"], name, 0))
+        self.assertEqual((self.folder / "state" / "Resources" / name).read_bytes(), clip.read_bytes())
+
+    def play(self, tablet, group, scene, by_app=False):
+        """The app is told that the scene has changed, then whose use has, and nothing else."""
+        before = tablet.used()
+        place = {"sceneGrpCol": group, "sceneCol": scene}
+        answer = tablet.ask(SCENE_PLAY, place)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **place)
+        self.assertEqual(answer, "SUCCESS")
+        after = tablet.used()
+        told = tablet.hear(1 + len(before ^ after))
+        self.assertTrue(before ^ after)
+        self.assertEqual(told[0], SCENE_CHANGED)
+        self.assertCountEqual([(code, body["resId"], body["usedFlag"]) for code, body in told[1:]],
+                              [(REPLY | RESOURCE_USED, resource, resource in after) for resource in before ^ after])
+        self.assertEqual(self.central.ask(cmd="getPlayingChapter"), {"playingChapter": place})
+
+    def new_lights(self):
+        lights = self.enterContext(socket.socket(type=socket.SOCK_DGRAM))
+        lights.settimeout(PATIENCE)
+        lights.bind((DEVICE, 0))
+        return lights
+
+    def assert_devices_hear(self, *datagrams, curtain=b""):
+        for expected in datagrams:
+            datagram, (_, port) = self.lights.recvfrom(65535)
+            self.assertEqual((datagram, port), (expected, DEVICE_PORT))
+        heard = b""
+        while select.select([self.curtain], [], [], PATIENCE if len(heard) < len(curtain) else 0)[0]:
+            heard += os.read(self.curtain, 4096)
+        self.assertEqual(heard, curtain)
+
+    def change_scenes_and_devices(self, tablet):
+        self.play(tablet, 1, 3, by_app=True)
+        self.assert_devices_hear(b"HOUSE 50\r", b"HOUSE 0\r")
+        self.play(tablet, 2, 1)
+        self.assert_devices_hear(b"HOUSE 0\r", curtain=b"4f50454e")
+        self.play(tablet, 1, 1)
+        self.assert_devices_hear(b"HOUSE 100\r", curtain=b"CLOSE\r")
+        # The lights move to another port and the curtain is taken away, which holds at once and is kept.
+        lights, curtain = json.loads(self.devices.read_text())["ExControlDevData"]
+        self.lights = self.new_lights()
+        lights["Port"] = self.lights.getsockname()[1]
+        for line in ("put " + json.dumps(lights), "delete " + curtain["DevId"], 'put {"DevId": "7"}'):
+            self.host.tell("device " + line)
+        self.host.wait_for_line(lambda line: line.startswith("device put: DevId: must be an id"), "the complaint")
+        self.play(tablet, 1, 3)
+        self.play(tablet, 1, 1)
+        self.assert_devices_hear(b"HOUSE 50\r", b"HOUSE 0\r", b"HOUSE 100\r")
+        self.assertEqual(json.loads(self.devices.read_text())["ExControlDevData"], [lights])
+
+    def work_together(self, tablet):
+        """All ask at once, and each gets its own answers, and true ones."""
+        def central():
+            for number in range(101):
+                self.assertEqual(self.central.ask(cmd="globalBrightness", param=number), "SUCCESS")
+                self.assertEqual(self.central.ask(cmd="getGlobalBrightness"), {"globalBrightness": number})
+
+        def cloud():
+            for number in range(0, 101, 5):
+                self.cloud.send(cmd="globalVolume", param=number)
+                self.cloud.send(cmdType=INFORMATION)
+                self.assertEqual(json.loads(self.cloud.receive()["data"])["volume"], number)
+            self.cloud.send(cmdType=EXPORT)
+            while (reply := self.cloud.receive())["route"] != 1:
+                self.assertEqual(reply["route"], 2)
+
+        def app():
+            for number in range(30):
+                scene = self.scenes[number % 3]
+                self.assertIn(scene, tablet.picture(SCENE_THUMBNAIL, sceneGroupId=self.group, sceneId=scene))
+                self.assertEqual(tablet.ask(SCENES)["sceneMgrData"]["currentSceneId"], self.scenes[0])
+
+        with ThreadPoolExecutor() as pool:
+            for job in [pool.submit(job) for job in (central, cloud, app)]:
+                job.result()
+
+    def take_over_and_fall_silent(self, first, second):
+        self.assertEqual(log_in(second)["result"], ANOTHER_APP)
+        self.assertEqual(log_in(second, force=1)["result"], SUCCESS)
+        self.assertEqual(first.hear(1), [(REPLY | APP_GONE, None)])
+        first.fall_asleep()
+        second.fall_asleep()
+        start = time.monotonic()
+        self.assertIsNone(second.control.receive())
+        self.assertTrue(all(code == REPLY | HEARTBEAT for code, _ in iter(second.bulk.receive, None)))
+        self.assertGreater(time.monotonic() - start, 3)
+        self.host.wait_for_line(lambda line: line.endswith("host: the app is gone"), "that the app is gone")
+
+
+if __name__ == "__main__":
+    unittest.main()
