@@ -348,7 +348,7 @@ class Terminal:
                 self._output += some
         except BlockingIOError:
             pass
-        return self._output.decode()
+        return self._output.decode(errors="ignore")
 
     def shows_input(self):
         return bool(termios.tcgetattr(self._far)[3] & termios.ECHO)
@@ -356,9 +356,12 @@ class Terminal:
     def wait_for(self, text):
         wait_until(lambda: text in self.output(), f"\"{text}\" on the terminal")
 
+    def say(self, text):
+        os.write(self._near, text.encode() + b"\n")
+
     def answer(self, prompt, text):
         self.wait_for(prompt)
-        os.write(self._near, text.encode() + b"\n")
+        self.say(text)
 
     def ended(self):
         """The exit code and all that stands on the terminal."""

@@ -1,0 +1,129 @@
+#!/usr/bin/python3
+"""Runs every command that README.md, CONTRIBUTING.md and Docs give, and checks that the files which they name are there.
+
+The commands have the usual addresses, so all of it runs in a network of its own.
+"""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+from Support import Central, Folder, ShowHost, Terminal, copy_demo_show, wait_until
+
+ROOT = Path(__file__).resolve().parents[2]
+PAGES = {page: page.read_text(encoding="utf-8")
+         for page in (ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "Docs").glob("*.md"))) if page.exists()}
+BIN = Path(os.environ["SHOWHOST"]).parent
+MARK = "IN_A_NETWORK_OF_ITS_OWN"
+
+BLOCK = re.compile(r"^```(\w*)[^\n]*\n(.*?)^```$", re.M | re.S)
+SHOWN = re.compile(r"^\$ ((?:showhost|showremote) .*)$", re.M)
+LINK = re.compile(r"\]\(([^)#:]*)(?:#([^)]*))?\)")
+NAMED = re.compile(r"`((?:[\w.-]+/)+[\w.-]*|[\w.-]+\.(?:cpp|h|py|sh|md|json|zxc))[ `]")
+
+# Builds and whole runs of the tests have no place within a test: .ci/run makes them, itself or by a script that it calls.
+RUN_BY_CI = ("./run", "./test", ".ci/run", "cmake/InstallDependencies.sh", "cmake", "ctest", "cpack")
+# Measurements take minutes, but whether they work is told by short ones. Only builds without sanitizers have the programs.
+SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 1",
+             "sendercost": "{} --benchmark_filter=name --benchmark_repetitions=1 --benchmark_min_time=0.001"}
+# What runs until Ctrl-C, and what it shows of the show that goes on meanwhile.
+ENDLESS = {"listen": "<- scene-play", "device udp": "HOUSE 100", "device serial --link": "CLOSE",
+           "device serial /dev/": "RAISE"}
+
+
+def commands():
+    lines = ((page.name, line) for page, text in PAGES.items() for language, block in BLOCK.findall(text)
+             for line in (block.splitlines() if language == "sh" else SHOWN.findall(block)))
+    found = [(page, command) for page, line in lines if (command := re.sub(r"(^|\s+)#.*", "", line))]
+    assert len(found) > 20, found
+    return found
+
+
+class CommandsTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        if MARK not in os.environ:
+            raise unittest.SkipTest("the commands need a network of their own, which unshare -rn doesn't make here")
+        cls.folder = folder = cls.enterClassContext(Folder())
+        cls.serial_line, far_end = os.openpty()
+        cls.stand_ins = {"build/release/bin/": f"{BIN}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
+                         "password.txt": f"{folder}/password.txt", "/tmp/curtain": f"{folder}/curtain",
+                         "/dev/ttyUSB0": os.ttyname(far_end)}
+        (folder / "password.txt").write_text("demo\n")
+        os.chdir(ROOT)
+        os.environ["PATH"] = f"{BIN}:{os.environ['PATH']}"
+        cls.show = copy_demo_show(folder, {"/tmp/curtain": f"{folder}/curtain"})
+
+    def run_beside_a_host(self, command):
+        """The exit code and all that was said. Questions are answered, and what has no end sees some of the show."""
+        shows = next((shown for start, shown in ENDLESS.items() if re.search(rf"showremote .*{start}", command)), None)
+        for text, stand_in in self.stand_ins.items():
+            command = re.sub(rf"(?<![\w/]){text}(?!\w)" if text.isupper() else re.escape(text), stand_in, command)
+        # A new host: one that has run for a while looks for the cloud and the FP controller at long intervals only.
+        host = ShowHost("127.0.0.1", self.folder / "state", "--cloud", "ws://127.0.0.1:25511", show=self.show)
+        with host, Terminal(["bash", "-c", command]) as terminal:
+            answered = set()
+
+            def runs_on_or_ends():
+                for question in set(re.findall("Password.*?: ", terminal.output())) - answered:
+                    answered.add(question)
+                    terminal.say("demo")
+                return "Ctrl-C ends it" in terminal.output() or terminal.process.poll() is not None
+
+            wait_until(runs_on_or_ends, command)
+            if terminal.process.poll() is None:
+                os.write(self.serial_line, b"RAISE\r")
+                with Central("127.0.0.1") as central:
+                    for scene in (3, 1):
+                        self.assertEqual(central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=scene), "SUCCESS")
+                terminal.wait_for(shows)
+                terminal.process.send_signal(signal.SIGINT)
+            return terminal.ended()
+
+    def test_every_command_works(self):
+        ci = (ROOT / ".ci" / "run").read_text()
+        ci += ".ci/run" + "".join((ROOT / script).read_text() for script in re.findall(r"^\./(\w+)", ci, re.M))
+        presets = {preset["name"] for preset in json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
+        for page, command in commands():
+            with self.subTest(page=page, command=command):
+                program = command.split()[0]
+                short = SHORTENED.get(Path(program).name)
+                if program in RUN_BY_CI:
+                    for part in command.split(" && "):
+                        self.assertTrue(part.split()[0] in RUN_BY_CI and part.split()[0] in ci, part)
+                    self.assertLessEqual(set(re.findall(r"--preset (\w+)", command)), presets)
+                elif not short or (BIN / "channelload").exists():
+                    ours = program.startswith(("build/", "show", "source")) or (ROOT / program).is_file()
+                    self.assertTrue(ours, "neither ours nor run by .ci/run")
+                    code, output = self.run_beside_a_host(short.format(command) if short else command)
+                    self.assertEqual(code, 0, output)
+
+
+class NamesTest(unittest.TestCase):
+    def test_links_and_file_names_lead_somewhere(self):
+        tree = [f"/{path}" for path in (found.relative_to(ROOT) for found in ROOT.rglob("*")) if path.parts[0] != "build"]
+        for page, text in PAGES.items():
+            text = BLOCK.sub("", text)
+            for target, anchor in LINK.findall(text):
+                with self.subTest(page=page.name, link=target, anchor=anchor):
+                    path = (page.parent / target).resolve() if target else page
+                    self.assertTrue(path.exists())
+                    headings = re.findall(r"^#+ (.*)$", path.read_text(encoding="utf-8"), re.M) if anchor else [""]
+                    self.assertIn(anchor, [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings])
+            for name in set(NAMED.findall(text)) - {"settings.json"}:  # which the host makes
+                with self.subTest(page=page.name, name=name):
+                    end = "/" + name.removeprefix("./").rstrip("/")
+                    self.assertTrue(any(path.endswith(end) for path in tree))
+
+
+if __name__ == "__main__":
+    unshare = ["unshare", "-rn", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
+    if MARK not in os.environ and subprocess.run([*unshare, "true"], capture_output=True).returncode == 0:
+        os.environ[MARK] = "yes"
+        os.execvp(unshare[0], [*unshare, sys.executable, *sys.argv])
+    unittest.main()
