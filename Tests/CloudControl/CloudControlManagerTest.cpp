@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,12 +34,7 @@ protected:
         EXPECT_TRUE(m_server.listen(QHostAddress(kHost), CloudControl::kDefaultPort));
         QObject::connect(&m_server, &QWebSocketServer::newConnection, &m_server,
                          [this] { m_hosts.emplace_back(m_server.nextPendingConnection()); });
-        SCloudControlConfig config;
-        config.url = "ws://127.0.0.81:25511";
-        config.firstPause = kPause;
-        config.longestPause = kPause;
-        config.pingPeriod = std::chrono::milliseconds(100);
-        CloudControl::SetConfig(config);
+        SetPingPeriod(std::chrono::seconds(10));
         CChannelEvents::GetInstance().SetSink(
             [this](const SChannelEvent& event) {
                 const std::lock_guard lock(m_mutex);
@@ -48,6 +44,16 @@ protected:
     }
 
     ~CloudControlManagerTest() override { CChannelEvents::GetInstance().SetSink({}, false); }
+
+    static void SetPingPeriod(std::chrono::milliseconds period)
+    {
+        SCloudControlConfig config;
+        config.url = "ws://127.0.0.81:25511";
+        config.firstPause = kPause;
+        config.longestPause = kPause;
+        config.pingPeriod = period;
+        CloudControl::SetConfig(config);
+    }
 
     template <class Condition>
     static bool IsSoon(Condition condition)
@@ -126,8 +132,44 @@ TEST_F(CloudControlManagerTest, ALoginIsValidatedBesideTheConnection)
     EXPECT_TRUE(IsSoon([&] { return WasTold("login: refused"); }));
 }
 
+TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
+{
+    std::promise<void> release;
+    std::mutex mutex;
+    std::vector<int> carriedOut;
+    const auto last = [&] {
+        const std::lock_guard lock(mutex);
+        return carriedOut.empty() ? 0 : carriedOut.back();
+    };
+    m_cloud.SetCloudControlMsgCallBack([&, released = release.get_future().share()](QJsonObject& command) {
+        {
+            const std::lock_guard lock(mutex);
+            carriedOut.push_back(command["cmdType"].toInt());
+        }
+        released.wait();
+    });
+    m_cloud.Connect(kUser);
+    ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
+    m_hosts[0]->sendTextMessage(R"({"cmdType": 25})");
+    ASSERT_TRUE(IsSoon([&] { return last() == 25; }));
+    m_hosts[0]->sendTextMessage(R"({"cmd": "globalVolume", "param": 40})");
+    for (std::size_t i = 1; i < CloudControl::kMaxWaitingCommands; ++i)
+        m_hosts[0]->sendTextMessage(R"({"cmdType": 25})");
+    m_hosts[0]->close();
+    ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 2; }));
+
+    m_hosts[1]->sendTextMessage(R"({"cmd": "refresh"})");
+    m_hosts[1]->sendTextMessage("no command");
+    ASSERT_TRUE(IsSoon([&] { return WasTold("passed over"); }));
+    release.set_value();
+
+    EXPECT_TRUE(IsSoon([&] { return last() == 24; }));
+    EXPECT_EQ(carriedOut, (std::vector<int>{25, 0x105, 24}));
+}
+
 TEST_F(CloudControlManagerTest, ASilentCloudIsLeft)
 {
+    SetPingPeriod(std::chrono::milliseconds(100));
     m_cloud.Connect(kUser);
     ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
 

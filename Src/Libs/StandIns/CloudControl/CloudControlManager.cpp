@@ -5,6 +5,8 @@
 #include "CloudControl/CloudLink.h"
 #include "CloudControl/CloudOutbox.h"
 #include "Comm/ChannelEvents.h"
+#include "ExternalController/Common/CodeTable.h"
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QCoreApplication>
@@ -12,6 +14,7 @@
 #include <QEventLoop>
 #include <QUrl>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -26,6 +29,17 @@ void Note(const std::string& text)
 {
     CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
 }
+
+/// Commands that bring replies and do nothing else.
+constexpr int kQueries[] = {Command::SystemInformation, Command::Logs, Command::Refresh, Command::ProjectExport,
+                            Command::StagePreviewPush};
+
+struct SWaitingCommand {
+    std::uint64_t connection;
+    QJsonObject command;
+
+    int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
+};
 
 /// The connection that the command at hand came on; 0 on a thread that carries none out.
 thread_local std::uint64_t t_connection = 0;
@@ -90,23 +104,29 @@ private:
     void RunLink(std::promise<void>& ready)
     {
         QEventLoop loop;
-        CCloudLink link(m_outbox, {[this](QByteArray frame) { Take(std::move(frame)); }});
+        CCloudLink link(m_outbox, {[this](const QByteArray& frame) { Take(frame); }, [this] { ForgetQueries(); }});
         m_loop = &loop;
         m_link = &link;
         ready.set_value();
         loop.exec();
     }
 
-    void Take(QByteArray frame)
+    void Take(const QByteArray& frame)
     {
+        QString refusal;
+        SWaitingCommand taken = {m_outbox.Connection(), CloudCommand::Read(frame, refusal)};
+        if (!refusal.isEmpty()) {
+            Note("a frame passed over: " + refusal.toStdString());
+            return;
+        }
+        bool isFull = false;
         {
             const std::lock_guard lock(m_mutex);
-            if (m_frames.size() < CloudControl::kMaxWaitingCommands) {
-                m_frames.emplace_back(m_outbox.Connection(), std::move(frame));
-                frame.clear();
-            }
+            isFull = m_commands.size() >= CloudControl::kMaxWaitingCommands;
+            if (!isFull)
+                m_commands.push_back(std::move(taken));
         }
-        if (!frame.isEmpty())
+        if (isFull)
             Note("a command dropped: too many are waiting");
         m_wake.notify_one();
     }
@@ -115,33 +135,28 @@ private:
     {
         std::unique_lock lock(m_mutex);
         for (;;) {
-            m_wake.wait(lock, [this] { return m_ends || !m_frames.empty(); });
+            m_wake.wait(lock, [this] { return m_ends || !m_commands.empty(); });
             if (m_ends)
                 return;
-            auto [connection, frame] = std::move(m_frames.front());
-            m_frames.pop_front();
+            SWaitingCommand next = std::move(m_commands.front());
+            m_commands.pop_front();
             lock.unlock();
-            // A command of a connection that has ended is still carried out; its answers go nowhere.
-            t_connection = connection;
-            Deliver(frame);
+            t_connection = next.connection;
+            CChannelEvents::GetInstance().Tell(
+                {SChannelEvent::Kind::Received, CloudControl::kChannelName, {}, std::to_string(next.Code())});
+            if (callback)
+                callback(next.command);
             lock.lock();
         }
     }
 
-    void Deliver(const QByteArray& frame)
+    /// The connection has ended: their answers would go nowhere, and the next one's commands would wait for them. What
+    /// does more than answer is still carried out.
+    void ForgetQueries()
     {
-        QString refusal;
-        QJsonObject command = CloudCommand::Read(frame, refusal);
-        if (!refusal.isEmpty()) {
-            Note("a frame passed over: " + refusal.toStdString());
-            return;
-        }
-        CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Received,
-                                            CloudControl::kChannelName,
-                                            {},
-                                            std::to_string(command["cmdType"].toInt())});
-        if (callback)
-            callback(command);
+        const std::lock_guard lock(m_mutex);
+        const auto isQuery = [](const SWaitingCommand& waiting) { return HasCode(kQueries, waiting.Code()); };
+        m_commands.erase(std::remove_if(m_commands.begin(), m_commands.end(), isQuery), m_commands.end());
     }
 
     CCloudOutbox m_outbox{CloudControl::kMaxQueuedBytes};
@@ -153,7 +168,7 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    std::deque<std::pair<std::uint64_t, QByteArray>> m_frames;
+    std::deque<SWaitingCommand> m_commands;
     bool m_ends = false;
 };
 

@@ -169,6 +169,7 @@ void CCloudLink::TakeEnd(const QString& why)
         return;
     m_ping.stop();
     m_outbox.EndConnection();
+    m_callbacks.ended();
     Tell(std::exchange(m_isConnected, false) ? SChannelEvent::Kind::Closed : SChannelEvent::Kind::Note,
          m_socket.requestUrl(), why);
     if (m_target)

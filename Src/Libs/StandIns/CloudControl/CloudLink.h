@@ -20,9 +20,12 @@
 /// functions that say so, and it does it there.
 class CCloudLink : public QObject {
 public:
+    /// On the link's thread.
     struct SCallbacks {
-        /// A text frame, on the link's thread.
-        std::function<void(QByteArray frame)> received;
+        /// A text frame.
+        std::function<void(const QByteArray& frame)> received;
+        /// The connection, or the try for one.
+        std::function<void()> ended;
     };
 
     CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks);
