@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QWebSocket>
 #include <QWebSocketServer>
 
@@ -178,4 +180,19 @@ TEST_F(CloudControlManagerTest, ASilentCloudIsLeft)
 
     EXPECT_TRUE(WasTold("no answer"));
     EXPECT_TRUE(IsSoon([&] { return m_hosts.size() >= 2; }));
+}
+
+TEST_F(CloudControlManagerTest, ACloudThatIsSilentFromTheStartIsLeft)
+{
+    m_server.close();
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress(kHost), CloudControl::kDefaultPort));
+    std::vector<std::unique_ptr<QTcpSocket>> hosts;
+    QObject::connect(&silent, &QTcpServer::newConnection, &silent,
+                     [&] { hosts.emplace_back(silent.nextPendingConnection()); });
+    SetPingPeriod(std::chrono::milliseconds(100));
+    m_cloud.Connect(kUser);
+
+    EXPECT_TRUE(IsSoon([&] { return hosts.size() == 2; }));
+    EXPECT_TRUE(WasTold("no answer"));
 }

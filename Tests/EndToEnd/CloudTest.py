@@ -11,6 +11,7 @@ import socket
 import ssl
 import struct
 import subprocess
+import time
 import unittest
 import urllib.parse
 
@@ -227,12 +228,14 @@ class ProcessTest(unittest.TestCase):
         with Cloud() as cloud, self.start("--settings", self.settings(user="somebody", encryptedPassword="bm8=")):
             self.assertFalse(cloud.is_called_within(1))
 
-    def test_the_host_ends_while_the_cloud_says_nothing(self):
-        with Cloud() as cloud:
-            with self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"):
-                with cloud.accept_socket():
-                    # It is given up, and another try comes.
-                    cloud.accept_socket().close()
+    def test_the_host_ends_at_once_while_the_cloud_says_nothing(self):
+        with Cloud() as cloud, self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}") as host, cloud.accept_socket():
+            start = time.monotonic()
+            host.process.send_signal(signal.SIGTERM)
+
+            self.assertEqual(host.ended(), 0)
+            # Well below the time after which the silence is noticed.
+            self.assertLess(time.monotonic() - start, 5)
 
     def test_a_reboot_ends_the_host_with_a_code_of_its_own(self):
         with Cloud() as cloud:
