@@ -237,6 +237,25 @@ class ProcessTest(unittest.TestCase):
             # Well below the time after which the silence is noticed.
             self.assertLess(time.monotonic() - start, 5)
 
+    def test_the_play_log_has_what_plays_when_the_host_starts_and_ends(self):
+        def played(link):
+            link.send(cmd="downLoadLog")
+            tables = dict(link.receive() for _ in range(2))
+            return [line.split(",")[1] for line in tables[PLAY_LOG].splitlines()[1:]]
+
+        url = f"ws://{CLOUD}:{CLOUD_PORT}"
+        with Cloud() as cloud:
+            with self.start("--cloud", url), cloud.accept() as link:
+                self.assertEqual(played(link), [])
+                link.send(cmd="stop")
+                wait_until(lambda: "Vorhang" in played(link), "the record of the scene's last medium")
+                scene = played(link)
+                self.assertIn("Harbour at dawn", scene)
+                link.send(cmdType=0x104, param=0)
+                self.assertEqual(played(link), scene)
+            with self.start("--cloud", url), cloud.accept() as link:
+                self.assertEqual(played(link), 2 * scene)
+
     def test_a_reboot_ends_the_host_with_a_code_of_its_own(self):
         with Cloud() as cloud:
             host = self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}")

@@ -18,30 +18,48 @@ QString DurationText(qint64 milliseconds)
 
 } // namespace
 
-void CPlayRecorder::Take(const SShowEvent& event)
+CPlayRecorder::CPlayRecorder()
 {
-    if (event.kind == SShowEvent::SceneStarted) {
-        m_show = HostModels::Show().Current();
-        m_start = QDateTime::currentDateTime();
-    } else if (event.kind == SShowEvent::SceneEnded && m_show) {
-        Write();
-        m_show.reset();
-    }
+    const SPlayback playback = HostModels::Show().Current()->playback;
+    if (playback.state != SPlayback::Stopped)
+        Begin(playback.group, playback.scene);
 }
 
-void CPlayRecorder::Write() const
+CPlayRecorder::~CPlayRecorder()
 {
+    End();
+}
+
+void CPlayRecorder::Take(const SShowEvent& event)
+{
+    if (event.kind == SShowEvent::SceneStarted)
+        Begin(event.id, event.second);
+    else if (event.kind == SShowEvent::SceneEnded)
+        End();
+}
+
+/// The scene is looked for by its ids: the next one may be on the stage already.
+void CPlayRecorder::Begin(const QUuid& groupId, const QUuid& sceneId)
+{
+    m_show = HostModels::Show().Current();
     const SProject* project = m_show->Project();
-    const SScene* scene = m_show->CurrentScene();
-    if (!scene)
+    m_scene = project ? project->FindScene(groupId, sceneId) : nullptr;
+    m_start = QDateTime::currentDateTime();
+}
+
+void CPlayRecorder::End()
+{
+    if (!m_scene)
         return;
     const QDateTime end = QDateTime::currentDateTime();
-    for (const CMediaNode& medium : scene->media) {
-        const SResource* resource = project->FindResource(medium.GetResourceId());
+    for (const CMediaNode& medium : m_scene->media) {
+        const SResource* resource = m_show->Project()->FindResource(medium.GetResourceId());
         if (!resource)
             continue;
         HostModels::ShowLog().Add(SPlayRecord{resource->base.GetType(), DurationText(resource->base.GetDuration()),
                                               m_start.toString(kLogTimeFormat), end.toString(kLogTimeFormat),
                                               DurationText(m_start.msecsTo(end)), resource->base.GetName()});
     }
+    m_scene = nullptr;
+    m_show.reset();
 }
