@@ -126,9 +126,13 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
     setting.Load(SettingsOf(options, showSettings), QDir(options.state).filePath("settings.json"));
 
     const QDir state(options.state);
-    if (!HostModels::ShowLog().Open(state.filePath("show.sqlite").toStdString()) ||
-        !OperationLog::Open(state.filePath("operation.log").toStdString()))
-        throw CFileError(options.state.toStdString() + ": can't write the show log here");
+    const std::string showLog = state.filePath("show.sqlite").toStdString();
+    const std::string refusal = HostModels::ShowLog().Open(showLog);
+    if (!refusal.empty())
+        throw CFileError(showLog + ": can't be the show log: " + refusal);
+    const std::string operationLog = state.filePath("operation.log").toStdString();
+    if (!OperationLog::Open(operationLog))
+        throw CFileError(operationLog + ": can't be written");
 
     const auto settings = setting.Current();
     HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);

@@ -79,33 +79,30 @@ void CShowLog::SClose::operator()(sqlite3* database) const
     sqlite3_close(database);
 }
 
-CShowLog::CShowLog() : m_database(OpenDatabase(kInMemory)) {}
+CShowLog::CShowLog()
+{
+    Open(kInMemory);
+}
 
 CShowLog::~CShowLog() = default;
 
-CShowLog::Database CShowLog::OpenDatabase(const std::string& file)
+std::string CShowLog::Open(const std::string& file)
 {
     sqlite3* opened = nullptr;
     const int result = sqlite3_open(file.c_str(), &opened);
     Database database(opened);
-    if (result == SQLITE_OK && sqlite3_exec(opened, kTables, nullptr, nullptr, nullptr) == SQLITE_OK)
-        return database;
-    qCWarning(lcLog) << "the show log can't be opened:" << file.c_str() << sqlite3_errmsg(opened);
-    return nullptr;
-}
-
-bool CShowLog::Open(const std::string& file)
-{
-    Database database = OpenDatabase(file);
-    if (!database)
-        return false;
+    if (result != SQLITE_OK || sqlite3_exec(opened, kTables, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return sqlite3_errmsg(opened);
+    // Such a file opens, and takes tables that it has already.
+    if (sqlite3_db_readonly(opened, "main") != 0)
+        return "it is write-protected";
     // A record costs no wait for the disk; a crash of the whole machine may cost the last ones.
-    sqlite3_exec(database.get(), "PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF;", nullptr, nullptr, nullptr);
+    sqlite3_exec(opened, "PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF;", nullptr, nullptr, nullptr);
     const std::lock_guard lock(m_mutex);
     m_database = std::move(database);
     m_played.clear();
     m_operations.clear();
-    return true;
+    return {};
 }
 
 void CShowLog::Add(const SPlayRecord& record)

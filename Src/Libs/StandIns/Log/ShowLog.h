@@ -18,8 +18,9 @@ public:
     CShowLog(const CShowLog&) = delete;
     CShowLog& operator=(const CShowLog&) = delete;
 
-    /// Goes on in this file, which is made if it isn't there. False, and nothing has changed, when that can't be.
-    bool Open(const std::string& file);
+    /// Goes on in this file, which is made if it isn't there. When that can't be, nothing has changed, and it returns
+    /// why; else an empty text.
+    std::string Open(const std::string& file);
     void Add(const SPlayRecord& record);
     void Add(const SOPRecord& record);
 
@@ -33,8 +34,6 @@ private:
         void operator()(sqlite3* database) const;
     };
     using Database = std::unique_ptr<sqlite3, SClose>;
-
-    static Database OpenDatabase(const std::string& file);
 
     std::mutex m_mutex;
     Database m_database;

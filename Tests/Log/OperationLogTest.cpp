@@ -1,0 +1,44 @@
+#include "Log/OperationLog.h"
+
+#include "ExternalController/Common/Vocabulary.h"
+#include "Interfaces/CltLog.h"
+
+#include <QDateTime>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+constexpr std::time_t kTime = 1'772'366'400;
+
+void Log(int level)
+{
+    CltLog::CLogEventWrap wrap(std::make_shared<CltLog::CLogEvent>(CltLog::GetOperationLogger(), level, 4, nullptr, 1,
+                                                                   77, kTime, "Global", "Restart"));
+    wrap.GetEvent().Format("%s %d%%", "by", 100);
+}
+
+} // namespace
+
+TEST(OperationLog, LinesAreWrittenAsThePatternSays)
+{
+    const QTemporaryDir folder;
+    const std::string file = folder.filePath("operation.log").toStdString();
+    ASSERT_TRUE(OperationLog::Open(file));
+    Log(CltLog::Operation);
+    CltLog::GetOperationLogger()->SetPattern("%v|%p|%?|%d{%H|%");
+    Log(CltLog::Warn);
+    CltLog::GetOperationLogger()->SetPattern(kLogPattern);
+
+    const std::string time = QDateTime::fromSecsSinceEpoch(kTime).toString("yyyy-MM-dd hh:mm:ss").toStdString();
+    std::ifstream written(file);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}),
+              time + "[operation][Unknow][77][Global][Restart] by 100%\t\nby 100%|Warn||{|%");
+
+    EXPECT_FALSE(OperationLog::Open(folder.path().toStdString()));
+    EXPECT_EQ(CltLog::GetOperationLogger(), nullptr);
+}
