@@ -2,10 +2,14 @@
 
 #include "ExternalController/MsgSender/LogTables.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
+#include "ExternalController/MsgSender/SystemInformation.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -116,4 +120,39 @@ TEST_F(CloudRepliesTest, TheSystemTellsTheShowItPlays)
     const QJsonObject stopped = DataOf(AskProject(22).at(0));
     EXPECT_EQ(stopped["volume"].toInt(-1), 0);
     EXPECT_EQ(stopped["curChapterId"].toString("none"), "");
+}
+
+TEST(NetworkTest, TheFirstAdapterThatIsUpIsTold)
+{
+    const auto make = [](const char* description, const char* address) {
+        IP_ADAPTER_INFO adapter{};
+        std::strcpy(adapter.Description, description);
+        std::strcpy(adapter.IpAddressList.IpAddress.String, address);
+        std::strcpy(adapter.IpAddressList.IpMask.String, "255.255.255.0");
+        std::strcpy(adapter.GatewayList.IpAddress.String, "10.0.0.1");
+        constexpr BYTE kAddress[] = {0x00, 0x1b, 0x44, 0x11, 0x3a, 0xb7, 0xff, 0xff};
+        std::copy(std::begin(kAddress), std::end(kAddress), adapter.Address);
+        return adapter;
+    };
+    const auto told = [](const IP_ADAPTER_INFO& first) {
+        QJsonObject network = QJsonDocument::fromJson(Network(&first).Text()).object();
+        network.remove("ip"); // the machine's own
+        return network;
+    };
+    const QJsonObject wifi = {{"type", "wifi"},
+                              {"status", "up"},
+                              {"subnetMask", "255.255.255.0"},
+                              {"gateway", "10.0.0.1"},
+                              {"mac", "00-1B-44-11-3A-B7"}};
+    QJsonObject lan = wifi;
+    lan["type"] = "lan";
+
+    IP_ADAPTER_INFO down = make("Wi-Fi 2", "0.0.0.0");
+    EXPECT_EQ(told(down), QJsonObject());
+    IP_ADAPTER_INFO first = make("Fast wi-fi", "10.0.0.7");
+    IP_ADAPTER_INFO second = make("Home Wi-Fi", "10.0.0.8");
+    down.Next = &first;
+    first.Next = &second;
+    EXPECT_EQ(told(down), lan);
+    EXPECT_EQ(told(second), wifi);
 }

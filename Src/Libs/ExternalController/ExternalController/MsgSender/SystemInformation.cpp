@@ -63,11 +63,11 @@ QString HostAddress()
     return QStringLiteral("-");
 }
 
-/// The first adapter that is up; empty when none is.
-CReply Network()
+} // namespace
+
+CReply Network(const IP_ADAPTER_INFO* first)
 {
-    const CAdapters adapters;
-    for (const IP_ADAPTER_INFO* adapter = adapters.First(); adapter; adapter = adapter->Next) {
+    for (const IP_ADAPTER_INFO* adapter = first; adapter; adapter = adapter->Next) {
         const QString description = QString::fromLatin1(adapter->Description);
         if (adapter->IpAddressList.IpAddress.String == QLatin1String(kNoAddress))
             continue;
@@ -80,8 +80,6 @@ CReply Network()
     }
     return {};
 }
-
-} // namespace
 
 CReply SystemInformation()
 {
@@ -114,5 +112,5 @@ CReply SystemInformation()
              ArrayOf(project->GetProjectMgrList(), [](const SProjectMgrNode& node) { return HostPath(node.path); })},
             {"curProject", HostPath(project->GetProjectPath())},
             {"curChapterId", isStopped ? QString() : sceneId.toString(QUuid::WithoutBraces)},
-            {"network", Network()}};
+            {"network", Network(CAdapters().First())}};
 }
