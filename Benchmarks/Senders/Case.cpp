@@ -3,6 +3,7 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/ExternalController.h"
 
+#include <QImage>
 #include <QJsonDocument>
 
 #include <memory>
@@ -31,6 +32,22 @@ SShow ShowOf(SProject project)
     SShow show;
     show.projects.push_back(std::make_shared<const SProject>(std::move(project)));
     return show;
+}
+
+QImage MakePicture(const QSize& size)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    quint32 grain = 1;
+    for (int y = 0; y < image.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            grain = grain * 1664525 + 1013904223;
+            const int noise = static_cast<int>(grain >> 30);
+            line[x] = qRgba(x * 250 / image.width() + noise, y * 250 / image.height() + noise, (x + y) % 250 + noise,
+                            x < 16 ? x * 16 : 255);
+        }
+    }
+    return image;
 }
 
 QUuid IdOf(int kind, int number)

@@ -15,13 +15,13 @@ namespace {
 
 int s_sent = 0;
 bool s_isKept = false;
-QByteArray s_body;
+std::vector<QByteArray> s_bodies;
 
 void Count(const std::string& text, std::size_t headerBytes)
 {
     ++s_sent;
     if (s_isKept)
-        s_body = QByteArray::fromStdString(text.substr(headerBytes));
+        s_bodies.push_back(QByteArray::fromStdString(text.substr(headerBytes)));
 }
 
 } // namespace
@@ -31,12 +31,12 @@ int CountingChannels::Sent()
     return s_sent;
 }
 
-QByteArray CountingChannels::BodySentBy(const std::function<void()>& send)
+std::vector<QByteArray> CountingChannels::BodiesSentBy(const std::function<void()>& send)
 {
     s_isKept = true;
     send();
     s_isKept = false;
-    return std::exchange(s_body, {});
+    return std::exchange(s_bodies, {});
 }
 
 // The app server.
@@ -103,7 +103,11 @@ bool CCloudControlManager::IsConnected()
     return false;
 }
 
-void CCloudControlManager::SendData(const std::string&, CloudControl::EROUTE_TYPE) {}
+void CCloudControlManager::SendData(const std::string& text, CloudControl::EROUTE_TYPE)
+{
+    Count(text, 0);
+}
+
 void CCloudControlManager::SetCloudControlMsgCallBack(MessageCallback) {}
 void CCloudControlManager::InitInstance() {}
 void CCloudControlManager::Connect(const CloudControl::SCloudUserInfo&) {}

@@ -3,6 +3,7 @@
 #include <QByteArray>
 
 #include <functional>
+#include <vector>
 
 /// The channels and the timer of the module that is measured: they throw away what goes out, so that a figure is the
 /// module's own.
@@ -10,7 +11,7 @@ namespace CountingChannels {
 
 /// How many packets have gone out so far.
 int Sent();
-/// The body of the last packet that goes out while send runs.
-QByteArray BodySentBy(const std::function<void()>& send);
+/// The bodies of the packets that go out while send runs.
+std::vector<QByteArray> BodiesSentBy(const std::function<void()>& send);
 
 } // namespace CountingChannels

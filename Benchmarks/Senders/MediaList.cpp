@@ -189,7 +189,7 @@ SCase CaseOf(int count)
             ask,
             [=] {
                 if (list->empty())
-                    *list = ReadList(count, CountingChannels::BodySentBy(ask));
+                    *list = ReadList(count, CountingChannels::BodiesSentBy(ask).back());
                 return ListByHand(*list);
             }};
 }

@@ -9,26 +9,9 @@ namespace {
 
 constexpr double kAim = 1.1;
 
-/// Smooth like a photo, with some grain and a transparent edge.
-QImage MakeImage()
-{
-    QImage image(1920, 1080, QImage::Format_ARGB32);
-    quint32 grain = 1;
-    for (int y = 0; y < image.height(); ++y) {
-        auto* const line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < image.width(); ++x) {
-            grain = grain * 1664525 + 1013904223;
-            const int noise = static_cast<int>(grain >> 30);
-            line[x] = qRgba(x * 250 / image.width() + noise, y * 250 / image.height() + noise, (x + y) % 250 + noise,
-                            x < 16 ? x * 16 : 255);
-        }
-    }
-    return image;
-}
-
 const QImage& Image()
 {
-    static const QImage image = MakeImage();
+    static const QImage image = MakePicture({1920, 1080});
     return image;
 }
 

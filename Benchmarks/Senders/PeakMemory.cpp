@@ -39,11 +39,11 @@ std::size_t GrowthOf(const Way& way)
     return ReadStatus("VmHWM:") - before;
 }
 
-std::size_t GrowthInChild(const QString& argument)
+std::size_t GrowthInChild(const QString& way, const std::string& name)
 {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), {argument});
+    child.start(QCoreApplication::applicationFilePath(), {way, QString::fromStdString(name)});
     child.waitForFinished(-1);
     bool isNumber = false;
     const auto growth = static_cast<std::size_t>(child.readAllStandardOutput().trimmed().toULongLong(&isNumber));
@@ -54,17 +54,21 @@ std::size_t GrowthInChild(const QString& argument)
 
 } // namespace
 
-PeakMemory::SPeaks PeakMemory::Measure()
+PeakMemory::SPeaks PeakMemory::Measure(const std::string& name)
 {
-    return {GrowthInChild(kByHand), GrowthInChild(kModule)};
+    return {GrowthInChild(kByHand, name), GrowthInChild(kModule, name)};
 }
 
-bool PeakMemory::PrintAsChild(const QStringList& arguments, const SCase& measured)
+bool PeakMemory::PrintAsChild(const QStringList& arguments, const std::vector<SCase>& cases)
 {
     const bool isByHand = arguments.contains(kByHand);
     if (!isByHand && !arguments.contains(kModule))
         return false;
-    measured.prepare();
-    std::cout << (isByHand ? GrowthOf(measured.byHand) : GrowthOf(measured.ask)) << std::endl;
+    for (const SCase& measured : cases) {
+        if (arguments.last() != QString::fromStdString(measured.name))
+            continue;
+        measured.prepare();
+        std::cout << (isByHand ? GrowthOf(measured.byHand) : GrowthOf(measured.ask)) << std::endl;
+    }
     return true;
 }

@@ -8,7 +8,7 @@ namespace {
 std::string Verdict(double ratio, double aim)
 {
     char text[60];
-    std::snprintf(text, sizeof text, "%8.2f  at most %.1f: %s", ratio, aim, ratio <= aim ? "met" : "MISSED");
+    std::snprintf(text, sizeof text, "%8.2f  at most %g: %s", ratio, aim, ratio <= aim ? "met" : "MISSED");
     return text;
 }
 
@@ -61,10 +61,10 @@ void CRatioReporter::Finalize()
     }
 }
 
-void CRatioReporter::PrintMemory(const std::string& name, std::size_t byHand, std::size_t module, double aim)
+void CRatioReporter::PrintMemory(const SCase& measured, std::size_t byHand, std::size_t module)
 {
     char line[200];
-    std::snprintf(line, sizeof line, "%-28s %9zu kB %9zu kB %12s %s\n", name.c_str(), byHand, module, "",
-                  Verdict(static_cast<double>(module) / static_cast<double>(byHand), aim).c_str());
+    std::snprintf(line, sizeof line, "%-28s %9zu kB %9zu kB %12s %s\n", (measured.name + " peak").c_str(), byHand,
+                  module, "", Verdict(static_cast<double>(module) / static_cast<double>(byHand), measured.aim).c_str());
     GetOutputStream() << line;
 }

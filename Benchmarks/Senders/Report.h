@@ -23,7 +23,7 @@ public:
 
     bool HasFailed() const { return m_hasFailed; }
     /// A line for what isn't time, in kilobytes.
-    void PrintMemory(const std::string& name, std::size_t byHand, std::size_t module, double aim);
+    void PrintMemory(const SCase& measured, std::size_t byHand, std::size_t module);
 
 private:
     const std::vector<SCase>& m_cases;

@@ -100,7 +100,7 @@ SCase CaseOf(int count)
             ask,
             [=] {
                 if (list->empty())
-                    *list = ReadList(*HostModels::Show().Current(), CountingChannels::BodySentBy(ask));
+                    *list = ReadList(*HostModels::Show().Current(), CountingChannels::BodiesSentBy(ask).back());
                 return ListByHand(*list);
             }};
 }
