@@ -4,7 +4,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
+#include <QStringList>
 
 #include <utility>
 
@@ -18,9 +18,9 @@ public:
     {
         const QDir dir(folder);
         const QString place = dir.canonicalPath();
-        if (place.isEmpty() || m_entered.contains(place))
+        if (place.isEmpty() || m_way.contains(place))
             return;
-        m_entered.insert(place);
+        m_way.append(place);
         const QFileInfoList entries = dir.entryInfoList(kEntries, QDir::Unsorted);
         for (const QFileInfo& entry : entries) {
             if (entry.isDir())
@@ -28,6 +28,7 @@ public:
             else
                 Take(entry);
         }
+        m_way.removeLast();
     }
 
     std::vector<SSharedFile> files;
@@ -40,7 +41,7 @@ private:
             files.push_back({file.filePath(), type});
     }
 
-    QSet<QString> m_entered;
+    QStringList m_way; ///< the folders that it is inside of
 };
 
 } // namespace

@@ -10,5 +10,5 @@ struct SSharedFile {
 };
 
 /// The files below a folder that would be resources, in the order in which the file system lists them. Folders that
-/// can't be read are passed over; one that links lead to more than once is entered once.
+/// can't be read are passed over, as are links that lead back to a folder on the way to them.
 std::vector<SSharedFile> CollectSharedFiles(const QString& folder);
