@@ -27,6 +27,8 @@ public:
 
     void Wake() override
     {
+        if (beforeWake)
+            beforeWake();
         const std::lock_guard lock(m_mutex);
         m_changed.notify_all();
     }
@@ -43,6 +45,8 @@ public:
             ASSERT_TRUE(m_changed.wait_for(lock, kPatience, [&] { return m_checks > before; }));
         }
     }
+
+    std::function<void()> beforeWake;
 
 private:
     std::mutex m_mutex;
@@ -130,6 +134,8 @@ TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppGoes)
 TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppServerIsSwitchedOff)
 {
     m_pause->LetChecksPass(1);
+    // One that connects meanwhile must not keep it going: the server's stop waits for it.
+    m_pause->beforeWake = [&] { RecordingChannels::Callbacks().connected(m_app.ip, m_app.port); };
 
     m_controller->AppServerSupport(false);
 

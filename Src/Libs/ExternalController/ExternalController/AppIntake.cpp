@@ -7,15 +7,11 @@
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/Discovery.h"
 #include "ExternalController/Common/HostIdentity.h"
-#include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "Interfaces/AppServer.h"
-#include "Interfaces/ResultModel.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <vector>
 
 namespace {
 
@@ -88,22 +84,15 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
     if (!m_appServer)
         return;
 
-    // The packet outlives the pack that reads it.
-    const CAppDataPack pack(QByteArray::fromRawData(packet->payload.data(), static_cast<int>(packet->payload.size())));
-    QJsonObject body;
-    pack.ReadJsonFromData(body);
-    const int code = static_cast<int>(pack.GetCmdCode());
-    const int senderType = code & Command::kSenderMask;
-    const auto report = [&] { ReportToHost({senderType, code, !body.isEmpty(), body, Source::App}); };
-
-    switch (code) {
+    const SOperation request = ReadAppRequest(*packet, Source::App);
+    switch (request.nCmdCode) {
     case Command::Heartbeat:
         AnswerHeartBeat(packet->localPort);
         break;
     case Command::Login:
         DebugLog() << "request_login:" << packet->remoteIp.c_str() << ":" << packet->remotePort;
-        if (LogInApp(body, packet->remoteIp, packet->remotePort))
-            report();
+        if (LogInApp(request.jsonBody, packet->remoteIp, packet->remotePort))
+            ReportToHost(request, !request.jsonBody.isEmpty());
         break;
     case Command::PublicKey:
         ResponPublickey(packet->remoteIp, packet->remotePort);
@@ -113,10 +102,10 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
         emit signalCloseSoftWare(true);
         break;
     default:
-        if (HasCode(kRoutedFromApp, code))
-            Write({senderType, code, body, Source::App});
+        if (HasCode(kRoutedFromApp, request.nCmdCode))
+            Write(request);
         else
-            report();
+            ReportToHost(request, !request.jsonBody.isEmpty());
     }
 }
 
@@ -153,5 +142,5 @@ void CExternalController::RecvAPPFtpUploadEndMsg(std::string resourcePath)
     if (resourcePath.empty())
         return;
     const QJsonObject body = {{"resourcePath", QString::fromStdString(resourcePath)}};
-    ReportToHost({SenderType::Resource, Command::ResourceItem, false, body, Source::App});
+    ReportToHost(MakeRequest(Command::ResourceItem, body, Source::App));
 }

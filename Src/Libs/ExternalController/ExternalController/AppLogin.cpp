@@ -6,7 +6,6 @@
 #include "ExternalController/Common/RsaCipher.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/GlobalModel.h"
-#include "Interfaces/ResultModel.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

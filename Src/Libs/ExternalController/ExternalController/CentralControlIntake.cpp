@@ -3,7 +3,6 @@
 #include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
-#include "Interfaces/ResultModel.h"
 
 #include <QJsonObject>
 
@@ -36,17 +35,17 @@ void CExternalController::RecvContralControllerUdpMsg(QJsonObject& message)
         return;
 
     const int code = message.value(QLatin1String("cmdType")).toInt();
-    const int senderType = code & Command::kSenderMask;
+    const SOperation request = MakeRequest(code, message, Source::CentralControl);
     if (code == Command::ShutDown) {
         DebugLog() << "Recv ShutDown msg";
         emit signalCloseSoftWare(true);
         return;
     }
     if (HasCode(kRoutedFromCentralControl, code)) {
-        Write({senderType, code, message, Source::CentralControl});
+        Write(request);
         return;
     }
     if (code == Command::CloseSoftware)
         emit signalCloseSoftWare(false);
-    ReportToHost({senderType, code, false, message, Source::CentralControl});
+    ReportToHost(request);
 }

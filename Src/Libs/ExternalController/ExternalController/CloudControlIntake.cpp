@@ -2,11 +2,9 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/RsaCipher.h"
-#include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "Interfaces/CloudControl.h"
 #include "Interfaces/CltLog.h"
 #include "Interfaces/GlobalModel.h"
-#include "Interfaces/ResultModel.h"
 
 #include <QJsonObject>
 
@@ -74,9 +72,7 @@ void CExternalController::RecvCloudControlMsg(QJsonObject& message)
     if (message.isEmpty())
         return;
     const int code = message.value(QLatin1String("cmdType")).toInt();
-    const int senderType = code & Command::kSenderMask;
-    const auto report = [&] { ReportToHost({senderType, code, false, message, Source::CloudControl}); };
-
+    const SOperation request = MakeRequest(code, message, Source::CloudControl);
     switch (code) {
     case Command::Restart:
         LogRestart();
@@ -86,19 +82,19 @@ void CExternalController::RecvCloudControlMsg(QJsonObject& message)
     case Command::Logs:
     case Command::ProjectExport:
     case Command::StagePreviewPush:
-        Write({senderType, code, message, Source::CloudControl});
+        Write(request);
         break;
     case Command::Refresh:
-        Write({SenderType::ProjectData, Command::SystemInformation, message, Source::CloudControl});
-        Write({SenderType::Stage, Command::StagePreviewPush, message, Source::CloudControl});
+        Write(MakeRequest(Command::SystemInformation, message, Source::CloudControl));
+        Write(MakeRequest(Command::StagePreviewPush, message, Source::CloudControl));
         break;
     case Command::SwitchProject:
     case Command::ScenePlay:
         // There is nothing to switch or play while a project is loading.
         if (m_prjLoadState == kProjectLoaded)
-            report();
+            ReportToHost(request);
         break;
     default:
-        report();
+        ReportToHost(request);
     }
 }

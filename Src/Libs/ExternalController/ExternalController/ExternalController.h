@@ -22,7 +22,6 @@ class CFPClientManager;
 class CTimer;
 class IMsgSenderBase;
 class IPause;
-struct SResultData;
 
 namespace Comm {
 struct ResponsePackage;
@@ -104,8 +103,9 @@ private:
     IMsgSenderBase* FindSender(int senderType) const;
     IMsgSenderBase* FindDeviceSender() const;
     void SendSceneCommands(const QUuid& sceneGroupId, const QUuid& sceneId, int trigger);
-    void ReportToHost(SResultData result);
-    void NotifyApp(int senderType, int cmdCode, const QJsonObject& event);
+    /// Hands over what the host itself carries out; hasData: what the host is told of the request's body.
+    static void ReportToHost(const SOperation& request, bool hasData = false);
+    void NotifyApp(int cmdCode, const QJsonObject& event);
     /// The receive function as a callable that does nothing once the controller is being destroyed.
     template <class... Args>
     std::function<void(Args...)> Gated(void (CExternalController::*receive)(Args...));
@@ -134,12 +134,14 @@ private:
     std::string m_lastAppIp;                  ///< address of the app that last logged in; with its port under m_mutex
     unsigned short m_lastAppPort = 0;
     std::atomic<bool> m_appConnected{false};
-    std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_mutex
+    std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_heartBeatMutex
     mutable std::mutex m_mutex;
     std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat
     std::atomic<int> m_prjLoadState{1};
 
     std::unique_ptr<IPause> m_heartBeatPause;
+    std::mutex m_heartBeatMutex; ///< one start or stop of the supervision at a time; its check never takes it
+    std::atomic<bool> m_heartBeatStopped{false};
     std::shared_ptr<CCallGate> m_gate; ///< shared with the channels' callbacks, which may outlive the controller
     std::mutex m_loginMutex;           ///< one login or logout at a time
     std::atomic<bool> m_sendersReady{false};

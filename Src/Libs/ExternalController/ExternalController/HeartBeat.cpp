@@ -3,11 +3,9 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/Pause.h"
-#include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/Common.h"
 #include "Interfaces/GlobalModel.h"
-#include "Interfaces/ResultModel.h"
 
 #include <chrono>
 
@@ -32,42 +30,37 @@ void CExternalController::OnNewClientConnect(std::string, unsigned short)
 
 void CExternalController::StartHeartBeat()
 {
-    CTimer* timer = nullptr;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_heartBeatTimer) {
-            m_heartBeatTimer =
-                std::make_unique<CTimer>([this] { AppHeartBeatCheck(); }, static_cast<double>(kCheckPeriod.count()));
-        }
-        timer = m_heartBeatTimer.get();
+    const std::lock_guard lock(m_heartBeatMutex);
+    if (!m_heartBeatTimer) {
+        m_heartBeatTimer =
+            std::make_unique<CTimer>([this] { AppHeartBeatCheck(); }, static_cast<double>(kCheckPeriod.count()));
     }
-    timer->Start();
+    m_heartBeatStopped = false;
+    m_heartBeatTimer->Start();
 }
 
 void CExternalController::StopHeartBeat()
 {
+    const std::lock_guard lock(m_heartBeatMutex);
     m_appConnected = false;
+    // An app that connects now must not keep the check going that Stop waits for.
+    m_heartBeatStopped = true;
     m_heartBeatPause->Wake();
-    CTimer* timer = nullptr;
-    {
-        const std::lock_guard lock(m_mutex);
-        timer = m_heartBeatTimer.get();
-    }
-    // Not under the lock: the check that Stop waits for takes it.
-    if (timer)
-        timer->Stop();
+    if (m_heartBeatTimer)
+        m_heartBeatTimer->Stop();
 }
 
 void CExternalController::AppHeartBeatCheck()
 {
-    while (m_appConnected) {
+    const auto isOver = [this] { return !m_appConnected || m_heartBeatStopped; };
+    while (!isOver()) {
         if (m_heartBeatCount > kSilentSeconds) {
             DebugLog() << "heartBeat timeOut";
             const SAppAddress app = LastApp();
             m_appServer->DisConnect(app.ip, app.port);
         }
         ++m_heartBeatCount;
-        m_heartBeatPause->WaitFor(kCheckPeriod, [this] { return !m_appConnected; });
+        m_heartBeatPause->WaitFor(kCheckPeriod, isOver);
     }
     m_heartBeatCount = 1;
 }
@@ -88,5 +81,5 @@ void CExternalController::OnAppClientDisconnect()
         users->SetCurrentLoginUser({});
     }
     emit signalStopAppStreamPush();
-    ReportToHost({SenderType::ProjectData, Command::AppGone, false, {}, 0});
+    ReportToHost(MakeRequest(Command::AppGone, {}, 0));
 }

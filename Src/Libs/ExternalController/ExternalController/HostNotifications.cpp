@@ -5,26 +5,27 @@
 
 #include <QJsonObject>
 
-void CExternalController::NotifyApp(int senderType, int cmdCode, const QJsonObject& event)
+#include <utility>
+
+void CExternalController::NotifyApp(int cmdCode, const QJsonObject& event)
 {
-    if (IMsgSenderBase* sender = FindSender(senderType))
-        sender->HandleMsg({senderType, cmdCode, event, Source::App});
+    SOperation notice = MakeRequest(cmdCode, event, Source::App);
+    if (IMsgSenderBase* sender = FindSender(notice.nSenderType))
+        sender->HandleMsg(std::move(notice));
 }
 
 /// The app only learns that the playing scene changed; it asks for what it needs.
 void CExternalController::slotNotifyScenePlay(const QUuid&, const QUuid&)
 {
-    NotifyApp(SenderType::Scene, Command::ScenePlay, {{"result", 1}});
+    NotifyApp(Command::ScenePlay, {{"result", 1}});
 }
 
 void CExternalController::slotUpdateResourceUsed(const QUuid& resId, bool bFlag)
 {
-    NotifyApp(SenderType::Resource, Command::ResourceUsed,
-              {{"resId", resId.toString(QUuid::WithoutBraces)}, {"usedFlag", bFlag}});
+    NotifyApp(Command::ResourceUsed, {{"resId", resId.toString(QUuid::WithoutBraces)}, {"usedFlag", bFlag}});
 }
 
 void CExternalController::slotUpdateResourceDexumerState(const QUuid& resId, bool bFlag)
 {
-    NotifyApp(SenderType::Resource, Command::ResourceDemuxed,
-              {{"resId", resId.toString(QUuid::WithoutBraces)}, {"dexumerFlag", bFlag}});
+    NotifyApp(Command::ResourceDemuxed, {{"resId", resId.toString(QUuid::WithoutBraces)}, {"dexumerFlag", bFlag}});
 }

@@ -209,7 +209,8 @@ IMsgSenderBase* CExternalController::FindSender(int senderType) const
     return found == m_senders.end() ? nullptr : found->second;
 }
 
-void CExternalController::ReportToHost(SResultData result)
+void CExternalController::ReportToHost(const SOperation& request, bool hasData)
 {
+    SResultData result = {request.nSenderType, request.nCmdCode, hasData, request.jsonBody, request.nSourceFlags};
     CResultModel::GetInstance()->NotifyExControlMsgResult(true, result);
 }

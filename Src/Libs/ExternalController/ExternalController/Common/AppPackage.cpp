@@ -11,3 +11,12 @@ std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByte
     package->length = package->data.size();
     return package;
 }
+
+SOperation ReadAppRequest(const Comm::ResponsePackage& packet, Source::Flag source)
+{
+    // The packet outlives the pack that reads it.
+    const CAppDataPack pack(QByteArray::fromRawData(packet.payload.data(), static_cast<int>(packet.payload.size())));
+    QJsonObject body;
+    pack.ReadJsonFromData(body);
+    return MakeRequest(static_cast<int>(pack.GetCmdCode()), std::move(body), source);
+}

@@ -1,6 +1,23 @@
 #pragma once
 
+#include "ExternalController/Common/Command.h"
+
 #include <QJsonObject>
+
+#include <utility>
+
+/// Keys of the sender table.
+namespace SenderType {
+enum Key : int {
+    None = -1, ///< no command code selects it
+    ProjectData = 0x000,
+    Stage = 0x100,
+    StageMedia = 0x200, ///< the stage sender once more
+    Scene = 0x300,
+    Resource = 0x400,
+    ExControlDev = 0x500,
+};
+} // namespace SenderType
 
 /// Where a request came from and its reply goes: one hexadecimal digit a channel.
 namespace Source {
@@ -15,8 +32,14 @@ enum Flag : int {
 
 /// A request on its way to the sender that answers it.
 struct SOperation {
-    int nSenderType = -1; ///< key of the sender; for a command code its Command::kSenderMask bits
-    int nCmdCode = -1;    ///< the full command code, without the reply bit
+    int nSenderType = SenderType::None; ///< key of the sender; for a command code its Command::kSenderMask bits
+    int nCmdCode = -1;                  ///< the full command code, without the reply bit
     QJsonObject jsonBody;
     int nSourceFlags = Source::Every;
 };
+
+/// A request for the sender that its code selects.
+inline SOperation MakeRequest(int cmdCode, QJsonObject body, int sourceFlags)
+{
+    return {cmdCode & Command::kSenderMask, cmdCode, std::move(body), sourceFlags};
+}

@@ -5,19 +5,6 @@
 #include <QString>
 #include <QUuid>
 
-/// Keys of the sender table.
-namespace SenderType {
-enum Key : int {
-    None = -1, ///< no command code selects it
-    ProjectData = 0x000,
-    Stage = 0x100,
-    StageMedia = 0x200, ///< the stage sender once more
-    Scene = 0x300,
-    Resource = 0x400,
-    ExControlDev = 0x500,
-};
-} // namespace SenderType
-
 /// Answers one family of command codes. Called on the thread of the channel that delivered the request.
 class IMsgSenderBase {
 public:
