@@ -54,7 +54,7 @@ public:
     virtual void Stop();
     /// Closes the peer's connections on both channels.
     virtual void DisConnect(std::string ip, unsigned short port);
-    /// Later uploads go below this folder.
+    /// Later uploads go below this folder; an empty name changes nothing.
     virtual void ModifyAppResSavePath(const QString& path);
 
 private:

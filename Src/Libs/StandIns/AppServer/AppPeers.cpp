@@ -8,14 +8,15 @@ void CAppPeers::Add(std::size_t channel, const CEnvelopeConnection::Ptr& connect
     SPeer& peer = m_peers[connection.get()];
     peer = {connection, nullptr, channel};
 
-    auto& candidates = m_single[1 - channel][connection->RemoteIp()];
-    if (candidates.empty()) {
-        m_single[channel][connection->RemoteIp()].push_back(connection.get());
+    const std::string& ip = connection->RemoteIp();
+    const auto candidates = m_single[1 - channel].find(ip);
+    if (candidates == m_single[1 - channel].end()) {
+        m_single[channel][ip].push_back(connection.get());
         return;
     }
-    peer.partner = candidates.back();
-    candidates.pop_back();
+    peer.partner = candidates->second.back();
     m_peers[peer.partner].partner = connection.get();
+    RemoveSingle(1 - channel, ip, peer.partner);
 }
 
 void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
@@ -32,10 +33,16 @@ void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
         m_single[1 - gone.channel][ip].push_back(gone.partner);
         return;
     }
-    auto& single = m_single[gone.channel][ip];
-    single.erase(std::remove(single.begin(), single.end(), connection.get()), single.end());
+    RemoveSingle(gone.channel, ip, connection.get());
+}
+
+/// Addresses that nobody has any more are forgotten: a host meets many in its life.
+void CAppPeers::RemoveSingle(std::size_t channel, const std::string& ip, const CEnvelopeConnection* connection)
+{
+    auto& single = m_single[channel][ip];
+    single.erase(std::remove(single.begin(), single.end(), connection), single.end());
     if (single.empty())
-        m_single[gone.channel].erase(ip);
+        m_single[channel].erase(ip);
 }
 
 CEnvelopeConnection::Ptr CAppPeers::PartnerOf(const CEnvelopeConnection* connection) const

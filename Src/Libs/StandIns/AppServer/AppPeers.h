@@ -24,6 +24,8 @@ private:
         std::size_t channel = 0;
     };
 
+    void RemoveSingle(std::size_t channel, const std::string& ip, const CEnvelopeConnection* connection);
+
     mutable std::mutex m_mutex;
     std::map<const CEnvelopeConnection*, SPeer> m_peers;
     /// Without a partner, by channel and address, the newest last.

@@ -135,7 +135,7 @@ private:
 
     void TellUploadState(bool listening, const std::string& reason) const
     {
-        const std::string address = m_config.listenAddress + ':' + std::to_string(AppServer::kFtpPort);
+        const std::string address = AddressText(m_config.listenAddress, AppServer::kFtpPort);
         CChannelEvents::GetInstance().Tell({listening ? SChannelEvent::Kind::Listening : SChannelEvent::Kind::Failed,
                                             "app upload",
                                             {},
@@ -178,10 +178,8 @@ private:
     static void SendTo(const CEnvelopeConnection::Ptr& connection, int channel,
                        const std::shared_ptr<Comm::RequestPackage>& package)
     {
-        if (!connection)
-            return;
-        TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
-        connection->Send(package);
+        if (connection && connection->Send(package))
+            TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
     }
 
     CTcpServer& ServerOf(int channel) { return m_servers[static_cast<std::size_t>(channel)]; }
@@ -295,6 +293,8 @@ void CAPPServerManager::DisConnect(std::string ip, unsigned short port)
 
 void CAPPServerManager::ModifyAppResSavePath(const QString& path)
 {
+    if (path.isEmpty())
+        return;
     SAppServerConfig config = AppServer::GetConfig();
     config.uploadFolder = path.toStdString();
     AppServer::SetConfig(std::move(config));

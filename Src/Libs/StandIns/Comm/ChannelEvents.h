@@ -7,10 +7,10 @@
 #include <mutex>
 #include <string>
 
-/// "ip:port", as events carry it.
+/// "ip:port", as events carry it; an IPv6 address stands in brackets.
 inline std::string AddressText(const std::string& ip, std::uint16_t port)
 {
-    return ip + ':' + std::to_string(port);
+    return (ip.find(':') == std::string::npos ? ip : '[' + ip + ']') + ':' + std::to_string(port);
 }
 
 /// What happens on a channel, for people to read.

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
 /// The app envelope on the wire. Code form: mark, command code, body length, body. Id form, the body of a code form:
 /// mark, the id's 16 bytes in RFC 4122 order, length, bytes. Numbers are 32 bits, big-endian.

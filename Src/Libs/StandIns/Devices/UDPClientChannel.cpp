@@ -46,7 +46,7 @@ public:
 
     bool Send(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
     {
-        const std::string peer = remoteIp + ':' + std::to_string(remotePort);
+        const std::string peer = AddressText(remoteIp, remotePort);
         asio::error_code error;
         const asio::ip::udp::endpoint remote(asio::ip::make_address_v4(remoteIp, error), remotePort);
         // What the system makes of port 0 differs.
