@@ -75,7 +75,7 @@ class ShowRemoteTest(unittest.TestCase):
         self.assertRegex(showremote("central", "--list").stdout, "(?m)^0x193  getBlackAll$")
 
     def test_fp_shows_the_reply(self):
-        result = showremote("fp", "--address", CONTROLLER, "picture-adjustment")
+        result = showremote("fp", "--listen", CONTROLLER, "picture-adjustment")
 
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertIn("<- picture-adjustment (0x112) on FP", result.stdout)

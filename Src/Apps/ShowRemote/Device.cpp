@@ -137,10 +137,7 @@ void RunUdp(const CCommandLine& line)
     line.Refuse({"line", "link"}, "goes with a serial device");
     line.Positional(1, 1);
     CDisplay display(line);
-    const int port = line.Number("port", 1);
-    if (port > 65535)
-        throw CWrongUsage("--port: the largest is 65535");
-    const CUdpDevice device(display, line.Value("listen"), port);
+    const CUdpDevice device(display, line.Value("listen"), line.Number("port", 1, 65535));
     display.Run();
 }
 
