@@ -25,7 +25,7 @@ SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
     settings.hostName = top.Text("hostName", settings.hostName);
     settings.appSupport = top.Flag("appSupport", settings.appSupport);
     settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
-    settings.resourceFolder = top.Text("resourceFolder", settings.resourceFolder);
+    settings.resourceFolder = top.Path("resourceFolder", settings.resourceFolder);
 
     const CJsonObjectReader ftp = top.Object("ftp");
     ftp.AllowOnly({"user", "password"});
