@@ -3,7 +3,6 @@
 #include <functional>
 #include <string>
 
-#include <ctime>
 #include <sys/types.h>
 
 /// Processor time that a process has had so far, in seconds.

@@ -12,7 +12,6 @@
 #include <QJsonObject>
 
 #include <chrono>
-#include <cstdlib>
 #include <iostream>
 #include <iterator>
 #include <stdexcept>

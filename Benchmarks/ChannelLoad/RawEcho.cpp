@@ -3,7 +3,6 @@
 #include <array>
 #include <map>
 #include <string_view>
-#include <utility>
 
 #include <netinet/tcp.h>
 #include <sys/epoll.h>

@@ -3,7 +3,6 @@
 #include "ChannelLoad/Cases.h"
 
 #include <iosfwd>
-#include <string>
 #include <vector>
 
 class QJsonObject;

@@ -1,7 +1,6 @@
 #include "ChannelLoad/Syscall.h"
 
 #include <csignal>
-#include <string>
 #include <system_error>
 
 #include <unistd.h>

@@ -4,7 +4,6 @@
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 #include "ExternalController/MsgSender/SystemInformation.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>

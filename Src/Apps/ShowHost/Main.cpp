@@ -16,7 +16,6 @@
 
 #include <QCommandLineParser>
 #include <QDir>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QHostAddress>
 #include <QStandardPaths>

@@ -2,8 +2,6 @@
 
 #include "HostModels/HostModels.h"
 
-#include <QTime>
-
 namespace {
 
 /// "0:04:12"

@@ -43,7 +43,7 @@ QString ReadPassword(int fileDescriptor)
     try {
         if (fileDescriptor >= 0)
             return PasswordInput::ReadFrom(fileDescriptor);
-        const QString password = PasswordInput::Ask("Password");
+        QString password = PasswordInput::Ask("Password");
         if (PasswordInput::Ask("Password again") != password)
             throw CFileError("the two passwords differ");
         return password;

@@ -11,7 +11,6 @@
 #include <QTimer>
 #include <QUrlQuery>
 
-#include <algorithm>
 #include <csignal>
 
 namespace {

@@ -9,8 +9,6 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/udp.hpp>
 
-namespace {} // namespace
-
 /// Connected to the host, so that a host where nobody listens is told at once instead of by silence.
 QByteArray Datagrams::Ask(const QString& host, std::uint16_t port, const QByteArray& datagram,
                           std::chrono::milliseconds timeout)

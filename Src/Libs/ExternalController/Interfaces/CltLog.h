@@ -47,6 +47,15 @@ public:
     {
         return m_kind;
     }
+    /// Where in the program it was logged; the file may be null.
+    const char* GetFile() const
+    {
+        return m_file;
+    }
+    std::int32_t GetLine() const
+    {
+        return m_line;
+    }
     std::uint32_t GetThreadId() const
     {
         return m_threadId;

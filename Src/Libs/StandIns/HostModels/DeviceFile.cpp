@@ -9,8 +9,6 @@
 
 #include <asio/ip/address_v4.hpp>
 
-#include <utility>
-
 namespace {
 
 constexpr char kDevices[] = "ExControlDevData";

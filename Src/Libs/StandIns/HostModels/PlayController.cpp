@@ -1,6 +1,6 @@
 #include "Interfaces/PlayController.h"
 
-#include "HostModels/HostModels.h"
+#include "HostModels/HostShow.h"
 #include "HostModels/ShowJson.h"
 #include "Interfaces/PPtPlayerMgr.h"
 

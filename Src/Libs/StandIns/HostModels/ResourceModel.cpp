@@ -1,15 +1,13 @@
 #include "Interfaces/ResourceModel.h"
 
+#include "ExternalController/Common/Picture.h"
 #include "ExternalController/Common/ResourceType.h"
-#include "HostModels/HostModels.h"
+#include "HostModels/HostShow.h"
 #include "HostModels/Painting.h"
 #include "HostModels/ShowEdit.h"
 #include "HostModels/ShowJson.h"
 
 namespace {
-
-/// What apps show in their lists.
-constexpr QSize kThumbnailSize(320, 180);
 
 /// The resource with the number of media that use it.
 CResourceBase Counted(const CResourceBase& resource, const QHash<QUuid, int>& useCounts)

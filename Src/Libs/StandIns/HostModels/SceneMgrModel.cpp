@@ -1,6 +1,6 @@
 #include "Interfaces/SceneMgrModel.h"
 
-#include "HostModels/HostModels.h"
+#include "HostModels/HostShow.h"
 #include "HostModels/Painting.h"
 #include "HostModels/ShowJson.h"
 

@@ -1,6 +1,6 @@
 #include "Interfaces/ScreenModel.h"
 
-#include "HostModels/HostModels.h"
+#include "HostModels/HostShow.h"
 #include "HostModels/ShowJson.h"
 
 namespace {

@@ -49,8 +49,9 @@ void EditStageMedia(SShow& show, Edit&& edit)
         medium = CMediaNode(std::make_shared<const SMediaProperties>(std::move(properties)));
     }
     EditProject(show, [&](SProject& project) {
-        SSceneGroup group = *project.FindGroup(show.playback.group);
+        const QUuid& groupId = show.playback.group;
+        SSceneGroup group = *project.FindGroup(groupId);
         group.scenes[group.sceneIndex[show.playback.scene]] = std::make_shared<const SScene>(std::move(scene));
-        project.groups[project.groupIndex[group.id]] = std::make_shared<const SSceneGroup>(std::move(group));
+        project.groups[project.groupIndex[groupId]] = std::make_shared<const SSceneGroup>(std::move(group));
     });
 }

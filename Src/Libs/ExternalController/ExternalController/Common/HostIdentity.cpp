@@ -8,7 +8,7 @@
 
 QString GetHostName()
 {
-    const QString name = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadHostName();
+    QString name = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadHostName();
     if (!name.isEmpty())
         return name;
     // Asked once: a machine that is renamed is known by its new name after the host's next start.

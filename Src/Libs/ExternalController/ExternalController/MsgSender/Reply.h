@@ -44,7 +44,7 @@ public:
     }
     void Remove(const char* key) { m_object.remove(QLatin1String(key)); }
     /// What an array holds.
-    QJsonValue Take() && { return std::move(m_object); }
+    QJsonValue Take() && { return Hold(std::move(m_object)); }
     bool IsEmpty() const { return m_object.isEmpty(); }
 
     /// Adds makeItem of each value under the decimal text of its place. They are made in the order of those texts,
