@@ -106,9 +106,9 @@ sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port)
     return address;
 }
 
-std::string MakeAppRequest(unsigned int code, std::string_view body)
+std::string MakeAppRequest(Command::Code code, std::string_view body)
 {
-    return MakeEnvelope(code, body);
+    return MakeEnvelope(static_cast<unsigned int>(code), body);
 }
 
 std::string AskForReply(const std::string& name, const sockaddr_in& address, const SExchange& exchange,

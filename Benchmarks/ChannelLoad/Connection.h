@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ChannelLoad/Syscall.h"
+#include "ExternalController/Common/Command.h"
 
 #include <cstddef>
 #include <string>
@@ -19,7 +20,7 @@ struct SExchange {
 sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port);
 
 /// A request of the app protocol, as one whole envelope.
-std::string MakeAppRequest(unsigned int code, std::string_view body);
+std::string MakeAppRequest(Command::Code code, std::string_view body);
 /// Sends the request once and returns the reply if it is a right one: a JSON object that has the key, and from the
 /// app's channel in an envelope with the request's code.
 std::string AskForReply(const std::string& name, const sockaddr_in& address, const SExchange& exchange,

@@ -37,9 +37,10 @@ protected:
     {
         m_server = std::make_unique<CTcpServer>(
             m_threads, CTcpServer::SOptions{"test", kAddress, kPort, limits},
-            CTcpServer::SCallbacks{[this](const auto&) { m_notes.Add("opened"); },
-                                   [this](const auto& connection, std::string frame) { Answer(connection, frame); },
-                                   [this](const auto&) { m_notes.Add("ended"); }});
+            CTcpServer::SCallbacks{
+                [this](const auto&) { m_notes.Add("opened"); },
+                [this](const auto& connection, const std::string& frame) { Answer(connection, frame); },
+                [this](const auto&) { m_notes.Add("ended"); }});
         ASSERT_TRUE(m_server->Start());
         m_threads.Start();
     }

@@ -73,7 +73,7 @@ CExControlDevMsgSender::CExControlDevMsgSender() : CMsgSenderBase(nullptr, nullp
 {
     SetSenderType(SenderType::ExControlDev);
     for (const QUuid& devId : ReadDeviceIds(CExControlDevModel::GetInstance()->GetFileSavePath()))
-        CreateExControlDev(devId);
+        CExControlDevMsgSender::CreateExControlDev(devId);
 }
 
 bool CExControlDevMsgSender::HandleMsg(SOperation)
