@@ -4,8 +4,8 @@
 #include "ExternalController/Common/CommandNames.h"
 #include "ExternalController/Common/FPQueries.h"
 #include "ExternalController/Common/FileType.h"
+#include "ExternalController/Common/Operation.h"
 #include "ExternalController/ExternalController.h"
-#include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "HostModels/HostModels.h"
 #include "ShowHost/HostLog.h"
 

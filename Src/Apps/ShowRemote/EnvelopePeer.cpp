@@ -1,5 +1,6 @@
 #include "ShowRemote/EnvelopePeer.h"
 
+#include "Comm/Acceptor.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/SocketErrors.h"
@@ -67,16 +68,7 @@ QString CEnvelopePeer::Accept(Channel channel, const QString& address, std::uint
     if (error)
         throw CFailure(QStringLiteral("\"%1\" is no IP address").arg(address));
     asio::ip::tcp::acceptor acceptor(m_context);
-    acceptor.open(endpoint.protocol(), error);
-#if !defined(_WIN32)
-    // There the option would let another program take the port away.
-    if (!error)
-        acceptor.set_option(asio::socket_base::reuse_address(true), error);
-#endif
-    if (!error)
-        acceptor.bind(endpoint, error);
-    if (!error)
-        acceptor.listen(asio::socket_base::max_listen_connections, error);
+    error = ListenAt(acceptor, endpoint);
     if (error)
         throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
 

@@ -1,5 +1,7 @@
 #include "Comm/TcpServer.h"
 
+#include "Comm/Acceptor.h"
+
 #include <asio/post.hpp>
 
 #include <chrono>
@@ -25,18 +27,8 @@ bool CTcpServer::Start()
 {
     asio::error_code error;
     const auto address = asio::ip::make_address(m_options.address, error);
-    const asio::ip::tcp::endpoint endpoint(address, m_options.port);
     if (!error)
-        m_acceptor.open(endpoint.protocol(), error);
-#if !defined(_WIN32)
-    // There the option would let another program take the port away.
-    if (!error)
-        m_acceptor.set_option(asio::socket_base::reuse_address(true), error);
-#endif
-    if (!error)
-        m_acceptor.bind(endpoint, error);
-    if (!error)
-        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+        error = ListenAt(m_acceptor, {address, m_options.port});
     const std::string text = AddressText(m_options.address, m_options.port);
     if (error) {
         Tell(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
