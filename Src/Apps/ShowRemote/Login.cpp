@@ -1,8 +1,8 @@
 #include "ShowRemote/Login.h"
 
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/LoginResult.h"
 #include "Shared/PasswordInput.h"
-#include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Conversation.h"
 #include "ShowRemote/Failure.h"
@@ -77,11 +77,11 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
 QString RefusalText(int result, const QString& user)
 {
     switch (result) {
-    case 1:
+    case LoginResult::UnknownUser:
         return QStringLiteral("there is no user \"%1\"").arg(user);
-    case 2:
+    case LoginResult::WrongPassword:
         return QStringLiteral("wrong password");
-    case 3:
+    case LoginResult::AnotherAppLoggedIn:
         return QStringLiteral("another app is logged in; --force takes its place");
     default:
         return QStringLiteral("the host refused the login with result %1").arg(result);
@@ -137,7 +137,7 @@ void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::mi
     const QJsonObject reply = AskFor(peer, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
 
     const int result = reply["result"].toInt(-1);
-    if (result != 0)
+    if (result != LoginResult::Success)
         throw CFailure(RefusalText(result, credentials.user));
     Terminal::PrintLine(QStringLiteral("logged in as %1").arg(credentials.user));
 }

@@ -3,6 +3,7 @@
 #include "ExternalController/Common/AppPackage.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/LoginResult.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/GlobalModel.h"
@@ -12,20 +13,13 @@
 
 namespace {
 
-enum ELoginError : int {
-    Success = 0,
-    UnknownUser = 1,
-    WrongPassword = 2,
-    AnotherAppLoggedIn = 3,
-};
-
-ELoginError CheckUser(CAPPUserModel& users, const QString& name, const std::string& password)
+LoginResult::Code CheckUser(CAPPUserModel& users, const QString& name, const std::string& password)
 {
     const bool exists = !name.isEmpty() && users.IsExistUser(name);
     const SAPPUserNode node = users.GetUserNode(name);
     if (!node.name.isEmpty() && DecryptPassword(node.password.toStdString()) != password)
-        return WrongPassword;
-    return exists ? Success : UnknownUser;
+        return LoginResult::WrongPassword;
+    return exists ? LoginResult::Success : LoginResult::UnknownUser;
 }
 
 } // namespace
@@ -65,11 +59,11 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
     int error = CheckUser(*users, user, password);
     if (users->GetLoginState()) {
         if (!force) {
-            error = AnotherAppLoggedIn;
+            error = LoginResult::AnotherAppLoggedIn;
         } else {
             DebugLog() << " force Login!";
             error = CheckUser(*users, user, password);
-            if (error == Success) {
+            if (error == LoginResult::Success) {
                 const SAppAddress displaced = LastApp();
                 if (remoteIp != displaced.ip) {
                     m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::AppGone), {}), AppServer::Control,
@@ -81,7 +75,7 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
             }
         }
     }
-    if (error == Success) {
+    if (error == LoginResult::Success) {
         takePlace();
         users->SetCurLoginAppVersion(body["appVersion"].toString());
         users->SetCurLoginAppType(body["appType"].toInt());
@@ -94,5 +88,5 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
     const QJsonObject reply = {{"result", error}, {"account", current}, {"access", users->GetUserAccess(current)}};
     m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Login), QJsonDocument(reply).toJson()),
                              AppServer::Control, remoteIp, remotePort);
-    return error == Success;
+    return error == LoginResult::Success;
 }
