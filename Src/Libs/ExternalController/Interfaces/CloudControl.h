@@ -43,11 +43,17 @@ public:
     CCloudControlManager(const CCloudControlManager&) = delete;
     CCloudControlManager& operator=(const CCloudControlManager&) = delete;
 
+    /// From any thread. An answer to a command goes to the connection that the command came on, or nowhere.
     void SendData(const std::string& data, CloudControl::EROUTE_TYPE route) override;
+    /// Before InitInstance. It runs on a thread of the client's, for one command after the other.
     virtual void SetCloudControlMsgCallBack(MessageCallback callback);
+    /// A second call does nothing.
     virtual void InitInstance();
+    /// In place of an earlier connection; tries again and again until Close.
     virtual void Connect(const CloudControl::SCloudUserInfo& user);
+    /// Finds out whether the service lets such a user in, beside the connection, and tells it in the host's log.
     virtual void ValidateLogin(const CloudControl::SCloudUserInfo& user);
+    /// Whether there is a connection, or one is tried for.
     virtual bool IsConnected();
     virtual void Close();
 

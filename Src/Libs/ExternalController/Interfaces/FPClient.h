@@ -21,7 +21,9 @@ public:
     CFPClientManager(const CFPClientManager&) = delete;
     CFPClientManager& operator=(const CFPClientManager&) = delete;
 
+    /// From any thread. Dropped while there is no connection.
     void SendPackage(std::shared_ptr<Comm::RequestPackage> package) override;
+    /// Before InitServer. It runs on the client's threads, for one packet after the other.
     virtual void SetCallBackFunc(PackageCallback callback);
     virtual void InitServer();
 

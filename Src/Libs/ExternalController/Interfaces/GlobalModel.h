@@ -17,7 +17,7 @@ struct SAPPUserNode {
     QString name;
     QString password; ///< base64 text of the RSA ciphertext, as it is on the wire
     QString description;
-    int access = 0;
+    int access = 0; ///< the level that the host gave
     int state = 0;
 };
 
@@ -57,7 +57,7 @@ public:
     virtual void SaveHostName(const QString& name) = 0;
     /// The app that the operator admitted.
     virtual QString GetCurLoginAPPId() = 0;
-    virtual int LoadStagePreviewMode() = 0;
+    virtual int LoadStagePreviewMode() = 0; ///< the host's number
     virtual QColor LoadStageColor() = 0;
     /// Where the host streams its view of the stage to.
     virtual QString GetStageStreamUrl() = 0;
@@ -95,7 +95,7 @@ public:
     virtual QUuid GetId() = 0;
     virtual QString GetProjectName() = 0;
     virtual QString GetProjectPath() = 0;
-    virtual int GetAppCtrlMode() = 0;
+    virtual int GetAppCtrlMode() = 0; ///< the host's number
     /// All projects, the open one among them.
     virtual std::vector<SProjectMgrNode> GetProjectMgrList() = 0;
 };

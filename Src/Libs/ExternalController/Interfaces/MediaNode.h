@@ -12,10 +12,10 @@
 
 /// How a text or document runs over the stage.
 struct SScrollSettings {
-    int mode = 0;
-    float speed = 0;
-    bool headConnectTail = false;
-    int interval = 0;
+    int mode = 0;                 ///< the host's number
+    float speed = 0;              ///< in the host's unit
+    bool headConnectTail = false; ///< the end is followed by the beginning
+    int interval = 0;             ///< in the host's unit
 };
 
 /// Where and how a medium stands on the stage, in pixels of the stage and degrees clockwise.
@@ -28,8 +28,8 @@ struct SLayoutProperty {
     bool horFlip = false;
     bool verFlip = false;
     bool fixed = false;
-    int fillType = 0;
-    int blendType = 0;
+    int fillType = 0;  ///< the host's number
+    int blendType = 0; ///< the host's number
     /// After the rotation about the centre; from the top left one on, clockwise.
     std::array<QPointF, 4> corners;
 };
@@ -37,13 +37,13 @@ struct SLayoutProperty {
 struct SPlayProperty {
     std::int64_t startPlayTime = 0; ///< milliseconds
     bool muted = false;
-    int currentState = 0; ///< of a medium with pages
+    int currentState = 0; ///< of a medium with pages: the page, counted from 0
     SScrollSettings scroll;
 };
 
 struct STimingProperty {
     std::int64_t totalTime = 0; ///< milliseconds
-    int playMode = 0;
+    int playMode = 0;           ///< the host's number
 };
 
 /// What a medium is made of.
@@ -80,5 +80,5 @@ private:
 /// How far a medium has played.
 struct SMediaPlayData {
     std::int64_t currentTime = 0; ///< milliseconds
-    int mediaState = 0;
+    int mediaState = 0;           ///< the host's number
 };

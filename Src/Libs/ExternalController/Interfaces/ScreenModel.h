@@ -22,12 +22,12 @@ public:
     virtual int GetPosY() const = 0;
     virtual int GetWidth() const = 0;
     virtual int GetHeight() const = 0;
-    virtual std::uint8_t GetState() const = 0;
+    virtual std::uint8_t GetState() const = 0; ///< the host's number
     virtual bool IsOpen() const = 0;
     /// Whether it takes part in the show.
     virtual bool IsAdded() const = 0;
     virtual bool IsUseful() const = 0;
-    virtual int GetDivisionType() const = 0;
+    virtual int GetDivisionType() const = 0; ///< the host's number
     /// The parts that the screen is divided into, in pixels of the screen; none when it is whole.
     virtual QList<QRectF> GetDivisionRects() const = 0;
 };
