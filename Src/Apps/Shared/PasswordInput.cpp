@@ -67,7 +67,7 @@ QString PasswordInput::Ask(const char* prompt)
     // Hidden before it is asked for: whoever answers fast is not shown either.
     const CHiddenInput hidden;
     std::fprintf(stderr, "%s: ", prompt);
-    const QString password = ReadFrom(fileno(stdin));
+    QString password = ReadFrom(fileno(stdin));
     std::fputc('\n', stderr);
     return password;
 }

@@ -67,7 +67,7 @@ QString Encrypt(const QString& password, const QString& publicKey)
 QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& body, std::chrono::milliseconds timeout)
 {
     SRequest request;
-    request.code = code;
+    request.code = static_cast<unsigned int>(code);
     request.body = body;
     request.timeout = timeout;
     // The reply that was waited for comes last.
