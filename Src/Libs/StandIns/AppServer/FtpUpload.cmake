@@ -1,5 +1,5 @@
 # The FTP upload channel of the target AppServer: the class that runs the server, and the server's script, which is
-# found at run time beside the programs: bin/../libexec.
+# found at run time beside the library.
 set(ZENTRAVOX_PYTHON "" CACHE FILEPATH "Python interpreter that has pyftpdlib")
 
 set(candidates /usr/bin/python3 python3 python)
@@ -26,11 +26,14 @@ target_sources(AppServer PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.h)
 target_compile_definitions(AppServer PRIVATE ZENTRAVOX_PYTHON="${ZENTRAVOX_PYTHON}")
 
-set(ftp_upload_script ${CMAKE_BINARY_DIR}/libexec/FtpUploadServer.py)
+set(script ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.py)
+set(copied ${CMAKE_CURRENT_BINARY_DIR}/FtpUploadServer-$<CONFIG>.copied)
 add_custom_command(
-    OUTPUT ${ftp_upload_script}
-    COMMAND ${CMAKE_COMMAND} -E copy ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.py ${ftp_upload_script}
-    DEPENDS ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.py
+    OUTPUT ${copied}
+    COMMAND ${CMAKE_COMMAND} -E make_directory $<TARGET_FILE_DIR:AppServer>
+    COMMAND ${CMAKE_COMMAND} -E copy ${script} $<TARGET_FILE_DIR:AppServer>
+    COMMAND ${CMAKE_COMMAND} -E touch ${copied}
+    DEPENDS ${script}
     VERBATIM)
-add_custom_target(FtpUploadScript ALL DEPENDS ${ftp_upload_script})
+add_custom_target(FtpUploadScript ALL DEPENDS ${copied})
 add_dependencies(AppServer FtpUploadScript)

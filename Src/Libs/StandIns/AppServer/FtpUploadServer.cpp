@@ -1,6 +1,7 @@
 #include "AppServer/FtpUploadServer.h"
 
 #include "Platform/ChildDescriptors.h"
+#include "Platform/CodeFolder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -41,6 +42,13 @@ int ToMs(std::chrono::milliseconds duration)
 QString ToAbsolute(const QString& folder)
 {
     return folder.isEmpty() ? folder : QDir(folder).absolutePath();
+}
+
+/// It lies beside this library, wherever a host's program is.
+QString Script()
+{
+    static const char here = 0;
+    return QString::fromStdString((CodeFolder(&here) / "FtpUploadServer.py").u8string());
 }
 
 class CChildProcess : public QProcess {
@@ -138,11 +146,9 @@ private:
     void Launch()
     {
         m_reason.clear();
-        const QString script =
-            QCoreApplication::applicationDirPath() + QStringLiteral("/../libexec/FtpUploadServer.py");
         m_startLimit.start(kStartLimit);
         // File names are UTF-8 whatever the locale says.
-        m_process.start(QStringLiteral(ZENTRAVOX_PYTHON), {QStringLiteral("-X"), QStringLiteral("utf8"), script});
+        m_process.start(QStringLiteral(ZENTRAVOX_PYTHON), {QStringLiteral("-X"), QStringLiteral("utf8"), Script()});
         // Through stdin, for every user of the machine can read a command line.
         Tell({{"address", m_options.listenAddress},
               {"port", m_options.port},

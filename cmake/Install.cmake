@@ -1,0 +1,66 @@
+# What `cmake --install` gives: the tools with their libraries, show and documents (component Runtime), and what a host
+# needs to build against the module (component Development). The tree can be moved as a whole.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(tools showhost showremote)
+set(libraries ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform)
+
+# The libraries' names are the host's own and too plain for a folder that others share. On Windows they lie beside the
+# programs, where the system looks for them.
+set(library_folder ${CMAKE_INSTALL_LIBDIR}/zentravox)
+set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/zentravox)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZentravoxExternalController)
+set(document_folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/zentravox-external-controller)
+if(WIN32)
+    set(script_folder ${CMAKE_INSTALL_BINDIR})
+else()
+    set(script_folder ${library_folder})
+    file(RELATIVE_PATH from_tools /${CMAKE_INSTALL_BINDIR} /${library_folder})
+    set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_tools}")
+    set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
+
+install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+install(TARGETS ${libraries} Interfaces
+    EXPORT ZentravoxExternalController
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
+    LIBRARY DESTINATION ${library_folder} COMPONENT Runtime
+    ARCHIVE DESTINATION ${library_folder} COMPONENT Development
+    INCLUDES DESTINATION ${header_folder})
+install(PROGRAMS Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
+install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
+install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
+install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
+
+# Of the module its interface and the vocabulary that it shares with its host.
+set(module Src/Libs/ExternalController/ExternalController)
+set(vocabulary CodeTable Command CommandNames FPQueries FileType Operation ResourceType Vocabulary)
+list(TRANSFORM vocabulary REPLACE "(.+)" "${module}/Common/\\1.h")
+install(FILES ${module}/ExternalController.h ${module}/Export.h
+    DESTINATION ${header_folder}/ExternalController COMPONENT Development)
+install(FILES ${vocabulary} DESTINATION ${header_folder}/ExternalController/Common COMPONENT Development)
+install(FILES ${module}/MsgSender/IMsgSenderBase.h
+    DESTINATION ${header_folder}/ExternalController/MsgSender COMPONENT Development)
+install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
+# What a host sets up that takes the stand-ins for its libraries.
+install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
+    DESTINATION ${header_folder} COMPONENT Development FILES_MATCHING PATTERN *.h)
+foreach(room AppServer CentralControl CloudControl FPClient)
+    install(FILES Src/Libs/StandIns/${room}/${room}Config.h
+        DESTINATION ${header_folder}/${room} COMPONENT Development)
+endforeach()
+
+configure_package_config_file(cmake/ZentravoxExternalControllerConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfig.cmake
+    INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfig.cmake
+    ${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfigVersion.cmake
+    DESTINATION ${package_folder} COMPONENT Development)
+install(EXPORT ZentravoxExternalController
+    FILE ZentravoxExternalControllerTargets.cmake
+    NAMESPACE Zentravox::
+    DESTINATION ${package_folder} COMPONENT Development)
