@@ -28,7 +28,7 @@ install(TARGETS ${libraries} Interfaces
     LIBRARY DESTINATION ${library_folder} COMPONENT Runtime
     ARCHIVE DESTINATION ${library_folder} COMPONENT Development
     INCLUDES DESTINATION ${header_folder})
-install(PROGRAMS Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
+install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
 install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
 install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)

@@ -5,21 +5,22 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
        libcurl4-openssl-dev python3 python3-pyftpdlib ccache)
-test=(libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema python3-websockets curl iproute2 binutils)
+test=(libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema python3-websockets curl iproute2 binutils
+      g++-mingw-w64-x86-64-posix)
 lint=(clang-tidy cppcheck)
+package=(dpkg-dev file debootstrap iproute2)
+groups='build, test, lint, package'
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
 wanted=()
 for group in "$@"; do
     case $group in
-        build) wanted+=("${build[@]}") ;;
-        test) wanted+=("${test[@]}") ;;
-        lint) wanted+=("${lint[@]}") ;;
-        *) say "there is no group \"$group\": build, test, lint"; exit 2 ;;
+        build | test | lint | package) declare -n packages=$group; wanted+=("${packages[@]}") ;;
+        *) say "there is no group \"$group\": $groups"; exit 2 ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || { say 'name at least one group: build, test, lint'; exit 2; }
+[ ${#wanted[@]} -gt 0 ] || { say "name at least one group: $groups"; exit 2; }
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
     say "no apt here; going on as if these Debian packages were installed: ${wanted[*]}"

@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# Installs a Debian package into a root that has nothing but Debian's minimum and what the package asks for, has the host
+# and a remote talk there, and removes it again: CleanRoot.sh PACKAGE.deb
+# Needs root, the commands debootstrap, ip and unshare, and apt's sources. Works in a temporary folder.
+set -euo pipefail
+
+say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
+
+[ $# -eq 1 ] && [ -f "$1" ] || { sed -n '2,4s/^# *//p' "$0" >&2; exit 2; }
+if [ "$(id -u)" -ne 0 ] || ! unshare --mount --net true 2>/dev/null; then
+    say "NOT TRIED: this needs root, and namespaces of its own"
+    exit 0
+fi
+
+work=$(mktemp -d)
+root=$work/root
+trap 'rm -rf "$work"' EXIT
+quietly() { "$@" >"$work/log" 2>&1 || { tail -n 40 "$work/log" >&2; say "failed: $*"; exit 1; }; }
+
+codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
+mirror=$(apt-get indextargets --format '$(ORIGIN) $(COMPONENT) $(CODENAME) $(REPO_URI)' 'Created-By: Packages' |
+         awk -v codename="$codename" '$1 == "Debian" && $2 == "main" && $3 == codename { print $4; exit }')
+[ -n "$mirror" ] || { say "apt's lists name no source of Debian $codename: apt-get update"; exit 1; }
+more=()
+case $mirror in https:*) more=(--include=ca-certificates) ;; esac
+
+say "making a root of Debian $codename"
+quietly debootstrap --variant=minbase "${more[@]}" "$codename" "$root" "$mirror"
+apt-config dump | grep -i '^Acquire::[a-z]*::Proxy' >"$root/etc/apt/apt.conf.d/proxy" || true
+echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/quick"
+cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
+package=$(dpkg-deb --field "$1" Package)
+cp "$1" "$root/tmp/package.deb"
+
+# Its mounts and processes end with it, whatever happens.
+in_root() { # in_root SCRIPT [OPTION_OF_UNSHARE]
+    unshare --mount --pid --fork --kill-child "${@:2}" bash -c '
+        mount -t proc proc "$0/proc"
+        ip link set lo up
+        exec chroot "$0" /bin/bash -euo pipefail -c "$1"' "$root" "$1"
+}
+
+say "installing $package"
+quietly in_root '
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get -qq update
+    apt-get -qq install --yes --no-install-recommends /tmp/package.deb'
+
+# Without the machine's network: at the addresses that a user meets, and nobody else's ports are in the way.
+say "letting a remote talk to the host"
+in_root '
+    user=(setpriv --reuid=nobody --regid=nogroup --clear-groups env -u HOME)
+    "${user[@]}" showhost --show /usr/share/zentravox/DemoShow/DemoShow.zxc --state /tmp/state >/tmp/host.log 2>&1 &
+    host=$!
+    trap "cat /tmp/host.log >&2" ERR
+    for ((tries = 0; tries < 300; ++tries)); do
+        if grep -qs "^showhost ready" /tmp/host.log || ! kill -0 $host; then break; fi
+        sleep 0.1
+    done
+    "${user[@]}" showremote discover
+    "${user[@]}" showremote app stage-snapshot >/dev/null
+    "${user[@]}" showremote upload /usr/share/zentravox/DemoShow/Media/Balloons.jpg
+    cmp /usr/share/zentravox/DemoShow/Media/Balloons.jpg /tmp/state/Resources/Balloons.jpg
+    kill -TERM $host
+    wait $host' --net
+
+say "removing $package"
+quietly in_root "dpkg --purge $package"
+left=$(find "$root/usr" "$root/etc" -ipath '*zentravox*')
+[ -z "$left" ] || { say "it leaves behind: $left"; exit 1; }
+say "all went well"

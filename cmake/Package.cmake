@@ -1,0 +1,32 @@
+# Debian packages of what is installed, into the build tree: `cpack --preset release`. The hosts' and the builders' apart.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Zentravox external control <external-control@zentravox.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "External control of Zentravox shows")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+# Whatever the builder's umask is.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_COMPONENTS_ALL Runtime Development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+    "Lets remote controllers query and drive a show: the module with\nits libraries, showhost (a host without a screen), showremote (plays\nthe far end of every channel) and a demo show.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zentravox-external-controller)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+# Run, not linked: the upload server is a Python program.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "python3, python3-pyftpdlib")
+# The cloud service's certificate; pictures as WebP, TIFF and TGA.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "ca-certificates, qt5-image-formats-plugins")
+
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and CMake package for hosts that load the module.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME zentravox-external-controller-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qtbase5-dev, libqt5websockets5-dev, libasio-dev")
+
+include(CPack)
