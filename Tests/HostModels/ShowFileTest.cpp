@@ -156,7 +156,7 @@ TEST_F(ShowFileTest, TheDemoShowHasMediaOfEveryTypeAndTheFilesItNames)
         for (const auto& scene : group->scenes) {
             for (const CMediaNode& medium : scene->media) {
                 types.insert(medium.GetResourceType());
-                const SResource* resource = gala.FindResource(medium.GetResourceId());
+                const SResource* resource = gala.ResourceById(medium.GetResourceId());
                 EXPECT_TRUE(resource->fileFound || resource->base.GetType() != ResourceType::Presentation);
             }
         }

@@ -51,7 +51,7 @@ void CPlayRecorder::End()
         return;
     const QDateTime end = QDateTime::currentDateTime();
     for (const CMediaNode& medium : m_scene->media) {
-        const SResource* resource = m_show->Project()->FindResource(medium.GetResourceId());
+        const SResource* resource = m_show->Project()->ResourceById(medium.GetResourceId());
         if (!resource)
             continue;
         HostModels::ShowLog().Add(SPlayRecord{resource->base.GetType(), DurationText(resource->base.GetDuration()),

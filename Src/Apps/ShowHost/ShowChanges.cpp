@@ -367,7 +367,7 @@ Index TurnPages(SShow& show, const QJsonObject& body, Events&)
     const SProject* project = show.Project();
     SShow changed = show;
     EditStageMedia(changed, [&](SMediaProperties& medium) {
-        const SResource* resource = project->FindResource(medium.resourceId);
+        const SResource* resource = project->ResourceById(medium.resourceId);
         if (!resource || medium.resourceType != ResourceType::Presentation)
             return;
         isThere = true;

@@ -125,7 +125,7 @@ void DrawMedia(QPainter& painter, const SProject& project, const SScene& scene)
 {
     for (const CMediaNode& medium : scene.media) {
         const auto layout = medium.GetLayoutProperty();
-        const SResource* resource = project.FindResource(medium.GetResourceId());
+        const SResource* resource = project.ResourceById(medium.GetResourceId());
         if (!resource || layout->hidden || layout->size.isEmpty())
             continue;
         const QPointF half(layout->size.width() / 2.0, layout->size.height() / 2.0);
@@ -196,7 +196,7 @@ QImage Painting::PaintTypeCard(int type, const QSize& size)
 QImage Painting::PaintMedium(const SProject& project, const CMediaNode& medium)
 {
     const auto layout = medium.GetLayoutProperty();
-    const SResource* resource = project.FindResource(medium.GetResourceId());
+    const SResource* resource = project.ResourceById(medium.GetResourceId());
     if (!resource || layout->size.isEmpty())
         return {};
     QImage image = TransparentImage(layout->size);

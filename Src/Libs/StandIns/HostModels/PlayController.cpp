@@ -23,10 +23,10 @@ const std::vector<CMediaNode>& StageMedia()
     return scene ? scene->media : none;
 }
 
-const SResource* FindResource(const QUuid& resourceId)
+const SResource* ResourceById(const QUuid& resourceId)
 {
     const SProject* project = CHostShow::GetInstance().Reading().Project();
-    return project ? project->FindResource(resourceId) : nullptr;
+    return project ? project->ResourceById(resourceId) : nullptr;
 }
 
 class CHostPlayController : public CPlayController {
@@ -73,7 +73,7 @@ public:
 
     std::shared_ptr<const SMediaShareProperty> GetMediaSharePty(const QUuid& resourceId, bool create) override
     {
-        const SResource* resource = FindResource(resourceId);
+        const SResource* resource = ResourceById(resourceId);
         if (!resource || !(resource->scroll || create))
             return nullptr;
         return std::make_shared<const SMediaShareProperty>(
@@ -88,7 +88,7 @@ public:
     {
         static IPPtPlayer player;
         const CMediaNode* medium = CHostShow::GetInstance().Reading().FindStageMedia(mediaId);
-        const SResource* resource = medium ? FindResource(medium->GetResourceId()) : nullptr;
+        const SResource* resource = medium ? ResourceById(medium->GetResourceId()) : nullptr;
         return resource && resource->fileFound ? &player : nullptr;
     }
 };

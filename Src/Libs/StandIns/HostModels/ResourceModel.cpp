@@ -86,7 +86,7 @@ private:
     static const SResource* Find(const QUuid& id)
     {
         const SProject* project = CHostShow::GetInstance().Reading().Project();
-        return project ? project->FindResource(id) : nullptr;
+        return project ? project->ResourceById(id) : nullptr;
     }
 };
 
@@ -102,6 +102,6 @@ CResourceModel* CResourceModel::GetInstance()
 QPixmap CResourceBase::GetThumbnail() const
 {
     const SProject* project = CHostShow::GetInstance().Reading().Project();
-    const SResource* resource = project ? project->FindResource(GetId()) : nullptr;
+    const SResource* resource = project ? project->ResourceById(GetId()) : nullptr;
     return resource ? QPixmap::fromImage(Painting::PaintResource(*resource, kThumbnailSize)) : QPixmap();
 }

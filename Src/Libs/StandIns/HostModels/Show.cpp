@@ -64,7 +64,7 @@ const SScene* SProject::FindScene(const QUuid& groupId, const QUuid& sceneId) co
     return group ? group->FindScene(sceneId) : nullptr;
 }
 
-const SResource* SProject::FindResource(const QUuid& resourceId) const
+const SResource* SProject::ResourceById(const QUuid& resourceId) const
 {
     return Find(resources, resourceIndex, resourceId);
 }

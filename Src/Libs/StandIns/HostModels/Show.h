@@ -75,7 +75,7 @@ struct SProject {
 
     const SSceneGroup* FindGroup(const QUuid& groupId) const;
     const SScene* FindScene(const QUuid& groupId, const QUuid& sceneId) const;
-    const SResource* FindResource(const QUuid& resourceId) const;
+    const SResource* ResourceById(const QUuid& resourceId) const;
     void Add(SSceneGroup group);
     void Add(SResource resource);
 };

@@ -25,7 +25,7 @@ void EditProject(SShow& show, Edit&& edit)
 template <class Edit>
 void EditResource(SProject& project, const QUuid& resourceId, Edit&& edit)
 {
-    const SResource* before = project.FindResource(resourceId);
+    const SResource* before = project.ResourceById(resourceId);
     if (!before)
         return;
     SResource resource = *before;

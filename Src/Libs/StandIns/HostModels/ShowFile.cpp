@@ -112,7 +112,7 @@ CMediaNode ReadMedia(const CJsonObjectReader& reader, const SProject& project, Q
     SMediaProperties media;
     media.id = NewId(reader, ids);
     media.resourceId = reader.RequiredId("resource");
-    const SResource* resource = project.FindResource(media.resourceId);
+    const SResource* resource = project.ResourceById(media.resourceId);
     if (!resource)
         reader.Fail("resource",
                     "no resource of this project has the id " + media.resourceId.toString(QUuid::WithoutBraces));
