@@ -65,7 +65,7 @@ private:
 QString PasswordInput::Ask(const char* prompt)
 {
     // Hidden before it is asked for: whoever answers fast is not shown either.
-    const CHiddenInput hidden;
+    [[maybe_unused]] const CHiddenInput hidden;
     std::fprintf(stderr, "%s: ", prompt);
     QString password = ReadFrom(fileno(stdin));
     std::fputc('\n', stderr);

@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/CltLog.h"
+#include "Platform/LocalTime.h"
 
 #include <QDateTime>
 
@@ -20,12 +21,7 @@ constexpr char kDateMark = 'd';
 std::string TimeText(std::time_t time, const std::string& format)
 {
     std::vector<char> text(64 + format.size());
-    std::tm parts{};
-#if defined(_WIN32)
-    localtime_s(&parts, &time);
-#else
-    localtime_r(&time, &parts);
-#endif
+    const std::tm parts = LocalTime(time);
     text.resize(std::strftime(text.data(), text.size(), format.c_str(), &parts));
     return {text.begin(), text.end()};
 }

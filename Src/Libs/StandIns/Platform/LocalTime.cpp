@@ -1,0 +1,12 @@
+#include "Platform/LocalTime.h"
+
+std::tm LocalTime(std::time_t time)
+{
+    std::tm parts{};
+#if defined(_WIN32)
+    localtime_s(&parts, &time);
+#else
+    localtime_r(&time, &parts);
+#endif
+    return parts;
+}
