@@ -3,8 +3,19 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(tools showhost showremote)
-set(libraries ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform)
+if(ZENTRAVOX_HOST_SDK)
+    set(tools)
+    set(libraries ExternalController)
+    set(qt_components Core Gui)
+else()
+    set(tools showhost showremote)
+    set(libraries
+        ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform)
+    set(qt_components Core Gui Network WebSockets)
+    if(WIN32) # where it is a part of those that need it
+        list(REMOVE_ITEM libraries Platform)
+    endif()
+endif()
 
 # The libraries' names are the host's own and too plain for a folder that others share. On Windows they lie beside the
 # programs, where the system looks for them.
@@ -17,21 +28,23 @@ if(WIN32)
 else()
     set(script_folder ${library_folder})
     file(RELATIVE_PATH from_tools /${CMAKE_INSTALL_BINDIR} /${library_folder})
-    set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_tools}")
     set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    if(tools)
+        set_target_properties(${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_tools}")
+    endif()
 endif()
 
-install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+if(tools)
+    install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+endif()
 install(TARGETS ${libraries} Interfaces
     EXPORT ZentravoxExternalController
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
     LIBRARY DESTINATION ${library_folder} COMPONENT Runtime
     ARCHIVE DESTINATION ${library_folder} COMPONENT Development
     INCLUDES DESTINATION ${header_folder})
-install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
 install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
 install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
-install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
 
 # Of the module its interface and the vocabulary that it shares with its host.
 set(module Src/Libs/ExternalController/ExternalController)
@@ -42,15 +55,21 @@ install(FILES ${module}/ExternalController.h ${module}/Export.h
 install(FILES ${vocabulary} DESTINATION ${header_folder}/ExternalController/Common COMPONENT Development)
 install(FILES ${module}/MsgSender/IMsgSenderBase.h
     DESTINATION ${header_folder}/ExternalController/MsgSender COMPONENT Development)
-install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
-# What a host sets up that takes the stand-ins for its libraries.
-install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
-    DESTINATION ${header_folder} COMPONENT Development FILES_MATCHING PATTERN *.h)
-foreach(room AppServer CentralControl CloudControl FPClient)
-    install(FILES Src/Libs/StandIns/${room}/${room}Config.h
-        DESTINATION ${header_folder}/${room} COMPONENT Development)
-endforeach()
 
+if(NOT ZENTRAVOX_HOST_SDK)
+    install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
+    install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
+    install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
+    # What a host sets up that takes the stand-ins for its libraries.
+    install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
+        DESTINATION ${header_folder} COMPONENT Development FILES_MATCHING PATTERN *.h)
+    foreach(room AppServer CentralControl CloudControl FPClient)
+        install(FILES Src/Libs/StandIns/${room}/${room}Config.h
+            DESTINATION ${header_folder}/${room} COMPONENT Development)
+    endforeach()
+endif()
+
+list(JOIN qt_components " " package_qt_components)
 configure_package_config_file(cmake/ZentravoxExternalControllerConfig.cmake.in
     ${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfig.cmake
     INSTALL_DESTINATION ${package_folder})
