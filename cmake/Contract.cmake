@@ -1,5 +1,5 @@
-# Writes the requests' names, as Contract/Contract.json has them, into the build tree for C++ to include.
-set(CONTRACT_FILE ${PROJECT_SOURCE_DIR}/Contract/Contract.json)
+# Writes the requests' names, as Src/Contract/Contract.json has them, into the build tree for C++ to include.
+set(CONTRACT_FILE ${PROJECT_SOURCE_DIR}/Src/Contract/Contract.json)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CONTRACT_FILE})
 
 file(READ ${CONTRACT_FILE} contract)

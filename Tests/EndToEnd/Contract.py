@@ -1,4 +1,4 @@
-"""Contract/Contract.json as the tests read it: what may be asked, and whether what came back is what it promises."""
+"""Src/Contract/Contract.json as the tests read it: what may be asked, and whether what came back is what it promises."""
 
 import hashlib
 import json
@@ -22,7 +22,7 @@ def hexadecimal(code):
 
 class Contract:
     def __init__(self):
-        self.text = json.loads((SOURCE_FOLDER / "Contract" / "Contract.json").read_text(encoding="utf-8"))
+        self.text = json.loads((SOURCE_FOLDER / "Src" / "Contract" / "Contract.json").read_text(encoding="utf-8"))
         self.shapes = self.text["$defs"]
         self.messages = {int(message["code"], 16): message for message in self.text["messages"]}
 

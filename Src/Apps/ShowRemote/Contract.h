@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-/// What the host promises to remotes, from Contract/Contract.json.
+/// What the host promises to remotes, from Src/Contract/Contract.json.
 namespace Contract {
 
 /// The replies that show that a request has been dealt with, one entry for each that must come. Nothing where none are
