@@ -2,7 +2,6 @@
 
 #include <QTransform>
 
-#include <algorithm>
 #include <utility>
 
 namespace {
@@ -37,9 +36,8 @@ std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout)
 
 const CMediaNode* SScene::FindMedia(const QUuid& mediaId) const
 {
-    const auto found =
-        std::find_if(media.begin(), media.end(), [&](const CMediaNode& medium) { return medium.GetId() == mediaId; });
-    return found == media.end() ? nullptr : &*found;
+    const auto found = mediaIndex.constFind(mediaId);
+    return found == mediaIndex.constEnd() ? nullptr : &media[*found];
 }
 
 const SScene* SSceneGroup::FindScene(const QUuid& sceneId) const
@@ -49,6 +47,8 @@ const SScene* SSceneGroup::FindScene(const QUuid& sceneId) const
 
 void SSceneGroup::Add(SScene scene)
 {
+    for (std::size_t place = 0; place < scene.media.size(); ++place)
+        scene.mediaIndex.insert(scene.media[place].GetId(), place);
     const QUuid sceneId = scene.node.GetId();
     Append(scenes, sceneIndex, sceneId, std::move(scene));
 }
