@@ -44,6 +44,7 @@ install(TARGETS ${libraries} Interfaces
     ARCHIVE DESTINATION ${library_folder} COMPONENT Development
     INCLUDES DESTINATION ${header_folder})
 install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
+install(FILES Contract/Contract.json DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
 install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 
 # Of the module its interface and the vocabulary that it shares with its host.
@@ -53,6 +54,8 @@ list(TRANSFORM vocabulary REPLACE "(.+)" "${module}/Common/\\1.h")
 install(FILES ${module}/ExternalController.h ${module}/Export.h
     DESTINATION ${header_folder}/ExternalController COMPONENT Development)
 install(FILES ${vocabulary} DESTINATION ${header_folder}/ExternalController/Common COMPONENT Development)
+install(FILES ${CMAKE_BINARY_DIR}/contract/Contract/Names.inc
+    DESTINATION ${header_folder}/Contract COMPONENT Development)
 install(FILES ${module}/MsgSender/IMsgSenderBase.h
     DESTINATION ${header_folder}/ExternalController/MsgSender COMPONENT Development)
 

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Compiles all of Src/ for Windows, as far as that goes without its libraries: WindowsCompile.py SOURCE_DIR COMPILER
-KEY_PAIR_DIR QT_INCLUDE_DIR, where the compiler is MinGW's and the key pair's folder has KeyPair.h.
+QT_INCLUDE_DIR GENERATED_DIR..., where the compiler is MinGW's and the last are the folders with generated headers.
 
 Nothing is linked or run. There is no Qt for MinGW here: the headers are this machine's, which know Windows as well.
 """
@@ -43,13 +43,13 @@ def batches(source_dir):
 
 
 def main():
-    if len(sys.argv) != 5:
+    if len(sys.argv) < 5:
         sys.exit(__doc__)
-    source_dir, compiler, key_pair, qt = Path(sys.argv[1]).resolve(), *sys.argv[2:]
+    source_dir, (compiler, qt, *generated) = Path(sys.argv[1]).resolve(), sys.argv[2:]
     with tempfile.TemporaryDirectory() as folder:
         gather_headers(Path(folder))
         includes = [f"-isystem{part}" for part in (folder, qt, *Path(qt).glob("Qt*/"))]
-        includes += [f"-I{source_dir / root}" for root in ROOTS] + [f"-I{key_pair}"]
+        includes += [f"-I{root}" for root in (*(source_dir / root for root in ROOTS), *generated)]
 
         def check(batch):
             text = "".join(f'#include "{file}"\n' for file in batch)
