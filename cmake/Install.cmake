@@ -44,7 +44,7 @@ install(TARGETS ${libraries} Interfaces
     ARCHIVE DESTINATION ${library_folder} COMPONENT Development
     INCLUDES DESTINATION ${header_folder})
 install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
-install(FILES Contract/Contract.json DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
+install(FILES Src/Contract/Contract.json DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
 install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 
 # Of the module its interface and the vocabulary that it shares with its host.
@@ -62,6 +62,8 @@ install(FILES ${module}/MsgSender/IMsgSenderBase.h
 if(NOT ZENTRAVOX_HOST_SDK)
     install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
     install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
+    install(FILES Src/Apps/ShowRemote/showremote.bash
+        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME showremote COMPONENT Runtime)
     install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
     # What a host sets up that takes the stand-ins for its libraries.
     install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
