@@ -27,7 +27,7 @@ std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout);
 struct SScene {
     CSceneNode node;
     std::vector<CMediaNode> media;        ///< the lowest first
-    QHash<QUuid, std::size_t> mediaIndex; ///< place in media, once a group has the scene
+    QHash<QUuid, std::size_t> mediaIndex = {}; ///< place in media, once a group has the scene
 
     const CMediaNode* FindMedia(const QUuid& mediaId) const;
 };
