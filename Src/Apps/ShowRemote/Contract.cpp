@@ -39,8 +39,9 @@ std::optional<std::vector<QJsonObject>> Contract::RepliesTo(const char* asker, u
     const QJsonValue promised = message[asker].toObject()["replies"];
     if (!promised.isArray())
         return std::nullopt;
+    const QJsonArray entries = promised.toArray();
     std::vector<QJsonObject> replies;
-    for (const QJsonValue& value : promised.toArray()) {
+    for (const QJsonValue& value : entries) {
         const QJsonObject reply = value.toObject();
         const bool isThere = std::any_of(replies.begin(), replies.end(),
                                          [&](const QJsonObject& other) { return PlaceOf(other) == PlaceOf(reply); });
