@@ -1,8 +1,6 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
-#include "HostModels/HostModels.h"
-#include "Senders/Case.h"
-#include "Senders/CountingChannels.h"
+#include "Senders/ListCase.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,8 +10,6 @@
 #include <utility>
 
 namespace {
-
-constexpr double kAim = 1.2;
 
 constexpr std::array kMediaFlags = {"isMuted",
                                     "isHided",
@@ -180,18 +176,8 @@ QByteArray ListByHand(const std::vector<SListedMedium>& media)
 
 SCase CaseOf(int count)
 {
-    const auto ask = [] { Ask(Command::MediaList, "{}"); };
-    const auto list = std::make_shared<std::vector<SListedMedium>>();
-    return {"media-list/" + std::to_string(count),
-            count,
-            kAim,
-            [show = MakeShow(count)] { HostModels::Show().Load(show); },
-            ask,
-            [=] {
-                if (list->empty())
-                    *list = ReadList(count, CountingChannels::BodiesSentBy(ask).back());
-                return ListByHand(*list);
-            }};
+    const auto read = [count](const QByteArray& sent) { return ReadList(count, sent); };
+    return ListCase<SListedMedium>("media-list", Command::MediaList, count, MakeShow(count), read, ListByHand);
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
-#include "HostModels/HostModels.h"
-#include "Senders/Case.h"
-#include "Senders/CountingChannels.h"
+#include "Senders/ListCase.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -13,8 +11,6 @@
 #include <utility>
 
 namespace {
-
-constexpr double kAim = 1.2;
 
 constexpr std::array kResourceFlags = {"showResolution",    "needPushStream",    "multiPageResource", "flipSupport",
                                        "isVideoResource",   "isPicResource",     "isGroupResource",   "isTextResource",
@@ -91,18 +87,8 @@ QByteArray ListByHand(const std::vector<SListedResource>& list)
 
 SCase CaseOf(int count)
 {
-    const auto ask = [] { Ask(Command::ResourceList, "{}"); };
-    const auto list = std::make_shared<std::vector<SListedResource>>();
-    return {"resource-list/" + std::to_string(count),
-            count,
-            kAim,
-            [show = MakeShow(count)] { HostModels::Show().Load(show); },
-            ask,
-            [=] {
-                if (list->empty())
-                    *list = ReadList(*HostModels::Show().Current(), CountingChannels::BodiesSentBy(ask).back());
-                return ListByHand(*list);
-            }};
+    const auto read = [](const QByteArray& sent) { return ReadList(*HostModels::Show().Current(), sent); };
+    return ListCase<SListedResource>("resource-list", Command::ResourceList, count, MakeShow(count), read, ListByHand);
 }
 
 } // namespace

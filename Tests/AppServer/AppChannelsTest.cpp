@@ -37,7 +37,7 @@ class AppChannelsTest : public testing::Test {
 protected:
     AppChannelsTest()
     {
-        AppServer::SetConfig({kAddress, "demo", "demo", m_folder.path().toStdString()});
+        AppServer::Config().Set({kAddress, "demo", "demo", m_folder.path().toStdString()});
         m_server.SetCallBackFunc([this](auto package) { TakePackage(*package); },
                                  [this](auto package) { TakeDatagram(*package); }, [](const std::string&) {});
         m_server.SetConnectedFuc(

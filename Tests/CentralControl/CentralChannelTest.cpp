@@ -69,7 +69,7 @@ class CentralChannelTest : public testing::Test {
 protected:
     CentralChannelTest()
     {
-        CentralControl::SetConfig({kAddress});
+        CentralControl::Config().Set({kAddress});
         m_server = std::make_unique<CCentralControllerManager>();
         m_server->SetCallBackFunc([this, server = m_server.get()](QJsonObject& message) { Answer(*server, message); });
         m_server->InitServer();

@@ -54,7 +54,7 @@ protected:
         config.firstPause = kPause;
         config.longestPause = kPause;
         config.pingPeriod = period;
-        CloudControl::SetConfig(config);
+        CloudControl::Config().Set(config);
     }
 
     template <class Condition>

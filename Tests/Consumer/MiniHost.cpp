@@ -37,8 +37,8 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     const QTemporaryDir uploads;
-    AppServer::SetConfig({kAddress, "demo", "demo", uploads.path().toStdString()});
-    CentralControl::SetConfig({kAddress});
+    AppServer::Config().Set({kAddress, "demo", "demo", uploads.path().toStdString()});
+    CentralControl::Config().Set({kAddress});
     // The upload channel among them: its script lies with the libraries, not with this program.
     std::atomic<bool> allUp{true};
     CChannelEvents::GetInstance().SetSink(

@@ -50,7 +50,7 @@ protected:
 
     void Start(CTcpClient::SPatience patience = {1s, 5ms, 20ms})
     {
-        FPClient::SetConfig({kAddress, FPClient::kDefaultPort, patience});
+        FPClient::Config().Set({kAddress, FPClient::kDefaultPort, patience});
         m_client = std::make_unique<CFPClientManager>();
         m_client->SetCallBackFunc([this, client = m_client.get()](auto package) { Take(*client, *package); });
         m_client->InitServer();

@@ -176,6 +176,10 @@ void CHostCommands::TakeUpload(const QString& path)
         m_log.Print("host: no resource: nothing plays such a file");
         return;
     }
+    if (!HostModels::Show().Current()->Project()) {
+        m_log.Print("host: no resource: no project is open");
+        return;
+    }
     SResourceProperties resource;
     resource.id = QUuid::createUuid();
     resource.type = type;

@@ -7,6 +7,7 @@
 #include "HostModels/ShowFile.h"
 #include "Log/OperationLog.h"
 #include "ShowHost/CloudSettings.h"
+#include "ShowHost/ConnectionLimit.h"
 #include "ShowHost/Console.h"
 #include "ShowHost/HostAndPort.h"
 #include "ShowHost/HostCommands.h"
@@ -137,11 +138,11 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
     HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);
     const QString uploads =
         settings->resourceFolder.isEmpty() ? QDir(options.state).filePath("Resources") : settings->resourceFolder;
-    AppServer::SetConfig({options.listen.toStdString(), settings->ftpUser.toStdString(),
-                          settings->ftpPassword.toStdString(), uploads.toStdString()});
-    CentralControl::SetConfig({options.listen.toStdString()});
-    FPClient::SetConfig(FPClientConfigOf(options, *settings));
-    CloudControl::SetConfig(CloudConfigOf(*settings));
+    AppServer::Config().Set({options.listen.toStdString(), settings->ftpUser.toStdString(),
+                             settings->ftpPassword.toStdString(), uploads.toStdString()});
+    CentralControl::Config().Set({options.listen.toStdString()});
+    FPClient::Config().Set(FPClientConfigOf(options, *settings));
+    CloudControl::Config().Set(CloudConfigOf(*settings));
 }
 
 int AddUser(const SOptions& options)
@@ -169,7 +170,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
 {
     InitExternalController();
     CExternalController& controller = *GetExternalController();
-    CHostCommands commands(controller, log, QString::fromStdString(AppServer::GetConfig().uploadFolder));
+    CHostCommands commands(controller, log, QString::fromStdString(AppServer::Config().Get().uploadFolder));
     HostModels::SetResultHandler([&](const SResultData& command) { commands.CarryOut(command); });
     QObject::connect(&controller, &CExternalController::signalCloseSoftWare, [&](bool shutsDown) {
         log.Print(shutsDown ? "host: asked to shut down" : "host: asked to close");

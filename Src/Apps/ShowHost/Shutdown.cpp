@@ -3,10 +3,6 @@
 #include <csignal>
 #include <utility>
 
-#if !defined(_WIN32)
-#include <sys/resource.h>
-#endif
-
 CShutdownSignals::CShutdownSignals(std::function<void()> asked) : m_signals(m_context, SIGINT, SIGTERM)
 {
     m_signals.async_wait([asked = std::move(asked)](const asio::error_code& error, int) {
@@ -20,15 +16,4 @@ CShutdownSignals::~CShutdownSignals()
 {
     m_context.stop();
     m_thread.join();
-}
-
-void RaiseConnectionLimit()
-{
-#if !defined(_WIN32)
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-        limit.rlim_cur = limit.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-#endif
 }

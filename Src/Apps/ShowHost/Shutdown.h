@@ -19,6 +19,3 @@ private:
     asio::signal_set m_signals;
     std::thread m_thread;
 };
-
-/// Lets the process have as many connections as the system allows it.
-void RaiseConnectionLimit();

@@ -1,21 +1,7 @@
 #include "AppServer/AppServerConfig.h"
 
-#include "Comm/ConfigBox.h"
-
-#include <utility>
-
-namespace {
-
-CConfigBox<SAppServerConfig> s_config;
-
-} // namespace
-
-void AppServer::SetConfig(SAppServerConfig config)
+CConfigBox<SAppServerConfig>& AppServer::Config()
 {
-    s_config.Set(std::move(config));
-}
-
-SAppServerConfig AppServer::GetConfig()
-{
-    return s_config.Get();
+    static CConfigBox<SAppServerConfig> config;
+    return config;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Comm/ConfigBox.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,8 +20,7 @@ constexpr std::uint16_t kFtpPort = 25521;
 constexpr std::uint16_t kFirstPassivePort = 25530;
 constexpr std::uint16_t kLastPassivePort = 25549;
 
-/// Holds for servers that are started later. Any thread.
-void SetConfig(SAppServerConfig config);
-SAppServerConfig GetConfig();
+/// Holds for servers that are started later.
+CConfigBox<SAppServerConfig>& Config();
 
 } // namespace AppServer

@@ -203,7 +203,7 @@ public:
         const std::lock_guard starting(m_startMutex);
         if (Service())
             return;
-        const auto service = std::make_shared<CService>(callbacks, AppServer::GetConfig());
+        const auto service = std::make_shared<CService>(callbacks, AppServer::Config().Get());
         {
             const std::lock_guard lock(m_mutex);
             m_service = service;
@@ -295,9 +295,9 @@ void CAPPServerManager::ModifyAppResSavePath(const QString& path)
 {
     if (path.isEmpty())
         return;
-    SAppServerConfig config = AppServer::GetConfig();
+    SAppServerConfig config = AppServer::Config().Get();
     config.uploadFolder = path.toStdString();
-    AppServer::SetConfig(std::move(config));
+    AppServer::Config().Set(std::move(config));
     if (const auto service = m_impl->Service())
         service->SetUploadFolder(path);
 }

@@ -1,21 +1,7 @@
 #include "CentralControl/CentralControlConfig.h"
 
-#include "Comm/ConfigBox.h"
-
-#include <utility>
-
-namespace {
-
-CConfigBox<SCentralControlConfig> s_config;
-
-} // namespace
-
-void CentralControl::SetConfig(SCentralControlConfig config)
+CConfigBox<SCentralControlConfig>& CentralControl::Config()
 {
-    s_config.Set(std::move(config));
-}
-
-SCentralControlConfig CentralControl::GetConfig()
-{
-    return s_config.Get();
+    static CConfigBox<SCentralControlConfig> config;
+    return config;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Comm/ConfigBox.h"
+
 #include <cstdint>
 #include <string>
 
@@ -12,8 +14,7 @@ namespace CentralControl {
 
 constexpr std::uint16_t kPort = 25509;
 
-/// Holds for servers that are made later. Any thread.
-void SetConfig(SCentralControlConfig config);
-SCentralControlConfig GetConfig();
+/// Holds for servers that are made later.
+CConfigBox<SCentralControlConfig>& Config();
 
 } // namespace CentralControl

@@ -68,7 +68,7 @@ private:
         callback(command.message);
     }
 
-    const std::string m_listenAddress = CentralControl::GetConfig().listenAddress;
+    const std::string m_listenAddress = CentralControl::Config().Get().listenAddress;
     CIoThreads m_threads; ///< outlives what runs on it
     CUdpSocket m_socket;
     std::once_flag m_started;

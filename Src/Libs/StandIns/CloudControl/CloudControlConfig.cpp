@@ -1,21 +1,7 @@
 #include "CloudControl/CloudControlConfig.h"
 
-#include "Comm/ConfigBox.h"
-
-#include <utility>
-
-namespace {
-
-CConfigBox<SCloudControlConfig> s_config;
-
-} // namespace
-
-void CloudControl::SetConfig(SCloudControlConfig config)
+CConfigBox<SCloudControlConfig>& CloudControl::Config()
 {
-    s_config.Set(std::move(config));
-}
-
-SCloudControlConfig CloudControl::GetConfig()
-{
-    return s_config.Get();
+    static CConfigBox<SCloudControlConfig> config;
+    return config;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Comm/ConfigBox.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -26,8 +28,7 @@ constexpr std::size_t kMaxCommandBytes = std::size_t{1} << 20;
 /// Commands that wait for the one at hand; more are dropped.
 constexpr std::size_t kMaxWaitingCommands = 64;
 
-/// Holds for connections that are made later. Any thread.
-void SetConfig(SCloudControlConfig config);
-SCloudControlConfig GetConfig();
+/// Holds for connections that are made later.
+CConfigBox<SCloudControlConfig>& Config();
 
 } // namespace CloudControl

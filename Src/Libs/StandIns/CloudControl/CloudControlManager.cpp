@@ -194,14 +194,14 @@ void CCloudControlManager::InitInstance()
 void CCloudControlManager::Connect(const CloudControl::SCloudUserInfo& user)
 {
     m_impl->Start();
-    const SCloudControlConfig config = CloudControl::GetConfig();
+    const SCloudControlConfig config = CloudControl::Config().Get();
     m_impl->Link()->Connect(UrlOf(user, config), config);
 }
 
 void CCloudControlManager::ValidateLogin(const CloudControl::SCloudUserInfo& user)
 {
     m_impl->Start();
-    const SCloudControlConfig config = CloudControl::GetConfig();
+    const SCloudControlConfig config = CloudControl::Config().Get();
     m_impl->Link()->Validate(UrlOf(user, config), config);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Comm/ConfigBox.h"
 #include "Comm/TcpClient.h"
 
 #include <cstdint>
@@ -21,8 +22,7 @@ struct SFPClientConfig {
 
 namespace FPClient {
 
-/// Holds for clients that are made later. Any thread.
-void SetConfig(SFPClientConfig config);
-SFPClientConfig GetConfig();
+/// Holds for clients that are made later.
+CConfigBox<SFPClientConfig>& Config();
 
 } // namespace FPClient

@@ -16,7 +16,7 @@ constexpr char kChannelName[] = "FP";
 
 class CFPClientManager::Impl {
 public:
-    Impl() : m_client(m_threads, OptionsOf(FPClient::GetConfig()), CallbacksOf()) {}
+    Impl() : m_client(m_threads, OptionsOf(FPClient::Config().Get()), CallbacksOf()) {}
 
     ~Impl() { m_threads.Stop(); }
 
