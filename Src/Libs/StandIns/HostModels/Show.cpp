@@ -47,8 +47,10 @@ const SScene* SSceneGroup::FindScene(const QUuid& sceneId) const
 
 void SSceneGroup::Add(SScene scene)
 {
-    for (std::size_t place = 0; place < scene.media.size(); ++place)
+    for (std::size_t place = 0; place < scene.media.size(); ++place) {
         scene.mediaIndex.insert(scene.media[place].GetId(), place);
+        ++scene.useCounts[scene.media[place].GetResourceId()];
+    }
     const QUuid sceneId = scene.node.GetId();
     Append(scenes, sceneIndex, sceneId, std::move(scene));
 }
@@ -115,10 +117,6 @@ const CMediaNode* SShow::FindStageMedia(const QUuid& mediaId) const
 
 QHash<QUuid, int> SShow::UseCounts() const
 {
-    QHash<QUuid, int> counts;
-    if (const SScene* scene = CurrentScene()) {
-        for (const CMediaNode& medium : scene->media)
-            ++counts[medium.GetResourceId()];
-    }
-    return counts;
+    const SScene* scene = CurrentScene();
+    return scene ? scene->useCounts : QHash<QUuid, int>();
 }

@@ -26,8 +26,10 @@ std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout);
 
 struct SScene {
     CSceneNode node;
-    std::vector<CMediaNode> media;        ///< the lowest first
-    QHash<QUuid, std::size_t> mediaIndex = {}; ///< place in media, once a group has the scene
+    std::vector<CMediaNode> media; ///< the lowest first
+    // Once a group has the scene.
+    QHash<QUuid, std::size_t> mediaIndex = {}; ///< place in media
+    QHash<QUuid, int> useCounts = {};          ///< how many media show a resource
 
     const CMediaNode* FindMedia(const QUuid& mediaId) const;
 };
