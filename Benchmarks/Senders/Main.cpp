@@ -7,6 +7,7 @@
 #include "Senders/Report.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
 
 #include <iostream>
 #include <iterator>
@@ -114,6 +115,8 @@ int main(int argc, char* argv[])
 {
     // Pictures need a GUI application.
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Qt complains where nobody has logged in, in each process that measures memory.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     const QGuiApplication application(argc, argv);
     SSettings settings;
     settings.hostName = QStringLiteral("Stage left");
