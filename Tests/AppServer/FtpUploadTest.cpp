@@ -90,10 +90,7 @@ protected:
 
 TEST_F(FtpUploadTest, ACompleteUploadIsReportedWithItsPathAndHasItsBytes)
 {
-    const std::pair<QString, QByteArray> cases[] = {{"line ends.bin", "\r\n\n\r\xff\xf4 bytes \r"},
-                                                    {"empty.bin", ""},
-                                                    {"show 🎆.png", "emoji"},
-                                                    {"new folder/图/large.mov", QByteArray(3'000'000, 'x')}};
+    const std::pair<QString, QByteArray> cases[] = {{"empty.bin", ""}, {"new folder/图 🎆.mov", "\r\n\n\r\xff\xf4"}};
     ASSERT_TRUE(StartServer());
 
     for (const auto& [name, bytes] : cases) {
@@ -102,8 +99,8 @@ TEST_F(FtpUploadTest, ACompleteUploadIsReportedWithItsPathAndHasItsBytes)
         EXPECT_THAT(uploads.WaitFor(1), ElementsAre(PathOf(name)));
         EXPECT_EQ(Contents(folder.filePath(name)), bytes);
     }
-    EXPECT_EQ(Curl(" goes on", "show 🎆.png", {"--append"}), 0);
-    EXPECT_EQ(Contents(folder.filePath("show 🎆.png")), "emoji goes on");
+    EXPECT_EQ(Curl(" goes on", "empty.bin", {"--append"}), 0);
+    EXPECT_EQ(Contents(folder.filePath("empty.bin")), " goes on");
 }
 
 TEST_F(FtpUploadTest, FilesCanNotBeReadDeletedOrRenamedAndNamesAreUtf8)

@@ -1,17 +1,16 @@
 #!/usr/bin/python3
-"""Holds the rules of who may include whom: IncludeRules.py SOURCE_DIR, or IncludeRules.py --self-test.
+"""Holds the rules of who may include whom: IncludeRules.py SOURCE_DIR
 
 Prints each offence as file:line: reason and ends with 1 if there is any.
 """
 import re
-import sys
-from pathlib import Path
+
+from SourceCheck import run
 
 MODULE = "Src/Libs/ExternalController/ExternalController/"
 INTERFACES = "Src/Libs/ExternalController/Interfaces/"
 STAND_INS = "Src/Libs/StandIns/"
 APPS = "Src/Apps/"
-SUFFIXES = {".h", ".hpp", ".inl", ".c", ".cc", ".cpp", ".mm"}
 
 INCLUDE = re.compile(r'\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]')
 GENERATED = re.compile(r"(moc_)?\w+\.(moc|cpp)")
@@ -94,11 +93,6 @@ def offences(sources):
                 yield f"{path}:{number}: {reason}"
 
 
-def read_sources(top):
-    files = sorted(file for file in (top / "Src").rglob("*") if file.suffix in SUFFIXES)
-    return [(file.relative_to(top).as_posix(), file.read_text(encoding="utf-8")) for file in files]
-
-
 def self_test():
     rooms = [(STAND_INS + "Comm/TcpServer.h", ""), (STAND_INS + "Platform/IpHelper.cpp", "")]
     module, common, sender = MODULE + "A.cpp", MODULE + "Common/A.cpp", MODULE + "MsgSender/A.cpp"
@@ -132,17 +126,5 @@ def self_test():
     return wrong
 
 
-def main():
-    if len(sys.argv) != 2:
-        sys.exit(__doc__)
-    if sys.argv[1] == "--self-test":
-        found = self_test()
-    else:
-        sources = read_sources(Path(sys.argv[1]))
-        found = list(offences(sources)) if sources else [f"{sys.argv[1]}: there are no sources in Src/"]
-    print(*found, sep="\n", end="\n" if found else "")
-    sys.exit(1 if found else 0)
-
-
 if __name__ == "__main__":
-    main()
+    run(__doc__, offences, self_test)

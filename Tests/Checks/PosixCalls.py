@@ -1,15 +1,14 @@
 #!/usr/bin/python3
-"""Holds that POSIX is called in StandIns/Platform and Apps alone: PosixCalls.py SOURCE_DIR, or PosixCalls.py --self-test.
+"""Holds that POSIX is called in StandIns/Platform and Apps alone: PosixCalls.py SOURCE_DIR
 
 Prints each offence as file:line: reason and ends with 1 if there is any. IncludeRules.py holds the headers; a call may
 come without one, by a standard header that declares more here than elsewhere.
 """
 import re
-import sys
-from pathlib import Path
+
+from SourceCheck import run
 
 HOME = ("Src/Libs/StandIns/Platform/", "Src/Apps/")
-SUFFIXES = {".h", ".cpp"}
 
 # Nobody else's names: an offence however they are called, though not as somebody's member.
 POSIX = (
@@ -45,11 +44,6 @@ def offences(sources):
                 yield f"{path}:{number}: {name}() is POSIX's, which is called in StandIns/Platform and Apps alone"
 
 
-def read_sources(top):
-    files = sorted(file for file in (top / "Src").rglob("*") if file.suffix in SUFFIXES)
-    return [(file.relative_to(top).as_posix(), file.read_text(encoding="utf-8")) for file in files]
-
-
 def self_test():
     elsewhere = "Src/Libs/StandIns/Log/A.cpp"
     offending = ["localtime_r(&time, &parts);", "if (::fork() == 0)", "const int port = ::open(name, 0);", "x = :: close (x);",
@@ -63,17 +57,5 @@ def self_test():
     return wrong
 
 
-def main():
-    if len(sys.argv) != 2:
-        sys.exit(__doc__)
-    if sys.argv[1] == "--self-test":
-        found = self_test()
-    else:
-        sources = read_sources(Path(sys.argv[1]))
-        found = list(offences(sources)) if sources else [f"{sys.argv[1]}: there are no sources in Src/"]
-    print(*found, sep="\n", end="\n" if found else "")
-    sys.exit(1 if found else 0)
-
-
 if __name__ == "__main__":
-    main()
+    run(__doc__, offences, self_test)

@@ -1,7 +1,5 @@
 #include "CloudControl/CloudCommand.h"
 
-#include <QJsonDocument>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -38,14 +36,4 @@ TEST(CloudCommand, WhatIsNoCommandIsRefusedWithAReason)
         EXPECT_TRUE(Read(frame, refusal).isEmpty()) << frame;
         EXPECT_NE(refusal, QString()) << frame;
     }
-}
-
-TEST(CloudCommand, AReplyCarriesTextOfAnyKind)
-{
-    const std::string data = "1,\"Ä\"\n{\\}\t";
-
-    const QString frame = CloudCommand::Reply(4, data);
-
-    EXPECT_EQ(QJsonDocument::fromJson(frame.toUtf8()).object(),
-              (QJsonObject{{"route", 4}, {"data", QString::fromStdString(data)}}));
 }

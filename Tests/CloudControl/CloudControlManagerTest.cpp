@@ -1,7 +1,7 @@
 #include "Interfaces/CloudControl.h"
 
 #include "CloudControl/CloudControlConfig.h"
-#include "Comm/ChannelEvents.h"
+#include "Support/EventLog.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -15,7 +15,6 @@
 #include <future>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -37,15 +36,7 @@ protected:
         QObject::connect(&m_server, &QWebSocketServer::newConnection, &m_server,
                          [this] { m_hosts.emplace_back(m_server.nextPendingConnection()); });
         SetPingPeriod(std::chrono::seconds(10));
-        CChannelEvents::GetInstance().SetSink(
-            [this](const SChannelEvent& event) {
-                const std::lock_guard lock(m_mutex);
-                m_events += event.text + '\n';
-            },
-            false);
     }
-
-    ~CloudControlManagerTest() override { CChannelEvents::GetInstance().SetSink({}, false); }
 
     static void SetPingPeriod(std::chrono::milliseconds period)
     {
@@ -75,14 +66,7 @@ protected:
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
 
-    bool WasTold(const std::string& text)
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_events.find(text) != std::string::npos;
-    }
-
-    std::mutex m_mutex;
-    std::string m_events;
+    CEventLog m_log{false};
     QWebSocketServer m_server{"cloud", QWebSocketServer::NonSecureMode};
     std::vector<std::unique_ptr<QWebSocket>> m_hosts;
     CCloudControlManager m_cloud;
@@ -106,7 +90,7 @@ TEST_F(CloudControlManagerTest, ClosingEndsTheTriesToo)
 {
     m_server.close();
     m_cloud.Connect(kUser);
-    ASSERT_TRUE(IsSoon([&] { return WasTold("refused"); }));
+    ASSERT_TRUE(IsSoon([&] { return m_log.Has("refused"); }));
     EXPECT_TRUE(m_cloud.IsConnected());
 
     m_cloud.Close();
@@ -124,14 +108,14 @@ TEST_F(CloudControlManagerTest, ALoginIsValidatedBesideTheConnection)
 {
     m_cloud.Connect(kUser);
     m_cloud.ValidateLogin({"other", "", "a word"});
-    ASSERT_TRUE(IsSoon([&] { return WasTold("login: valid"); }));
+    ASSERT_TRUE(IsSoon([&] { return m_log.Has("login: valid"); }));
     ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 2; }));
     EXPECT_TRUE(m_cloud.IsConnected());
 
     m_server.close();
     m_cloud.ValidateLogin(kUser);
 
-    EXPECT_TRUE(IsSoon([&] { return WasTold("login: refused"); }));
+    EXPECT_TRUE(IsSoon([&] { return m_log.Has("login: refused"); }));
 }
 
 TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
@@ -162,7 +146,8 @@ TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
 
     m_hosts[1]->sendTextMessage(R"({"cmd": "refresh"})");
     m_hosts[1]->sendTextMessage("no command");
-    ASSERT_TRUE(IsSoon([&] { return WasTold("passed over"); }));
+    m_hosts[1]->sendBinaryMessage(R"({"cmdType": 25})");
+    ASSERT_TRUE(IsSoon([&] { return m_log.Has("passed over"); }));
     release.set_value();
 
     EXPECT_TRUE(IsSoon([&] { return last() == 24; }));
@@ -178,7 +163,7 @@ TEST_F(CloudControlManagerTest, ASilentCloudIsLeft)
     // Its thread doesn't get to its socket, which answers no ping then.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
 
-    EXPECT_TRUE(WasTold("no answer"));
+    EXPECT_TRUE(m_log.Has("no answer"));
     EXPECT_TRUE(IsSoon([&] { return m_hosts.size() >= 2; }));
 }
 
@@ -194,5 +179,5 @@ TEST_F(CloudControlManagerTest, ACloudThatIsSilentFromTheStartIsLeft)
     m_cloud.Connect(kUser);
 
     EXPECT_TRUE(IsSoon([&] { return hosts.size() == 2; }));
-    EXPECT_TRUE(WasTold("no answer"));
+    EXPECT_TRUE(m_log.Has("no answer"));
 }

@@ -77,22 +77,6 @@ protected:
 
 } // namespace
 
-TEST_F(TcpServerTest, AnswersEnvelopesInTheirOrderHoweverTheyAreCut)
-{
-    Start();
-    std::string stream;
-    for (std::size_t i = 0; i < 300; ++i)
-        stream += EnvelopeBytes(Echo, std::string(i, 'a'));
-
-    CTcpPeer peer(kAddress, kPort);
-    for (const char byte : stream.substr(0, 500))
-        peer.Send(std::string(1, byte));
-    peer.Send(stream.substr(500));
-
-    for (std::size_t i = 0; i < 300; ++i)
-        ASSERT_THAT(peer.Receive(), Optional(SFrame{Echo, std::string(i, 'a')}));
-}
-
 TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
 {
     Start({1000, 64 << 20, 300ms});

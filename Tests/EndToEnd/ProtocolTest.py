@@ -4,7 +4,6 @@ contract lists; compares the replies with the page and with the contract, and th
 ProtocolTest.py --update writes into the page what doesn't fit any more instead.
 """
 
-import base64
 import contextlib
 import ftplib
 import json
@@ -18,8 +17,8 @@ import uuid
 
 from CloudTest import CLOUD_PORT, Cloud
 from Contract import ASKERS, SOURCE_FOLDER, Contract, codes_of_the_module, hexadecimal
-from Support import (FTP_PORT, REPLY, App, Central, Folder, FPController, ShowHost, discover, environment, showremote,
-                     wait_until)
+from Support import (FTP_PORT, REPLY, App, Central, Folder, FPController, ShowHost, discover, encrypt, environment,
+                     showremote, wait_until)
 
 ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
 PAGE = SOURCE_FOLDER / "Docs" / "Protocol.md"
@@ -64,15 +63,6 @@ def shown(where, place, payload):
     elif place is not None:
         sender += " " + hexadecimal(place)
     return sender, picture_text(payload) if payload.startswith(b"ZXID") else payload.decode().rstrip("\n")
-
-
-def encrypt(key, password):
-    with Folder() as folder:
-        pem = folder / "key.pem"
-        pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
-        command = ["openssl", "pkeyutl", "-encrypt", "-pubin", "-inkey", pem, "-pkeyopt", "rsa_padding_mode:pkcs1"]
-        return base64.b64encode(subprocess.run(command, input=password.encode(), capture_output=True,
-                                               check=True).stdout).decode()
 
 
 def completed(*words):
@@ -326,7 +316,7 @@ class ProtocolTest(unittest.TestCase):
                         remotes.host.expected_code = 3 if code == RESTART else 0
                         body = {"cmd": keyword} if keyword else {"cmdType": code} if who == "cloud" else {}
                         remotes.send(who, code, json.dumps(body))
-                        remotes.host.wait_for_end()
+                        remotes.host.ended()
 
     def test_the_page_has_the_keys_of_every_message(self):
         self.assertEqual(with_keys(self.contract, self.page), self.page, "ProtocolTest.py --update mends it")

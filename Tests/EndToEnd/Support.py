@@ -20,7 +20,6 @@ import time
 from pathlib import Path
 
 DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT, FP_PORT = 25505, 25506, 25507, 25521, 25509, 25510
-DISCOVERY_REQUEST = b"App Server request Zentravox Controller"
 REPLY = 0x10000000
 LOGIN, PUBLIC_KEY = 3, 7
 
@@ -110,10 +109,6 @@ class ShowHost:
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
 
-    def wait_for_end(self):
-        """Waits until it ends by itself; leaving it checks how."""
-        wait_until(lambda: self.process.poll() is not None, "the host's end")
-
     def ended(self):
         """The exit code, once it has ended."""
         try:
@@ -132,14 +127,6 @@ class ShowHost:
         self.ended()
 
 
-def envelope(code, body=None):
-    return envelope_of(code, b"" if body is None else json.dumps(body).encode())
-
-
-def envelope_of(code, text):
-    return b"ZXAP" + struct.pack(">II", code, len(text)) + text
-
-
 class EnvelopeChannel:
     """One end of a TCP connection that carries envelopes."""
 
@@ -154,10 +141,10 @@ class EnvelopeChannel:
         self.close()
 
     def send(self, code, body=None):
-        self.socket.sendall(envelope(code, body))
+        self.send_bytes(code, b"" if body is None else json.dumps(body).encode())
 
     def send_bytes(self, code, body):
-        self.socket.sendall(envelope_of(code, body))
+        self.socket.sendall(b"ZXAP" + struct.pack(">II", code, len(body)) + body)
 
     def receive(self):
         """The next envelope's code and body, or None when the host has closed."""
@@ -172,11 +159,6 @@ class EnvelopeChannel:
         if mark != b"ZXAP":
             raise AssertionError(f"not an envelope: {header!r}")
         return code, self._bytes.read(length)
-
-    def receive_rest(self):
-        """Ends this side and returns what the host still sends before it closes."""
-        self.socket.shutdown(socket.SHUT_WR)
-        return list(iter(self.receive, None))
 
     def close(self):
         self._bytes.close()
@@ -261,13 +243,10 @@ class Central(DatagramPeer):
     def __init__(self, address):
         super().__init__(address, CENTRAL_PORT)
 
-    def exchange(self, datagram):
-        self.send(datagram)
-        return self.receive()
-
     def ask(self, **message):
         """What comes back: text for a command, an object for a query."""
-        answer = self.exchange(json.dumps(message).encode()).decode()
+        self.send(json.dumps(message).encode())
+        answer = self.receive().decode()
         return json.loads(answer) if answer.startswith("{") else answer
 
 
@@ -291,28 +270,11 @@ class FPController:
         return EnvelopeChannel(connection)
 
 
-class Discovery(DatagramPeer):
-    """An app that looks for hosts."""
-
-    def __init__(self, address):
-        super().__init__(address, DISCOVERY_PORT)
-
-    def receive(self):
-        return json.loads(super().receive())
-
-    def has_received(self):
-        self.socket.setblocking(False)
-        try:
-            self.socket.recv(65535)
-            return True
-        except BlockingIOError:
-            return False
-
-
 def discover(address):
-    with Discovery(address) as discovery:
-        discovery.send(DISCOVERY_REQUEST)
-        return discovery.receive()
+    """What an app hears that looks for hosts."""
+    with DatagramPeer(address, DISCOVERY_PORT) as app:
+        app.send(b"App Server request Zentravox Controller")
+        return json.loads(app.receive())
 
 
 class Folder(tempfile.TemporaryDirectory):

@@ -9,8 +9,6 @@
 #include <cstring>
 #include <set>
 
-using testing::AllOf;
-using testing::Field;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -22,7 +20,6 @@ const QString kSource = QStringLiteral(SOURCE_FOLDER);
 
 const QByteArray kShow = R"({
     "name": "Evening",
-    "devices": "Stage/Devices.json",
     "openProject": "00000000-0000-4000-8000-000000000001",
     "projects": [{
         "id": "00000000-0000-4000-8000-000000000001", "name": "Gala",
@@ -35,12 +32,8 @@ const QByteArray kShow = R"({
             {"id": "00000000-0000-4000-8000-000000000031", "name": "Doors", "fadeIn": 5, "media": [
                 {"id": "00000000-0000-4000-8000-000000000041", "resource": "00000000-0000-4000-8000-000000000011",
                  "rotation": 90, "height": 100}
-            ], "endCommands": [{"device": "00000000-0000-4000-8000-000000000053",
-                                "command": "00000000-0000-4000-8000-000000000054"}],
-               "startCommands": [{"device": "00000000-0000-4000-8000-000000000051",
-                                  "command": "00000000-0000-4000-8000-000000000052"},
-                                 {"device": "00000000-0000-4000-8000-000000000055",
-                                  "command": "00000000-0000-4000-8000-000000000056"}]},
+            ], "startCommands": [{"device": "00000000-0000-4000-8000-000000000051",
+                                  "command": "00000000-0000-4000-8000-000000000052"}]},
             {"id": "00000000-0000-4000-8000-000000000032", "name": "End"}
         ]}]
     }],
@@ -58,18 +51,11 @@ struct SMistake {
 constexpr SMistake kMistakes[] = {
     // numbers
     {"\"type\": 0", "\"type\": 28", "projects[0].resources[0].type: must be a number from 0 to 27"},
-    {"\"type\": 0", "\"type\": \"0\"", "projects[0].resources[0].type: must be a number"},
-    {"1920", "1e300", "projects[0].resources[0].width: must be a number from 0 to 1000000"},
     {"1920", "0.5", "projects[0].resources[0].width: must be a whole number"},
     {"9000", "1e18", "projects[0].resources[0].duration: must be a number from 0 to 8640000000"},
-    {"\"fadeIn\": 5", "\"fadeIn\": -5",
-     "projects[0].groups[0].scenes[0].fadeIn: must be a number from 0 to 2147483647"},
     {"\"rotation\": 90", "\"rotation\": 361",
      "projects[0].groups[0].scenes[0].media[0].rotation: must be a number from -360 to 360"},
-    {"0.5", "1.5", "effect.volume: must be a number from 0 to 1"},
-    {"\"alignment\": 1", "\"alignment\": 3", "projects[0].resources[1].text.alignment: must be a number from 0 to 2"},
     // texts
-    {"\"Film\"", "\"\"", "projects[0].resources[0].name: is missing or empty"},
     {"\"playing\"", "\"running\"", "playback.state: must be one of \"playing\", \"paused\", \"stopped\""},
     {"\"alignment\": 1", "\"color\": \"reddish\"",
      "projects[0].resources[1].text.color: must be a colour such as \"#1b2a41\""},
@@ -92,8 +78,6 @@ constexpr SMistake kMistakes[] = {
     // keys
     {"\"rotation\"", "\"rotaton\"", "projects[0].groups[0].scenes[0].media[0].rotaton: there is no such key"},
     {"\"type\": 10", "\"type\": 2", "projects[0].resources[1].text: only a text (type 10) has it"},
-    {"\"effect\"", "\"settings\": {\"stageColour\": \"red\"}, \"effect\"",
-     "settings.stageColour: there is no such key"},
 };
 
 QByteArray ReadAll(const QString& path)
@@ -128,22 +112,6 @@ TEST_F(ShowFileTest, WhatIsLeftOutComesFromTheResource)
     EXPECT_EQ(medium.GetLayoutProperty()->size, QSize(1920, 100));
     EXPECT_EQ(medium.GetTimingProperty()->totalTime, 9000);
     EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 + 50, 50 - 960));
-}
-
-TEST_F(ShowFileTest, AShowNamesItsDeviceFileAndItsScenesTheirCommands)
-{
-    const SShowFile file = ReadShowFile(Write(kShow));
-
-    EXPECT_EQ(file.deviceFile, m_folder.filePath("Stage/Devices.json"));
-    std::vector<SSceneExControlCmd> commands(1);
-    file.show.CurrentScene()->node.GetAllExControlCmd(commands);
-    const auto is = [](int trigger, int device, int command) {
-        const QString id("00000000-0000-4000-8000-0000000000%1");
-        return AllOf(Field(&SSceneExControlCmd::nTriggerType, trigger),
-                     Field(&SSceneExControlCmd::devId, QUuid(id.arg(device))),
-                     Field(&SSceneExControlCmd::cmdId, QUuid(id.arg(command))));
-    };
-    EXPECT_THAT(commands, testing::ElementsAre(is(0, 51, 52), is(0, 55, 56), is(1, 53, 54)));
 }
 
 TEST_F(ShowFileTest, TheDemoShowHasMediaOfEveryTypeAndTheFilesItNames)

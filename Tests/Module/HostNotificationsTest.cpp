@@ -22,24 +22,6 @@ void ChangeScene()
 
 using HostNotificationsTest = ControllerTest;
 
-TEST_F(HostNotificationsTest, AResourcesStateReachesTheAppWithItsPlainId)
-{
-    const QUuid resource("{1b4e28ba-2fa1-11d2-883f-0016d3cca427}");
-    const QString id = QStringLiteral("1b4e28ba-2fa1-11d2-883f-0016d3cca427");
-    CResourceModel* const model = CResourceModel::GetInstance();
-    Start();
-
-    for (const bool flag : {true, false}) {
-        RecordingChannels::ForgetCalls();
-
-        emit model->signalExControlResourceUsedChanged(resource, flag);
-        emit model->signalExControlResourceDexumerStateChanged(resource, flag);
-
-        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Sent(0x10000421, {{"resId", id}, {"usedFlag", flag}}),
-                                                            Sent(0x10000422, {{"resId", id}, {"dexumerFlag", flag}})));
-    }
-}
-
 TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllers)
 {
     Start();

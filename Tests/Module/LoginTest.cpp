@@ -136,14 +136,6 @@ TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreWrong)
     EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", base64(block + "more")}}, kFirst), testing::SizeIs(1));
 }
 
-TEST_F(LoginTest, TwoPasswordsThatCannotBeDecryptedAreEqual)
-{
-    HostModels::UserModel().Load({{"anna", "broken", "", 3, 0}});
-
-    EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", "broken too"}}, kFirst),
-                ElementsAre(LoginReply(kFirst, 0, "anna", 3)));
-}
-
 TEST_F(LoginTest, AClosedConnectionOfTheAppEndsItsLoginOnce)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);

@@ -48,15 +48,3 @@ TEST(MetaObjectTest, HostsFindTheMethodsTheyConnectToInTheirOrder)
     EXPECT_EQ(meta.enumeratorCount(), meta.enumeratorOffset());
     EXPECT_EQ(meta.classInfoCount(), meta.classInfoOffset());
 }
-
-TEST(MetaObjectTest, StartPushStreamWithoutItsArgumentSendsAnEmptyText)
-{
-    CExternalController controller;
-    std::vector<std::string> received;
-    QObject::connect(&controller, &CExternalController::signalStartPushStream,
-                     [&](const std::string& text) { received.push_back(text); });
-
-    emit controller.signalStartPushStream();
-
-    EXPECT_THAT(received, ElementsAre(""));
-}

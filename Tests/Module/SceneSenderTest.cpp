@@ -27,25 +27,6 @@ void LoadTwoGroups()
     LoadShow({project});
 }
 
-std::string SceneText(const std::string& id, const std::string& media)
-{
-    return R"({"currentIndex": 0, "fadeInTime": 500, "fadeOutTime": 1500, "sceneId": "#)" + id +
-           R"(", "sceneName": "Scene )" + id + R"(", "mediaIdList": [)" + media + "]}";
-}
-
-const std::string kFirstGroup = R"({"count": 1, "sceneGroupId": "#10", "sceneGroupName": "Group 10",
-                                    "0": )" +
-                                SceneText("11", R"("{#6}", "{#5}")") + '}';
-const std::string kMainGroup = R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20",
-                                   "0": )" +
-                               SceneText("21", "") + R"(, "1": )" + SceneText("22", "") + '}';
-
-std::string ManagerData(const std::string& currentGroup)
-{
-    return R"({"sceneMgrData": {"result": 1, "count": 2, "currentSceneId": "#21", "currentSceneGroupId": ")" +
-           currentGroup + R"(", "sceneGroupDataList": {"0": )" + kFirstGroup + R"(, "1": )" + kMainGroup + "}}}";
-}
-
 void Play(int group, int scene, SPlayback::State state = SPlayback::Playing, int globalState = 0)
 {
     HostModels::Show().Change([&](SShow& show) {
@@ -64,28 +45,36 @@ TEST_F(SceneSenderTest, OnlyAppsOfOneVersionAreToldTheCurrentGroup)
 {
     LoadTwoGroups();
     Play(20, 21);
-    const std::string current = ManagerData("#20");
-    const std::string first = ManagerData("#10");
+    const auto told = [&](int sources) {
+        QStringList groups;
+        for (const SChannelCall& call : Ask(0x300, {}, sources))
+            groups << BodyOf(call)["sceneMgrData"].toObject()["currentSceneGroupId"].toString();
+        return groups;
+    };
 
     for (const char* version : {"", "2.0.0 ", "2.1.0"}) {
         HostModels::UserModel().SetCurLoginAppVersion(version);
-        Expect({{0x300, "", 0x0001, "A", first}, {0x300, "", 0x0010, "F", current}, {0x300, "", 0x1100, "", ""}});
-        EXPECT_THAT(Ask(0x300, {}, 0x1111), ElementsAre(Sent(0x10000300, Json(first)), SentToFP(0x300, Json(current))));
+        EXPECT_EQ(told(0x0001), QStringList(IdText(10)));
+        EXPECT_EQ(told(0x1111), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
+        EXPECT_EQ(told(0x1100), QStringList());
     }
     HostModels::UserModel().SetCurLoginAppVersion("2.0.0");
-    Expect({{0x300, "", 0x0111, "AF", current}});
+    EXPECT_EQ(told(0x0111), (QStringList{IdText(20), IdText(20)}));
 }
 
 TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
 {
     LoadTwoGroups();
     const QJsonObject body = {{"tag", "x"}, {"sceneGroupData", "old"}};
-    const QJsonObject reply = {{"tag", "x"}, {"sceneGroupData", Json(kMainGroup)}};
 
-    EXPECT_THAT(Ask(0x302, body, 0x0001), ElementsAre(Sent(0x10000302, reply)));
-    EXPECT_THAT(Ask(0x304, body, 0x0111), ElementsAre(Sent(0x10000304, reply), SentToFP(0x302, reply)));
-    EXPECT_THAT(Ask(0x302, body, 0x0010), ElementsAre(SentToFP(0x302, reply)));
-    EXPECT_THAT(Ask(0x304, body, 0x1100), IsEmpty());
+    const std::vector<SChannelCall> calls = Ask(0x304, body, 0x0111);
+
+    ASSERT_EQ(calls.size(), 2u);
+    const QJsonObject reply = BodyOf(calls[0]);
+    EXPECT_EQ(reply["tag"], "x");
+    EXPECT_EQ(reply["sceneGroupData"].toObject()["sceneGroupId"], IdText(20));
+    EXPECT_THAT(calls, ElementsAre(Sent(0x10000304, reply), SentToFP(0x302, reply)));
+    EXPECT_THAT(Ask(0x302, body, 0x1100), IsEmpty());
 }
 
 TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)

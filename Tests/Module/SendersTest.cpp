@@ -5,7 +5,6 @@
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 #include "ExternalController/MsgSender/ResourceMsgSender.h"
 #include "ExternalController/MsgSender/SceneMsgSender.h"
-#include "ExternalController/MsgSender/ScreenMsgSender.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
 #include <QHostAddress>
@@ -96,14 +95,6 @@ TEST_F(SendersTest, CentralControlGetsWhatTheBodyHoldsForIt)
         EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::CentralControl), IsEmpty());
         EXPECT_THAT(Ask<CStageMsgSender>(kStageUnknown, body, Source::CentralControl), IsEmpty());
     }
-}
-
-TEST_F(SendersTest, TheScreenSenderTakesEverythingAndStaysSilent)
-{
-    const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"errorMsg", "x"}};
-
-    for (const int code : {-1, 0x000, 0x005, 0x101, 0x600})
-        EXPECT_THAT(Ask<CScreenMsgSender>(code, body, Source::Every), IsEmpty()) << code;
 }
 
 TEST_F(SendersTest, AChannelThatIsMissingIsPassedOver)

@@ -62,9 +62,7 @@ std::string Lines(const CloudControl::SCloudUserInfo& user)
 
 bool Sends(const SChannelCall& call)
 {
-    return call.name == "App.SendPackage" || call.name == "App.SendUdpData" || call.name == "FP.SendPackage" ||
-           call.name == "Central.SendData" || call.name == "Cloud.SendData" || call.name == "Com.AsyncSend" ||
-           call.name == "Udp.SendTo";
+    return call.name.find("Send") != std::string::npos;
 }
 
 } // namespace
