@@ -6,7 +6,6 @@
 #include "Support/TcpPeer.h"
 
 #include <QTemporaryDir>
-#include <QUdpSocket>
 
 #include <gmock/gmock.h>
 
@@ -38,8 +37,7 @@ protected:
     AppChannelsTest()
     {
         AppServer::Config().Set({kAddress, "demo", "demo", m_folder.path().toStdString()});
-        m_server.SetCallBackFunc([this](auto package) { TakePackage(*package); },
-                                 [this](auto package) { TakeDatagram(*package); }, [](const std::string&) {});
+        m_server.SetCallBackFunc([this](auto package) { TakePackage(*package); }, {}, {});
         m_server.SetConnectedFuc(
             [this](const std::string& ip, unsigned short port) { m_notes.Add("open " + AddressText(ip, port)); });
         m_server.InitServer();
@@ -54,11 +52,6 @@ protected:
         }
         for (const int channel : {AppServer::Control, AppServer::Bulk})
             Send(kAnswer, channel);
-    }
-
-    void TakeDatagram(const Comm::ResponsePackage& package)
-    {
-        m_server.SendUdpData(std::to_string(package.payload.size()), package.remoteIp, package.remotePort);
     }
 
     void Send(const SFrame& frame, int channel, const std::string& ip = {},
@@ -140,22 +133,6 @@ TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothItsConnectionsAndTellsEachOn
     EXPECT_TRUE(gone->bulk.IsClosedByPeer());
     stays->control.Send(kAskBoth);
     EXPECT_THAT(stays->control.Receive(), Optional(kAnswer));
-}
-
-TEST_F(AppChannelsTest, DatagramsOfEverySizeAreDeliveredWholeAndAnsweredToTheirSender)
-{
-    QUdpSocket socket;
-    ASSERT_TRUE(socket.bind(QHostAddress("127.0.0.22")));
-
-    for (const int size : {0, 38, 39, 65507}) {
-        socket.writeDatagram(QByteArray(size, 'x'), QHostAddress(kAddress), AppServer::kDiscoveryPort);
-        ASSERT_TRUE(socket.waitForReadyRead(20000)) << size;
-        QByteArray answer(100, '\0');
-        answer.resize(static_cast<int>(socket.readDatagram(answer.data(), answer.size())));
-        EXPECT_EQ(answer, QByteArray::number(size));
-    }
-    m_server.SendUdpData("nowhere", "no address", 5);
-    m_server.SendUdpData("nowhere", {}, 0);
 }
 
 TEST_F(AppChannelsTest, NothingIsDeliveredOnceTheServerIsStoppedAndItCanStartAgain)

@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -20,7 +19,6 @@
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <vector>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -241,19 +239,6 @@ TEST_F(FtpUploadTest, ANewFolderIsMadeAndTakesLaterUploadsOfOpenSessionsToo)
 
     EXPECT_THAT(uploads.WaitFor(3), ElementsAre(PathOf("begun before.bin"), PathOf("next/folder/same session.bin"),
                                                 PathOf("next/folder/later session.bin")));
-}
-
-TEST_F(FtpUploadTest, ATakenPortIsToldAndAnotherStartSucceedsOnceItIsFree)
-{
-    QTcpServer other;
-    ASSERT_TRUE(other.listen(QHostAddress(kFtpTestAddress), AppServer::kFtpPort));
-
-    EXPECT_FALSE(StartServer());
-    other.close();
-    EXPECT_TRUE(server->Start());
-
-    EXPECT_THAT(states.WaitFor(2),
-                ElementsAre(HasSubstr("127.0.0.21 port 25521: Address already in use"), "listening"));
 }
 
 TEST_F(FtpUploadTest, AServerThatDiedIsStartedAgainWithTheLatestFolder)

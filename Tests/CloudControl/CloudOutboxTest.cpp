@@ -41,16 +41,3 @@ TEST(CloudOutbox, WhatIsTooLongByItselfIsDropped)
 
     EXPECT_THAT(TakeAll(outbox), ElementsAre(std::string(kRoom, 'y')));
 }
-
-TEST(CloudOutbox, WhatWasMadeForAnEndedConnectionGoesNowhere)
-{
-    CCloudOutbox outbox(kRoom);
-    const auto first = outbox.Connection();
-    outbox.Put({CloudControl::ProjectData, "waiting"}, first);
-
-    outbox.EndConnection();
-    outbox.Put({CloudControl::ProjectData, "late"}, first);
-    outbox.Put({CloudControl::ProjectData, "all of it."}, outbox.Connection());
-
-    EXPECT_THAT(TakeAll(outbox), ElementsAre("all of it."));
-}

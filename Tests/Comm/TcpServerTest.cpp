@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -190,25 +189,6 @@ TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne
     EXPECT_EQ(peer.Receive(), std::nullopt);
     EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
     EXPECT_EQ(m_waiting, 0);
-}
-
-TEST_F(TcpServerTest, ThousandsOfConnectionsAreServedAndEachEndIsToldOnce)
-{
-    constexpr int kPeers = 2000;
-    Start();
-    {
-        std::vector<std::unique_ptr<CTcpPeer>> peers;
-        for (int i = 0; i < kPeers; ++i)
-            peers.push_back(std::make_unique<CTcpPeer>(kAddress, kPort));
-        for (const auto& peer : peers)
-            peer->Send(Echo, "x");
-        for (const auto& peer : peers)
-            ASSERT_THAT(peer->Receive(), Optional(SFrame{Echo, "x"}));
-    }
-
-    const auto notes = m_notes.WaitFor(2 * kPeers);
-    EXPECT_EQ(std::count(notes.begin(), notes.end(), "ended"), kPeers);
-    EXPECT_TRUE(m_server->Connections().empty());
 }
 
 TEST_F(TcpServerTest, WhenDescriptorsRunOutANewPeerIsServedOnceThereAreSomeAgain)

@@ -105,15 +105,10 @@ class ServedTest(unittest.TestCase):
     def setUpClass(cls):
         folder = cls.enterClassContext(Folder())
         cls.cloud = cls.enterClassContext(Cloud())
-        cls.host = cls.enterClassContext(
-            ShowHost(HOST, folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"))
+        cls.enterClassContext(ShowHost(HOST, folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"))
 
     def setUp(self):
         self.link = self.enterContext(self.cloud.accept())
-
-    def test_without_login_data_the_demo_logs_in(self):
-        self.assertEqual(self.link.path, PATH + "demo&password=demo")
-        self.assertFalse(any("password=" in line for line in self.host.lines))
 
     def test_what_is_too_long_or_broken_ends_the_connection_alone(self):
         final_text = 0x80 | Opcode.TEXT
@@ -197,9 +192,10 @@ class ProcessTest(unittest.TestCase):
             self.assertRaises(OSError, cloud.accept)
             host.wait_for_line(lambda line: "certificate" in line, "the refusal")
         settings = self.settings(caFile=str(certificate))
-        with Cloud(context=context) as cloud, self.start("--cloud", url, "--settings", settings):
+        with Cloud(context=context) as cloud, self.start("--cloud", url, "--settings", settings) as host:
             with cloud.accept() as link:
                 self.assertEqual(link.path, PATH + "demo&password=demo")
+            self.assertFalse(any("password=" in line for line in host.lines))
 
     def test_an_address_that_is_none_is_told(self):
         for url in ("http://127.0.0.83", "ws://", "cloud"):

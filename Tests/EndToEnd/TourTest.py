@@ -22,12 +22,20 @@ class ShowRemoteTest(unittest.TestCase):
         cls.state = cls.folder / "state"
         cls.host = cls.enterClassContext(ShowHost(SHARED, cls.state, "--fp", f"{CONTROLLER}:{FP_PORT}"))
 
-    def test_it_discovers_what_a_stranger_discovers(self):
+    def test_it_discovers_the_host_and_the_machine_s_adapters(self):
+        listed = json.loads(subprocess.run(["ip", "-json", "address"], capture_output=True, check=True).stdout)
+        adapters = [(one.get("address", "").upper().replace(":", "-"),
+                     [address["local"] for address in one["addr_info"] if address["family"] == "inet"])
+                    for one in listed if one["link_type"] != "loopback"]
+
         result = showremote("discover", "--host", SHARED)
 
         first, rest = result.stdout.split("\n", 1)
         self.assertEqual((result.returncode, first), (0, f"answer from {SHARED}:25505"))
-        self.assertEqual(json.loads(rest), discover(SHARED))
+        self.assertEqual(json.loads(rest), {
+            "name": discover(SHARED)["name"], "id": "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4", "version": 2,
+            "macAddress": next((hardware for hardware, addresses in adapters if addresses), ""),
+            "macAddressList": [hardware for hardware, _ in adapters]})
 
     def test_it_shows_the_channels_and_every_reply(self):
         for request, channel in ((("heartbeat",), "control"), (("0x1", "--bulk"), "bulk")):
@@ -165,7 +173,7 @@ class ProcessTest(unittest.TestCase):
                 result = self.run_to_its_end()
 
                 self.assertEqual(result.returncode, 1)
-                self.assertIn(f"{STARTED}:{port}", result.stderr)
+                self.assertRegex(result.stderr, f"{STARTED}:{port}.*already in use")
 
     def test_an_interrupt_ends_it_properly(self):
         with ShowHost(STARTED, self.folder / "state") as host, App(STARTED):

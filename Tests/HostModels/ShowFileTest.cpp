@@ -63,7 +63,6 @@ constexpr SMistake kMistakes[] = {
     {"000000000011", "00000000001", "projects[0].resources[0].id: must be an id such as"},
     {"000000000011", "000000000011a", "projects[0].resources[0].id: must be an id such as"},
     {"000000000012", "000000000011", "projects[0].resources[1].id: another one has this id"},
-    {"000000000032", "000000000031", "projects[0].groups[0].scenes[1].id: another one has this id"},
     {"\"resource\": \"00000000-0000-4000-8000-000000000011\"", "\"resource\": \"00000000-0000-4000-8000-000000000099\"",
      "projects[0].groups[0].scenes[0].media[0].resource: no resource of this project has the id "
      "00000000-0000-4000-8000-000000000099"},

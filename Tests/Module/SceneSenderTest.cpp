@@ -4,8 +4,6 @@
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
 #include <atomic>
-#include <memory>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -72,7 +70,8 @@ TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
     ASSERT_EQ(calls.size(), 2u);
     const QJsonObject reply = BodyOf(calls[0]);
     EXPECT_EQ(reply["tag"], "x");
-    EXPECT_EQ(reply["sceneGroupData"].toObject()["sceneGroupId"], IdText(20));
+    EXPECT_EQ(Of(reply["sceneGroupData"].toObject(), {"count", "sceneGroupId", "sceneGroupName"}),
+              Json(R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20"})"));
     EXPECT_THAT(calls, ElementsAre(Sent(0x10000304, reply), SentToFP(0x302, reply)));
     EXPECT_THAT(Ask(0x302, body, 0x1100), IsEmpty());
 }

@@ -14,17 +14,6 @@ namespace {
 
 constexpr int kTypes = ResourceType::Last + 1;
 
-/// What the object has of these keys.
-QJsonObject Of(const QJsonObject& object, const QStringList& keys)
-{
-    QJsonObject picked;
-    for (const QString& key : keys) {
-        if (object.contains(key))
-            picked[key] = object[key];
-    }
-    return picked;
-}
-
 /// The places in the list of those objects in which the flag is true; "none" when none has the flag.
 std::string Having(const char* flag, const std::vector<QJsonObject>& objects)
 {

@@ -3,7 +3,6 @@
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
 #include <functional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -12,15 +11,6 @@ namespace {
 void Change(const std::function<void(SEffect&, SPlayback&)>& change)
 {
     HostModels::Show().Change([&](SShow& show) { change(show.effect, show.playback); });
-}
-
-/// A for each answer to the app, F to the FP client, C to central control, ? to the cloud.
-std::string Whom(const std::vector<SChannelCall>& calls)
-{
-    std::string whom;
-    for (const SChannelCall& call : calls)
-        whom += call.name == "Cloud.SendData" ? '?' : call.name[0];
-    return whom;
 }
 
 } // namespace
@@ -53,6 +43,32 @@ TEST_F(StageSenderTest, EachQueryIsAnsweredToThoseItIsFor)
     }
 }
 
+TEST_F(StageSenderTest, ColoursAndModesAreToldApart)
+{
+    SProject project = MakeProject(7);
+    project.appControlMode = 3;
+    LoadShow({project});
+    SSettings settings;
+    settings.stagePreviewMode = 4;
+    HostModels::SoftwareSetting().Load(settings, {});
+    // Each of another value, which single precision holds exactly.
+    Change([](SEffect& effect, SPlayback&) {
+        effect.blue = 0.125F;
+        effect.red = 0.25F;
+        effect.green = 0.375F;
+        effect.contrast = 0.5F;
+        effect.luminance = 0.625F;
+        effect.saturation = 0.75F;
+        effect.hue = 0.875F;
+    });
+
+    Expect({{281, "", 0x0001, "A", R"({"mode": 3, "result": 1})"},
+            {289, "", 0x0001, "A", R"({"mode": 4, "result": 1})"},
+            {274, "", 0x0001, "A", R"({"fBlue": 0.12500011920928955, "fRed": 0.25000011920928955,
+                "fGreen": 0.37500011920928955, "fContrast": 0.5000001192092896, "fLuminance": 0.6250001192092896,
+                "fSaturability": 0.7500001192092896, "fHue": 0.8750001192092896})"}});
+}
+
 TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
 {
     LoadShow({MakeProject(1)});
@@ -79,25 +95,18 @@ TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
 
 TEST_F(StageSenderTest, AScreenIsToldWithItsParts)
 {
-    SScreen left = MakeScreen(1);
-    left.place = QRect(-1920, -5, 1920, 1080);
-    left.state = 255;
-    left.useful = false;
-    SScreen right = MakeScreen(2);
-    right.added = false;
-    right.divisionType = 3;
-    right.divisions = {QRectF(0, 0, 1280.5, 1080), QRectF(1280.5, -0.25, 2559.5, 1080)};
-    LoadShow({}, {left, right});
+    SScreen screen = MakeScreen(2);
+    screen.place = QRect(-1920, -5, 1920, 1080);
+    screen.state = 255;
+    screen.added = false;
+    screen.divisionType = 3;
+    screen.divisions = {QRectF(1280.5, -0.25, 2559.5, 1080)};
+    LoadShow({}, {screen});
 
-    Expect({{257, "", 0x0001, "A", R"({"screenMgrData": {"result": 1, "count": 2,
-        "0": {"screenName": "Screen 1", "screenId": "#1", "posX": -1920, "posY": -5, "sizeW": 1920, "sizeH": 1080,
-              "state": 255, "isAdded": true, "isUseful": false,
-              "divScreenRectData": {"divScreenType": 0, "divCount": 0}},
-        "1": {"screenName": "Screen 2", "screenId": "#2", "posX": 0, "posY": 0, "sizeW": 0, "sizeH": 0,
-              "state": 0, "isAdded": false, "isUseful": true,
-              "divScreenRectData": {"divScreenType": 3, "divCount": 2,
-                  "0": {"x": 0, "y": 0, "width": 1280.5, "height": 1080},
-                  "1": {"x": 1280.5, "y": -0.25, "width": 2559.5, "height": 1080}}}}})"}});
+    Expect({{257, "", 0x0001, "A", R"({"screenMgrData": {"result": 1, "count": 1,
+        "0": {"screenName": "Screen 2", "screenId": "#2", "posX": -1920, "posY": -5, "sizeW": 1920, "sizeH": 1080,
+              "state": 255, "isAdded": false, "isUseful": true, "divScreenRectData": {"divScreenType": 3, "divCount": 1,
+                  "0": {"x": 1280.5, "y": -0.25, "width": 2559.5, "height": 1080}}}}})"}});
 }
 
 TEST_F(StageSenderTest, WithoutAProjectWhatNeedsOneStaysSilent)

@@ -13,12 +13,30 @@ testing::Matcher<const std::vector<SChannelCall>&> Answers(const std::string& wh
     return testing::ElementsAreArray(calls);
 }
 
+std::string Whom(const std::vector<SChannelCall>& calls)
+{
+    std::string whom;
+    for (const SChannelCall& call : calls)
+        whom += call.name == "Cloud.SendData" ? '?' : call.name[0];
+    return whom;
+}
+
 QJsonObject BodyOf(const SChannelCall& call)
 {
     QJsonObject body;
     if (call.package)
         CAppDataPack(QByteArray::fromStdString(call.package->data)).ReadJsonFromData(body);
     return body;
+}
+
+QJsonObject Of(const QJsonObject& object, const QStringList& keys)
+{
+    QJsonObject picked;
+    for (const QString& key : keys) {
+        if (object.contains(key))
+            picked[key] = object[key];
+    }
+    return picked;
 }
 
 QByteArray PictureIn(const std::vector<SChannelCall>& calls, unsigned int code, const QUuid& id)

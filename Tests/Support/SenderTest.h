@@ -22,8 +22,13 @@ struct SExchange {
 };
 testing::Matcher<const std::vector<SChannelCall>&> Answers(const std::string& whom, int code, const QJsonObject& reply);
 
+/// A for each answer to the app, F to the FP client, C to central control, ? to the cloud.
+std::string Whom(const std::vector<SChannelCall>& calls);
+
 /// The JSON that a call carries.
 QJsonObject BodyOf(const SChannelCall& call);
+/// What the object has of these keys.
+QJsonObject Of(const QJsonObject& object, const QStringList& keys);
 /// The bytes that the one call brings the app on the bulk channel under this code, as the picture of this id; nothing
 /// if the calls are anything else.
 QByteArray PictureIn(const std::vector<SChannelCall>& calls, unsigned int code, const QUuid& id);
