@@ -34,13 +34,6 @@ void Note(const std::string& text)
 constexpr int kQueries[] = {Command::SystemInformation, Command::Logs, Command::Refresh, Command::ProjectExport,
                             Command::StagePreviewPush};
 
-struct SWaitingCommand {
-    std::uint64_t connection;
-    QJsonObject command;
-
-    int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
-};
-
 /// The connection that the command at hand came on; 0 on a thread that carries none out.
 thread_local std::uint64_t t_connection = 0;
 
@@ -101,6 +94,13 @@ public:
     MessageCallback callback;
 
 private:
+    struct SWaitingCommand {
+        std::uint64_t connection;
+        QJsonObject command;
+
+        int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
+    };
+
     void RunLink(std::promise<void>& ready)
     {
         QEventLoop loop;
