@@ -7,7 +7,6 @@
 #include <QJsonDocument>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -117,10 +116,10 @@ TEST(NetworkTest, TheFirstAdapterThatIsUpIsTold)
 {
     const auto make = [](const char* description, const char* address) {
         IP_ADAPTER_INFO adapter{};
-        std::strcpy(adapter.Description, description);
-        std::strcpy(adapter.IpAddressList.IpAddress.String, address);
-        std::strcpy(adapter.IpAddressList.IpMask.String, "255.255.255.0");
-        std::strcpy(adapter.GatewayList.IpAddress.String, "10.0.0.1");
+        qstrncpy(adapter.Description, description, sizeof(adapter.Description));
+        qstrncpy(adapter.IpAddressList.IpAddress.String, address, sizeof(adapter.IpAddressList.IpAddress.String));
+        qstrncpy(adapter.IpAddressList.IpMask.String, "255.255.255.0", sizeof(adapter.IpAddressList.IpMask.String));
+        qstrncpy(adapter.GatewayList.IpAddress.String, "10.0.0.1", sizeof(adapter.GatewayList.IpAddress.String));
         constexpr BYTE kAddress[] = {0x00, 0x1b, 0x44, 0x11, 0x3a, 0xb7, 0xff, 0xff};
         std::copy(std::begin(kAddress), std::end(kAddress), adapter.Address);
         return adapter;

@@ -64,6 +64,7 @@ public:
             m_ends = true;
         }
         m_wake.notify_all();
+        // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the program ends, here as elsewhere
         QCoreApplication::postEvent(m_loop, new QEvent(QEvent::Quit));
         m_commandThread.join();
         m_loopThread.join();
