@@ -21,7 +21,7 @@ struct SRecords {
 
 SRecords MakeRecords()
 {
-    const QDateTime first = QDateTime::currentDateTime().addSecs(-2 * kRecordsOfTable);
+    const QDateTime first = QDateTime::currentDateTime().addSecs(-2LL * kRecordsOfTable);
     SRecords records;
     for (int i = 0; i < kRecordsOfTable; ++i) {
         const QString start = first.addSecs(i).toString(kLogTimeFormat);
@@ -60,6 +60,7 @@ QByteArray ByHand(const SRecords& records)
     static const std::array<QString, kTypeNames.size()> typeNames = {kTypeNames[0], kTypeNames[1], kTypeNames[2]};
     static const std::vector<QString> sourceNames = [] {
         std::vector<QString> names;
+        names.reserve(ControlSourceNameMap.size());
         for (const auto& [source, name] : ControlSourceNameMap)
             names.push_back(QString::fromStdString(name));
         return names;
