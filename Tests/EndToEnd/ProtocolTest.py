@@ -231,7 +231,10 @@ class ProtocolTest(unittest.TestCase):
             if body.get("cmd") in self.contract.text["keywordsWithoutCommand"] and who == "central":
                 self.assertEqual(came, [("central", None, b"COMMAND ERROR")])
                 return
-            kept.extend((who, code, promise) for promise in self.contract.check_replies(who, code, came))
+            promises = self.contract.check_replies(who, code, came)
+            if "command" in self.contract.messages[code] and who != "cloud":
+                self.assertTrue(promises, "a command is always answered")
+            kept.extend((who, code, promise) for promise in promises)
             asked.add((who, code, body.get("cmd")))
 
         for example, who, code, came in self.replay.said:

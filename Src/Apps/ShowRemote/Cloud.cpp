@@ -11,7 +11,6 @@
 #include "ShowRemote/Terminal.h"
 
 #include <QDir>
-#include <QHostAddress>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTime>
@@ -44,9 +43,7 @@ void PrintCloudKeywords()
 
 void AddCloudOptions(CCommandLine& line)
 {
-    line.AddOption({"listen", "Where to wait for the host (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
-    line.AddOption({"port", QStringLiteral("The port there (default %1).").arg(CloudControl::kDefaultPort), "PORT",
-                    QString::number(CloudControl::kDefaultPort)});
+    line.AddListenAddressOptions("the host", CloudControl::kDefaultPort);
     line.AddOption({"cert", "The certificate (PEM): the host must come by wss then.", "FILE"});
     line.AddOption({"key", "The certificate's private key (PEM).", "FILE"});
     line.AddOption({"out", "Writes what the replies carry to files in DIR.", "DIR"});
@@ -78,12 +75,10 @@ SCloudCommand ReadCommand(const CCommandLine& line)
 
 void AwaitHost(CCloudPeer& peer, const CCommandLine& line)
 {
-    const QString address = line.Value("listen");
-    if (QHostAddress(address).isNull())
-        throw CWrongUsage(QStringLiteral("--listen needs an IP address, not \"%1\"").arg(address));
+    const QString address = line.ListenAddress();
     if (line.IsSet("cert") != line.IsSet("key"))
         throw CWrongUsage("--cert and --key go together");
-    const auto port = static_cast<std::uint16_t>(line.Number("port", 1, 65535));
+    const std::uint16_t port = line.ListenPort();
     peer.Listen(address, port, line.Value("cert"), line.Value("key"));
     Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
     const QString host = peer.Accept(Clock::now() + line.Timeout());

@@ -3,6 +3,7 @@
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 
+#include <QHostAddress>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -30,6 +31,14 @@ void CCommandLine::AddTimeoutOption(const QString& seconds)
     AddOption({"timeout",
                QStringLiteral("How long to wait for each connection and each answer (default %1).").arg(seconds),
                "SECONDS", seconds});
+}
+
+void CCommandLine::AddListenAddressOptions(const QString& whom, int defaultPort)
+{
+    AddOption(
+        {"listen", QStringLiteral("Where to wait for %1 (default 127.0.0.1).").arg(whom), "ADDRESS", "127.0.0.1"});
+    AddOption({"port", QStringLiteral("The port there (default %1).").arg(defaultPort), "PORT",
+               QString::number(defaultPort)});
 }
 
 bool CCommandLine::Parse(const QStringList& arguments)
@@ -80,6 +89,14 @@ std::chrono::milliseconds CCommandLine::Seconds(const QString& option) const
                               .arg(kMostSeconds)
                               .arg(m_parser.value(option)));
     return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
+}
+
+QString CCommandLine::ListenAddress() const
+{
+    QString address = m_parser.value("listen");
+    if (QHostAddress(address).isNull())
+        throw CWrongUsage(QStringLiteral("--listen needs an IP address, not \"%1\"").arg(address));
+    return address;
 }
 
 int CCommandLine::Number(const QString& option, int least, int most) const

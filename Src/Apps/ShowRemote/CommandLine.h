@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 
 #include <chrono>
+#include <cstdint>
 #include <limits>
 
 /// The environment variable with the app user's password.
@@ -17,6 +18,8 @@ public:
     void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
     void AddHostOption();
     void AddTimeoutOption(const QString& seconds = "5");
+    /// Where to wait for those who come, and for whom that is.
+    void AddListenAddressOptions(const QString& whom, int defaultPort);
 
     /// arguments: the command's name first. False when only the help was wanted, which has been printed then.
     bool Parse(const QStringList& arguments);
@@ -27,6 +30,9 @@ public:
     QStringList Positional(int least, int most) const;
 
     QString Host() const;
+    /// An IP address.
+    QString ListenAddress() const;
+    std::uint16_t ListenPort() const { return static_cast<std::uint16_t>(Number("port", 1, 65535)); }
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
     std::chrono::milliseconds Seconds(const QString& option) const;
     /// A whole number.

@@ -28,7 +28,7 @@
 namespace {
 
 /// Where the demo show's devices are.
-constexpr char kDefaultUdpPort[] = "25169";
+constexpr int kDefaultUdpPort = 25169;
 
 /// Shows what arrives until there was enough of it, until Ctrl-C, or until the time is over.
 class CDisplay {
@@ -74,12 +74,11 @@ private:
 
 class CUdpDevice {
 public:
-    CUdpDevice(CDisplay& display, const QString& address, int port)
+    CUdpDevice(CDisplay& display, const QString& address, std::uint16_t port)
         : m_display(display), m_socket(display.Context()), m_datagram(kLargestDatagram)
     {
         asio::error_code error;
-        const asio::ip::udp::endpoint local(asio::ip::make_address(address.toStdString(), error),
-                                            static_cast<std::uint16_t>(port));
+        const asio::ip::udp::endpoint local(asio::ip::make_address(address.toStdString(), error), port);
         if (!error)
             m_socket.open(local.protocol(), error);
         if (!error)
@@ -137,7 +136,7 @@ void RunUdp(const CCommandLine& line)
     line.Refuse({"line", "link"}, "goes with a serial device");
     line.Positional(1, 1);
     CDisplay display(line);
-    const CUdpDevice device(display, line.Value("listen"), line.Number("port", 1, 65535));
+    const CUdpDevice device(display, line.ListenAddress(), line.ListenPort());
     display.Run();
 }
 
@@ -184,9 +183,7 @@ int RunDevice(const QStringList& arguments)
                       "Plays an external control device and shows what it is sent: datagrams (KIND udp) or what "
                       "arrives on the serial port PATH (KIND serial). Without a PATH a pseudo-terminal is made, whose "
                       "name a host can open as its serial port.");
-    line.AddOption({"listen", "udp: the address to listen on (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
-    line.AddOption({"port", QStringLiteral("udp: the port to listen on (default %1).").arg(kDefaultUdpPort), "N",
-                    kDefaultUdpPort});
+    line.AddListenAddressOptions("datagrams, as a UDP device", kDefaultUdpPort);
     line.AddOption({"line", "serial: the line settings of PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
     line.AddOption({"link", "serial: a path that leads to the pseudo-terminal meanwhile.", "PATH"});
     line.AddOption({"count", "Ends after N datagrams, of a serial device after N bytes.", "N"});

@@ -20,9 +20,7 @@ constexpr char kPatience[] = "15";
 
 void AddFPOptions(CCommandLine& line)
 {
-    line.AddOption({"listen", "Where to wait for the host (default 127.0.0.1).", "ADDRESS", FPClient::kDefaultHost});
-    line.AddOption({"port", QStringLiteral("The port there (default %1).").arg(FPClient::kDefaultPort), "PORT",
-                    QString::number(FPClient::kDefaultPort)});
+    line.AddListenAddressOptions("the host", FPClient::kDefaultPort);
     line.AddTimeoutOption(kPatience);
     AddListenOptions(line);
 }
@@ -42,8 +40,8 @@ SRequest ReadFPRequest(const CCommandLine& line)
 
 void AwaitHost(CEnvelopePeer& peer, const CCommandLine& line)
 {
-    const QString address = line.Value("listen");
-    const auto port = static_cast<std::uint16_t>(line.Number("port", 1, 65535));
+    const QString address = line.ListenAddress();
+    const std::uint16_t port = line.ListenPort();
     Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
     const QString host = peer.Accept(Channel::FP, address, port, CEnvelopePeer::Clock::now() + line.Timeout());
     Terminal::PrintLine(QStringLiteral("the host connected from %1").arg(host));
