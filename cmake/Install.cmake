@@ -49,7 +49,7 @@ install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 
 # Of the module its interface and the vocabulary that it shares with its host.
 set(module Src/Libs/ExternalController/ExternalController)
-set(vocabulary CodeTable Command CommandNames FPQueries FileType Operation ResourceType Vocabulary)
+set(vocabulary Command CommandNames FileType Operation ResourceType Routes Vocabulary)
 list(TRANSFORM vocabulary REPLACE "(.+)" "${module}/Common/\\1.h")
 install(FILES ${module}/ExternalController.h ${module}/Export.h
     DESTINATION ${header_folder}/ExternalController COMPONENT Development)

@@ -11,6 +11,7 @@ import jsonschema
 from Support import REPLY
 
 SOURCE_FOLDER = Path(__file__).resolve().parents[2]
+MODULE_COMMON = SOURCE_FOLDER / "Src/Libs/ExternalController/ExternalController/Common"
 ASKERS = ("app", "app-bulk", "fp", "central", "cloud")
 KEYED_BY = {"central": ("cmd",), "cloud": ("cmd", "cmdType")}
 PAGE_WIDTH = 118
@@ -187,8 +188,24 @@ class Contract:
         return "{" + ", ".join(keys) + "}"
 
 
-def codes_of_the_module():
-    """Every code that Command.h has a name for."""
-    header = SOURCE_FOLDER / "Src/Libs/ExternalController/ExternalController/Common/Command.h"
-    enumeration = re.search(r"enum Code : int \{(.*?)\};", header.read_text(encoding="utf-8"), re.S).group(1)
-    return {int(code, 16) for code in re.findall(r"= (0x\w+),", enumeration)}
+def routes_of_the_module():
+    """The routing table: for each code and asker of the contract, who answers it."""
+    header = (MODULE_COMMON / "Routes.h").read_text(encoding="utf-8")
+    codes = named_codes()
+    askers = {"App": "app", "FP": "fp", "CentralControl": "central", "CloudControl": "cloud"}
+    routes = {}
+    for name, flags, answerer in re.findall(r"\{Command::(\w+), (Source::[\w |:]+), Answerer::(\w+)\}", header):
+        flags = re.findall(r"Source::(\w+)", flags)
+        for flag in askers if flags == ["Every"] else flags:
+            key = codes[name], askers[flag]
+            if key in routes:
+                raise AssertionError(f"two routes for {askers[flag]} {hexadecimal(codes[name])}")
+            routes[key] = answerer
+    return routes
+
+
+def named_codes():
+    """Every code that Command.h has a name for, by that name."""
+    header = (MODULE_COMMON / "Command.h").read_text(encoding="utf-8")
+    enumeration = re.search(r"enum Code : int \{(.*?)\};", header, re.S).group(1)
+    return {name: int(code, 16) for name, code in re.findall(r"(\w+) = (0x\w+),", enumeration)}

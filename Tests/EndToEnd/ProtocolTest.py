@@ -16,7 +16,7 @@ import unittest
 import uuid
 
 from CloudTest import CLOUD_PORT, Cloud
-from Contract import ASKERS, SOURCE_FOLDER, Contract, codes_of_the_module, hexadecimal
+from Contract import ASKERS, SOURCE_FOLDER, Contract, hexadecimal, named_codes, routes_of_the_module
 from Support import (FTP_PORT, REPLY, App, Central, Folder, FPController, ShowHost, discover, encrypt, environment,
                      showremote, wait_until)
 
@@ -330,7 +330,13 @@ class ProtocolTest(unittest.TestCase):
             self.assertIn(f"`{keyword}`", self.page)
 
     def test_the_module_and_the_tools_know_what_the_contract_knows(self):
-        self.assertEqual(codes_of_the_module(), set(self.contract.messages))
+        self.assertEqual(set(named_codes().values()), set(self.contract.messages))
+        routes = routes_of_the_module()
+        self.assertEqual(set(routes), {(code, who) for code, message in self.contract.messages.items()
+                                       for who in ("app", "fp", "central", "cloud") if who in message})
+        for (code, who), answerer in routes.items():
+            self.assertEqual(answerer == "Host", "command" in self.contract.messages[code],
+                             f"who executes {who} {hexadecimal(code)}")
         names = {message["name"] for message in self.contract.messages.values()}
         for who in ("central", "cloud"):
             lines = (line.split() for line in showremote(who, "--list").stdout.splitlines())

@@ -1,6 +1,6 @@
 #include "Support/ControllerTest.h"
 
-#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Routes.h"
 
 #include <functional>
 #include <set>
@@ -110,6 +110,24 @@ TEST_F(IntakeTest, SendersAnswerQueriesAndEverythingElseIsTheHostsToCarryOut)
     EXPECT_THAT(m_asked, ElementsAre(false)) << "by central control alone";
     Deliver(kCentral, Command::WindowStreamPath, {{"cmdType", Command::WindowStreamPath}});
     ExpectSilence();
+}
+
+TEST_F(IntakeTest, EachRequestOfTheRoutingTableReachesThoseWhoAnswerIt)
+{
+    for (const SRoute& route : kRoutes) {
+        for (const SIntake* intake : {&kApp, &kFP, &kCentral, &kCloud}) {
+            if (!(route.askers & intake->source) || route.answerer == Answerer::Intake)
+                continue;
+            SCOPED_TRACE(testing::Message() << std::hex << "code 0x" << route.code << ", " << intake->sends);
+
+            Deliver(*intake, route.code, {{"cmdType", route.code}});
+
+            EXPECT_EQ(Reports().size(), route.answerer == Answerer::Sender ? 0u : 1u);
+            if (route.answerer == Answerer::Host || route.answerer == Answerer::HostToSender) {
+                EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+            }
+        }
+    }
 }
 
 TEST_F(IntakeTest, ShutDownIsAskedOfTheHostBySignalAloneAndClosingTheSoftwareIsReportedToo)

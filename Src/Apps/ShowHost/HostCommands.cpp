@@ -1,10 +1,8 @@
 #include "ShowHost/HostCommands.h"
 
-#include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/CommandNames.h"
-#include "ExternalController/Common/FPQueries.h"
 #include "ExternalController/Common/FileType.h"
-#include "ExternalController/Common/Operation.h"
+#include "ExternalController/Common/Routes.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/HostModels.h"
 #include "ShowHost/HostLog.h"
@@ -16,30 +14,9 @@
 #include <QFileInfo>
 #include <QImageReader>
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace {
-
-/// Requests that senders answer and channels don't route to them.
-constexpr struct {
-    Command::Code code;
-    int askers; ///< source flags
-} kHandedBack[] = {
-    {Command::SetHostName, Source::App},
-    {Command::MediaData, Source::App},
-    {Command::MainSceneGroup, Source::App | Source::FP},
-    {Command::MainSceneGroupAgain, Source::App | Source::FP},
-    {Command::ResourceItem, Source::App},
-};
-
-bool IsHandedBack(const SResultData& command)
-{
-    return std::any_of(std::begin(kHandedBack), std::end(kHandedBack), [&](const auto& entry) {
-        return entry.code == command.nCmdCode && (entry.askers & command.nSourceFlags);
-    });
-}
 
 QString NameOf(int cmdCode)
 {
@@ -109,15 +86,21 @@ void CHostCommands::CarryOut(const SResultData& command)
     }
     if (command.nCmdCode == Command::ResourceItem && !uploaded.isEmpty())
         TakeUpload(uploaded);
-    else if (IsHandedBack(command))
-        HandBack(command);
-    else if (!(command.nSourceFlags & Source::FP) || !HasCode(kRoutedFromFP, command.nCmdCode))
-        ChangeShow(command);
+    else
+        Route(command);
 }
 
-void CHostCommands::HandBack(const SResultData& command)
+void CHostCommands::Route(const SResultData& command)
 {
-    m_controller.Write({command.nSenderType, command.nCmdCode, command.jsonBody, command.nSourceFlags});
+    switch (AnswererOf(command.nCmdCode, command.nSourceFlags)) {
+    case Answerer::SenderAndHost:
+        return; // has been answered
+    case Answerer::HostToSender:
+        m_controller.Write({command.nSenderType, command.nCmdCode, command.jsonBody, command.nSourceFlags});
+        return;
+    default:
+        ChangeShow(command);
+    }
 }
 
 void CHostCommands::ChangeShow(const SResultData& command)
@@ -142,9 +125,6 @@ void CHostCommands::ChangeShow(const SResultData& command)
     Answer(command, result);
 }
 
-/// Through the senders' fallbacks: the app and the FP controller get their request back with the result in it, central
-/// control the text alone, under a code that it never sees. The fallbacks that relay are the project data sender's and
-/// the stage sender's, whatever the code, if they have no handler for it.
 void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
 {
     const std::string& text = ResultTextMap.at(result);
@@ -155,16 +135,7 @@ void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
     HostModels::ShowLog().Add(SOPRecord{QDateTime::currentDateTime().toString(kLogTimeFormat),
                                         LogModuleOf(command.nCmdCode), NameOf(command.nCmdCode),
                                         QString::fromStdString(text), source});
-    QJsonObject body = command.jsonBody;
-    body.remove("respon"); // the sender would take it for the host's own answer
-    body["result"] = result;
-    body["errorMsg"] = QString::fromStdString(text);
-    const bool isProjectData = (command.nCmdCode & Command::kSenderMask) == SenderType::ProjectData;
-    if (command.nSourceFlags & Source::CentralControl)
-        m_controller.Write({SenderType::Stage, Command::PlayControl, body, Source::CentralControl});
-    else
-        m_controller.Write({isProjectData ? SenderType::Stage : SenderType::ProjectData, command.nCmdCode, body,
-                            command.nSourceFlags});
+    m_controller.Write(CExternalController::MakeAnswer(command, result));
 }
 
 void CHostCommands::TakeUpload(const QString& path)

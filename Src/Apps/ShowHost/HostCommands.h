@@ -19,8 +19,7 @@ public:
     void CarryOut(const SResultData& command);
 
 private:
-    /// A sender answers the request; its channel only doesn't route it.
-    void HandBack(const SResultData& command);
+    void Route(const SResultData& command);
     void ChangeShow(const SResultData& command);
     void Answer(const SResultData& command, ResultText::Index result);
     void TakeUpload(const QString& path);

@@ -2,11 +2,11 @@
 
 #include "ExternalController/Common/Adapters.h"
 #include "ExternalController/Common/AppPackage.h"
-#include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/Discovery.h"
 #include "ExternalController/Common/HostIdentity.h"
+#include "ExternalController/Common/Routes.h"
 #include "Interfaces/AppServer.h"
 
 #include <QJsonArray>
@@ -14,35 +14,6 @@
 #include <QJsonObject>
 
 namespace {
-
-/// The app's requests that a sender answers. What is neither here nor handled in place is the host's to carry out.
-constexpr int kRoutedFromApp[] = {
-    // session
-    Command::HostNameAndVersion,
-    Command::LoginIdentity,
-    Command::CheckAppId,
-    // stage
-    Command::StageSnapshot,
-    Command::ScreenList,
-    Command::StageSnapshotAgain,
-    Command::ProjectList,
-    Command::PictureAdjustment,
-    Command::MediaThumbnail,
-    Command::AppControlMode,
-    Command::StagePreviewMode,
-    Command::MediaList,
-    // scenes
-    Command::SceneManagerData,
-    Command::SceneThumbnail,
-    // resources
-    Command::ResourceList,
-    Command::ResourceThumbnail,
-    Command::TextResource,
-    Command::FontList,
-    Command::SupportedFileTypes,
-    Command::SharedTypeThumbnails,
-    Command::SharedFolderList,
-};
 
 constexpr char kControllerId[] = "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4";
 constexpr double kDiscoveryVersion = 2.0;
@@ -102,7 +73,7 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
         emit signalCloseSoftWare(true);
         break;
     default:
-        if (HasCode(kRoutedFromApp, request.nCmdCode))
+        if (AnswererOf(request.nCmdCode, Source::App) == Answerer::Sender)
             Write(request);
         else
             ReportToHost(request, !request.jsonBody.isEmpty());

@@ -1,33 +1,10 @@
 #include "ExternalController/ExternalController.h"
 
-#include "ExternalController/Common/CodeTable.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/Routes.h"
 
 #include <QJsonObject>
-
-namespace {
-
-/// Central control's queries, which the senders answer. Everything else changes the show: that is the host's.
-constexpr int kRoutedFromCentralControl[] = {
-    // session
-    Command::ProjectName,
-    Command::ScreenState,
-    Command::AppConnectState,
-    // stage
-    Command::PictureAdjustment,
-    Command::PlayStateText,
-    Command::BlackScreenState,
-    Command::PreviewPath,
-    Command::HdrState,
-    Command::MuteState,
-    // stage media
-    Command::WindowStreamPath,
-    // scenes
-    Command::PlayingChapter,
-};
-
-} // namespace
 
 void CExternalController::RecvContralControllerUdpMsg(QJsonObject& message)
 {
@@ -41,7 +18,7 @@ void CExternalController::RecvContralControllerUdpMsg(QJsonObject& message)
         emit signalCloseSoftWare(true);
         return;
     }
-    if (HasCode(kRoutedFromCentralControl, code)) {
+    if (AnswererOf(code, Source::CentralControl) == Answerer::Sender) {
         Write(request);
         return;
     }

@@ -1,6 +1,7 @@
 #include "ExternalController/ExternalController.h"
 
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "Interfaces/CloudControl.h"
 #include "Interfaces/CltLog.h"
@@ -78,12 +79,6 @@ void CExternalController::RecvCloudControlMsg(QJsonObject& message)
         LogRestart();
         emit signalRestartSoftware();
         break;
-    case Command::SystemInformation:
-    case Command::Logs:
-    case Command::ProjectExport:
-    case Command::StagePreviewPush:
-        Write(request);
-        break;
     case Command::Refresh:
         Write(MakeRequest(Command::SystemInformation, message, Source::CloudControl));
         Write(MakeRequest(Command::StagePreviewPush, message, Source::CloudControl));
@@ -95,6 +90,9 @@ void CExternalController::RecvCloudControlMsg(QJsonObject& message)
             ReportToHost(request);
         break;
     default:
-        ReportToHost(request);
+        if (AnswererOf(code, Source::CloudControl) == Answerer::Sender)
+            Write(request);
+        else
+            ReportToHost(request);
     }
 }

@@ -22,9 +22,13 @@ class CFPClientManager;
 class CTimer;
 class IMsgSenderBase;
 class IPause;
+struct SResultData;
 
 namespace Comm {
 struct ResponsePackage;
+}
+namespace ResultText {
+enum Index : int;
 }
 
 /// The module's one object: owns the channels to the remote controllers and the senders that answer them.
@@ -61,6 +65,12 @@ public:
     /// Hands a request to the sender of its type, which answers on the channels of its source flags.
     /// Returns what the sender returns, and false when no sender has this type.
     bool Write(SOperation operation);
+    /// The operation that answers a command which the host received through CResultModel: hand it to Write.
+    /// The app and the FP client get their request back with "result" and "errorMsg" in it, central control gets the
+    /// text of errorMsg alone, and the cloud gets nothing.
+    /// \param command as the host received it
+    /// \param result  what became of it; a key of ResultTextMap
+    static SOperation MakeAnswer(const SResultData& command, ResultText::Index result);
 
     void CloudControlConnect();
     void CloudControlLogin(const QString& first, const QString& second, const QString& password);

@@ -1,8 +1,7 @@
 #include "ExternalController/ExternalController.h"
 
 #include "ExternalController/Common/AppPackage.h"
-#include "ExternalController/Common/CodeTable.h"
-#include "ExternalController/Common/FPQueries.h"
+#include "ExternalController/Common/Routes.h"
 
 void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
 {
@@ -10,7 +9,8 @@ void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> pa
         return;
 
     const SOperation request = ReadAppRequest(*packet, Source::FP);
-    if (HasCode(kRoutedFromFP, request.nCmdCode))
+    if (AnswererOf(request.nCmdCode, Source::FP) == Answerer::SenderAndHost)
         Write(request);
+    // The host receives every packet of this channel, also those that a sender answers.
     ReportToHost(request, !request.jsonBody.isEmpty());
 }

@@ -5,8 +5,7 @@
 #include "CloudControl/CloudLink.h"
 #include "CloudControl/CloudOutbox.h"
 #include "Comm/ChannelEvents.h"
-#include "ExternalController/Common/CodeTable.h"
-#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QCoreApplication>
@@ -30,9 +29,11 @@ void Note(const std::string& text)
     CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
 }
 
-/// Commands that bring replies and do nothing else.
-constexpr int kQueries[] = {Command::SystemInformation, Command::Logs, Command::Refresh, Command::ProjectExport,
-                            Command::StagePreviewPush};
+/// Whether a command is answered and changes nothing.
+bool IsQuery(int cmdCode)
+{
+    return cmdCode == Command::Refresh || AnswererOf(cmdCode, Source::CloudControl) == Answerer::Sender;
+}
 
 /// The connection that the command at hand came on; 0 on a thread that carries none out.
 thread_local std::uint64_t t_connection = 0;
@@ -156,7 +157,7 @@ private:
     void ForgetQueries()
     {
         const std::lock_guard lock(m_mutex);
-        const auto isQuery = [](const SWaitingCommand& waiting) { return HasCode(kQueries, waiting.Code()); };
+        const auto isQuery = [](const SWaitingCommand& waiting) { return IsQuery(waiting.Code()); };
         m_commands.erase(std::remove_if(m_commands.begin(), m_commands.end(), isQuery), m_commands.end());
     }
 
