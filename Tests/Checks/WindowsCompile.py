@@ -1,18 +1,22 @@
 #!/usr/bin/python3
-"""Compiles all of Src/ for Windows, as far as that goes without its libraries: WindowsCompile.py SOURCE_DIR COMPILER
-QT_INCLUDE_DIR GENERATED_DIR..., where the compiler is MinGW's and the last are the folders with generated headers.
+"""Compiles all of Src/ for Windows, as far as possible without its libraries: WindowsCompile.py SOURCE_DIR CACHE_DIR
+COMPILER QT_INCLUDE_DIR GENERATED_DIR..., where the compiler is MinGW's and the last are the folders with generated headers.
 
-Nothing is linked or run. There is no Qt for MinGW here: the headers are this machine's, which know Windows as well.
+Nothing is linked or run. There is no Qt for MinGW here: the headers are this machine's, which support Windows as well.
+What compiled before and has not changed since, in any header that it includes, is not compiled again: CACHE_DIR has a
+fingerprint of it.
 """
+import functools
+import hashlib
 import os
+import re
 import subprocess
 import sys
-import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from itertools import groupby
 from pathlib import Path
 
-# As many files a translation unit as in CMake's unity builds: that takes a quarter of the time.
+# As many files in a translation unit as in CMake's unity builds: that takes a quarter of the time.
 FILES_AT_ONCE = 8
 FLAGS = """-std=c++17 -fsyntax-only -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
     -Wno-subobject-linkage -D_WIN32_WINNT=0x0A00 -DEXTERNALCONTROLLER_BUILD
@@ -29,7 +33,7 @@ def gather_headers(folder):
             found = top / name
             for file in [found] if found.is_file() else found.rglob("*"):
                 link = folder / file.relative_to(top)
-                if file.is_file() and not link.exists():
+                if file.is_file() and not link.is_symlink():
                     link.parent.mkdir(parents=True, exist_ok=True)
                     link.symlink_to(file)
 
@@ -42,22 +46,58 @@ def batches(source_dir):
         yield from (room[start:start + FILES_AT_ONCE] for start in range(0, len(room), FILES_AT_ONCE))
 
 
+@functools.cache
+def digest(file):
+    path = Path(file)
+    return hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else "missing"
+
+
+def fingerprint(command, text, files):
+    parts = [*command, text, *(f"{file} {digest(file)}" for file in files)]
+    return hashlib.sha256("\n".join(parts).encode()).hexdigest()
+
+
+class Unit:
+    """Some sources as one translation unit. Its stamp holds the files it was compiled from and their fingerprint."""
+
+    def __init__(self, command, sources, cache):
+        self.command = command
+        self.text = "".join(f'#include "{source}"\n' for source in sources)
+        self.stamp = cache / hashlib.sha256(self.text.encode()).hexdigest()
+
+    def is_known_to_compile(self):
+        if not self.stamp.is_file():
+            return False
+        known, *files = self.stamp.read_text(encoding="utf-8").splitlines()
+        return known == fingerprint(self.command, self.text, files)
+
+    def compiles(self):
+        if self.is_known_to_compile():
+            return True
+        dependencies = self.stamp.with_suffix(".d")
+        result = subprocess.run([*self.command, "-MD", f"-MF{dependencies}", "-MTunit", "-xc++", "-"],
+                                input=self.text, text=True)
+        if result.returncode == 0:
+            names = dependencies.read_text(encoding="utf-8").replace("\\\n", " ").split(":", 1)[1]
+            files = [name.replace("\\ ", " ") for name in re.findall(r"(?:\\ |\S)+", names) if name != "-"]
+            self.stamp.write_text("\n".join([fingerprint(self.command, self.text, files), *files]), encoding="utf-8")
+        return result.returncode == 0
+
+
 def main():
-    if len(sys.argv) < 5:
+    if len(sys.argv) < 6:
         sys.exit(__doc__)
-    source_dir, (compiler, qt, *generated) = Path(sys.argv[1]).resolve(), sys.argv[2:]
-    with tempfile.TemporaryDirectory() as folder:
-        gather_headers(Path(folder))
-        includes = [f"-isystem{part}" for part in (folder, qt, *Path(qt).glob("Qt*/"))]
-        includes += [f"-I{root}" for root in (*(source_dir / root for root in ROOTS), *generated)]
-
-        def check(batch):
-            text = "".join(f'#include "{file}"\n' for file in batch)
-            return subprocess.run([compiler, *FLAGS, *includes, "-xc++", "-"], input=text, text=True).returncode
-
-        with ThreadPoolExecutor(os.cpu_count()) as pool:
-            results = list(pool.map(check, batches(source_dir)))
-    sys.exit(0 if results and not any(results) else 1)
+    source_dir, cache = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
+    compiler, qt, *generated = sys.argv[3:]
+    headers = cache / "headers"
+    headers.mkdir(parents=True, exist_ok=True)
+    gather_headers(headers)
+    includes = [f"-isystem{part}" for part in (headers, qt, *Path(qt).glob("Qt*/"))]
+    includes += [f"-I{root}" for root in (*(source_dir / root for root in ROOTS), *generated)]
+    units = [Unit([compiler, *FLAGS, *includes], batch, cache) for batch in batches(source_dir)]
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        results = list(pool.map(Unit.compiles, units))
+    sys.exit(0 if results and all(results) else 1)
 
 
 if __name__ == "__main__":
