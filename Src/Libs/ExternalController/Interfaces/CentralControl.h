@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-/// Receives the central-control system's messages, each with its keyword already translated into "cmdType".
+/// Serves the central-control system over UDP. Each message has its keyword translated into "cmdType".
 class CCentralControllerManager {
 public:
     using MessageCallback = std::function<void(QJsonObject&)>;
@@ -16,10 +16,11 @@ public:
     CCentralControllerManager(const CCentralControllerManager&) = delete;
     CCentralControllerManager& operator=(const CCentralControllerManager&) = delete;
 
-    /// Before InitServer. It runs on the server's threads, that of one peer's datagrams one after the other.
+    /// Call it before InitServer. The callback runs on the server's threads: for datagrams of one peer one after the
+    /// other, for those of several peers at the same time.
     virtual void SetCallBackFunc(MessageCallback callback);
     virtual void InitServer();
-    /// A JSON or other text to the peer, from any thread. One that can't be sent is lost.
+    /// Sends a JSON or other text to the peer in one datagram. Any thread. A text that can't be sent is lost.
     virtual void SendData(const std::string& json, const std::string& remoteIp, unsigned short remotePort);
 
 private:

@@ -9,7 +9,7 @@
 
 namespace CloudControl {
 
-/// Tells the cloud service what a reply is.
+/// The kind of a reply, which is sent with it.
 enum EROUTE_TYPE : int {
     SystemInformation = 0,
     ProjectData = 1,
@@ -33,7 +33,7 @@ public:
     virtual void SendData(const std::string& data, CloudControl::EROUTE_TYPE route) = 0;
 };
 
-/// Keeps the WebSocket connection to the cloud service.
+/// Connects to the cloud service over a WebSocket (RFC 6455).
 class CCloudControlManager : public ICloudControlManager {
 public:
     using MessageCallback = std::function<void(QJsonObject&)>;
@@ -43,17 +43,18 @@ public:
     CCloudControlManager(const CCloudControlManager&) = delete;
     CCloudControlManager& operator=(const CCloudControlManager&) = delete;
 
-    /// From any thread. An answer to a command goes to the connection that the command came on, or nowhere.
+    /// Any thread. A reply to a command goes to the connection that the command came on, and is dropped if that has
+    /// ended.
     void SendData(const std::string& data, CloudControl::EROUTE_TYPE route) override;
-    /// Before InitInstance. It runs on a thread of the client's, for one command after the other.
+    /// Call it before InitInstance. The callback runs on a thread of the client, for one command after the other.
     virtual void SetCloudControlMsgCallBack(MessageCallback callback);
     /// A second call does nothing.
     virtual void InitInstance();
-    /// In place of an earlier connection; tries again and again until Close.
+    /// Replaces an earlier connection. Retries until Close is called.
     virtual void Connect(const CloudControl::SCloudUserInfo& user);
-    /// Finds out whether the service lets such a user in, beside the connection, and tells it in the host's log.
+    /// Checks on a connection of its own whether the service accepts the user, and logs the result.
     virtual void ValidateLogin(const CloudControl::SCloudUserInfo& user);
-    /// Whether there is a connection, or one is tried for.
+    /// Whether a connection exists or is being attempted.
     virtual bool IsConnected();
     virtual void Close();
 

@@ -19,7 +19,7 @@ enum ELevel : int {
 
 class CLogger;
 
-/// One line of the log on its way there.
+/// One line of the log.
 class CLogEvent {
 public:
     CLogEvent(std::shared_ptr<CLogger> logger, int level, int kind, const char* file, std::int32_t line,
@@ -28,7 +28,7 @@ public:
     CLogEvent& operator=(const CLogEvent&) = delete;
     ~CLogEvent();
 
-    /// Adds to the text, as printf does.
+    /// Appends to the text, formatted as by printf.
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
@@ -47,7 +47,7 @@ public:
     {
         return m_kind;
     }
-    /// Where in the program it was logged; the file may be null.
+    /// The position in the source code that logged the event; may be null.
     const char* GetFile() const
     {
         return m_file;
@@ -90,7 +90,7 @@ private:
     std::string m_text;
 };
 
-/// Hands its event to the event's logger when it goes.
+/// Passes its event to the event's logger when it is destroyed.
 class CLogEventWrap {
 public:
     explicit CLogEventWrap(std::shared_ptr<CLogEvent> event);
@@ -108,13 +108,13 @@ class CLogger {
 public:
     virtual ~CLogger() = default;
 
-    /// Events below it are not written.
+    /// Events of a lower level are not written.
     virtual int GetLevel() = 0;
     virtual void SetPattern(const std::string& pattern) = 0;
     virtual void Log(const CLogEvent& event) = 0;
 };
 
-/// The operation log of a module; null when the host has none.
+/// The host's operation log, or null if it has none.
 std::shared_ptr<CLogger> GetOperationLogger();
 
 } // namespace CltLog

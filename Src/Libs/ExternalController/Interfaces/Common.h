@@ -11,7 +11,7 @@ public:
     CTimer(const CTimer&) = delete;
     CTimer& operator=(const CTimer&) = delete;
 
-    /// Runs the callable once a period until Stop. A callable that outlasts its period is not run twice at a time.
+    /// Calls the callable once per period until Stop. Calls never overlap, also when one lasts longer than the period.
     virtual void Start();
     virtual void Stop();
 

@@ -8,19 +8,19 @@
 
 namespace Comm {
 
-/// A serial port that commands are written to. Every operation may be called from any thread, Open once.
+/// A serial port that commands are written to. Any thread may call the operations; Open may be called once.
 class COMChannel {
 public:
     /// lineSettings such as "9600,8,N,1".
     COMChannel(std::size_t bufferBytes, const std::string& lineSettings);
-    /// Closes the port, so that another channel can open it at once.
+    /// Closes the port: another channel can open it at once.
     virtual ~COMChannel();
     COMChannel(const COMChannel&) = delete;
     COMChannel& operator=(const COMChannel&) = delete;
 
     /// portName such as "/dev/ttyUSB0" or "COM3".
     virtual bool Open(const std::string& portName);
-    /// Queues the package's data and returns. What is queued is written in that order.
+    /// Queues the package's data and returns. Queued data are written in their order.
     virtual void AsyncSend(std::shared_ptr<RequestPackage> package);
 
 private:
@@ -28,7 +28,7 @@ private:
     std::unique_ptr<Impl> m_impl;
 };
 
-/// A UDP socket that commands leave from.
+/// A UDP socket that commands are sent from.
 class UDPClientChannel {
 public:
     explicit UDPClientChannel(std::size_t bufferBytes);
@@ -36,7 +36,7 @@ public:
     UDPClientChannel(const UDPClientChannel&) = delete;
     UDPClientChannel& operator=(const UDPClientChannel&) = delete;
 
-    /// Binds to this local address, an empty one for any. Several channels may have the same port.
+    /// Binds to this local address; an empty one means any. Several channels may share a port.
     virtual bool Init(const std::string& localIp, unsigned short localPort);
     virtual bool SendTo(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort);
 

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// How a command's data goes out.
+/// How a command's data are encoded for sending.
 namespace DeviceFormat {
 enum Format : int {
     Text = 0,
@@ -16,7 +16,7 @@ enum Format : int {
 
 /// A configured command of a device.
 struct SExControlCmdData {
-    QUuid cmdId; ///< null: there is no such command
+    QUuid cmdId; ///< null: no such command was found
     int nDataFormat = DeviceFormat::Text;
     QString strData; ///< as the operator typed it
     QString strName;
@@ -24,7 +24,7 @@ struct SExControlCmdData {
 
 namespace DeviceType {
 enum Type : int {
-    None = -1, ///< there is no such device
+    None = -1, ///< no such device was found
     Udp = 0,
     Serial = 1,
 };
@@ -49,6 +49,6 @@ public:
     virtual ~CExControlDevModel() = default;
 
     virtual SDevDataNode GetExControlDevNode(const QUuid& devId) = 0;
-    /// The JSON file that the devices are kept in: an object whose "ExControlDevData" lists objects with a "DevId".
+    /// The JSON file that stores the devices: an object whose "ExControlDevData" is an array of objects with a "DevId".
     virtual QString GetFileSavePath() = 0;
 };

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-/// Keeps the TCP connection to the FP controller.
+/// Connects to the FP controller over TCP.
 class IFPClientManager {
 public:
     virtual ~IFPClientManager() = default;
@@ -21,9 +21,9 @@ public:
     CFPClientManager(const CFPClientManager&) = delete;
     CFPClientManager& operator=(const CFPClientManager&) = delete;
 
-    /// From any thread. Dropped while there is no connection.
+    /// Any thread. The package is dropped while no connection exists.
     void SendPackage(std::shared_ptr<Comm::RequestPackage> package) override;
-    /// Before InitServer. It runs on the client's threads, for one packet after the other.
+    /// Call it before InitServer. The callback runs on the client's threads, for one packet after the other.
     virtual void SetCallBackFunc(PackageCallback callback);
     virtual void InitServer();
 

@@ -12,32 +12,32 @@ class CLogModel;
 class CPerformanceModel;
 class CProgramScheduleModel;
 
-/// A user whom the mobile app can log in as.
+/// A user account of the mobile app.
 struct SAPPUserNode {
     QString name;
     QString password; ///< base64 text of the RSA ciphertext, as it is on the wire
     QString description;
-    int access = 0; ///< the level that the host gave
+    int access = 0; ///< the access level that the host assigned
     int state = 0;
 };
 
-/// The app's users and who of them is logged in. Safe to call from any thread.
+/// The app's user accounts, and the one that is logged in. Safe to call from any thread.
 class CAPPUserModel {
 public:
     virtual ~CAPPUserModel() = default;
 
     virtual bool IsExistUser(const QString& name) = 0;
-    /// A node with an empty name when there is no such user.
+    /// A node with an empty name if the user doesn't exist.
     virtual SAPPUserNode GetUserNode(const QString& name) = 0;
     virtual int GetUserAccess(const QString& name) = 0;
-    /// Fills the node with the user that an FP controller is paired with; false when there is none.
+    /// Sets the node to the user that an FP controller is paired with; false if no user is.
     virtual bool GetFirstUserForFPQRCode(SAPPUserNode& node) = 0;
 
     virtual bool GetLoginState() = 0;
     virtual void SetLoginState(bool loggedIn) = 0;
     virtual bool GetConnectState() = 0;
     virtual void SetConnectState(bool connected) = 0;
-    /// Empty while nobody is logged in.
+    /// Empty while no user is logged in.
     virtual QString GetCurrentLoginUser() = 0;
     virtual void SetCurrentLoginUser(const QString& name) = 0;
     virtual QString GetCurLoginAppVersion() = 0;
@@ -45,27 +45,27 @@ public:
     virtual void SetCurLoginAppType(int type) = 0;
 };
 
-/// The operator's settings of the program, as they stand at the moment of the call. Safe to call from any thread.
+/// The program's settings, as they are at the moment of the call. Safe to call from any thread.
 class CZXSoftwareSettingData {
 public:
     virtual ~CZXSoftwareSettingData() = default;
 
     virtual bool GetAppSupport() = 0;
     virtual bool GetCloudSupport() = 0;
-    /// Empty when the operator gave no name: the machine's own name stands in for it.
+    /// Empty if the operator set no name; the machine's name is used then.
     virtual QString LoadHostName() = 0;
     virtual void SaveHostName(const QString& name) = 0;
-    /// The app that the operator admitted.
+    /// The id of the app that the operator admitted.
     virtual QString GetCurLoginAPPId() = 0;
     virtual int LoadStagePreviewMode() = 0; ///< the host's number
     virtual QColor LoadStageColor() = 0;
-    /// Where the host streams its view of the stage to.
+    /// The address that the host streams its view of the stage to.
     virtual QString GetStageStreamUrl() = 0;
-    /// Two login texts, passed on as they are, and the password as base64 text of its RSA ciphertext.
+    /// Two login texts, passed on unchanged, and the password as base64 text of its RSA ciphertext.
     virtual void GetCloudLoginData(QString& first, QString& second, QString& password) = 0;
-    /// Whether the host asked for the connection to the cloud.
+    /// Stores whether the module has asked for the connection to the cloud.
     virtual void SetCloudConnected(bool connected) = 0;
-    /// The folder whose files the app may list; empty when there is none.
+    /// The folder whose files the app may list, or empty.
     virtual QString GetAppSharedPath() = 0;
 };
 
@@ -76,7 +76,7 @@ public:
 
     /// Whether HDR is on, and its kind: 1 is software.
     virtual std::pair<bool, int> LoadHDRSetting() = 0;
-    /// A percentage, for people to read.
+    /// A percentage as display text.
     virtual QString LoadStageZoomRatio() = 0;
 };
 
@@ -100,7 +100,7 @@ public:
     virtual std::vector<SProjectMgrNode> GetProjectMgrList() = 0;
 };
 
-/// Where the host keeps what belongs to no single show. Safe to call from any thread.
+/// The models that don't belong to a single show. Safe to call from any thread.
 class CGlobalModel {
 public:
     static CGlobalModel* GetInstance();
@@ -114,7 +114,7 @@ public:
     virtual std::shared_ptr<CLogModel> GetLogModel() = 0;
     virtual std::shared_ptr<CProgramScheduleModel> GetNorProgramScheduleModel() = 0;
     virtual std::shared_ptr<CProgramScheduleModel> GetInsProgramScheduleModel() = 0;
-    /// The program's name with its format version, for people to read.
+    /// The program's name with its format version, as display text.
     virtual QString GetAppFormatName() = 0;
     virtual QString GetAppVersion() = 0;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-// The part of the Windows IP Helper that the module calls. Elsewhere the same names, the same record and the same
-// answers, so that one algorithm is built and tested everywhere.
+// The part of the Windows IP Helper API that the module calls. On other platforms this header declares the same names
+// and the same record, and StandIns/Platform implements them, so that the algorithm is the same everywhere.
 
 #if defined(_WIN32)
 #include <winsock2.h>
@@ -66,11 +66,11 @@ struct IP_ADAPTER_INFO {
 };
 using PIP_ADAPTER_INFO = IP_ADAPTER_INFO*;
 
-// How many adapters fit a caller's fixed buffer hangs on the record's size.
+// How many adapters fit into a caller's fixed buffer depends on the record's size.
 static_assert(sizeof(void*) != 8 || (sizeof(IP_ADDR_STRING) == 48 && sizeof(IP_ADAPTER_INFO) == 704));
 
-/// Fills the buffer with a chain of adapters, loopback left out. When it is too small (or null) answers
-/// ERROR_BUFFER_OVERFLOW with the size that is needed; ERROR_NO_DATA when there is no adapter.
+/// Fills the buffer with a linked list of the adapters except loopback. Returns ERROR_BUFFER_OVERFLOW and sets the size
+/// that is needed if the buffer is too small or null, ERROR_NO_DATA if no adapter exists.
 ULONG GetAdaptersInfo(PIP_ADAPTER_INFO adapters, PULONG bytes);
 
 #endif

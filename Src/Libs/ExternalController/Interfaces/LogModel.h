@@ -14,7 +14,7 @@ struct SPlayRecord {
     QString fileName;
 };
 
-/// Something that an operator or a remote did.
+/// An action of an operator or a remote.
 struct SOPRecord {
     QString time;
     QString module;
@@ -23,15 +23,15 @@ struct SOPRecord {
     int source = 0; ///< ControlSource
 };
 
-/// The show log. A query replaces what a list holds. Safe to call from any thread.
+/// The show log. Each query replaces the list of its kind. Safe to call from any thread.
 class CLogModel {
 public:
     virtual ~CLogModel() = default;
 
     virtual QList<SPlayRecord> GetPlayLogList() = 0;
     virtual QList<SOPRecord> GetOPLogList() = 0;
-    /// Those that began between the times, newest last unless descending, with the text in their name if it isn't
-    /// empty.
+    /// Selects the records that began between the times, newest last unless descending. If name isn't empty, only those
+    /// whose name contains it.
     virtual void QueryPlayLog(const QDateTime& start, const QDateTime& end, const QString& name, bool descending) = 0;
     virtual void QueryOPLog(const QDateTime& start, const QDateTime& end, bool descending) = 0;
 };

@@ -10,15 +10,15 @@
 #include <memory>
 #include <utility>
 
-/// How a text or document runs over the stage.
+/// How a text or document scrolls over the stage.
 struct SScrollSettings {
     int mode = 0;                 ///< the host's number
     float speed = 0;              ///< in the host's unit
-    bool headConnectTail = false; ///< the end is followed by the beginning
+    bool headConnectTail = false; ///< the beginning follows the end without a gap
     int interval = 0;             ///< in the host's unit
 };
 
-/// Where and how a medium stands on the stage, in pixels of the stage and degrees clockwise.
+/// A medium's layout on the stage, in pixels of the stage and degrees clockwise.
 struct SLayoutProperty {
     float rotation = 0;
     QSize size;
@@ -30,7 +30,7 @@ struct SLayoutProperty {
     bool fixed = false;
     int fillType = 0;  ///< the host's number
     int blendType = 0; ///< the host's number
-    /// After the rotation about the centre; from the top left one on, clockwise.
+    /// After the rotation about the centre: clockwise, beginning with the top left corner.
     std::array<QPointF, 4> corners;
 };
 
@@ -46,7 +46,7 @@ struct STimingProperty {
     int playMode = 0;           ///< the host's number
 };
 
-/// What a medium is made of.
+/// The properties of a medium.
 struct SMediaProperties {
     QUuid id;
     QString name;
@@ -77,7 +77,7 @@ private:
     std::shared_ptr<const SMediaProperties> m_properties;
 };
 
-/// How far a medium has played.
+/// A medium's playback position and state.
 struct SMediaPlayData {
     std::int64_t currentTime = 0; ///< milliseconds
     int mediaState = 0;           ///< the host's number

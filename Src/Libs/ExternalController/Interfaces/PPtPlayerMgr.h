@@ -9,7 +9,7 @@ class CPPtPlayerMgr {
 public:
     virtual ~CPPtPlayerMgr() = default;
 
-    /// Null when none plays this medium.
+    /// The player of this medium, or null.
     virtual IPPtPlayer* GetPPtPlayer(const QUuid& mediaId) = 0;
 };
 

@@ -16,7 +16,7 @@ struct SDisk {
 struct SMemoryModule {
     QString number;
     std::int64_t space = 0;     ///< bytes
-    std::int64_t frequency = 0; ///< MHz; 0 when it isn't known
+    std::int64_t frequency = 0; ///< MHz; 0 if unknown
 };
 
 /// The machine that the host runs on.

@@ -11,7 +11,7 @@
 #include <memory>
 #include <utility>
 
-/// What the media of one resource have in common.
+/// Properties that the media of one resource share.
 struct SMediaShareProperty {
     SScrollSettings scroll;
 };
@@ -23,7 +23,7 @@ class CPlayController : public QObject {
 public:
     virtual bool GetStageIsPlaying() = 0;
     virtual bool GetStageIsPausing() = 0;
-    /// The host's number for it.
+    /// The host's number of the state.
     virtual int GetGlobalPlayState() = 0;
     /// Left and right, 0 to 1.
     virtual std::pair<float, float> GetVolumn() = 0;
@@ -31,11 +31,11 @@ public:
     // The media on the stage, in stage order.
     virtual QStringList GetAllStageMediaId() = 0;
     virtual std::list<CMediaNode> GetStageMedias() = 0;
-    /// False, and the data as they were, for a medium that isn't playing.
+    /// For a medium that isn't playing returns false and leaves the data unchanged.
     virtual bool GetMediaPlayData(const QUuid& mediaId, SMediaPlayData& data) = 0;
-    /// Null when the resource's media have nothing in common; create makes it then.
+    /// Null if the resource has no shared properties, unless create is set.
     virtual std::shared_ptr<const SMediaShareProperty> GetMediaSharePty(const QUuid& resourceId, bool create) = 0;
-    /// What is on the stage, as the project's file holds it.
+    /// The stage's content in the form of the project file.
     virtual QJsonObject SaveStageData() = 0;
 
 signals:
@@ -44,5 +44,5 @@ signals:
     void signalExControlNotifySceneChanged(const QUuid& sceneGroupId, const QUuid& sceneId);
 };
 
-/// Null when the host has none.
+/// Null if the host has no play controller.
 CPlayController* GetPlayController();

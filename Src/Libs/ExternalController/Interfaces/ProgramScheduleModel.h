@@ -2,7 +2,7 @@
 
 #include <QJsonObject>
 
-/// What the host is to play at which time. Safe to call from any thread.
+/// The scheduled programme of the show. Safe to call from any thread.
 class CProgramScheduleModel {
 public:
     virtual ~CProgramScheduleModel() = default;

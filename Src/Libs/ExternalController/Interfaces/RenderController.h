@@ -9,13 +9,13 @@ class CRenderController {
 public:
     virtual ~CRenderController() = default;
 
-    /// What the whole stage looks like now; null when it can't be drawn.
+    /// The whole stage as it looks now; null if it can't be drawn.
     virtual QImage GetStageViewImage() = 0;
-    /// One medium of the stage with its alpha channel; null for one that isn't there.
+    /// A medium of the stage with its alpha channel; null if the medium isn't on the stage.
     virtual QImage GetImageWithAlpha(const QUuid& mediaId) = 0;
-    /// Sets where the medium's picture is streamed to; false when it isn't.
+    /// Sets url to the address that the medium's picture is streamed to; false if it isn't streamed.
     virtual bool GetMediaStreamPushUrl(const QUuid& mediaId, QString& url) = 0;
 };
 
-/// Null when the host has none.
+/// Null if the host has no render controller.
 CRenderController* GetRenderController();

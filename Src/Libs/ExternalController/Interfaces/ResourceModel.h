@@ -14,7 +14,7 @@
 #include <memory>
 #include <utility>
 
-/// What a resource is made of.
+/// The properties of a resource.
 struct SResourceProperties {
     QUuid id;
     int type = 0;
@@ -38,10 +38,10 @@ public:
     const QString& GetName() const { return m_properties->name; }
     const QString& GetPath() const { return m_properties->path; }
     const QSize& GetResolution() const { return m_properties->resolution; }
-    /// Whether its streams have been told apart, so that it can play.
+    /// Whether its streams have been demultiplexed: it can play.
     bool GetResDemuxered() const { return m_properties->demuxered; }
     std::int64_t GetDuration() const { return m_properties->duration; }
-    /// Null when there is none.
+    /// Null if the resource has no thumbnail.
     QPixmap GetThumbnail() const;
     int GetResourceUseCount() const { return m_properties->useCount; }
 
@@ -49,7 +49,7 @@ private:
     std::shared_ptr<const SResourceProperties> m_properties;
 };
 
-/// What a group resource has beyond any other.
+/// The additional properties of a group resource.
 class CGroupResource {
 public:
     explicit CGroupResource(int groupType = 0) : m_groupType(groupType) {}
@@ -60,7 +60,7 @@ private:
     int m_groupType;
 };
 
-/// What a text resource has beyond any other.
+/// The additional properties of a text resource.
 struct STextProperties {
     QFont font;
     int horAlignment = 0;
@@ -89,7 +89,7 @@ private:
     STextProperties m_properties;
 };
 
-/// Stands for resources of whatever type.
+/// Selects resources of every type.
 constexpr int kEveryResourceType = -1;
 
 /// The open project's media resources. It lives on the host's thread; its operations are safe to call from any thread.
@@ -99,17 +99,17 @@ class CResourceModel : public QObject {
 public:
     static CResourceModel* GetInstance();
 
-    /// The resources of a type or of every one; the host's own among them if wanted.
+    /// The resources of one type or of every type, optionally with the host's own.
     virtual QList<CResourceBase> GetAllResNode(bool withHostsOwn, int type) = 0;
-    // False, and the records as they were, for an id that isn't one of that kind.
+    // For an id that isn't a resource of that kind these return false and leave the records unchanged.
     virtual bool GetResourceBaseNode(const QUuid& id, CResourceBase& base) = 0;
     virtual bool GetGroupResourceNode(const QUuid& id, CResourceBase& base, CGroupResource& group) = 0;
     virtual bool GetTextResourceNode(const QUuid& id, CResourceBase& base, CTextResource& text) = 0;
     /// Null for an unknown id.
     virtual QPixmap GetAppThumbnail(const QUuid& id) = 0;
-    /// The picture that stands for every file of a type.
+    /// The picture that represents files of the type.
     virtual QPixmap GetSharedResourceThumbnail(int type) = 0;
-    /// All of it, as the project's file holds it; with pictures, and with the host's own resources, if wanted.
+    /// All resources in the form of the project file, optionally with pictures and with the host's own resources.
     virtual QJsonObject SaveResourceModel(bool withPictures, bool withHostsOwn) = 0;
 
 signals:

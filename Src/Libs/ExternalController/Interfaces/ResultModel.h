@@ -2,7 +2,7 @@
 
 #include <QJsonObject>
 
-/// A command that the host itself carries out.
+/// A command that the host executes.
 struct SResultData {
     int nSenderType = -1;
     int nCmdCode = -1;
@@ -11,7 +11,7 @@ struct SResultData {
     int nSourceFlags = 0;
 };
 
-/// Takes the commands that the module doesn't answer. Called on the thread of the channel that received them.
+/// Receives the commands that the module does not answer, on the thread of the channel that received them.
 class CResultModel {
 public:
     static CResultModel* GetInstance();

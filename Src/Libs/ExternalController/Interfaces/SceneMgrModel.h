@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-/// What applies to the whole stage at once. A state that doesn't change any more: the model hands out a new one.
+/// The effects that apply to the whole stage. Immutable: after a change the model returns another object.
 class IEffectProperty {
 public:
     virtual ~IEffectProperty() = default;
@@ -17,7 +17,7 @@ public:
     virtual bool IsBlack() const = 0;
     virtual bool IsMute() const = 0;
     virtual float GetVolume() const = 0; ///< 0 to 1
-    // Picture adjustment, each 0 to 1 about a neutral value of the host's.
+    // Picture adjustment, each from 0 to 1 with a neutral value that the host defines.
     virtual float GetBlue() const = 0;
     virtual float GetRed() const = 0;
     virtual float GetGreen() const = 0;
@@ -27,7 +27,7 @@ public:
     virtual float GetHue() const = 0;
 };
 
-/// When a scene's device command is sent; one with any other value never is.
+/// When a scene's device command is sent. A command with any other value is never sent.
 namespace SceneTrigger {
 enum Trigger : int {
     Start = 0,
@@ -35,17 +35,17 @@ enum Trigger : int {
 };
 } // namespace SceneTrigger
 
-/// A command that a scene has for an external control device.
+/// A scene's command for an external control device.
 struct SSceneExControlCmd {
     QString label;
-    QUuid id; ///< the entry's own
+    QUuid id; ///< of this entry
     QUuid devId;
     QUuid cmdId;
     int nTriggerType = SceneTrigger::Start;
-    int reserved[2] = {0, 0}; ///< the scene model's own
+    int reserved[2] = {0, 0}; ///< for the scene model
 };
 
-/// What a scene is made of.
+/// The properties of a scene.
 struct SSceneProperties {
     QUuid id;
     QString name;
@@ -67,32 +67,32 @@ public:
     int GetFadeOutTime() const { return m_properties->fadeOutTime; }
     /// The resources of the scene's media, in stage order.
     const std::vector<QUuid>& GetAllMediaResourceId() const { return m_properties->mediaResourceIds; }
-    /// Replaces the commands by the scene's, in the order in which they are sent.
+    /// Sets commands to the scene's, in the order in which they are sent.
     void GetAllExControlCmd(std::vector<SSceneExControlCmd>& commands) const { commands = m_properties->exControlCmds; }
 
 private:
     std::shared_ptr<const SSceneProperties> m_properties;
 };
 
-/// The open project's scene groups and scenes. Safe to call from any thread. What isn't known reads as empty.
+/// The open project's scene groups and scenes. Safe to call from any thread. For an unknown id the results are empty.
 class CSceneMgrModel {
 public:
     static CSceneMgrModel* GetInstance();
     virtual ~CSceneMgrModel() = default;
 
-    /// In the order in which the operator arranged them, as the scenes of a group.
+    /// In the order in which the operator arranged them; so are the scenes of a group.
     virtual std::vector<QUuid> GetAllSceneGroupId() = 0;
     virtual std::vector<QUuid> GetGroupSceneId(const QUuid& groupId) = 0;
     virtual QString GetSceneGroupName(const QUuid& groupId) = 0;
     virtual CSceneNode GetSceneNode(const QUuid& groupId, const QUuid& sceneId) = 0;
-    /// What the scene's stage looks like; null when there is no such scene.
+    /// The stage as the scene shows it; null for an unknown scene.
     virtual QPixmap GetSceneImage(const QUuid& groupId, const QUuid& sceneId) = 0;
-    /// Group and scene that play now; null ids when none does.
+    /// The group and the scene that are playing, or null ids.
     virtual std::pair<QUuid, QUuid> GetCurPlayScene() = 0;
     /// The main scene group.
     virtual QUuid GetMainKVId() = 0;
     /// Null while no project is open.
     virtual std::shared_ptr<const IEffectProperty> GetGlobalProperty() = 0;
-    /// All of it, as the project's file holds it; with pictures below the folder if one is given.
+    /// All groups and scenes in the form of the project file. If a folder is given, pictures are written below it.
     virtual QJsonObject SaveSceneMgrModel(const QString& pictureFolder) = 0;
 };

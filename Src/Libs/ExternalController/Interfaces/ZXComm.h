@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-/// The communication library: what channels exchange with the module.
+/// The communication library: the packages that channels exchange with the module.
 namespace Comm {
 
 /// What a channel delivers: bytes that arrived, or the notice that the peer's connection closed.
@@ -17,12 +17,12 @@ struct ResponsePackage {
     std::int32_t closed = 0; ///< not 0: the connection closed, and payload is empty
     std::string remoteIp;    ///< dotted IPv4 address of the peer
     std::uint16_t remotePort = 0;
-    std::uint16_t localPort = 0; ///< the server port that it arrived on
+    std::uint16_t localPort = 0; ///< the server port that the bytes arrived on
 };
 
-/// What the module hands to a channel to be sent. The channel may send it later, on a thread of its own.
+/// Bytes that the module passes to a channel to send. The channel may send them later, on another thread.
 struct RequestPackage {
-    /// Stamps the two creation times.
+    /// Sets the two creation times.
     RequestPackage();
 
     std::int64_t sendStamp = 0; ///< milliseconds of the monotonic clock when the payload was filled in
@@ -41,13 +41,13 @@ struct RequestPackage {
 /// The app envelope: a command code with a JSON body, or an id with raw bytes. Copies share the encoded bytes.
 class CAppDataPack {
 public:
-    /// Reads a received envelope. Bytes that are no envelope give code 0 and an empty body.
+    /// Reads a received envelope. Bytes that aren't an envelope give code 0 and an empty body.
     explicit CAppDataPack(QByteArray packet);
     CAppDataPack(unsigned int cmdCode, const QByteArray& json);
     /// The form for pictures and other binary data; it travels as the body of an envelope with a command code.
     CAppDataPack(const QUuid& id, const QByteArray& bytes);
 
-    /// Sets json to the body's object, or to an empty one when the body is empty, is not JSON or is not an object.
+    /// Sets json to the body's object, or to an empty object if the body is empty, malformed or not an object.
     void ReadJsonFromData(QJsonObject& json) const;
     /// 0 for the form that carries an id.
     unsigned int GetCmdCode() const;
