@@ -28,7 +28,7 @@ else()
     file(GLOB host_libraries CONFIGURE_DEPENDS ${ZENTRAVOX_HOST_SDK}/lib/lib*.so)
 endif()
 if(NOT host_libraries)
-    message(FATAL_ERROR "ZENTRAVOX_HOST_SDK: there are no libraries in ${ZENTRAVOX_HOST_SDK}/lib")
+    message(FATAL_ERROR "ZENTRAVOX_HOST_SDK: no libraries found in ${ZENTRAVOX_HOST_SDK}/lib")
 endif()
 
 add_library(HostSdk INTERFACE)

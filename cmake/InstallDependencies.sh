@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what the named groups need and this machine lacks, from Debian's packages: InstallDependencies.sh build test
-# Where nothing is missing it needs neither network nor root.
+# Installs the Debian packages that the named groups need and this machine lacks: InstallDependencies.sh build test
+# If nothing is missing it needs neither network nor root.
 set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
@@ -17,17 +17,17 @@ wanted=()
 for group in "$@"; do
     case $group in
         build | test | lint | package) declare -n packages=$group; wanted+=("${packages[@]}") ;;
-        *) say "there is no group \"$group\": $groups"; exit 2 ;;
+        *) say "unknown group \"$group\"; known: $groups"; exit 2 ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || { say "name at least one group: $groups"; exit 2; }
+[ ${#wanted[@]} -gt 0 ] || { say "expected at least one group: $groups"; exit 2; }
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
-    say "no apt here; going on as if these Debian packages were installed: ${wanted[*]}"
+    say "apt not found; assuming that these Debian packages are installed: ${wanted[*]}"
     exit 0
 fi
 
-# dpkg-query fails when it doesn't know one of the packages, and still tells about the others.
+# dpkg-query fails if it doesn't know one of the packages, but still lists the others.
 installed=$(dpkg-query --show --showformat '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null || true)
 missing=()
 for package in "${wanted[@]}"; do
@@ -38,7 +38,7 @@ done
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-        say "not root, and there is no sudo. As root: apt-get install --no-install-recommends ${missing[*]}"
+        say "not root, and sudo was not found. As root: apt-get install --no-install-recommends ${missing[*]}"
         exit 1
     fi
     as_root=(sudo)
@@ -46,7 +46,7 @@ fi
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-# Another apt may be at work on a machine that has just started: wait for it.
+# Another apt process may be running on a machine that has just started: wait for it.
 apt() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1 || {
         cat "$log" >&2

@@ -31,7 +31,7 @@ else()
 endif()
 
 if(NOT EXISTS "${private_key_file}")
-    message(FATAL_ERROR "ZENTRAVOX_PRIVATE_KEY: there is no file ${private_key_file}")
+    message(FATAL_ERROR "ZENTRAVOX_PRIVATE_KEY: file not found: ${private_key_file}")
 endif()
 file(READ "${private_key_file}" private_key)
 string(STRIP "${private_key}" private_key)

@@ -21,11 +21,19 @@ def hexadecimal(code):
     return f"0x{code:03x}"
 
 
+def place_text(who, place):
+    """The code or route of a reply, as the page writes it."""
+    return "" if place is None else f"route {place}" if who == "cloud" else hexadecimal(place)
+
+
 class Contract:
     def __init__(self):
         self.text = json.loads((SOURCE_FOLDER / "Src" / "Contract" / "Contract.json").read_text(encoding="utf-8"))
         self.shapes = self.text["$defs"]
         self.messages = {int(message["code"], 16): message for message in self.text["messages"]}
+        for code, message in self.messages.items():
+            if message["code"] != hexadecimal(code):
+                raise AssertionError(f'Contract.json: write the code {message["code"]} as "{hexadecimal(code)}"')
 
     def digest(self):
         """Of all that a remote depends on."""
@@ -82,7 +90,7 @@ class Contract:
         promised = self.replies(who, code)
         kept = []
         for where, place, payload in came:
-            what = f"{who} {hexadecimal(code)}: {where} {place}"
+            what = f"{who} {hexadecimal(code)}: {where} {place_text(who, place)}".rstrip()
             fitting = [promise for to, at, promise in promised if (to, at) == (where, place)]
             if not fitting:
                 raise AssertionError(f"{what} isn't in the contract: {payload[:200]!r}")
@@ -169,6 +177,13 @@ class Contract:
                                    break_on_hyphens=False)
         return "\n".join(lines)
 
+    @staticmethod
+    def bounds(schema):
+        least, greatest = schema.get("minimum"), schema.get("maximum")
+        if greatest is None:
+            return "" if least is None else f" from {least}"
+        return f" up to {greatest}" if least is None else f" {least}..{greatest}"
+
     def notation(self, schema):
         if "$ref" in schema:
             return schema["$ref"].rsplit("/", 1)[1]
@@ -179,8 +194,7 @@ class Contract:
         if schema["type"] == "array":
             return f"[{self.notation(schema['items'])}]"
         if schema["type"] != "object":
-            bounds = [str(schema[key]) for key in ("minimum", "maximum") if key in schema]
-            return f"{schema['type']} {'..'.join(bounds)}".strip()
+            return schema["type"] + self.bounds(schema)
         keys = ["..." + self.notation(base) for base in schema.get("allOf", [])]
         keys += [f"{key}{'' if key in schema.get('required', []) else '?'}: {self.notation(value)}"
                  for key, value in schema.get("properties", {}).items()]

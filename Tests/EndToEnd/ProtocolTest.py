@@ -1,7 +1,8 @@
 #!/usr/bin/python3
-"""Asks a host with the demo show everything that Docs/Protocol.md gives as an example, in its order, then what else the
-contract lists; compares the replies with the page and with the contract, and the page and the tools with the contract.
-ProtocolTest.py --update writes into the page what doesn't fit any more instead.
+"""Sends a host with the demo show every example of Docs/Protocol.md, in the page's order, then the contract's remaining
+messages. Compares the replies with the page and with the contract, and the page and the tools with the contract.
+ProtocolTest.py --update writes the keys and replies that differ into the page instead; the build target update-protocol
+runs it.
 """
 
 import contextlib
@@ -37,7 +38,7 @@ LAST_CODE = 0x4ff
 MOST_WAITING = 32
 PLAY_LOG, OPERATION_LOG = 3, 4
 LONGEST_SHOWN, SHOWN_OF_LONG = 55, 28
-# What is different each time, or on each machine.
+# Values that differ between runs or machines: the page shows "..." for them.
 VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..."'), (r'("path": ").+"', r'\1..."'),
             (r'("resPath": ").+/', r"\1.../"), (r'("data": ").+"', r'\1..."'), (r'("publicKey": ").+"', r'\1..."')]
 
@@ -217,7 +218,7 @@ class ProtocolTest(unittest.TestCase):
         self.assertGreater(len(self.replay.said), 60)
         for example, who, code, came in self.replay.said:
             expected = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
-            with self.subTest(who=who, code=code, body=example["body"]):
+            with self.subTest(who=who, code=code if code is None else hexadecimal(code), body=example["body"]):
                 said = [shown(*reply) for reply in came]
                 self.assertEqual([sender for sender, _ in said], [sender for sender, _ in expected])
                 for (_, text), (_, shown_text) in zip(said, expected):
@@ -322,18 +323,23 @@ class ProtocolTest(unittest.TestCase):
                         remotes.host.ended()
 
     def test_the_page_has_the_keys_of_every_message(self):
-        self.assertEqual(with_keys(self.contract, self.page), self.page, "ProtocolTest.py --update mends it")
+        self.assertEqual(with_keys(self.contract, self.page), self.page, "Docs/Protocol.md differs from the contract; cmake --build --preset dev --target update-protocol updates it")
         headings = "\n".join(re.findall(r"^### .*", self.page, re.M))
         for code, message in self.contract.messages.items():
-            self.assertIn(f"{hexadecimal(code)} {message['name']}", headings)
+            heading = f"{hexadecimal(code)} {message['name']}"
+            self.assertTrue(heading in headings, f"Docs/Protocol.md has no heading with {heading}")
         for keyword in self.contract.text["keywordsWithoutCommand"]:
             self.assertIn(f"`{keyword}`", self.page)
 
     def test_the_module_and_the_tools_know_what_the_contract_knows(self):
-        self.assertEqual(set(named_codes().values()), set(self.contract.messages))
+        named = set(named_codes().values())
+        self.assertEqual([hexadecimal(code) for code in named ^ set(self.contract.messages)], [],
+                         "only one of Command.h and Contract.json has these codes")
         routes = routes_of_the_module()
-        self.assertEqual(set(routes), {(code, who) for code, message in self.contract.messages.items()
-                                       for who in ("app", "fp", "central", "cloud") if who in message})
+        askers = {(code, who) for code, message in self.contract.messages.items()
+                  for who in ("app", "fp", "central", "cloud") if who in message}
+        self.assertEqual([f"{who} {hexadecimal(code)}" for code, who in set(routes) ^ askers], [],
+                         "only one of Routes.h and Contract.json lets these channels ask")
         for (code, who), answerer in routes.items():
             self.assertEqual(answerer == "Host", "command" in self.contract.messages[code],
                              f"who executes {who} {hexadecimal(code)}")
@@ -349,7 +355,7 @@ class ProtocolTest(unittest.TestCase):
 
     def test_a_changed_contract_has_a_new_version(self):
         self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
-                         "raise the version and list it with this digest; a released line stays as it is")
+                         "the contract has changed: raise \"version\" and add it to \"released\" with the second digest")
 
 
 def update():
