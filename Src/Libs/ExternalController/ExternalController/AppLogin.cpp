@@ -3,20 +3,22 @@
 #include "ExternalController/Common/AppPackage.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/LoginResult.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "Interfaces/AppServer.h"
-#include "Interfaces/GlobalModel.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
 namespace {
 
-LoginResult::Code CheckUser(CAPPUserModel& users, const QString& name, const std::string& password)
+using Users = std::shared_ptr<CAPPUserModel>;
+
+LoginResult::Code CheckUser(const Users& users, const QString& name, const std::string& password)
 {
-    const bool exists = !name.isEmpty() && users.IsExistUser(name);
-    const SAPPUserNode node = users.GetUserNode(name);
+    const bool exists = !name.isEmpty() && ReadFrom(users, &CAPPUserModel::IsExistUser, name);
+    const SAPPUserNode node = ReadFrom(users, &CAPPUserModel::GetUserNode, name);
     if (!node.name.isEmpty() && DecryptPassword(node.password.toStdString()) != password)
         return LoginResult::WrongPassword;
     return exists ? LoginResult::Success : LoginResult::UnknownUser;
@@ -50,19 +52,19 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
     const std::string password = DecryptPassword(body["password"].toString().toStdString());
     DebugLog() << "decryptPassword" << password.c_str();
 
-    const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();
+    const Users users = GetModel(&CGlobalModel::GetAPPUserModel);
     const auto takePlace = [&] {
         users->SetLoginState(true);
         users->SetCurrentLoginUser(user);
     };
 
-    int error = CheckUser(*users, user, password);
-    if (users->GetLoginState()) {
+    int error = CheckUser(users, user, password);
+    if (ReadFrom(users, &CAPPUserModel::GetLoginState)) {
         if (!force) {
             error = LoginResult::AnotherAppLoggedIn;
         } else {
             DebugLog() << " force Login!";
-            error = CheckUser(*users, user, password);
+            error = CheckUser(users, user, password);
             if (error == LoginResult::Success) {
                 const SAppAddress displaced = LastApp();
                 if (remoteIp != displaced.ip) {
@@ -84,8 +86,9 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
     }
     DebugLog() << " login error code :" << error;
 
-    const QString current = users->GetCurrentLoginUser();
-    const QJsonObject reply = {{"result", error}, {"account", current}, {"access", users->GetUserAccess(current)}};
+    const QString current = ReadFrom(users, &CAPPUserModel::GetCurrentLoginUser);
+    const int access = ReadFrom(users, &CAPPUserModel::GetUserAccess, current);
+    const QJsonObject reply = {{"result", error}, {"account", current}, {"access", access}};
     m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Login), QJsonDocument(reply).toJson()),
                              AppServer::Control, remoteIp, remotePort);
     return error == LoginResult::Success;

@@ -1,11 +1,11 @@
 #include "ExternalController/ExternalController.h"
 
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "Interfaces/CloudControl.h"
 #include "Interfaces/CltLog.h"
-#include "Interfaces/GlobalModel.h"
 
 #include <QJsonObject>
 
@@ -40,9 +40,9 @@ void LogRestart()
 
 void CExternalController::CloudControlConnect()
 {
-    if (!m_cloudCtrl)
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
+    if (!m_cloudCtrl || !setting)
         return;
-    const auto setting = CGlobalModel::GetInstance()->GetSoftwareSetting();
     if (!setting->GetCloudSupport()) {
         CloseLink(*m_cloudCtrl);
         setting->SetCloudConnected(false);

@@ -1,5 +1,6 @@
 #include "ExternalController/ExternalController.h"
 
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "Interfaces/SceneMgrModel.h"
 
@@ -48,7 +49,8 @@ void CExternalController::SendSceneCommands(const QUuid& sceneGroupId, const QUu
     if (!devices)
         return;
     std::vector<SSceneExControlCmd> commands;
-    CSceneMgrModel::GetInstance()->GetSceneNode(sceneGroupId, sceneId).GetAllExControlCmd(commands);
+    ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetSceneNode, sceneGroupId, sceneId)
+        .GetAllExControlCmd(commands);
     for (const SSceneExControlCmd& command : commands) {
         if (command.nTriggerType == trigger)
             devices->SendExControlCmd(command.devId, command.cmdId);

@@ -2,10 +2,10 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Pause.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/Common.h"
-#include "Interfaces/GlobalModel.h"
 
 #include <chrono>
 
@@ -73,8 +73,8 @@ void CExternalController::OnAppClientDisconnect()
 
     {
         const std::lock_guard login(m_loginMutex);
-        const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();
-        if (!users->GetLoginState())
+        const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
+        if (!users || !users->GetLoginState())
             return;
         users->SetLoginState(false);
         users->SetConnectState(false);

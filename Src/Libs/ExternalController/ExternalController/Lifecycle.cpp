@@ -1,6 +1,7 @@
 #include "ExternalController/ExternalController.h"
 
 #include "ExternalController/Common/CallGate.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Pause.h"
 #include "ExternalController/MsgSender/ExControlDevMsgSender.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
@@ -13,7 +14,6 @@
 #include "Interfaces/CloudControl.h"
 #include "Interfaces/Common.h"
 #include "Interfaces/FPClient.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ResourceModel.h"
 #include "Interfaces/ResultModel.h"
@@ -88,10 +88,10 @@ std::function<void(Args...)> CExternalController::Gated(void (CExternalControlle
 
 void CExternalController::Init()
 {
-    const auto setting = CGlobalModel::GetInstance()->GetSoftwareSetting();
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
 
     m_appServer = std::make_shared<CAPPServerManager>();
-    if (setting->GetAppSupport())
+    if (ReadFrom(setting, &CZXSoftwareSettingData::GetAppSupport))
         StartAppServer();
 
     m_fpClient = std::make_shared<CFPClientManager>();
@@ -104,7 +104,7 @@ void CExternalController::Init()
 
     m_cloudCtrl = std::make_shared<CCloudControlManager>();
     m_cloudCtrl->SetCloudControlMsgCallBack(Gated(&CExternalController::RecvCloudControlMsg));
-    if (setting->GetCloudSupport()) {
+    if (ReadFrom(setting, &CZXSoftwareSettingData::GetCloudSupport)) {
         m_cloudCtrl->InitInstance();
         CloudControlConnect();
     }
@@ -141,18 +141,20 @@ void CExternalController::CreateMsgSenders()
 
 void CExternalController::CreateConnection()
 {
-    CPlayController* player = GetPlayController();
-    connect(player, &CPlayController::signalSceneStartExControl, this,
-            &CExternalController::slotSceneStartExControlCmd);
-    connect(player, &CPlayController::signalSceneEndExControl, this, &CExternalController::slotSceneEndExControlCmd);
-    connect(player, &CPlayController::signalExControlNotifySceneChanged, this,
-            &CExternalController::slotNotifyScenePlay);
-
-    CResourceModel* resources = CResourceModel::GetInstance();
-    connect(resources, &CResourceModel::signalExControlResourceUsedChanged, this,
-            &CExternalController::slotUpdateResourceUsed);
-    connect(resources, &CResourceModel::signalExControlResourceDexumerStateChanged, this,
-            &CExternalController::slotUpdateResourceDexumerState);
+    if (CPlayController* player = GetPlayController()) {
+        connect(player, &CPlayController::signalSceneStartExControl, this,
+                &CExternalController::slotSceneStartExControlCmd);
+        connect(player, &CPlayController::signalSceneEndExControl, this,
+                &CExternalController::slotSceneEndExControlCmd);
+        connect(player, &CPlayController::signalExControlNotifySceneChanged, this,
+                &CExternalController::slotNotifyScenePlay);
+    }
+    if (CResourceModel* resources = CResourceModel::GetInstance()) {
+        connect(resources, &CResourceModel::signalExControlResourceUsedChanged, this,
+                &CExternalController::slotUpdateResourceUsed);
+        connect(resources, &CResourceModel::signalExControlResourceDexumerStateChanged, this,
+                &CExternalController::slotUpdateResourceDexumerState);
+    }
 }
 
 void CExternalController::Stop()
@@ -212,5 +214,6 @@ IMsgSenderBase* CExternalController::FindSender(int senderType) const
 void CExternalController::ReportToHost(const SOperation& request, bool hasData)
 {
     SResultData result = {request.nSenderType, request.nCmdCode, hasData, request.jsonBody, request.nSourceFlags};
-    CResultModel::GetInstance()->NotifyExControlMsgResult(true, result);
+    if (CResultModel* host = CResultModel::GetInstance())
+        host->NotifyExControlMsgResult(true, result);
 }

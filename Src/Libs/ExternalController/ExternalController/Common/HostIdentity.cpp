@@ -1,6 +1,6 @@
 #include "ExternalController/Common/HostIdentity.h"
 
-#include "Interfaces/GlobalModel.h"
+#include "ExternalController/Common/HostModel.h"
 
 #include <QHostAddress>
 #include <QHostInfo>
@@ -8,7 +8,8 @@
 
 QString GetHostName()
 {
-    QString name = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadHostName();
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
+    QString name = ReadFrom(setting, &CZXSoftwareSettingData::LoadHostName);
     if (!name.isEmpty())
         return name;
     // Asked once: a machine that is renamed is known by its new name after the host's next start.

@@ -1,5 +1,6 @@
 #include "ExternalController/MsgSender/ExControlDevMsgSender.h"
 
+#include "ExternalController/Common/HostModel.h"
 #include "Interfaces/DeviceChannels.h"
 #include "Interfaces/ExControlDevModel.h"
 
@@ -72,7 +73,8 @@ void CloseChannel(std::map<QUuid, std::shared_ptr<Channel>>& channels, const QUu
 CExControlDevMsgSender::CExControlDevMsgSender() : CMsgSenderBase(nullptr, nullptr, nullptr, nullptr)
 {
     SetSenderType(SenderType::ExControlDev);
-    for (const QUuid& devId : ReadDeviceIds(CExControlDevModel::GetInstance()->GetFileSavePath()))
+    for (const QUuid& devId :
+         ReadDeviceIds(ReadFrom(CExControlDevModel::GetInstance(), &CExControlDevModel::GetFileSavePath)))
         CExControlDevMsgSender::CreateExControlDev(devId);
 }
 
@@ -83,7 +85,8 @@ bool CExControlDevMsgSender::HandleMsg(SOperation)
 
 void CExControlDevMsgSender::CreateExControlDev(const QUuid& devId)
 {
-    const SDevDataNode device = CExControlDevModel::GetInstance()->GetExControlDevNode(devId);
+    const SDevDataNode device =
+        ReadFrom(CExControlDevModel::GetInstance(), &CExControlDevModel::GetExControlDevNode, devId);
     if (device.nDevType == DeviceType::Serial) {
         auto channel = std::make_shared<Comm::COMChannel>(kSerialBufferBytes, device.strChannelParam.toStdString());
         channel->Open(device.strOpenParam.toStdString());
@@ -103,7 +106,8 @@ void CExControlDevMsgSender::UpdateExControlDev(const QUuid& devId)
 
 void CExControlDevMsgSender::DelExControlDev(const QUuid& devId)
 {
-    const SDevDataNode device = CExControlDevModel::GetInstance()->GetExControlDevNode(devId);
+    const SDevDataNode device =
+        ReadFrom(CExControlDevModel::GetInstance(), &CExControlDevModel::GetExControlDevNode, devId);
     if (device.nDevType == DeviceType::Serial)
         CloseChannel(m_comChannels, devId);
     else if (device.nDevType == DeviceType::Udp)
@@ -112,7 +116,8 @@ void CExControlDevMsgSender::DelExControlDev(const QUuid& devId)
 
 void CExControlDevMsgSender::SendExControlCmd(const QUuid& devId, const QUuid& cmdId)
 {
-    const SDevDataNode device = CExControlDevModel::GetInstance()->GetExControlDevNode(devId);
+    const SDevDataNode device =
+        ReadFrom(CExControlDevModel::GetInstance(), &CExControlDevModel::GetExControlDevNode, devId);
     if (device.nDevType < 0)
         return;
     const SExControlCmdData command = device.commands.value(qHash(cmdId));

@@ -1,11 +1,11 @@
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 
 #include "ExternalController/Common/HostIdentity.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/MsgSender/LogTables.h"
 #include "ExternalController/MsgSender/ProjectExport.h"
 #include "ExternalController/MsgSender/SystemInformation.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/ScreenModel.h"
 
 namespace {
@@ -60,7 +60,8 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
 {
     const QString name = request.jsonBody["name"].toString();
     if (!name.isEmpty()) {
-        CGlobalModel::GetInstance()->GetSoftwareSetting()->SaveHostName(name);
+        if (const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting))
+            setting->SaveHostName(name);
         ReplyToApp(Command::SetHostName, {{"result", 1}});
     }
     SendHostNameAndVersion(request);
@@ -68,8 +69,8 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
 
 void CProjectDataMsgSender::SendHostNameAndVersion(const SOperation&)
 {
-    ReplyToApp(Command::HostNameAndVersion,
-               {{"result", 1}, {"name", GetHostName()}, {"version", CGlobalModel::GetInstance()->GetAppFormatName()}});
+    const QString version = ReadFrom(CGlobalModel::GetInstance(), &CGlobalModel::GetAppFormatName);
+    ReplyToApp(Command::HostNameAndVersion, {{"result", 1}, {"name", GetHostName()}, {"version", version}});
 }
 
 void CProjectDataMsgSender::SendLoginIdentity(const SOperation&)
@@ -82,7 +83,8 @@ void CProjectDataMsgSender::CheckAppId(const SOperation& request)
     const QString id = request.jsonBody["id"].toString();
     if (id.isEmpty())
         return;
-    const bool isCurrent = id == CGlobalModel::GetInstance()->GetSoftwareSetting()->GetCurLoginAPPId();
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
+    const bool isCurrent = id == ReadFrom(setting, &CZXSoftwareSettingData::GetCurLoginAPPId);
     ReplyToApp(Command::CheckAppId, {{"result", 1}, {"res", isCurrent ? 1 : 0}});
 }
 
@@ -90,14 +92,15 @@ void CProjectDataMsgSender::CheckAppId(const SOperation& request)
 void CProjectDataMsgSender::SendFPPairingCode(const SOperation& request)
 {
     SAPPUserNode user;
-    const bool isThere = CGlobalModel::GetInstance()->GetAPPUserModel()->GetFirstUserForFPQRCode(user);
+    const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
+    const bool isThere = users && users->GetFirstUserForFPQRCode(user);
     const QString code = isThere ? GetLocalIPv4() + ',' + user.password + ',' + user.name : QString();
     AnswerFP(request, {{"AppQRCode", code}});
 }
 
 void CProjectDataMsgSender::SendAppConnectState(const SOperation& request)
 {
-    const auto users = CGlobalModel::GetInstance()->GetAPPUserModel();
+    const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
     if (!users)
         return;
     AnswerCentralControl(request, {{"AppConnectState", users->GetConnectState() ? "Connected" : "NotConnected"}});
@@ -105,7 +108,7 @@ void CProjectDataMsgSender::SendAppConnectState(const SOperation& request)
 
 void CProjectDataMsgSender::SendProjectName(const SOperation& request)
 {
-    const QString name = CGlobalModel::GetInstance()->GetZXProject()->GetProjectName();
+    const QString name = ReadFrom(GetModel(&CGlobalModel::GetZXProject), &CZXProject::GetProjectName);
     AnswerCentralControl(request, {{"ProjectName", name + QStringLiteral(".zxc")}});
 }
 
@@ -126,15 +129,15 @@ void CProjectDataMsgSender::SendSystemInformation(const SOperation&)
 /// The log model keeps what was last asked of it, for the operator too: only an empty list is filled.
 void CProjectDataMsgSender::SendLogs(const SOperation&)
 {
-    const auto log = CGlobalModel::GetInstance()->GetLogModel();
+    const auto log = GetModel(&CGlobalModel::GetLogModel);
     const QDateTime end = QDateTime::currentDateTime();
     const QDateTime start = end.addDays(-kLogDays);
-    if (log->GetPlayLogList().isEmpty())
+    if (log && log->GetPlayLogList().isEmpty())
         log->QueryPlayLog(start, end, {}, false);
-    const QList<SPlayRecord> played = log->GetPlayLogList();
-    if (log->GetOPLogList().isEmpty())
+    const auto played = ReadFrom(log, &CLogModel::GetPlayLogList);
+    if (log && log->GetOPLogList().isEmpty())
         log->QueryOPLog(start, end, false);
-    const QList<SOPRecord> operations = log->GetOPLogList();
+    const auto operations = ReadFrom(log, &CLogModel::GetOPLogList);
     SendToCloud(PlayLogTable(played), CloudControl::PlayLog);
     SendToCloud(OperationLogTable(operations), CloudControl::OperationLog);
 }

@@ -1,9 +1,9 @@
 #include "ExternalController/MsgSender/ProjectExport.h"
 
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/HostPath.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/MsgSender/CloudPicture.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ProgramScheduleModel.h"
 #include "Interfaces/ResourceModel.h"
@@ -28,31 +28,33 @@ void SendPicture(const Send& send, const char* type, const QUuid& id, const QPix
 void ExportProject(const std::function<void(const std::string&)>& sendPicture,
                    const std::function<void(const std::string&)>& sendProject)
 {
-    CGlobalModel& global = *CGlobalModel::GetInstance();
-    CScreenModel& screens = *CScreenModel::GetInstance();
-    CPlayController& player = *GetPlayController();
-    CResourceModel& resources = *CResourceModel::GetInstance();
-    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
-    const auto project = global.GetZXProject();
-    const QString path = HostPath(project->GetProjectPath());
+    CGlobalModel* global = CGlobalModel::GetInstance();
+    CScreenModel* screens = CScreenModel::GetInstance();
+    CPlayController* player = GetPlayController();
+    CResourceModel* resources = CResourceModel::GetInstance();
+    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
+    const auto project = ReadFrom(global, &CGlobalModel::GetZXProject);
+    const QString path = HostPath(ReadFrom(project, &CZXProject::GetProjectPath));
     if (path.isEmpty())
         return;
 
-    for (const CResourceBase& resource : resources.GetAllResNode(false, kEveryResourceType))
+    for (const CResourceBase& resource : ReadFrom(resources, &CResourceModel::GetAllResNode, false, kEveryResourceType))
         SendPicture(sendPicture, "clip", resource.GetId(), resource.GetThumbnail());
-    for (const QUuid& groupId : scenes.GetAllSceneGroupId()) {
-        for (const QUuid& sceneId : scenes.GetGroupSceneId(groupId))
-            SendPicture(sendPicture, "chapter", sceneId, scenes.GetSceneImage(groupId, sceneId));
+    for (const QUuid& groupId : ReadFrom(scenes, &CSceneMgrModel::GetAllSceneGroupId)) {
+        for (const QUuid& sceneId : scenes->GetGroupSceneId(groupId))
+            SendPicture(sendPicture, "chapter", sceneId, scenes->GetSceneImage(groupId, sceneId));
     }
 
     const CReply app = {{"App Name", kAppName}, {"App Version", QCoreApplication::applicationVersion()}};
     const CReply content = {{"Project_Data", app},
-                            {"ScreenData", screens.SaveData()},
-                            {"NormalProgramScheduleData", global.GetNorProgramScheduleModel()->SaveScheduleData()},
-                            {"InsertProgramScheduleData", global.GetInsProgramScheduleModel()->SaveScheduleData()},
-                            {"StageSceneData", player.SaveStageData()},
-                            {"SceneMgrModel", scenes.SaveSceneMgrModel({})},
-                            {"ResourceModel", resources.SaveResourceModel(false, false)}};
+                            {"ScreenData", ReadFrom(screens, &CScreenModel::SaveData)},
+                            {"NormalProgramScheduleData",
+                             ReadFrom(global->GetNorProgramScheduleModel(), &CProgramScheduleModel::SaveScheduleData)},
+                            {"InsertProgramScheduleData",
+                             ReadFrom(global->GetInsProgramScheduleModel(), &CProgramScheduleModel::SaveScheduleData)},
+                            {"StageSceneData", ReadFrom(player, &CPlayController::SaveStageData)},
+                            {"SceneMgrModel", ReadFrom(scenes, &CSceneMgrModel::SaveSceneMgrModel, QString())},
+                            {"ResourceModel", ReadFrom(resources, &CResourceModel::SaveResourceModel, false, false)}};
     const CReply message = {{"curProjectPath", path},
                             {"curProjectName", project->GetProjectName()},
                             {"type", kEditionName},

@@ -2,13 +2,13 @@
 
 #include "ExternalController/Common/Base64.h"
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Picture.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/MsgSender/Capabilities.h"
 #include "ExternalController/MsgSender/ScrollKeys.h"
 #include "ExternalController/MsgSender/SharedFolder.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ResourceModel.h"
 
@@ -105,7 +105,7 @@ const CResourceMsgSender::Handlers CResourceMsgSender::s_handlers = {
 CResourceMsgSender::CResourceMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
                                        CCentralControllerManager* centralControl, ICloudControlManager* cloudControl)
     : CMsgSenderBase(appServer, fpClient, centralControl, cloudControl)
-    , m_sharedPath(CGlobalModel::GetInstance()->GetSoftwareSetting()->GetAppSharedPath())
+    , m_sharedPath(ReadFrom(GetModel(&CGlobalModel::GetSoftwareSetting), &CZXSoftwareSettingData::GetAppSharedPath))
 {
     SetSenderType(SenderType::Resource);
 }
@@ -123,13 +123,13 @@ void CResourceMsgSender::ModifyAppSharedPath(const QString& path)
 
 void CResourceMsgSender::SendResourceList(const SOperation&)
 {
-    CResourceModel& model = *CResourceModel::GetInstance();
+    CResourceModel* model = CResourceModel::GetInstance();
     QJsonArray items;
-    for (CResourceBase resource : model.GetAllResNode(false, kEveryResourceType)) {
+    for (CResourceBase resource : ReadFrom(model, &CResourceModel::GetAllResNode, false, kEveryResourceType)) {
         if (!resource.GetResDemuxered())
             continue;
         int groupType = 0;
-        ReadGroupType(model, resource, groupType);
+        ReadGroupType(*model, resource, groupType);
         CReply item = ResourceObject(resource, resource.GetPath(), groupType);
         item.Set("isUsedFlag", resource.GetResourceUseCount() != 0);
         items.append(std::move(item).Take());
@@ -143,11 +143,12 @@ void CResourceMsgSender::SendResourceItem(const SOperation& request)
 {
     if (!(request.nSourceFlags & Source::App))
         return;
-    CResourceModel& model = *CResourceModel::GetInstance();
+    CResourceModel* model = CResourceModel::GetInstance();
     CResourceBase resource;
     int groupType = 0;
     const QUuid id = ResourceId(request);
-    if (id.isNull() || !model.GetResourceBaseNode(id, resource) || !ReadGroupType(model, resource, groupType))
+    if (!model || id.isNull() || !model->GetResourceBaseNode(id, resource) ||
+        !ReadGroupType(*model, resource, groupType))
         return;
     CReply reply = request.jsonBody;
     reply.Set("resourceData", ResourceObject(resource, {}, groupType));
@@ -158,24 +159,24 @@ void CResourceMsgSender::SendResourceItem(const SOperation& request)
 void CResourceMsgSender::SendResourceThumbnail(const SOperation& request)
 {
     const QUuid id = ResourceId(request);
-    const QPixmap thumbnail = CResourceModel::GetInstance()->GetAppThumbnail(id);
+    const QPixmap thumbnail = ReadFrom(CResourceModel::GetInstance(), &CResourceModel::GetAppThumbnail, id);
     if (!thumbnail.isNull())
         SendPictureToApp(Command::ResourceThumbnail, id, Encode(thumbnail, "png"));
 }
 
 void CResourceMsgSender::SendTextResource(const SOperation& request)
 {
-    CPlayController& player = *GetPlayController();
-    CResourceModel& model = *CResourceModel::GetInstance();
+    CPlayController* player = GetPlayController();
+    CResourceModel* model = CResourceModel::GetInstance();
     const QUuid id = ResourceId(request);
     CResourceBase resource;
     CTextResource text;
-    if (!model.GetTextResourceNode(id, resource, text)) {
+    if (!model || !model->GetTextResourceNode(id, resource, text)) {
         ReplyToApp(Command::TextResource, {{"result", kNoTextResource}});
         return;
     }
     CReply reply = TextObject(id, text);
-    if (const auto shared = player.GetMediaSharePty(id, false))
+    if (const auto shared = ReadFrom(player, &CPlayController::GetMediaSharePty, id, false))
         AddScroll(reply, shared->scroll);
     ReplyToApp(Command::TextResource, std::move(reply));
 }
@@ -198,9 +199,11 @@ void CResourceMsgSender::SendSupportedFileTypes(const SOperation&)
 /// One message a type, on the bulk channel, since the pictures travel as text.
 void CResourceMsgSender::SendSharedTypeThumbnails(const SOperation&)
 {
-    CResourceModel& model = *CResourceModel::GetInstance();
+    CResourceModel* model = CResourceModel::GetInstance();
+    if (!model)
+        return;
     for (const int type : kSharedTypes) {
-        const QByteArray picture = Encode(model.GetSharedResourceThumbnail(type), "png");
+        const QByteArray picture = Encode(model->GetSharedResourceThumbnail(type), "png");
         DebugLog() << "buffsize:" << picture.size();
         const std::string text = Base64Encode(picture.constData(), static_cast<unsigned int>(picture.size()));
         const CReply reply = {{"result", 1}, {"resType", type}, {"data", QString::fromStdString(text)}};

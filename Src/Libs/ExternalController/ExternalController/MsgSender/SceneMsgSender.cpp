@@ -1,8 +1,8 @@
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
 #include "ExternalController/Common/DebugLog.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Picture.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/SceneMgrModel.h"
 
@@ -27,19 +27,21 @@ CReply SceneObject(const CSceneNode& scene)
             {"sceneId", scene.GetId()}, {"sceneName", scene.GetName()},        {"mediaIdList", MediaIds(scene)}};
 }
 
-CReply GroupObject(CSceneMgrModel& model, const QUuid& groupId)
+CReply GroupObject(CSceneMgrModel* model, const QUuid& groupId)
 {
-    const std::vector<QUuid> sceneIds = model.GetGroupSceneId(groupId);
-    CReply group = {
-        {"count", sceneIds.size()}, {"sceneGroupId", groupId}, {"sceneGroupName", model.GetSceneGroupName(groupId)}};
-    group.AddNumbered(sceneIds, [&](const QUuid& id) { return SceneObject(model.GetSceneNode(groupId, id)); });
+    const auto sceneIds = ReadFrom(model, &CSceneMgrModel::GetGroupSceneId, groupId);
+    CReply group = {{"count", sceneIds.size()},
+                    {"sceneGroupId", groupId},
+                    {"sceneGroupName", ReadFrom(model, &CSceneMgrModel::GetSceneGroupName, groupId)}};
+    group.AddNumbered(sceneIds, [&](const QUuid& id) { return SceneObject(model->GetSceneNode(groupId, id)); });
     return group;
 }
 
 /// Apps of all versions but one are shown the first group as the playing one.
 CReply ForLoggedInApp(CReply data, const std::vector<QUuid>& groupIds)
 {
-    const QString version = CGlobalModel::GetInstance()->GetAPPUserModel()->GetCurLoginAppVersion();
+    const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
+    const QString version = ReadFrom(users, &CAPPUserModel::GetCurLoginAppVersion);
     if (version != kVersionWithCurrentGroup && !groupIds.empty())
         data.Set("currentSceneGroupId", groupIds.front());
     return data;
@@ -58,13 +60,13 @@ struct SChapter {
 };
 
 /// None while the stage doesn't play, and for a scene that isn't in its group any more.
-SChapter PlayingChapter(CPlayController& player, CSceneMgrModel& model)
+SChapter PlayingChapter(CPlayController* player, CSceneMgrModel* model)
 {
-    if (!player.GetStageIsPlaying() && player.GetGlobalPlayState() != 0)
+    if (!player || !model || (!player->GetStageIsPlaying() && player->GetGlobalPlayState() != 0))
         return {};
-    const auto [groupId, sceneId] = model.GetCurPlayScene();
-    const SChapter chapter = {PlaceOf(groupId, model.GetAllSceneGroupId()),
-                              PlaceOf(sceneId, model.GetGroupSceneId(groupId))};
+    const auto [groupId, sceneId] = model->GetCurPlayScene();
+    const SChapter chapter = {PlaceOf(groupId, model->GetAllSceneGroupId()),
+                              PlaceOf(sceneId, model->GetGroupSceneId(groupId))};
     return chapter.group == 0 || chapter.scene == 0 ? SChapter{} : chapter;
 }
 
@@ -94,9 +96,9 @@ bool CSceneMsgSender::HandleMsg(SOperation request)
 
 void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
 {
-    CSceneMgrModel& model = *CSceneMgrModel::GetInstance();
-    const std::vector<QUuid> groupIds = model.GetAllSceneGroupId();
-    const auto [groupId, sceneId] = model.GetCurPlayScene();
+    CSceneMgrModel* model = CSceneMgrModel::GetInstance();
+    const auto groupIds = ReadFrom(model, &CSceneMgrModel::GetAllSceneGroupId);
+    const auto [groupId, sceneId] = ReadFrom(model, &CSceneMgrModel::GetCurPlayScene);
 
     CReply groups;
     groups.AddNumbered(groupIds, [&](const QUuid& id) { return GroupObject(model, id); });
@@ -112,9 +114,9 @@ void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
 
 void CSceneMsgSender::SendMainSceneGroup(const SOperation& request)
 {
-    CSceneMgrModel& model = *CSceneMgrModel::GetInstance();
+    CSceneMgrModel* model = CSceneMgrModel::GetInstance();
     CReply reply = request.jsonBody;
-    reply.Set("sceneGroupData", GroupObject(model, model.GetMainKVId()));
+    reply.Set("sceneGroupData", GroupObject(model, ReadFrom(model, &CSceneMgrModel::GetMainKVId)));
     AnswerApp(request, reply);
     // The FP controller knows one of the two codes.
     if (request.nSourceFlags & Source::FP)
@@ -125,8 +127,8 @@ void CSceneMsgSender::SendPlayingChapter(const SOperation& request)
 {
     if (!request.jsonBody.contains(QLatin1String("cmd")))
         return;
-    CPlayController& player = *GetPlayController();
-    const SChapter chapter = PlayingChapter(player, *CSceneMgrModel::GetInstance());
+    CPlayController* player = GetPlayController();
+    const SChapter chapter = PlayingChapter(player, CSceneMgrModel::GetInstance());
     ReplyToCentralControl(request,
                           {{"playingChapter", CReply{{"sceneGrpCol", chapter.group}, {"sceneCol", chapter.scene}}}});
 }
@@ -138,7 +140,8 @@ bool CSceneMsgSender::SendSceneThumbnail(const SOperation& request)
     if (groupId.isNull() || sceneId.isNull())
         return false;
     DebugLog() << "grp Id:" << groupId << "sceneId" << sceneId;
-    const QPixmap image = CSceneMgrModel::GetInstance()->GetSceneImage(groupId, sceneId);
+    CSceneMgrModel* model = CSceneMgrModel::GetInstance();
+    const QPixmap image = ReadFrom(model, &CSceneMgrModel::GetSceneImage, groupId, sceneId);
     SendPictureToApp(Command::SceneThumbnail, sceneId, Encode(ToThumbnail(image), "jpg"));
     return true;
 }

@@ -1,5 +1,6 @@
 #include "ExternalController/MsgSender/StageMediaView.h"
 
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/Capabilities.h"
 #include "ExternalController/MsgSender/ScrollKeys.h"
@@ -47,33 +48,35 @@ void AddLayout(CReply& to, const SLayoutProperty& layout)
 } // namespace
 
 CStageMediaView::CStageMediaView()
-    : m_resources(*CResourceModel::GetInstance())
-    , m_presentations(*GetPPtPlayerMgr())
-    , m_render(*GetRenderController())
-    , m_player(*GetPlayController())
+    : m_resources(CResourceModel::GetInstance())
+    , m_presentations(GetPPtPlayerMgr())
+    , m_render(GetRenderController())
+    , m_player(GetPlayController())
 {}
 
 std::list<CMediaNode> CStageMediaView::Media() const
 {
-    return m_player.GetStageMedias();
+    return ReadFrom(m_player, &CPlayController::GetStageMedias);
 }
 
 CReply CStageMediaView::Describe(const CMediaNode& media) const
 {
     CResourceBase resource;
-    if (!m_resources.GetResourceBaseNode(media.GetResourceId(), resource))
+    if (!m_resources || !m_resources->GetResourceBaseNode(media.GetResourceId(), resource))
         return {};
     CGroupResource group;
     if (resource.GetType() == ResourceType::Group &&
-        !m_resources.GetGroupResourceNode(resource.GetId(), resource, group))
+        !m_resources->GetGroupResourceNode(resource.GetId(), resource, group))
         return {};
 
     const auto play = media.GetPlayProperty();
     const auto timing = media.GetTimingProperty();
     SMediaPlayData playData = {0, -1};
-    m_player.GetMediaPlayData(media.GetId(), playData);
+    if (m_player)
+        m_player->GetMediaPlayData(media.GetId(), playData);
     QString streamUrl;
-    m_render.GetMediaStreamPushUrl(media.GetId(), streamUrl);
+    if (m_render)
+        m_render->GetMediaStreamPushUrl(media.GetId(), streamUrl);
 
     CReply object = {{"currentTime", playData.currentTime},
                      {"mediaId", media.GetId()},
@@ -99,7 +102,7 @@ bool CStageMediaView::AddOfItsKind(CReply& to, const CMediaNode& media, int reso
     switch (resourceType) {
     case ResourceType::Presentation:
         to.Set("mediaState", play->currentState);
-        return m_presentations.GetPPtPlayer(media.GetId()) != nullptr;
+        return ReadFrom(m_presentations, &CPPtPlayerMgr::GetPPtPlayer, media.GetId()) != nullptr;
     case ResourceType::Text:
     case ResourceType::ScrollingGroup:
         AddScroll(to, play->scroll);

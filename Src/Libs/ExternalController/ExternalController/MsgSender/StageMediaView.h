@@ -22,8 +22,9 @@ public:
 private:
     bool AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType) const;
 
-    CResourceModel& m_resources;
-    CPPtPlayerMgr& m_presentations;
-    CRenderController& m_render;
-    CPlayController& m_player;
+    // Null where the host has none.
+    CResourceModel* m_resources;
+    CPPtPlayerMgr* m_presentations;
+    CRenderController* m_render;
+    CPlayController* m_player;
 };

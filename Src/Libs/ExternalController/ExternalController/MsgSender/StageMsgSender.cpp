@@ -1,10 +1,10 @@
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/Picture.h"
 #include "ExternalController/MsgSender/CloudPicture.h"
 #include "ExternalController/MsgSender/StageMediaView.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/RenderController.h"
 #include "Interfaces/SceneMgrModel.h"
@@ -106,27 +106,28 @@ bool CStageMsgSender::HandleMsg(SOperation request)
 
 void CStageMsgSender::SendStageSnapshot(const SOperation& request)
 {
-    CGlobalModel& global = *CGlobalModel::GetInstance();
-    CPlayController& player = *GetPlayController();
-    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
-    const auto effect = scenes.GetGlobalProperty();
-    if (!effect)
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
+    const auto projectSetting = GetModel(&CGlobalModel::GetProjectSetting);
+    CPlayController* player = GetPlayController();
+    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
+    const auto effect = ReadFrom(scenes, &CSceneMgrModel::GetGlobalProperty);
+    if (!effect || !player)
         return;
 
-    const auto [groupId, sceneId] = scenes.GetCurPlayScene();
-    const auto [left, right] = player.GetVolumn();
+    const auto [groupId, sceneId] = scenes->GetCurPlayScene();
+    const auto [left, right] = player->GetVolumn();
     const double globalVolume = effect->IsMute() ? 0 : Biased(effect->GetVolume(), kGlobalVolumeBias);
-    const QColor color = global.GetSoftwareSetting()->LoadStageColor();
+    const QColor color = ReadFrom(setting, &CZXSoftwareSettingData::LoadStageColor);
     const CReply stage = {{"result", 1},
                           {"blackScreen", effect->IsBlack()},
                           {"currentSceneGroupId", groupId},
                           {"currentSceneId", sceneId},
-                          {"mediaIdList", QJsonArray::fromStringList(player.GetAllStageMediaId())},
-                          {"ratio", global.GetProjectSetting()->LoadStageZoomRatio()},
+                          {"mediaIdList", QJsonArray::fromStringList(player->GetAllStageMediaId())},
+                          {"ratio", ReadFrom(projectSetting, &CZXProjectSettingData::LoadStageZoomRatio)},
                           {"leftVolumn", Biased(left, kBias)},
                           {"rightVolumn", Biased(right, kBias)},
                           {"globalVolumn", globalVolume},
-                          {"globalPlayState", player.GetGlobalPlayState()},
+                          {"globalPlayState", player->GetGlobalPlayState()},
                           {"stagePicData", ColorKeys(*effect, 0)},
                           {"stageColorR", color.red()},
                           {"stageColorG", color.green()},
@@ -145,12 +146,13 @@ void CStageMsgSender::SendPlayStateText(const SOperation& request)
 
 void CStageMsgSender::SendPlayStateNumber(const SOperation& request)
 {
-    AnswerFP(request, {{"globalPlayState", GetPlayController()->GetGlobalPlayState()}});
+    if (CPlayController* player = GetPlayController())
+        AnswerFP(request, {{"globalPlayState", player->GetGlobalPlayState()}});
 }
 
 void CStageMsgSender::SendVolume(const SOperation& request)
 {
-    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
     AnswerFP(request, {{"globalVolume", effect->GetVolume()}});
@@ -158,7 +160,7 @@ void CStageMsgSender::SendVolume(const SOperation& request)
 
 void CStageMsgSender::SendMuteState(const SOperation& request)
 {
-    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
     AnswerCentralControl(request, {{"globalMuteState", effect->IsMute() ? "mute" : "unmute"}});
@@ -167,7 +169,7 @@ void CStageMsgSender::SendMuteState(const SOperation& request)
 /// One of those who asked is enough.
 void CStageMsgSender::SendBlackScreenState(const SOperation& request)
 {
-    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
     const CReply reply = {{"blackState", effect->IsBlack() ? "balck" : "unBlack"}};
@@ -180,7 +182,7 @@ void CStageMsgSender::SendBlackScreenState(const SOperation& request)
 /// Central control and the FP controller get the brightness alone, and only when nobody else asked with them.
 void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
 {
-    const auto effect = CSceneMgrModel::GetInstance()->GetGlobalProperty();
+    const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
     if (request.nSourceFlags == Source::CentralControl)
@@ -193,19 +195,20 @@ void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
 
 void CStageMsgSender::SendHdrState(const SOperation& request)
 {
-    const auto [on, kind] = CGlobalModel::GetInstance()->GetProjectSetting()->LoadHDRSetting();
+    const auto setting = GetModel(&CGlobalModel::GetProjectSetting);
+    const auto [on, kind] = ReadFrom(setting, &CZXProjectSettingData::LoadHDRSetting);
     AnswerCentralControl(
         request, {{"HDRState", on ? "opened" : "closed"}, {"HDRType", kind == kSoftwareHdr ? "software" : "hardware"}});
 }
 
 void CStageMsgSender::SendProjectList(const SOperation& request)
 {
-    const auto open = CGlobalModel::GetInstance()->GetZXProject();
-    const std::vector<SProjectMgrNode> projects = open->GetProjectMgrList();
+    const auto open = GetModel(&CGlobalModel::GetZXProject);
+    const auto projects = ReadFrom(open, &CZXProject::GetProjectMgrList);
     CReply reply = {{"result", 1},
                     {"count", projects.size()},
-                    {"currentProId", open->GetId()},
-                    {"currentProName", open->GetProjectName()}};
+                    {"currentProId", ReadFrom(open, &CZXProject::GetId)},
+                    {"currentProName", ReadFrom(open, &CZXProject::GetProjectName)}};
     reply.AddNumbered(projects, [](const SProjectMgrNode& project) {
         return CReply{{"projectName", project.name}, {"projectId", project.id}};
     });
@@ -215,7 +218,7 @@ void CStageMsgSender::SendProjectList(const SOperation& request)
 
 void CStageMsgSender::SendScreenList(const SOperation&)
 {
-    const auto screens = CScreenModel::GetInstance()->GetAllScreen();
+    const auto screens = ReadFrom(CScreenModel::GetInstance(), &CScreenModel::GetAllScreen);
     CReply list = {{"result", 1}, {"count", screens.size()}};
     list.AddNumbered(screens, [](const auto& screen) { return ScreenObject(*screen); });
     ReplyToApp(Command::ScreenList, {{"screenMgrData", list}});
@@ -223,13 +226,14 @@ void CStageMsgSender::SendScreenList(const SOperation&)
 
 void CStageMsgSender::SendAppControlMode(const SOperation& request)
 {
-    const int mode = CGlobalModel::GetInstance()->GetZXProject()->GetAppCtrlMode();
+    const int mode = ReadFrom(GetModel(&CGlobalModel::GetZXProject), &CZXProject::GetAppCtrlMode);
     AnswerApp(request, {{"mode", mode}, {"result", 1}});
 }
 
 void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
 {
-    const int mode = CGlobalModel::GetInstance()->GetSoftwareSetting()->LoadStagePreviewMode();
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
+    const int mode = ReadFrom(setting, &CZXSoftwareSettingData::LoadStagePreviewMode);
     AnswerApp(request, {{"mode", mode}, {"result", 1}});
 }
 
@@ -268,7 +272,7 @@ void CStageMsgSender::SendMediaData(const SOperation& request)
 void CStageMsgSender::SendMediaThumbnail(const SOperation& request)
 {
     const QUuid mediaId(request.jsonBody["mediaId"].toString());
-    const QImage image = GetRenderController()->GetImageWithAlpha(mediaId);
+    const QImage image = ReadFrom(GetRenderController(), &CRenderController::GetImageWithAlpha, mediaId);
     if (!image.isNull())
         SendPictureToApp(Command::MediaThumbnail, mediaId, Encode(ToThumbnail(image), "png"));
 }
@@ -280,8 +284,7 @@ void CStageMsgSender::SendPreviewPath(const SOperation& request)
 
 void CStageMsgSender::PushStagePreview(const SOperation&)
 {
-    CRenderController* render = GetRenderController();
-    const QImage image = render ? render->GetStageViewImage() : QImage();
+    const QImage image = ReadFrom(GetRenderController(), &CRenderController::GetStageViewImage);
     if (!image.isNull())
         SendToCloud(CloudPicture("preview", {}, image), CloudControl::ClipAndChapterData);
 }

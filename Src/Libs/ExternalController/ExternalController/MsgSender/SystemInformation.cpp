@@ -1,11 +1,11 @@
 #include "ExternalController/MsgSender/SystemInformation.h"
 
 #include "ExternalController/Common/Adapters.h"
+#include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/HostPath.h"
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/DeviceResource.h"
-#include "Interfaces/GlobalModel.h"
 #include "Interfaces/PerformanceModel.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/SceneMgrModel.h"
@@ -83,15 +83,19 @@ CReply Network(const IP_ADAPTER_INFO* first)
 
 CReply SystemInformation()
 {
-    CGlobalModel& global = *CGlobalModel::GetInstance();
-    CScreenModel& screens = *CScreenModel::GetInstance();
-    CPlayController& player = *GetPlayController();
-    CSceneMgrModel& scenes = *CSceneMgrModel::GetInstance();
-    const auto project = global.GetZXProject();
-    const auto effect = scenes.GetGlobalProperty();
-    const ZXPerformanceData::SSystemInfo machine = global.GetPerformanceModel()->GetSystemInfo();
-    const auto [groupId, sceneId] = scenes.GetCurPlayScene();
-    const bool isStopped = player.GetGlobalPlayState() == kStopped;
+    CGlobalModel* global = CGlobalModel::GetInstance();
+    CScreenModel* screens = CScreenModel::GetInstance();
+    CPlayController* player = GetPlayController();
+    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
+    const auto project = ReadFrom(global, &CGlobalModel::GetZXProject);
+    const auto effect = ReadFrom(scenes, &CSceneMgrModel::GetGlobalProperty);
+    const auto performance = ReadFrom(global, &CGlobalModel::GetPerformanceModel);
+    const ZXPerformanceData::SSystemInfo machine = ReadFrom(performance, &CPerformanceModel::GetSystemInfo);
+    const QString format = ReadFrom(global, &CGlobalModel::GetAppFormatName);
+    const QString version = ReadFrom(global, &CGlobalModel::GetAppVersion);
+    const auto projects = ReadFrom(project, &CZXProject::GetProjectMgrList);
+    const bool hasChapter = scenes && player && player->GetGlobalPlayState() != kStopped;
+    const QUuid sceneId = ReadFrom(scenes, &CSceneMgrModel::GetCurPlayScene).second;
 
     return {{"system", machine.system},
             {"zentravoxType", kEditionName},
@@ -100,17 +104,16 @@ CReply SystemInformation()
             {"syncCardConnected", false},
             {"hardDisk", ArrayOf(machine.disks, DiskObject)},
             {"memory", ArrayOf(machine.memory, MemoryObject)},
-            {"screens", ArrayOf(screens.GetAllScreen(), ScreenResolution)},
+            {"screens", ArrayOf(ReadFrom(screens, &CScreenModel::GetAllScreen), ScreenResolution)},
             {"verticalSynchronization", false},
             {"gpuDriveVersion", machine.gpuDriverVersion},
             {"office", machine.office},
-            {"directX", GetDeviceResource()->GetDirectXVersion()},
-            {"version", QString(global.GetAppFormatName() + ' ' + global.GetAppVersion())},
+            {"directX", ReadFrom(GetDeviceResource(), &CDeviceResource::GetDirectXVersion)},
+            {"version", QString(format + ' ' + version)},
             {"luminance", effect ? Percent(effect->GetLuminance()) : 0},
             {"volume", effect && !effect->IsMute() ? Percent(effect->GetVolume()) : 0},
-            {"projectPathLists",
-             ArrayOf(project->GetProjectMgrList(), [](const SProjectMgrNode& node) { return HostPath(node.path); })},
-            {"curProject", HostPath(project->GetProjectPath())},
-            {"curChapterId", isStopped ? QString() : sceneId.toString(QUuid::WithoutBraces)},
+            {"projectPathLists", ArrayOf(projects, [](const SProjectMgrNode& node) { return HostPath(node.path); })},
+            {"curProject", HostPath(ReadFrom(project, &CZXProject::GetProjectPath))},
+            {"curChapterId", hasChapter ? sceneId.toString(QUuid::WithoutBraces) : QString()},
             {"network", Network(CAdapters().First())}};
 }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Interfaces/GlobalModel.h"
+
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+// A host may lack any of its models: what a missing one would return reads as empty.
+
+/// Calls a function, usually a getter, with the model. Returns its result, or an empty value if the model is null.
+template <class Model, class Read, class... Args>
+auto ReadFrom(const Model& model, Read&& read, Args&&... args)
+{
+    using Value = std::decay_t<std::invoke_result_t<Read, decltype(*model), Args...>>;
+    return model ? Value(std::invoke(std::forward<Read>(read), *model, std::forward<Args>(args)...)) : Value();
+}
+
+/// The model that a getter of the global model returns, or null.
+template <class Getter>
+auto GetModel(Getter get)
+{
+    return ReadFrom(CGlobalModel::GetInstance(), get);
+}
