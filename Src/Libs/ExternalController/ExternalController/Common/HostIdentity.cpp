@@ -9,12 +9,8 @@
 QString GetHostName()
 {
     const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
-    QString name = ReadFrom(setting, &CZXSoftwareSettingData::LoadHostName);
-    if (!name.isEmpty())
-        return name;
-    // Asked once: a machine that is renamed is known by its new name after the host's next start.
-    static const QString machineName = QHostInfo::localHostName();
-    return machineName;
+    const QString name = ReadFrom(setting, &CZXSoftwareSettingData::LoadHostName);
+    return name.isEmpty() ? QHostInfo::localHostName() : name;
 }
 
 QString GetLocalIPv4()
