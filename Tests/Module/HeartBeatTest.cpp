@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -107,6 +108,37 @@ TEST_F(HeartBeatTest, ASilentAppIsDisconnectedAfterFiveSecondsAndAgainEverySecon
 
     m_pause->LetChecksPass(8);
     EXPECT_EQ(Disconnects(), 3);
+}
+
+TEST_F(HeartBeatTest, ALoginStartsCountingAnew)
+{
+    m_pause->LetChecksPass(5);
+
+    RecordingChannels::Callbacks().appTcp(AppPacket(Command::Login, {{"username", "operator"}, {"force", 1}}, m_app));
+
+    m_pause->LetChecksPass(10);
+    EXPECT_EQ(Disconnects(), 0) << "the silence before the login counts";
+    m_pause->LetChecksPass(11);
+    EXPECT_EQ(Disconnects(), 1);
+}
+
+TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLoginOn)
+{
+    const auto channels = RecordingChannels::Callbacks();
+    m_pause->LetChecksPass(1);
+    channels.appTcp(CloseNotice(m_app));
+    m_loop.join();
+
+    channels.connected(m_app.ip, m_app.port);
+    const auto before = std::async(std::launch::async, channels.timer);
+    EXPECT_EQ(before.wait_for(kPatience), std::future_status::ready) << "supervised before the login";
+    // Another app's close follows the connection that the login comes on.
+    channels.appTcp(CloseNotice(m_app));
+    LogIn(m_app);
+    m_loop = std::thread(channels.timer);
+
+    m_pause->LetChecksPass(1 + 6);
+    EXPECT_EQ(Disconnects(), 1);
 }
 
 // In these the loop waits with no time passing: only being woken ends it, or the test hangs.

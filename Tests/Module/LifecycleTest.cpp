@@ -116,6 +116,7 @@ TEST_F(LifecycleTest, StopEndsTheWatchOverTheAppAndTheServerAndUninitReleasesThe
     StopExternalController();
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("App.UninitServer", "App.Stop"));
 
+    controller.AppServerSupport(true);
     LogIn();
     StopExternalController();
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Stop", "App.Stop"));

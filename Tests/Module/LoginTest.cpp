@@ -6,7 +6,9 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
 #include <thread>
+#include <vector>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -166,6 +168,72 @@ TEST_F(LoginTest, OfTwoAppsThatLogInAtOnceOneGetsIn)
 
         ASSERT_EQ(Reports().size(), 1u);
     }
+}
+
+TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverEndsNothing)
+{
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    std::future<void> closing;
+    QObject::connect(GetExternalController(), &CExternalController::signalStartPushStream, [&] {
+        if (closing.valid())
+            return;
+        closing = std::async(std::launch::async, RecordingChannels::Callbacks().appTcp, CloseNotice(kFirst));
+        // The notice gets ahead of the login within this time if it can.
+        closing.wait_for(std::chrono::milliseconds(100));
+    });
+
+    LogInAs(LoginBody("ben", "pear", 1), kSecond);
+
+    ASSERT_EQ(closing.wait_for(kPatience), std::future_status::ready);
+    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
+    EXPECT_EQ(HostModels::UserModel().GetCurrentLoginUser(), "ben");
+    EXPECT_EQ(m_stops, 0);
+}
+
+TEST_F(LoginTest, TheSignalsAndReportsOfALogoutComeBeforeThoseOfTheNextLogin)
+{
+    CNotes notes;
+    std::future<void> login;
+    const QJsonObject next = LoginBody("ben", "pear");
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    ForgetReports();
+    QObject::connect(GetExternalController(), &CExternalController::signalStartPushStream, [&] { notes.Add("start"); });
+    QObject::connect(GetExternalController(), &CExternalController::signalStopAppStreamPush, [&] {
+        login = std::async(std::launch::async, [&] { Deliver(Command::Login, next, kSecond); });
+        login.wait_for(std::chrono::milliseconds(100)); // as above
+        notes.Add("stop");
+    });
+
+    RecordingChannels::Callbacks().appTcp(CloseNotice(kFirst));
+
+    ASSERT_EQ(login.wait_for(kPatience), std::future_status::ready);
+    EXPECT_THAT(notes.All(), ElementsAre("stop", "start"));
+    EXPECT_THAT(Reports(),
+                ElementsAre(Report({0, Command::AppGone, false, {}, 0}), Report({0, Command::Login, true, next, 1})));
+}
+
+TEST_F(LoginTest, ASlotMayHaveOtherThreadsCallTheController)
+{
+    CExternalController& controller = *GetExternalController();
+    std::vector<std::future<void>> calls;
+    const auto slot = [&] {
+        calls.push_back(std::async(std::launch::async, [&] {
+            controller.Write({SenderType::ProjectData, Command::LoginIdentity, {}, Source::App});
+            controller.ModifyAppResSavePath("uploads");
+            controller.ModifyAppSharedPath("shared");
+            controller.SetPrjLoadState(1);
+            controller.CloudControlConnect();
+            controller.CloudControlLogin({}, {}, {});
+        }));
+        EXPECT_EQ(calls.back().wait_for(kPatience), std::future_status::ready);
+    };
+    QObject::connect(&controller, &CExternalController::signalStartPushStream, slot);
+    QObject::connect(&controller, &CExternalController::signalStopAppStreamPush, slot);
+
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    RecordingChannels::Callbacks().appTcp(CloseNotice(kFirst));
+
+    EXPECT_EQ(calls.size(), 2u);
 }
 
 TEST(RsaCipherTest, DecodesAndDecryptsWhatWasEncrypted)

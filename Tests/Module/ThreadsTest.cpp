@@ -4,11 +4,17 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <memory>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using testing::Contains;
 using testing::Each;
+using testing::ElementsAre;
 using testing::Not;
 
 using ThreadsTest = ControllerTest;
@@ -68,6 +74,38 @@ TEST_F(ThreadsTest, UninitWaitsForARequestThatIsBeingAnswered)
     watcher.join();
     request.join();
     EXPECT_THAT(RecordingChannels::CallNames(), Contains("App.Destroy"));
+}
+
+TEST_F(ThreadsTest, AStopAndTheLoginsAndNoticesThatComeMeanwhileDoNotWaitForOneAnother)
+{
+    CExternalController& controller = Start();
+    const auto tcp = RecordingChannels::Callbacks().appTcp;
+    const std::pair<const char*, std::function<void()>> stops[] = {
+        {"App.Stop", StopExternalController},
+        {"App.UninitServer", [&] { controller.AppServerSupport(false); }},
+    };
+
+    for (const auto& [stop, run] : stops) {
+        controller.AppServerSupport(true);
+        LogIn();
+        std::vector<std::future<void>> deliveries;
+        const auto deliver = [&](const std::shared_ptr<Comm::ResponsePackage>& packet) {
+            deliveries.push_back(std::async(std::launch::async, tcp, packet));
+            EXPECT_EQ(deliveries.back().wait_for(kPatience), std::future_status::ready);
+        };
+        RecordingChannels::OnCall([&, stop = std::string(stop)](const SChannelCall& call) {
+            if (call.name == "Timer.Stop")
+                deliver(AppPacket(Command::Login, {{"username", "operator"}, {"force", 1}}));
+            else if (call.name == stop)
+                deliver(CloseNotice({}));
+        });
+
+        run();
+
+        RecordingChannels::OnCall({});
+        EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Stop", "App.SendPackage", stop));
+        EXPECT_FALSE(HostModels::UserModel().GetLoginState());
+    }
 }
 
 TEST_F(ThreadsTest, ARequestThatComesWhileInitStillRunsIsPassedOverOrAnswered)

@@ -46,10 +46,7 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
     if (!packet)
         return;
     if (packet->closed) {
-        const std::string lastIp = LastApp().ip;
-        DebugLog() << "remoteIp" << packet->remoteIp.c_str() << "last ip" << lastIp.c_str();
-        if (packet->remoteIp == lastIp)
-            OnAppClientDisconnect();
+        OnAppConnectionClosed(packet->remoteIp);
         return;
     }
     if (!m_appServer)
@@ -62,8 +59,7 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
         break;
     case Command::Login:
         DebugLog() << "request_login:" << packet->remoteIp.c_str() << ":" << packet->remotePort;
-        if (LogInApp(request.jsonBody, packet->remoteIp, packet->remotePort))
-            ReportToHost(request, !request.jsonBody.isEmpty());
+        LogInApp(request, packet->remoteIp, packet->remotePort);
         break;
     case Command::PublicKey:
         ResponPublickey(packet->remoteIp, packet->remotePort);

@@ -33,16 +33,12 @@ void CExternalController::ResponPublickey(std::string remoteIp, unsigned short r
                              AppServer::Control, remoteIp, remotePort);
 }
 
-bool CExternalController::LogInApp(const QJsonObject& body, const std::string& remoteIp, unsigned short remotePort)
+void CExternalController::LogInApp(const SOperation& request, const std::string& remoteIp, unsigned short remotePort)
 {
     // Two apps that log in at the same moment must not both find the place free.
     const std::lock_guard login(m_loginMutex);
-    if (!ResponAPPLogin(body, remoteIp, remotePort))
-        return false;
-    const std::lock_guard lock(m_mutex);
-    m_lastAppIp = remoteIp;
-    m_lastAppPort = remotePort;
-    return true;
+    if (ResponAPPLogin(request.jsonBody, remoteIp, remotePort))
+        ReportToHost(request, !request.jsonBody.isEmpty());
 }
 
 bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp, unsigned short remotePort)
@@ -82,7 +78,7 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
         users->SetCurLoginAppVersion(body["appVersion"].toString());
         users->SetCurLoginAppType(body["appType"].toInt());
         emit signalStartPushStream(std::string());
-        StartHeartBeat();
+        StartHeartBeat({remoteIp, remotePort});
     }
     DebugLog() << " login error code :" << error;
 

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 class CCallGate;
@@ -35,8 +36,8 @@ enum Index : int;
 ///
 /// The host's order is InitExternalController, Init, use, StopExternalController, UninitExternalController, all on one
 /// thread, which is also the thread of its slots. Write may be called from any thread; requests from the channels
-/// arrive on the channels' threads, and a signal is emitted on the thread of the request that caused it. No operation
-/// throws.
+/// arrive on the channels' threads, and a signal is emitted on the thread of the request that caused it. The signals of
+/// logins and logouts come one at a time, in their order. No operation throws.
 class EXTERNALCONTROLLER_EXPORT CExternalController : public QObject {
     Q_OBJECT
 
@@ -105,10 +106,13 @@ private:
 
     void CreateMsgSenders();
     void StartAppServer();
-    void StartHeartBeat();
+    /// Supervises the app that has just logged in, unless the app server is being stopped.
+    void StartHeartBeat(const SAppAddress& app);
     void StopHeartBeat();
     /// Where the app is that logged in last.
     SAppAddress LastApp() const;
+    /// The same, if that app has been silent for too long.
+    std::optional<SAppAddress> SilentApp() const;
     /// The sender under this key, or null. Never changes the table: channels read it.
     IMsgSenderBase* FindSender(int senderType) const;
     IMsgSenderBase* FindDeviceSender() const;
@@ -127,7 +131,8 @@ private:
     void RecvContralControllerUdpMsg(QJsonObject& message);
     void RecvCloudControlMsg(QJsonObject& message);
     void AnswerHeartBeat(std::uint16_t localPort);
-    bool LogInApp(const QJsonObject& body, const std::string& remoteIp, unsigned short remotePort);
+    void LogInApp(const SOperation& request, const std::string& remoteIp, unsigned short remotePort);
+    void OnAppConnectionClosed(const std::string& remoteIp);
 
     void OnNewClientConnect(std::string ip, unsigned short port);
     void OnAppClientDisconnect();
@@ -143,17 +148,20 @@ private:
     std::map<int, IMsgSenderBase*> m_senders; ///< read by the channels once m_sendersReady is set
     std::string m_lastAppIp;                  ///< address of the app that last logged in; with its port under m_mutex
     unsigned short m_lastAppPort = 0;
-    std::atomic<bool> m_appConnected{false};
+    std::atomic<bool> m_appConnected{false};  ///< an app is logged in and supervised
     std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_heartBeatMutex
     mutable std::mutex m_mutex;
-    std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat
+    std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat or its login
     std::atomic<int> m_prjLoadState{1};
 
     std::unique_ptr<IPause> m_heartBeatPause;
     std::mutex m_heartBeatMutex; ///< one start or stop of the supervision at a time; its check never takes it
-    std::atomic<bool> m_heartBeatStopped{false};
+    std::atomic<bool> m_heartBeatStopped{false}; ///< from a stop of the app server until its next start
     std::shared_ptr<CCallGate> m_gate; ///< shared with the channels' callbacks, which may outlive the controller
-    std::mutex m_loginMutex;           ///< one login or logout at a time
+    /// One login or logout at a time, including its signals, its report to the host and its replies, so that a stop is
+    /// signalled before the next start. No public operation takes it: a slot that runs meanwhile may call them, and may
+    /// block. Recursive, since sending to a displaced app may report its closed connection on the same thread.
+    std::recursive_mutex m_loginMutex;
     std::atomic<bool> m_sendersReady{false};
 };
 

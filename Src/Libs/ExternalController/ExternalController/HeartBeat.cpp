@@ -8,6 +8,7 @@
 #include "Interfaces/Common.h"
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
@@ -23,28 +24,47 @@ CExternalController::SAppAddress CExternalController::LastApp() const
     return {m_lastAppIp, m_lastAppPort};
 }
 
-void CExternalController::OnNewClientConnect(std::string, unsigned short)
+std::optional<CExternalController::SAppAddress> CExternalController::SilentApp() const
 {
-    m_appConnected = true;
+    // Count and address are read together: an app that has just logged in must not be taken for the silent one before.
+    const std::lock_guard lock(m_mutex);
+    if (m_heartBeatCount <= kSilentSeconds)
+        return std::nullopt;
+    return SAppAddress{m_lastAppIp, m_lastAppPort};
 }
 
-void CExternalController::StartHeartBeat()
+/// Does nothing: an app is supervised from its login on.
+void CExternalController::OnNewClientConnect(std::string, unsigned short) {}
+
+void CExternalController::StartHeartBeat(const SAppAddress& app)
 {
-    const std::lock_guard lock(m_heartBeatMutex);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lastAppIp = app.ip;
+        m_lastAppPort = app.port;
+        m_heartBeatCount = 1;
+    }
+    // Never wait for a stop: it holds the lock until the check has ended, and the check may wait in DisConnect for a
+    // callback that waits for this login.
+    std::unique_lock lock(m_heartBeatMutex, std::defer_lock);
+    while (!m_heartBeatStopped && !lock.try_lock())
+        std::this_thread::yield();
+    if (m_heartBeatStopped)
+        return;
+    m_appConnected = true;
     if (!m_heartBeatTimer) {
         m_heartBeatTimer =
             std::make_unique<CTimer>([this] { AppHeartBeatCheck(); }, static_cast<double>(kCheckPeriod.count()));
     }
-    m_heartBeatStopped = false;
     m_heartBeatTimer->Start();
 }
 
 void CExternalController::StopHeartBeat()
 {
+    // Set before the lock is taken: a login that meets this stop returns instead of waiting.
+    m_heartBeatStopped = true;
     const std::lock_guard lock(m_heartBeatMutex);
     m_appConnected = false;
-    // An app that connects now must not keep the check going that Stop waits for.
-    m_heartBeatStopped = true;
     m_heartBeatPause->Wake();
     if (m_heartBeatTimer)
         m_heartBeatTimer->Stop();
@@ -52,12 +72,11 @@ void CExternalController::StopHeartBeat()
 
 void CExternalController::AppHeartBeatCheck()
 {
-    const auto isOver = [this] { return !m_appConnected || m_heartBeatStopped; };
+    const auto isOver = [this] { return !m_appConnected; };
     while (!isOver()) {
-        if (m_heartBeatCount > kSilentSeconds) {
+        if (const auto app = SilentApp()) {
             DebugLog() << "heartBeat timeOut";
-            const SAppAddress app = LastApp();
-            m_appServer->DisConnect(app.ip, app.port);
+            m_appServer->DisConnect(app->ip, app->port);
         }
         ++m_heartBeatCount;
         m_heartBeatPause->WaitFor(kCheckPeriod, isOver);
@@ -65,21 +84,29 @@ void CExternalController::AppHeartBeatCheck()
     m_heartBeatCount = 1;
 }
 
+void CExternalController::OnAppConnectionClosed(const std::string& remoteIp)
+{
+    // The address is compared under the lock: an app that is being displaced often closes while its successor logs in.
+    const std::lock_guard login(m_loginMutex);
+    const std::string lastIp = LastApp().ip;
+    DebugLog() << "remoteIp" << remoteIp.c_str() << "last ip" << lastIp.c_str();
+    if (remoteIp == lastIp)
+        OnAppClientDisconnect();
+}
+
+/// With m_loginMutex locked.
 void CExternalController::OnAppClientDisconnect()
 {
     m_appConnected = false;
     m_heartBeatPause->Wake();
     DebugLog() << "APP is disConnected !";
 
-    {
-        const std::lock_guard login(m_loginMutex);
-        const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
-        if (!users || !users->GetLoginState())
-            return;
-        users->SetLoginState(false);
-        users->SetConnectState(false);
-        users->SetCurrentLoginUser({});
-    }
+    const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
+    if (!users || !users->GetLoginState())
+        return;
+    users->SetLoginState(false);
+    users->SetConnectState(false);
+    users->SetCurrentLoginUser({});
     emit signalStopAppStreamPush();
     ReportToHost(MakeRequest(Command::AppGone, {}, 0));
 }

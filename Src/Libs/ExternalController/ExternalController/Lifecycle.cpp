@@ -115,6 +115,7 @@ void CExternalController::Init()
 
 void CExternalController::StartAppServer()
 {
+    m_heartBeatStopped = false;
     m_appServer->SetCallBackFunc(Gated(&CExternalController::RecvAPPTcpMsg), Gated(&CExternalController::RecvAPPUdpMsg),
                                  Gated(&CExternalController::RecvAPPFtpUploadEndMsg));
     m_appServer->SetConnectedFuc(Gated(&CExternalController::OnNewClientConnect));
