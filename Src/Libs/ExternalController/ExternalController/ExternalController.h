@@ -148,7 +148,8 @@ private:
     std::map<int, IMsgSenderBase*> m_senders; ///< read by the channels once m_sendersReady is set
     std::string m_lastAppIp;                  ///< address of the app that last logged in; with its port under m_mutex
     unsigned short m_lastAppPort = 0;
-    std::atomic<bool> m_appConnected{false};  ///< an app is logged in and supervised
+    bool m_appLoggedIn = false;               ///< that app has not closed since; under m_mutex
+    std::atomic<bool> m_appConnected{false};  ///< an app has connected or logged in since the last logout
     std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_heartBeatMutex
     mutable std::mutex m_mutex;
     std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat or its login

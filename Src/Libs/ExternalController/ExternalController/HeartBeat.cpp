@@ -28,13 +28,15 @@ std::optional<CExternalController::SAppAddress> CExternalController::SilentApp()
 {
     // Count and address are read together: an app that has just logged in must not be taken for the silent one before.
     const std::lock_guard lock(m_mutex);
-    if (m_heartBeatCount <= kSilentSeconds)
+    if (!m_appLoggedIn || m_heartBeatCount <= kSilentSeconds)
         return std::nullopt;
     return SAppAddress{m_lastAppIp, m_lastAppPort};
 }
 
-/// Does nothing: an app is supervised from its login on.
-void CExternalController::OnNewClientConnect(std::string, unsigned short) {}
+void CExternalController::OnNewClientConnect(std::string, unsigned short)
+{
+    m_appConnected = true;
+}
 
 void CExternalController::StartHeartBeat(const SAppAddress& app)
 {
@@ -43,6 +45,7 @@ void CExternalController::StartHeartBeat(const SAppAddress& app)
         m_lastAppIp = app.ip;
         m_lastAppPort = app.port;
         m_heartBeatCount = 1;
+        m_appLoggedIn = true;
     }
     // Never wait for a stop: it holds the lock until the check has ended, and the check may wait in DisConnect for a
     // callback that waits for this login.
@@ -51,6 +54,7 @@ void CExternalController::StartHeartBeat(const SAppAddress& app)
         std::this_thread::yield();
     if (m_heartBeatStopped)
         return;
+    // A connection that closed just before may have cleared it.
     m_appConnected = true;
     if (!m_heartBeatTimer) {
         m_heartBeatTimer =
@@ -72,7 +76,7 @@ void CExternalController::StopHeartBeat()
 
 void CExternalController::AppHeartBeatCheck()
 {
-    const auto isOver = [this] { return !m_appConnected; };
+    const auto isOver = [this] { return !m_appConnected || m_heartBeatStopped; };
     while (!isOver()) {
         if (const auto app = SilentApp()) {
             DebugLog() << "heartBeat timeOut";
@@ -98,6 +102,10 @@ void CExternalController::OnAppConnectionClosed(const std::string& remoteIp)
 void CExternalController::OnAppClientDisconnect()
 {
     m_appConnected = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_appLoggedIn = false;
+    }
     m_heartBeatPause->Wake();
     DebugLog() << "APP is disConnected !";
 
