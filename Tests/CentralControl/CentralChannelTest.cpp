@@ -130,6 +130,8 @@ TEST_F(CentralChannelTest, WhatIsNoCommandIsRefusedAndNeverHandedOn)
         "getHDR getHDR",
         "{\"cmd\": \"get\xc3HDR\"}",
         R"({"cmd": )",
+        R"({"cmd": "getHDR", "cmd": "getHDR"})",
+        R"({"cmd": "getHDR", "deep": )" + std::string(64, '[') + std::string(64, ']') + "}",
         deep,
         R"({"cmd": 7})",
         R"({"cmdType": 17})",

@@ -6,7 +6,7 @@ come without one, by a standard header that declares more here than elsewhere.
 """
 import re
 
-from SourceCheck import run
+from SourceCheck import code_of, run
 
 HOME = ("Src/Libs/StandIns/Platform/", "Src/Apps/")
 
@@ -26,12 +26,6 @@ SHARED = (
     "open|close|read|write|pipe|dup|connect|send(to)?|recv(from)?|bind|listen|accept4?|select|poll|socket|shutdown"
     "|[gs]etsockopt|stat|access|unlink|link|mkdir|rmdir|chdir|getcwd|sleep|signal|pause|wait|nice|sync|lseek|pread|pwrite")
 CALL = re.compile(rf"(?<![\w.>:])(?:(?:::\s*)?(?P<own>{POSIX})|::\s*(?P<shared>{SHARED}))\s*\(")
-NO_CODE = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"', re.DOTALL)
-
-
-def code_of(text):
-    return NO_CODE.sub(lambda found: "\n" * found[0].count("\n"), text)
-
 
 def offences(sources):
     """sources: pairs of path below the source folder and text."""

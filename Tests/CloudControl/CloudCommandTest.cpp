@@ -30,7 +30,7 @@ TEST(CloudCommand, AKeywordStandsForItsCodeAndACodeForItself)
 
 TEST(CloudCommand, WhatIsNoCommandIsRefusedWithAReason)
 {
-    for (const char* frame : {"", "{", "refresh", "[]", "{}", R"({"param": 1})", R"({"cmdType": "24"})",
+    for (const char* frame : {"", "{", "refresh", "[]", "{}", R"({"param": 1})", R"({"cmdType": "24"})", R"({"cmdType": 24, "cmdType": 24})",
                               R"({"cmd": "no such keyword"})", R"({"cmd": "no such keyword", "cmdType": 24})"}) {
         QString refusal;
         EXPECT_TRUE(Read(frame, refusal).isEmpty()) << frame;

@@ -1,3 +1,4 @@
+#include "ExternalController/Common/Command.h"
 #include "Interfaces/ZXComm.h"
 
 #include <gtest/gtest.h>
@@ -11,5 +12,18 @@ TEST(AppDataPackTest, BytesThatAreNoEnvelopeHaveNoCodeAndNoBody)
         pack.ReadJsonFromData(body);
         EXPECT_EQ(pack.GetCmdCode(), 0u);
         EXPECT_TRUE(body.isEmpty());
+    }
+}
+
+TEST(AppDataPackTest, AMalformedBodyReadsAsAnEmptyOneAndLeavesTheCode)
+{
+    // What fromJson takes: nested 1,000 deep, 1.2 MB. The host sends bodies of this code back, indented.
+    const QByteArray deep = QByteArray(999, '[') + QByteArray("1,").repeated(600000) + '1' + QByteArray(999, ']');
+    for (const QByteArray& body : {"{\"a\": " + deep + '}', QByteArray(R"({"a": [1], "a": [2]})"), QByteArray("{")}) {
+        const CAppDataPack pack(Command::Mute, body);
+        QJsonObject read{{"left", "over"}};
+        pack.ReadJsonFromData(read);
+        EXPECT_EQ(pack.GetCmdCode(), unsigned{Command::Mute});
+        EXPECT_TRUE(read.isEmpty()) << body.left(20).constData();
     }
 }

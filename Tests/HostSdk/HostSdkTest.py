@@ -54,7 +54,7 @@ class HostSdkTest(unittest.TestCase):
             self.assertEqual(run.returncode, 0, run.stdout)
 
         built = sorted(file.name for file in self.build.joinpath("lib").iterdir())
-        self.assertEqual(built, ["libExternalController.so", "libPlatform.a"])
+        self.assertEqual(built, ["libExternalController.so", "libJsonReader.a", "libPlatform.a"])
         read = subprocess.run(["ninja", "-C", self.build, "-t", "deps"], text=True, capture_output=True, check=True).stdout
         ours = {Path(line.strip()).name for line in read.splitlines() if str(INTERFACES) in line}
         self.assertLessEqual(ours, NOT_THE_HOSTS)

@@ -1,11 +1,10 @@
 #include "ShowHost/Console.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
 #include "ShowHost/HostLog.h"
-
-#include <QJsonDocument>
 
 #if !defined(_WIN32)
 #include <cerrno>
@@ -30,10 +29,12 @@ constexpr std::size_t kMostBytesARead = 4096;
 SDevice ParseDevice(const QString& json)
 {
     const QString source = QStringLiteral("device put");
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8(), &error);
-    if (!document.isObject())
-        throw CFileError((source + ": no JSON object: " + error.errorString()).toStdString());
+    SJsonError error;
+    const QJsonDocument document = ReadJson(json.toUtf8(), &error);
+    if (!document.isObject()) {
+        const QString reason = document.isNull() ? error.reason : QStringLiteral("a list");
+        throw CFileError((source + ": not a JSON object: " + reason).toStdString());
+    }
     return ReadDevice(CJsonObjectReader(source, document.object()));
 }
 

@@ -1,6 +1,7 @@
 #include "ShowRemote/Central.h"
 
 #include "CentralControl/CentralControlConfig.h"
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Datagrams.h"
@@ -25,7 +26,7 @@ QByteArray ReadMessage(const CCommandLine& line)
     const QStringList positional = line.Positional(1, 2);
     QJsonObject message;
     if (positional.size() > 1)
-        message = QJsonDocument::fromJson(CheckedObject(positional[1])).object();
+        message = ReadJson(CheckedObject(positional[1])).object();
     message["cmd"] = positional[0];
     return QJsonDocument(message).toJson(QJsonDocument::Compact);
 }
@@ -33,7 +34,7 @@ QByteArray ReadMessage(const CCommandLine& line)
 /// What the answer says of the command's fate: an answer in JSON in "errorMsg", one without with all its text.
 QString FateOf(const QByteArray& answer)
 {
-    const QJsonDocument json = QJsonDocument::fromJson(answer);
+    const QJsonDocument json = ReadJson(answer);
     return json.isNull() ? QString::fromUtf8(answer) : json["errorMsg"].toString();
 }
 

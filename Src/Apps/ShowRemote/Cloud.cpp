@@ -1,6 +1,7 @@
 #include "ShowRemote/Cloud.h"
 
 #include "CloudControl/CloudControlConfig.h"
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CloudPeer.h"
@@ -58,7 +59,7 @@ SCloudCommand ReadCommand(const CCommandLine& line)
     RefuseListenOptions(line);
     QJsonObject message;
     if (positional.size() > 1)
-        message = QJsonDocument::fromJson(CheckedObject(positional[1])).object();
+        message = ReadJson(CheckedObject(positional[1])).object();
 
     SCloudCommand command;
     const auto known = CloudControlCmdMap.find(positional[0]);

@@ -1,5 +1,6 @@
 #include "ShowRemote/CloudReplies.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "Interfaces/CloudControl.h"
 #include "ShowRemote/Contract.h"
 #include "ShowRemote/Failure.h"
@@ -7,7 +8,6 @@
 #include "ShowRemote/Terminal.h"
 
 #include <QDir>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QUuid>
 
@@ -31,7 +31,7 @@ const std::map<int, SRoute> kRoutes = {
 /// The base64 text would fill the terminal.
 void ShowPicture(const QByteArray& message, const QString& outFolder)
 {
-    const QJsonDocument picture = QJsonDocument::fromJson(message);
+    const QJsonDocument picture = ReadJson(message);
     const QString type = picture["type"].toString();
     const QString idText = picture["id"].toString();
     const QByteArray bytes = QByteArray::fromBase64(picture["data"].toString().toLatin1());
@@ -58,7 +58,7 @@ std::vector<int> CloudReplies::RoutesOf(unsigned int code)
 
 int CloudReplies::Show(const QByteArray& frame, const QString& outFolder)
 {
-    const QJsonDocument reply = QJsonDocument::fromJson(frame);
+    const QJsonDocument reply = ReadJson(frame);
     const int number = reply["route"].toInt(-1);
     const auto route = kRoutes.find(number);
     if (route == kRoutes.end() || !reply["data"].isString())

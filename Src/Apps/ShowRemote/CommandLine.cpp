@@ -1,10 +1,10 @@
 #include "ShowRemote/CommandLine.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 
 #include <QHostAddress>
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <utility>
@@ -123,12 +123,11 @@ void CCommandLine::Refuse(const QStringList& options, const QString& why) const
 QByteArray CheckedObject(const QString& text)
 {
     QByteArray body = text.toUtf8();
-    QJsonParseError error;
-    const QJsonDocument json = QJsonDocument::fromJson(body, &error);
-    if (error.error != QJsonParseError::NoError) {
-        // Qt tells how far it got: the offending character or the one behind it.
+    SJsonError error;
+    const QJsonDocument json = ReadJson(body, &error);
+    if (json.isNull()) {
         const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
-        throw CWrongUsage(QStringLiteral("JSON, near character %1: %2").arg(character).arg(error.errorString()));
+        throw CWrongUsage(QStringLiteral("JSON, near character %1: %2").arg(character).arg(error.reason));
     }
     if (!json.isObject())
         throw CWrongUsage("JSON, near character 1: a request's body is an object, {...}");

@@ -1,8 +1,9 @@
 #include "ShowRemote/Contract.h"
 
+#include "ExternalController/Common/JsonReader.h"
+
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 
 #include <algorithm>
 
@@ -12,7 +13,7 @@ QJsonArray ReadMessages()
 {
     QFile file(":/Contract.json");
     file.open(QIODevice::ReadOnly); // part of the program
-    return QJsonDocument::fromJson(file.readAll())["messages"].toArray();
+    return ReadJson(file.readAll())["messages"].toArray();
 }
 
 QJsonObject MessageOf(unsigned int code)

@@ -1,6 +1,7 @@
 #include "ShowRemote/Login.h"
 
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/LoginResult.h"
 #include "Shared/PasswordInput.h"
 #include "ShowRemote/CommandLine.h"
@@ -71,7 +72,7 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
     request.body = body;
     request.timeout = timeout;
     // The reply that was waited for comes last.
-    return QJsonDocument::fromJson(Conversation::Ask(peer, request).back().body).object();
+    return ReadJson(Conversation::Ask(peer, request).back().body).object();
 }
 
 QString RefusalText(int result, const QString& user)

@@ -1,6 +1,6 @@
 #include "ShowRemote/Terminal.h"
 
-#include <QJsonDocument>
+#include "ExternalController/Common/JsonReader.h"
 
 #include <cstdio>
 #ifdef Q_OS_WIN
@@ -26,7 +26,7 @@ void Terminal::PrintLine(const QString& line)
 
 bool Terminal::PrintJson(const QByteArray& text)
 {
-    const QJsonDocument json = QJsonDocument::fromJson(text);
+    const QJsonDocument json = ReadJson(text);
     if (json.isNull())
         return false;
     Write(stdout, json.toJson());

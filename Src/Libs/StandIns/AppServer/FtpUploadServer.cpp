@@ -1,5 +1,6 @@
 #include "AppServer/FtpUploadServer.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "Platform/ChildDescriptors.h"
 #include "Platform/CodeFolder.h"
 
@@ -163,7 +164,7 @@ private:
     void ReadEvents()
     {
         while (m_process.canReadLine()) {
-            const QJsonObject line = QJsonDocument::fromJson(m_process.readLine()).object();
+            const QJsonObject line = ReadJson(m_process.readLine()).object();
             const QString event = line["event"].toString();
             if (event == QLatin1String("upload")) {
                 if (m_uploadEnd)

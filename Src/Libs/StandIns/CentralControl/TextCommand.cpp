@@ -1,9 +1,9 @@
 #include "CentralControl/TextCommand.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 
 #include <algorithm>
 
@@ -25,7 +25,7 @@ bool IsWordCharacter(char c)
 QJsonValue ReadBareKeyword(const QByteArray& text)
 {
     // Qt reads no JSON text that is neither an object nor a list.
-    const QJsonArray wrapped = QJsonDocument::fromJson('[' + text + ']').array();
+    const QJsonArray wrapped = ReadJson('[' + text + ']').array();
     if (wrapped.size() == 1)
         return wrapped[0];
     const QByteArray word = text.trimmed();
@@ -36,7 +36,7 @@ QJsonValue ReadBareKeyword(const QByteArray& text)
 QJsonObject ReadMessage(const std::string& datagram)
 {
     const auto text = QByteArray::fromRawData(datagram.data(), static_cast<int>(datagram.size()));
-    QJsonObject message = QJsonDocument::fromJson(text).object();
+    QJsonObject message = ReadJson(text).object();
     if (message.isEmpty())
         message.insert(kKeyword, ReadBareKeyword(text));
     return message;

@@ -1,12 +1,13 @@
 #include "CloudControl/CloudCommand.h"
 
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QJsonDocument>
 
 QJsonObject CloudCommand::Read(const QByteArray& frame, QString& refusal)
 {
-    QJsonObject command = QJsonDocument::fromJson(frame).object();
+    QJsonObject command = ReadJson(frame).object();
     if (command.isEmpty()) {
         refusal = QStringLiteral("no JSON object");
         return {};

@@ -1,8 +1,7 @@
 #include "Interfaces/ZXComm.h"
 
 #include "Comm/Envelope.h"
-
-#include <QJsonDocument>
+#include "ExternalController/Common/JsonReader.h"
 
 #include <utility>
 
@@ -51,7 +50,7 @@ void CAppDataPack::ReadJsonFromData(QJsonObject& json) const
     if (!IsCodeForm(m_data) || m_data.size() == kHeaderBytes)
         return;
     const auto body = QByteArray::fromRawData(m_data.constData() + kHeaderBytes, m_data.size() - kHeaderBytes);
-    json = QJsonDocument::fromJson(body).object();
+    json = ReadJson(body).object();
 }
 
 unsigned int CAppDataPack::GetCmdCode() const

@@ -1,5 +1,7 @@
 #include "HostModels/JsonFile.h"
 
+#include "ExternalController/Common/JsonReader.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -33,11 +35,11 @@ QJsonObject ReadJsonObject(const QString& path)
         FailFile(path, file.errorString());
     const QByteArray text = file.readAll();
 
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (error.error != QJsonParseError::NoError) {
+    SJsonError error;
+    const QJsonDocument document = ReadJson(text, &error);
+    if (document.isNull()) {
         const int line = 1 + static_cast<int>(text.left(error.offset).count('\n'));
-        FailFile(path, QStringLiteral("line %1: %2").arg(line).arg(error.errorString()));
+        FailFile(path, QStringLiteral("line %1: %2").arg(line).arg(error.reason));
     }
     if (!document.isObject())
         FailFile(path, QStringLiteral("the top level is no object"));

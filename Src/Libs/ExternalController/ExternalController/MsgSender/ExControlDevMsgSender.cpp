@@ -1,12 +1,12 @@
 #include "ExternalController/MsgSender/ExControlDevMsgSender.h"
 
 #include "ExternalController/Common/HostModel.h"
+#include "ExternalController/Common/JsonReader.h"
 #include "Interfaces/DeviceChannels.h"
 #include "Interfaces/ExControlDevModel.h"
 
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <chrono>
@@ -27,7 +27,7 @@ std::vector<QUuid> ReadDeviceIds(const QString& path)
         return {};
     // Decoded first: a byte that isn't UTF-8 spoils one character then and not the whole file.
     const QByteArray text = QString::fromUtf8(file.readAll()).toUtf8();
-    const QJsonArray devices = QJsonDocument::fromJson(text).object()["ExControlDevData"].toArray();
+    const QJsonArray devices = ReadJson(text).object()["ExControlDevData"].toArray();
     std::vector<QUuid> ids;
     for (const QJsonValue& device : devices)
         ids.push_back(QUuid::fromString(device.toObject()["DevId"].toString()));

@@ -1,0 +1,260 @@
+#include "ExternalController/Common/JsonScan.h"
+
+#include <QJsonParseError>
+#include <QVector>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr ushort kMaxAscii = 0x7f;
+
+constexpr std::array<bool, 256> MakeStructural()
+{
+    std::array<bool, 256> table = {};
+    for (const char c : {'"', '{', '}', '[', ']', ','})
+        table[static_cast<unsigned char>(c)] = true;
+    return table;
+}
+
+bool IsStructural(char c)
+{
+    static constexpr std::array<bool, 256> kTable = MakeStructural();
+    return kTable[static_cast<unsigned char>(c)];
+}
+
+/// Whether one of the eight bytes is c.
+bool Has(std::uint64_t bytes, char c)
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    const std::uint64_t zeroed = bytes ^ (kOnes * static_cast<unsigned char>(c));
+    return ((zeroed - kOnes) & ~zeroed & (kOnes << 7)) != 0;
+}
+
+/// Of the length and the eight bytes at both ends. Keys with equal ones are easily made, but only cost a comparison.
+std::uint32_t HashOf(std::string_view text)
+{
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+    if (text.size() >= sizeof head) {
+        std::memcpy(&head, text.data(), sizeof head);
+        std::memcpy(&tail, text.data() + text.size() - sizeof tail, sizeof tail);
+    } else {
+        for (const char c : text)
+            head = head << 8 | static_cast<unsigned char>(c);
+    }
+    const std::uint64_t hash = (head * 0x9e3779b97f4a7c15 + tail + text.size()) * 0xc2b2ae3d27d4eb4f;
+    return static_cast<std::uint32_t>(hash >> 32);
+}
+
+const char* FindQuoteOrBackslash(const char* at, const char* end)
+{
+    for (std::uint64_t bytes = 0; end - at >= 8; at += 8) {
+        std::memcpy(&bytes, at, 8);
+        if (Has(bytes, '"') || Has(bytes, '\\'))
+            break;
+    }
+    return std::find_if(at, end, [](char c) { return c == '"' || c == '\\'; });
+}
+
+/// at: of the character behind the backslash; moved to the last one of the sequence. As with fromJson, a character that
+/// makes none stands for itself; what is wrong with a code unit fromJson will find.
+QChar ReadEscapeSequence(const QString& text, int& at)
+{
+    switch (text[at].unicode()) {
+    case 'b':
+        return '\b';
+    case 'f':
+        return '\f';
+    case 'n':
+        return '\n';
+    case 'r':
+        return '\r';
+    case 't':
+        return '\t';
+    case 'u':
+        at += 4;
+        return text.midRef(at - 3, 4).toUShort(nullptr, 16);
+    default:
+        return text[at];
+    }
+}
+
+} // namespace
+
+CJsonScan::CJsonScan(const QByteArray& text)
+    : m_at(text.constData())
+    , m_begin(text.constData())
+    , m_end(text.constData() + text.size())
+    , m_hasNul(text.contains('\0'))
+{}
+
+bool CJsonScan::Run()
+{
+    for (;; ++m_at) {
+        m_at = std::find_if(m_at, m_end, IsStructural);
+        if (m_at == m_end || !Step())
+            return m_errorReason.isEmpty();
+    }
+}
+
+/// Leaves m_at at the last character that it has read.
+bool CJsonScan::Step()
+{
+    switch (*m_at) {
+    case '"':
+        return SkipString();
+    case '{':
+        return Enter(m_keys.size()) && ReadKey();
+    case '[':
+        return Enter(kArray);
+    case '}':
+        return IsInObject() && Leave();
+    case ']':
+        return IsInArray() && Leave();
+    case ',':
+        return IsInArray() || (IsInObject() && ReadKey());
+    default:
+        return true;
+    }
+}
+
+/// From the opening to the closing quote.
+bool CJsonScan::SkipString()
+{
+    m_hasEscape = false;
+    for (++m_at;; m_at += 2) {
+        m_at = FindQuoteOrBackslash(m_at, m_end);
+        if (m_at == m_end || *m_at == '"')
+            return m_at != m_end;
+        if (m_end - m_at < 2)
+            return false;
+        m_hasEscape = true;
+    }
+}
+
+bool CJsonScan::Enter(int firstKey)
+{
+    if (m_depth == kMaxDepth)
+        return Fail(m_at, QStringLiteral("nested deeper than %1 levels").arg(kMaxDepth));
+    m_firstKeys[static_cast<std::size_t>(m_depth++)] = firstKey;
+    return true;
+}
+
+bool CJsonScan::Leave()
+{
+    const int firstKey = m_firstKeys[static_cast<std::size_t>(--m_depth)];
+    if (firstKey == kArray)
+        return true;
+    if (const SKey* repeated = FindRepeated(m_keys.data() + firstKey, m_keys.end())) {
+        const std::string_view text = TextOf(*repeated);
+        const QString key = QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+        return Fail(repeated->quote, QStringLiteral("the key \"%1\" comes twice").arg(key));
+    }
+    m_keys.resize(firstKey);
+    return true;
+}
+
+/// From the brace or comma before the key to the colon behind it. The last member may have none.
+bool CJsonScan::ReadKey()
+{
+    const char* const quote = SkipSpace(m_at + 1);
+    if (quote != m_end && *quote == '}') {
+        m_at = quote - 1;
+        return true;
+    }
+    if (quote == m_end || *quote != '"')
+        return false;
+    m_at = quote;
+    if (!SkipString())
+        return false;
+    // fromJson compares keys up to the first null character.
+    if (m_hasNul && std::find(quote, m_at, '\0') != m_at)
+        return Fail(quote, QStringLiteral("a null character in a key"));
+    SKey key = {quote, static_cast<int>(m_at - quote - 1), -1, 0};
+    if (m_hasEscape && !DecodeKey(key))
+        return false;
+    key.hash = HashOf(TextOf(key));
+    m_keys.append(key);
+    m_at = SkipSpace(m_at + 1);
+    return m_at != m_end && *m_at == ':';
+}
+
+bool CJsonScan::DecodeKey(SKey& key)
+{
+    // With the quote: fromUtf8 and fromUcs4 drop a byte order mark that a text begins with.
+    const QString raw = QString::fromUtf8(key.quote, key.size + 1);
+    QString units;
+    for (int i = 0; i < raw.size(); ++i) {
+        if (raw[i] != '\\')
+            units += raw[i];
+        else if (++i < raw.size() && raw[i].unicode() <= kMaxAscii)
+            units += ReadEscapeSequence(raw, i);
+        else // what fromJson makes of it depends on the platform
+            return Fail(key.quote, QJsonParseError{0, QJsonParseError::IllegalEscapeSequence}.errorString());
+    }
+    // toUcs4 replaces the halves of surrogate pairs, which fromJson takes for U+FFFD when it compares keys.
+    const QVector<uint> points = units.toUcs4();
+    const QByteArray decoded = QString::fromUcs4(points.constData(), points.size()).toUtf8().mid(1);
+    key.decodedAt = m_decoded.size();
+    key.size = decoded.size();
+    m_decoded += decoded;
+    return true;
+}
+
+/// The later one of two equal keys, null if all differ. Sorts them.
+const CJsonScan::SKey* CJsonScan::FindRepeated(SKey* first, SKey* last)
+{
+    if (AreHashesDifferent(first, last))
+        return nullptr;
+    const auto compare = [this](const SKey& a, const SKey& b) {
+        ++m_comparisons;
+        if (a.hash != b.hash)
+            return a.hash < b.hash ? -1 : 1;
+        return TextOf(a).compare(TextOf(b));
+    };
+    std::sort(first, last, [&](const SKey& a, const SKey& b) { return compare(a, b) < 0; });
+    const SKey* const found =
+        std::adjacent_find(first, last, [&](const SKey& a, const SKey& b) { return compare(a, b) == 0; });
+    if (found == last)
+        return nullptr;
+    return found->quote < found[1].quote ? found + 1 : found;
+}
+
+/// False if two are equal, or if there are too many for comparing each with each.
+bool CJsonScan::AreHashesDifferent(const SKey* first, const SKey* last)
+{
+    const auto count = static_cast<std::size_t>(last - first);
+    if (count == 0)
+        return true;
+    if (count > kInlineKeys)
+        return false;
+    std::array<std::uint32_t, kInlineKeys> hashes;
+    std::transform(first, last, hashes.begin(), [](const SKey& key) { return key.hash; });
+    m_comparisons += static_cast<std::int64_t>(count * (count - 1) / 2);
+    bool isAnyEqual = false; // no early return: the compiler makes vector instructions of this
+    for (std::size_t i = 1; i < count; ++i) {
+        for (std::size_t j = 0; j < i; ++j)
+            isAnyEqual |= hashes[i] == hashes[j];
+    }
+    return !isAnyEqual;
+}
+
+std::string_view CJsonScan::TextOf(const SKey& key) const
+{
+    const char* const text = key.decodedAt < 0 ? key.quote + 1 : m_decoded.constData() + key.decodedAt;
+    return {text, static_cast<std::size_t>(key.size)};
+}
+
+const char* CJsonScan::SkipSpace(const char* at) const
+{
+    return std::find_if(at, m_end, [](char c) { return c != ' ' && c != '\t' && c != '\n' && c != '\r'; });
+}
+
+bool CJsonScan::Fail(const char* at, const QString& reason)
+{
+    m_errorOffset = static_cast<int>(at - m_begin);
+    m_errorReason = reason;
+    return false;
+}
