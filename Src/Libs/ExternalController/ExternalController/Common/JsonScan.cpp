@@ -24,12 +24,12 @@ bool IsStructural(char c)
     return kTable[static_cast<unsigned char>(c)];
 }
 
-/// Whether one of the eight bytes is c.
-bool Has(std::uint64_t bytes, char c)
+/// Not 0 if one of the eight bytes is c.
+std::uint64_t FindByte(std::uint64_t bytes, char c)
 {
     constexpr std::uint64_t kOnes = 0x0101010101010101;
     const std::uint64_t zeroed = bytes ^ (kOnes * static_cast<unsigned char>(c));
-    return ((zeroed - kOnes) & ~zeroed & (kOnes << 7)) != 0;
+    return (zeroed - kOnes) & ~zeroed & (kOnes << 7);
 }
 
 /// Of the length and the eight bytes at both ends. Keys with equal ones are easily made, but only cost a comparison.
@@ -52,7 +52,7 @@ const char* FindQuoteOrBackslash(const char* at, const char* end)
 {
     for (std::uint64_t bytes = 0; end - at >= 8; at += 8) {
         std::memcpy(&bytes, at, 8);
-        if (Has(bytes, '"') || Has(bytes, '\\'))
+        if ((FindByte(bytes, '"') | FindByte(bytes, '\\')) != 0)
             break;
     }
     return std::find_if(at, end, [](char c) { return c == '"' || c == '\\'; });
@@ -87,7 +87,7 @@ CJsonScan::CJsonScan(const QByteArray& text)
     : m_at(text.constData())
     , m_begin(text.constData())
     , m_end(text.constData() + text.size())
-    , m_hasNul(text.contains('\0'))
+    , m_hasNul(std::memchr(text.constData(), '\0', static_cast<std::size_t>(text.size())) != nullptr)
 {}
 
 bool CJsonScan::Run()
