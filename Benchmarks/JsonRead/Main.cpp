@@ -97,6 +97,8 @@ public:
         for (const SText& text : m_texts) {
             const double floor = m_nanoseconds[text.name + "/fromJson"];
             const double ours = m_nanoseconds[text.name + "/ReadJson"];
+            if (!(floor > 0 && ours > 0))
+                continue; // filtered out
             std::snprintf(line, sizeof line,
                           "%-22s %8d bytes: fromJson %12.0f ns, ReadJson %12.0f ns, %.2f, aim %.1f\n",
                           text.name.c_str(), text.text.size(), floor, ours, ours / floor, text.aim);
