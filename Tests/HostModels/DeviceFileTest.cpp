@@ -1,5 +1,6 @@
 #include "HostModels/FileTest.h"
 #include "HostModels/HostExControlDevModel.h"
+#include "Support/FullDisk.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -71,4 +72,18 @@ TEST_F(DeviceFileTest, ANewDeviceIsKeptWithAllThatItHasBesideTheOthers)
     // Whoever reads the file by himself finds ids in braces.
     EXPECT_EQ(ReadJsonObject(file)["ExControlDevData"].toArray()[0].toObject()["DevId"],
               "{a64ab059-cad4-4f84-835c-c78571676010}");
+}
+
+TEST_F(DeviceFileTest, AFullDiskLeavesTheDevicesThatAreThere)
+{
+    const QString file = Write(FileOf(Device(kSerial)));
+    CHostExControlDevModel model;
+    model.Load(file);
+
+    {
+        const CFullDisk full;
+        EXPECT_FALSE(model.Delete(model.Current()->devices[0].node.devId));
+    }
+
+    EXPECT_EQ(ReadDeviceFile(file).size(), 1U);
 }

@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/CltLog.h"
+#include "Support/FullDisk.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>
@@ -15,11 +16,17 @@ namespace {
 
 constexpr std::time_t kTime = 1'772'366'400;
 
-void Log(int level)
+void Log(int level, const char* by = "by")
 {
     CltLog::CLogEventWrap wrap(std::make_shared<CltLog::CLogEvent>(CltLog::GetOperationLogger(), level, 4, nullptr, 1,
                                                                    77, kTime, "Global", "Restart"));
-    wrap.GetEvent().Format("%s %d%%", "by", 100);
+    wrap.GetEvent().Format("%s %d%%", by, 100);
+}
+
+std::string TextOf(const std::string& file)
+{
+    std::ifstream written(file);
+    return {std::istreambuf_iterator<char>(written), {}};
 }
 
 } // namespace
@@ -35,10 +42,28 @@ TEST(OperationLog, LinesAreWrittenAsThePatternSays)
     CltLog::GetOperationLogger()->SetPattern(kLogPattern);
 
     const std::string time = QDateTime::fromSecsSinceEpoch(kTime).toString("yyyy-MM-dd hh:mm:ss").toStdString();
-    std::ifstream written(file);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}),
-              time + "[operation][Unknow][77][Global][Restart] by 100%\t\nby 100%|Warn||{|%");
+    EXPECT_EQ(TextOf(file), time + "[operation][Unknow][77][Global][Restart] by 100%\t\nby 100%|Warn||{|%");
 
     EXPECT_FALSE(OperationLog::Open(folder.path().toStdString()));
     EXPECT_EQ(CltLog::GetOperationLogger(), nullptr);
+}
+
+TEST(OperationLog, LinesOfAFullDiskAreWrittenWhenThereIsRoomAndNoneContainsALineBreak)
+{
+    const QTemporaryDir folder;
+    const std::string file = folder.filePath("operation.log").toStdString();
+    ASSERT_TRUE(OperationLog::Open(file));
+    CltLog::GetOperationLogger()->SetPattern("%v%n");
+
+    {
+        const CFullDisk full(5);
+        Log(CltLog::Operation, "first");
+        Log(CltLog::Operation, "sec\nond");
+        EXPECT_EQ(TextOf(file), "first");
+    }
+    Log(CltLog::Operation, "third");
+    EXPECT_EQ(TextOf(file), "first 100%\nsec\\nond 100%\nthird 100%\n");
+
+    CltLog::GetOperationLogger()->SetPattern(kLogPattern);
+    OperationLog::Open({});
 }

@@ -1,11 +1,15 @@
 #include "Log/ShowLog.h"
 
+#include "Support/FullDisk.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -114,4 +118,39 @@ TEST_F(ShowLogTest, AFileThatIsDamagedInsideIsToldAndHoldsUpNothing)
     EXPECT_THAT(Names(log), IsEmpty());
     EXPECT_THAT(s_told, HasSubstr("malformed"));
     log.Add(Played("2026-03-01 20:00:00", "Finale"));
+}
+
+TEST_F(ShowLogTest, RecordsOfAFullDiskAreListedAndWrittenWhenThereIsRoomAgain)
+{
+    const auto operations = [](CShowLog& log, bool descending) {
+        log.QueryOPLog({{2026, 3, 1}, {9, 0}}, {{2026, 3, 1}, {21, 0}}, descending);
+        return log.GetOPLogList();
+    };
+    const auto add = [](CShowLog& log, int number) {
+        log.Add(Played("2026-03-01 20:00:00", std::to_string(number).c_str()));
+        log.Add(SOPRecord{"2026-03-01 20:00:00", "Stage", QString::number(number), "SUCCESS", 4});
+    };
+    {
+        CShowLog log;
+        ASSERT_EQ(log.Open(m_file), "");
+        add(log, 1);
+        {
+            const CFullDisk full(static_cast<rlim_t>(QFileInfo(QString::fromStdString(m_file + "-wal")).size()));
+            for (const int number : {2, 3})
+                add(log, number);
+            EXPECT_EQ(s_told.rfind(m_file + ": not written: "), 0U) << s_told;
+            EXPECT_THAT(Names(log), ElementsAre("1", "2", "3"));
+            EXPECT_THAT(Names(log, {}, true), ElementsAre("3", "2", "1"));
+            EXPECT_EQ(operations(log, true).first().function, "3");
+        }
+        add(log, 4);
+        EXPECT_THAT(s_told, EndsWith("\n" + m_file + ": written again\n"));
+    }
+
+    CShowLog log;
+    ASSERT_EQ(log.Open(m_file), "");
+    EXPECT_THAT(Names(log), ElementsAre("1", "2", "3", "4"));
+    ASSERT_EQ(operations(log, false).size(), 4);
+    EXPECT_EQ(operations(log, false).at(2).function, "3");
+    EXPECT_EQ(QFile::permissions(QString::fromStdString(m_file + "-wal")) & QFile::ReadOther, QFile::Permissions());
 }

@@ -1,20 +1,19 @@
 #include "HostModels/JsonFile.h"
 
 #include "ExternalController/Common/JsonReader.h"
+#include "Log/WriteFailures.h"
+#include "Platform/PrivateFiles.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLoggingCategory>
 #include <QSaveFile>
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
-
-Q_LOGGING_CATEGORY(lcHostModels, "zentravox.hostmodels")
 
 namespace {
 
@@ -50,10 +49,19 @@ bool KeepJsonObject(const QString& path, const QJsonObject& object)
 {
     QSaveFile file(path);
     const QByteArray text = QJsonDocument(object).toJson();
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
-        return true;
-    qCWarning(lcHostModels) << "not kept:" << path << file.errorString();
-    return false;
+    const bool isNew = !QFileInfo::exists(path);
+    bool kept = file.open(QIODevice::WriteOnly);
+    if (kept && isNew)
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    // A full disk shows in the flush alone: after a failed one, commit() would put an empty file in place.
+    kept = kept && file.write(text) == text.size() && file.flush() && FlushToDisk(file.handle()) && file.commit();
+    if (kept) {
+        FlushFolderToDisk(QFileInfo(path).absolutePath().toStdString());
+        WriteFailures::Succeeded(path);
+    } else {
+        WriteFailures::Failed(path, file.errorString());
+    }
+    return kept;
 }
 
 CJsonObjectReader::CJsonObjectReader(const QString& file) : CJsonObjectReader(file, {}, ReadJsonObject(file)) {}

@@ -19,7 +19,8 @@ public:
 
 /// The top-level object of a JSON file. Throws CFileError.
 QJsonObject ReadJsonObject(const QString& file);
-/// Writes the file as a whole or leaves it as it was. False, and a line in the log, when it can't be written.
+/// Writes the file as a whole and to the disk, or leaves it as it was. A new file is readable by its owner only. False
+/// when it can't be written; the first failure in a row is logged, and that it works again.
 bool KeepJsonObject(const QString& file, const QJsonObject& object);
 
 /// One object of a JSON file, read with checks: every failure is a CFileError that names the file and the place.

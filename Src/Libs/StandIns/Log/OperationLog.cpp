@@ -1,14 +1,16 @@
 #include "Log/OperationLog.h"
 
+#include "Comm/PayloadText.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/CltLog.h"
+#include "Log/WriteFailures.h"
 #include "Platform/LocalTime.h"
 
 #include <QDateTime>
+#include <QFile>
 
 #include <cstdarg>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -17,6 +19,7 @@ namespace {
 
 constexpr char kLoggerName[] = "operation";
 constexpr char kDateMark = 'd';
+constexpr int kMaxWaitingBytes = 1024 * 1024;
 
 std::string TimeText(std::time_t time, const std::string& format)
 {
@@ -38,11 +41,11 @@ std::string FieldText(char mark, const CltLog::CLogEvent& event)
     case 't':
         return std::to_string(event.GetThreadId());
     case 'a':
-        return event.GetModule();
+        return LineText(event.GetModule());
     case 'b':
-        return event.GetFunction();
+        return LineText(event.GetFunction());
     case 'v':
-        return event.GetText();
+        return LineText(event.GetText());
     case 'T':
         return "\t";
     case 'n':
@@ -57,17 +60,17 @@ public:
     bool Open(const std::string& file)
     {
         const std::lock_guard lock(m_mutex);
-        m_file = std::ofstream();
-        if (file.empty())
-            return true;
-        m_file.open(file, std::ios::app);
-        return m_file.is_open();
+        WriteWaiting();
+        m_file.close();
+        m_waiting.clear();
+        m_file.setFileName(QString::fromStdString(file));
+        return file.empty() || m_file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered);
     }
 
     bool IsOpen()
     {
         const std::lock_guard lock(m_mutex);
-        return m_file.is_open();
+        return m_file.isOpen();
     }
 
     int GetLevel() override { return CltLog::Trace; }
@@ -81,10 +84,27 @@ public:
     void Log(const CltLog::CLogEvent& event) override
     {
         const std::lock_guard lock(m_mutex);
-        m_file << Line(event) << std::flush;
+        const QByteArray line = QByteArray::fromStdString(Line(event));
+        if (m_waiting.size() + line.size() <= kMaxWaitingBytes)
+            m_waiting += line;
+        WriteWaiting();
     }
 
 private:
+    /// A write may take a part; what can't be written waits for the next one.
+    void WriteWaiting()
+    {
+        if (!m_file.isOpen() || m_waiting.isEmpty())
+            return;
+        qint64 written = 0;
+        while (!m_waiting.isEmpty() && (written = m_file.write(m_waiting)) > 0)
+            m_waiting.remove(0, static_cast<int>(written));
+        if (m_waiting.isEmpty())
+            WriteFailures::Succeeded(m_file.fileName());
+        else
+            WriteFailures::Failed(m_file.fileName(), m_file.errorString());
+    }
+
     std::string Line(const CltLog::CLogEvent& event) const
     {
         std::string line;
@@ -106,7 +126,8 @@ private:
     }
 
     std::mutex m_mutex;
-    std::ofstream m_file;
+    QFile m_file;
+    QByteArray m_waiting;
     std::string m_pattern = kLogPattern;
 };
 

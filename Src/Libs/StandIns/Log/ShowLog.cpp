@@ -1,9 +1,14 @@
 #include "Log/ShowLog.h"
 
+#include "Log/WriteFailures.h"
+#include "Platform/PrivateFiles.h"
+
 #include <QLoggingCategory>
 
 #include <sqlite3.h>
 
+#include <array>
+#include <string>
 #include <utility>
 
 Q_LOGGING_CATEGORY(lcLog, "zentravox.log")
@@ -18,13 +23,30 @@ constexpr char kTables[] = R"(
     CREATE TABLE IF NOT EXISTS operations (time TEXT, module TEXT, function TEXT, description TEXT, source INTEGER);
     CREATE INDEX IF NOT EXISTS doneAt ON operations (time);
 )";
+/// Of the same form, in memory: what the file didn't take.
+constexpr char kWaitingTables[] = R"(
+    PRAGMA temp_store=MEMORY;
+    CREATE TABLE temp.played AS SELECT * FROM main.played WHERE 0;
+    CREATE TABLE temp.operations AS SELECT * FROM main.operations WHERE 0;
+)";
+constexpr char kWriteWaiting[] = R"(
+    BEGIN;
+    INSERT INTO main.played SELECT * FROM temp.played ORDER BY rowid;
+    INSERT INTO main.operations SELECT * FROM temp.operations ORDER BY rowid;
+    DELETE FROM temp.played;
+    DELETE FROM temp.operations;
+    COMMIT;
+)";
+/// About 20 MB: days of a busy show. More are lost.
+constexpr int kMaxWaiting = 100'000;
+constexpr char kPrivateFileSuffixes[][9] = {"", "-wal", "-shm", "-journal"};
 
 /// One statement, with its values bound in the order of the calls.
 class CStatement {
 public:
-    CStatement(sqlite3* database, const char* sql) : m_database(database)
+    CStatement(sqlite3* database, const std::string& sql) : m_database(database)
     {
-        if (sqlite3_prepare_v2(database, sql, -1, &m_statement, nullptr) != SQLITE_OK)
+        if (sqlite3_prepare_v2(database, sql.c_str(), -1, &m_statement, nullptr) != SQLITE_OK)
             Tell();
     }
     ~CStatement() { sqlite3_finalize(m_statement); }
@@ -43,6 +65,8 @@ public:
         return *this;
     }
 
+    /// A statement without rows; its failure is the caller's to report.
+    bool Execute() { return sqlite3_step(m_statement) == SQLITE_DONE; }
     /// True while there is a row.
     bool Step()
     {
@@ -66,10 +90,41 @@ private:
     int m_bound = 0;
 };
 
-/// The statement with its order; the order can't be bound.
-std::string Ordered(const char* sql, bool descending)
+/// The databases whose tables hold the records, in the order in which a query lists them.
+std::array<std::string, 2> Databases(bool descending)
 {
-    return std::string(sql) + (descending ? " DESC" : " ASC");
+    if (descending)
+        return {"temp", "main"};
+    return {"main", "temp"};
+}
+
+/// "SELECT * FROM main.played WHERE ... ORDER BY rowid ASC"; names and order can't be bound.
+std::string Selection(const std::string& database, const char* rest, bool descending)
+{
+    return "SELECT * FROM " + database + rest + " ORDER BY rowid" + (descending ? " DESC" : " ASC");
+}
+
+bool InsertInto(sqlite3* log, const std::string& database, const SPlayRecord& record)
+{
+    return CStatement(log, "INSERT INTO " + database + ".played VALUES (?, ?, ?, ?, ?, ?)")
+        .Bind(record.fileType)
+        .Bind(record.fileDuration)
+        .Bind(record.startTime)
+        .Bind(record.endTime)
+        .Bind(record.playDuration)
+        .Bind(record.fileName)
+        .Execute();
+}
+
+bool InsertInto(sqlite3* log, const std::string& database, const SOPRecord& record)
+{
+    return CStatement(log, "INSERT INTO " + database + ".operations VALUES (?, ?, ?, ?, ?)")
+        .Bind(record.time)
+        .Bind(record.module)
+        .Bind(record.function)
+        .Bind(record.description)
+        .Bind(record.source)
+        .Execute();
 }
 
 } // namespace
@@ -84,7 +139,10 @@ CShowLog::CShowLog()
     Open(kInMemory);
 }
 
-CShowLog::~CShowLog() = default;
+CShowLog::~CShowLog()
+{
+    WriteWaiting();
+}
 
 std::string CShowLog::Open(const std::string& file)
 {
@@ -96,10 +154,16 @@ std::string CShowLog::Open(const std::string& file)
     // Such a file opens, and takes tables that it has already.
     if (sqlite3_db_readonly(opened, "main") != 0)
         return "it is write-protected";
-    // A record costs no wait for the disk; a crash of the whole machine may cost the last ones.
-    sqlite3_exec(opened, "PRAGMA journal_mode=WAL; PRAGMA synchronous=OFF;", nullptr, nullptr, nullptr);
+    for (const char* suffix : kPrivateFileSuffixes)
+        MakePrivate(file + suffix);
+    // A record costs no wait for the disk: a power cut may cost the last ones, but doesn't damage the file.
+    sqlite3_exec(opened, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+    sqlite3_exec(opened, kWaitingTables, nullptr, nullptr, nullptr);
     const std::lock_guard lock(m_mutex);
+    WriteWaiting();
+    m_waiting = 0;
     m_database = std::move(database);
+    m_file = QString::fromStdString(file);
     m_played.clear();
     m_operations.clear();
     return {};
@@ -108,28 +172,42 @@ std::string CShowLog::Open(const std::string& file)
 void CShowLog::Add(const SPlayRecord& record)
 {
     const std::lock_guard lock(m_mutex);
-    CStatement(m_database.get(), "INSERT INTO played VALUES (?, ?, ?, ?, ?, ?)")
-        .Bind(record.fileType)
-        .Bind(record.fileDuration)
-        .Bind(record.startTime)
-        .Bind(record.endTime)
-        .Bind(record.playDuration)
-        .Bind(record.fileName)
-        .Step();
+    Insert(record);
     m_played.clear();
 }
 
 void CShowLog::Add(const SOPRecord& record)
 {
     const std::lock_guard lock(m_mutex);
-    CStatement(m_database.get(), "INSERT INTO operations VALUES (?, ?, ?, ?, ?)")
-        .Bind(record.time)
-        .Bind(record.module)
-        .Bind(record.function)
-        .Bind(record.description)
-        .Bind(record.source)
-        .Step();
+    Insert(record);
     m_operations.clear();
+}
+
+template <class Record>
+void CShowLog::Insert(const Record& record)
+{
+    if (WriteWaiting() && InsertInto(m_database.get(), "main", record)) {
+        WriteFailures::Succeeded(m_file);
+        return;
+    }
+    WriteFailures::Failed(m_file, sqlite3_errmsg(m_database.get()));
+    if (m_waiting < kMaxWaiting && InsertInto(m_database.get(), "temp", record))
+        ++m_waiting;
+}
+
+/// Moves the records that wait to the file. False when some still wait.
+bool CShowLog::WriteWaiting()
+{
+    if (m_waiting == 0)
+        return true;
+    if (sqlite3_exec(m_database.get(), kWriteWaiting, nullptr, nullptr, nullptr) == SQLITE_OK) {
+        m_waiting = 0;
+        return true;
+    }
+    // A full disk has rolled the transaction back already.
+    if (sqlite3_get_autocommit(m_database.get()) == 0)
+        sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    return false;
 }
 
 QList<SPlayRecord> CShowLog::GetPlayLogList()
@@ -147,23 +225,26 @@ QList<SOPRecord> CShowLog::GetOPLogList()
 void CShowLog::QueryPlayLog(const QDateTime& start, const QDateTime& end, const QString& name, bool descending)
 {
     const std::lock_guard lock(m_mutex);
-    const std::string sql = Ordered("SELECT * FROM played WHERE startTime BETWEEN ? AND ? AND instr(fileName, ?) > 0 "
-                                    "ORDER BY rowid",
-                                    descending);
-    CStatement query(m_database.get(), sql.c_str());
-    query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat)).Bind(name);
     m_played.clear();
-    while (query.Step())
-        m_played.append({query.Number(0), query.Text(1), query.Text(2), query.Text(3), query.Text(4), query.Text(5)});
+    for (const std::string& database : Databases(descending)) {
+        CStatement query(
+            m_database.get(),
+            Selection(database, ".played WHERE startTime BETWEEN ? AND ? AND instr(fileName, ?) > 0", descending));
+        query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat)).Bind(name);
+        while (query.Step())
+            m_played.append(
+                {query.Number(0), query.Text(1), query.Text(2), query.Text(3), query.Text(4), query.Text(5)});
+    }
 }
 
 void CShowLog::QueryOPLog(const QDateTime& start, const QDateTime& end, bool descending)
 {
     const std::lock_guard lock(m_mutex);
-    const std::string sql = Ordered("SELECT * FROM operations WHERE time BETWEEN ? AND ? ORDER BY rowid", descending);
-    CStatement query(m_database.get(), sql.c_str());
-    query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat));
     m_operations.clear();
-    while (query.Step())
-        m_operations.append({query.Text(0), query.Text(1), query.Text(2), query.Text(3), query.Number(4)});
+    for (const std::string& database : Databases(descending)) {
+        CStatement query(m_database.get(), Selection(database, ".operations WHERE time BETWEEN ? AND ?", descending));
+        query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat));
+        while (query.Step())
+            m_operations.append({query.Text(0), query.Text(1), query.Text(2), query.Text(3), query.Number(4)});
+    }
 }

@@ -8,8 +8,9 @@
 
 struct sqlite3;
 
-/// The show log: what was played and what was done, in an SQLite file that outlives the host. Any thread. A log that
-/// can't be written is told on the debug output and holds up nothing.
+/// The show log: what was played and what was done, in an SQLite file that outlives the host. Any thread. While the
+/// file can't be written, for example because the disk is full, records wait in memory, where queries find them as
+/// well; that is logged once, and once more when the file is written again.
 class CShowLog : public CLogModel {
 public:
     /// In memory, until Open.
@@ -18,8 +19,8 @@ public:
     CShowLog(const CShowLog&) = delete;
     CShowLog& operator=(const CShowLog&) = delete;
 
-    /// Goes on in this file, which is made if it isn't there. When that can't be, nothing has changed, and it returns
-    /// why; else an empty text.
+    /// Goes on in this file, which is made if it isn't there, readable by its owner only. When that can't be, nothing
+    /// has changed, and it returns why; else an empty text.
     std::string Open(const std::string& file);
     void Add(const SPlayRecord& record);
     void Add(const SOPRecord& record);
@@ -35,7 +36,13 @@ private:
     };
     using Database = std::unique_ptr<sqlite3, SClose>;
 
+    template <class Record>
+    void Insert(const Record& record);
+    bool WriteWaiting();
+
     std::mutex m_mutex;
+    QString m_file;
+    int m_waiting = 0; ///< records in the database's temporary tables
     Database m_database;
     QList<SPlayRecord> m_played;
     QList<SOPRecord> m_operations;

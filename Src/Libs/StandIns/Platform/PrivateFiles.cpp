@@ -1,0 +1,67 @@
+#include "Platform/PrivateFiles.h"
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+#if defined(_WIN32)
+void CreatePrivateFiles() {}
+
+std::string MakePrivate(const std::string&)
+{
+    return {};
+}
+
+bool FlushToDisk(int fileDescriptor)
+{
+    return _commit(fileDescriptor) == 0;
+}
+
+void FlushFolderToDisk(const std::string&) {}
+#else
+namespace {
+
+constexpr mode_t kOthersRights = S_IRWXG | S_IRWXO;
+
+} // namespace
+
+void CreatePrivateFiles()
+{
+    umask(kOthersRights);
+}
+
+std::string MakePrivate(const std::string& path)
+{
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        return std::system_category().message(errno);
+    if (S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0)
+        return "this folder is shared with other users";
+    const mode_t mode = status.st_mode & 07777;
+    if ((mode & kOthersRights) == 0 || chmod(path.c_str(), mode & ~kOthersRights) == 0)
+        return {};
+    return std::system_category().message(errno);
+}
+
+bool FlushToDisk(int fileDescriptor)
+{
+    // Some file systems can't: EINVAL is not a failure of the disk.
+    return fsync(fileDescriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+void FlushFolderToDisk(const std::string& folder)
+{
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    fsync(descriptor);
+    close(descriptor);
+}
+#endif
