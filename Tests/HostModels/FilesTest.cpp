@@ -1,7 +1,9 @@
 #include "HostModels/FileTest.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
+#include "HostModels/PasswordCipher.h"
 #include "HostModels/ShowFile.h"
+#include "Support/FullDisk.h"
 
 #include <gmock/gmock.h>
 
@@ -16,6 +18,13 @@ using FilesTest = CFileTest;
 SSettings Read(const QString& path)
 {
     return ReadSettings(path);
+}
+
+QByteArray FileOfUser(const QString& encryptedPassword)
+{
+    return QStringLiteral(R"({"users": [{"name": "anna", "encryptedPassword": "%1", "access": 3}]})")
+        .arg(encryptedPassword)
+        .toUtf8();
 }
 
 } // namespace
@@ -52,23 +61,74 @@ TEST_F(FilesTest, SettingsThatTheFileLeavesOutStay)
 TEST_F(FilesTest, AnAddedUserIsReadAgainBesideTheChangedNameAndInItsPlace)
 {
     const QString changes = m_folder.filePath("changes.json");
-    const QString settingsFile =
-        Write("{\"users\": [{\"name\": \"anna\", \"encryptedPassword\": \"a\", \"access\": 3}]}");
+    const QString settingsFile = Write(FileOfUser(*EncryptPassword("a")));
     CHostSoftwareSetting setting;
     setting.Load(Read(settingsFile), changes);
     setting.SaveHostName("B\xC3\xBChne \"links\"");
 
-    EXPECT_TRUE(setting.SaveUser({"ben", "b", "", 1, 0}));
-    EXPECT_TRUE(setting.SaveUser({"anna", "changed", "", 2, 0}));
+    const QString changed = *EncryptPassword("changed");
+    EXPECT_TRUE(setting.SaveUser({"ben", *EncryptPassword("b"), "", 1, 0}));
+    EXPECT_TRUE(setting.SaveUser({"anna", changed, "", 2, 0}));
 
     CHostSoftwareSetting again;
     again.Load(Read(settingsFile), changes);
     const auto current = again.Current();
     EXPECT_EQ(current->hostName, "B\xC3\xBChne \"links\"");
     ASSERT_EQ(current->users.size(), 2u);
-    EXPECT_EQ(current->users[0].password, "changed");
+    EXPECT_EQ(current->users[0].password, changed);
     EXPECT_EQ(current->users[0].access, 2);
     EXPECT_EQ(current->users[1].name, "ben");
+}
+
+TEST_F(FilesTest, AUserWhosePasswordCannotBeDecryptedIsRefused)
+{
+    QString fault = *EncryptPassword("secret");
+    fault[20] = fault[20] == 'x' ? 'y' : 'x';
+    QString tooShort = *EncryptPassword("secret");
+    tooShort.chop(4);
+
+    for (const QString& password : {fault, tooShort, QStringLiteral("plain"), *EncryptPassword(""),
+                                    ' ' + *EncryptPassword("a"), *EncryptPassword("a") + "AAAA"})
+        EXPECT_EQ(Complaint(Read, FileOfUser(password)),
+                  "users[0].encryptedPassword: the password of \"anna\" can't be decrypted with this build's key pair");
+    EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": \"a\", \"settings\": " + FileOfUser("plain") + "}").find("settings."),
+              0U);
+}
+
+TEST_F(FilesTest, AHostNameIsCutToTwoHundredFiftyFiveBytesBetweenCharacters)
+{
+    const QString longName = 'x' + QStringLiteral("ü").repeated(35'000);
+    const QString cut = longName.left(128);
+    ASSERT_EQ(cut.toUtf8().size(), 255);
+    CHostSoftwareSetting setting;
+
+    setting.SaveHostName(longName);
+    EXPECT_EQ(setting.LoadHostName(), cut);
+    setting.SaveHostName('y' + longName);
+    EXPECT_EQ(setting.LoadHostName(), 'y' + longName.left(127));
+    EXPECT_EQ(Read(Write("{\"hostName\": \"" + longName.toUtf8() + "\"}")).hostName, cut);
+}
+
+TEST_F(FilesTest, AFullDiskLeavesTheSettingsThatAreThereAndLaterOnesAreSavedWhenThereIsRoom)
+{
+    const QString changes = m_folder.filePath("changes.json");
+    CHostSoftwareSetting setting;
+    setting.Load({}, changes);
+    const SAPPUserNode anna{"anna", *EncryptPassword("a"), "", 1, 0};
+    ASSERT_TRUE(setting.SaveUser(anna));
+    EXPECT_EQ(QFile::permissions(changes) & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+
+    {
+        const CFullDisk full;
+        setting.SaveHostName("Stage left");
+        EXPECT_FALSE(setting.SaveUser({"ben", *EncryptPassword("b"), "", 1, 0}));
+    }
+
+    EXPECT_EQ(setting.LoadHostName(), "Stage left");
+    EXPECT_EQ(Read(changes).users.size(), 1U);
+    EXPECT_TRUE(setting.SaveUser(anna));
+    EXPECT_EQ(Read(changes).hostName, "Stage left");
+    EXPECT_EQ(Read(changes).users.size(), 2U);
 }
 
 TEST(SnapshotTest, EditsOfTwoThreadsLoseNothing)

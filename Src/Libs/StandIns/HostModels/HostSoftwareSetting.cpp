@@ -37,8 +37,9 @@ QString CHostSoftwareSetting::LoadHostName()
 void CHostSoftwareSetting::SaveHostName(const QString& name)
 {
     const std::lock_guard changing(m_changesMutex);
-    m_settings.Change([&](SSettings& settings) { settings.hostName = name; });
-    m_changes["hostName"] = name;
+    const QString limited = LimitedHostName(name);
+    m_settings.Change([&](SSettings& settings) { settings.hostName = limited; });
+    m_changes["hostName"] = limited;
     KeepChanges();
 }
 

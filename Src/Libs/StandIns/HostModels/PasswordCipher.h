@@ -8,3 +8,5 @@
 /// form in which passwords are stored and sent. Nothing when the password is longer than one RSA block takes (117
 /// bytes).
 std::optional<QString> EncryptPassword(const QString& password);
+/// Whether the text is such a ciphertext of a password that isn't empty.
+bool IsUsablePassword(const QString& encrypted);

@@ -1,5 +1,7 @@
 #include "HostModels/Settings.h"
 
+#include "HostModels/PasswordCipher.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -13,6 +15,18 @@ void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user)
         *same = std::move(user);
 }
 
+QString LimitedHostName(const QString& name)
+{
+    constexpr int kMaxNameBytes = 255;
+    const QByteArray bytes = name.toUtf8();
+    if (bytes.size() <= kMaxNameBytes)
+        return name;
+    int end = kMaxNameBytes;
+    while ((bytes[end] & 0xc0) == 0x80)
+        --end;
+    return QString::fromUtf8(bytes.left(end));
+}
+
 SSettings ReadSettings(const QString& file, SSettings settings)
 {
     return ReadSettings(CJsonObjectReader(file), std::move(settings));
@@ -22,7 +36,7 @@ SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
 {
     top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "cloud", "appId",
                    "stagePreviewMode", "stageColor", "stageStreamUrl", "sharedFolder", "users"});
-    settings.hostName = top.Text("hostName", settings.hostName);
+    settings.hostName = LimitedHostName(top.Text("hostName", settings.hostName));
     settings.appSupport = top.Flag("appSupport", settings.appSupport);
     settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
     settings.resourceFolder = top.Path("resourceFolder", settings.resourceFolder);
@@ -56,6 +70,9 @@ SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
         SAPPUserNode node;
         node.name = user.RequiredText("name");
         node.password = user.RequiredText("encryptedPassword");
+        if (!IsUsablePassword(node.password))
+            user.Fail("encryptedPassword",
+                      "the password of \"" + node.name + "\" can't be decrypted with this build's key pair");
         node.access = user.Number("access", 0);
         PutUser(settings.users, std::move(node));
     }

@@ -10,7 +10,7 @@
 
 /// The host's settings, apart from the show's own.
 struct SSettings {
-    QString hostName; ///< empty: the machine's
+    QString hostName; ///< empty: the machine's; 255 bytes of UTF-8 at most
     bool appSupport = true;
     bool cloudSupport = false;
     QString resourceFolder; ///< where uploads go; empty: "Resources" in the state folder
@@ -35,6 +35,10 @@ struct SSettings {
 /// Adds the user, or replaces the one of that name.
 void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user);
 
-/// The settings with what the file says changed. Throws CFileError.
+/// The name as far as a host's may be long, cut between two characters.
+QString LimitedHostName(const QString& name);
+
+/// The settings with what the file says changed. Throws CFileError, also for a user whose password can't be
+/// decrypted: the module would let in every password that can't be decrypted either.
 SSettings ReadSettings(const QString& file, SSettings settings = {});
 SSettings ReadSettings(const CJsonObjectReader& reader, SSettings settings = {});
