@@ -16,11 +16,12 @@
 
 namespace {
 
-constexpr char kHelp[] =
-    "device list                 the external control devices\n"
-    "device put {JSON}           adds a device, or replaces the one with its DevId; Docs/Devices.md has the keys\n"
-    "device delete ID            takes a device away\n"
-    "help                        this";
+constexpr const char* kHelp[] = {
+    "device list                 the external control devices",
+    "device put {JSON}           adds a device, or replaces the one with its DevId; Docs/Devices.md has the keys",
+    "device delete ID            takes a device away",
+    "help                        this",
+};
 
 #if !defined(_WIN32)
 constexpr std::size_t kMostBytesARead = 4096;
@@ -106,12 +107,18 @@ void CConsole::CarryOut(const QString& line)
         else if (line == QLatin1String("device list"))
             ListDevices();
         else if (line == QLatin1String("help"))
-            m_log.PrintAnswer(kHelp);
+            Help();
         else if (!line.isEmpty())
             m_log.PrintAnswer(QStringLiteral("there is no command \"%1\"; \"help\" lists them").arg(line));
     } catch (const CFileError& error) {
         m_log.PrintAnswer(QString::fromUtf8(error.what()));
     }
+}
+
+void CConsole::Help()
+{
+    for (const char* line : kHelp)
+        m_log.PrintAnswer(line);
 }
 
 void CConsole::PutDevice(const QString& json)

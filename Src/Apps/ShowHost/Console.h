@@ -21,6 +21,7 @@ public:
 
 private:
     void Read();
+    void Help();
     void PutDevice(const QString& json);
     void DeleteDevice(const QString& id);
     void ListDevices();

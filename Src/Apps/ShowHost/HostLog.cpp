@@ -1,5 +1,7 @@
 #include "ShowHost/HostLog.h"
 
+#include "Comm/PayloadText.h"
+
 #include <QDateTime>
 #include <QtGlobal>
 
@@ -12,11 +14,12 @@ CHostLog* s_log = nullptr;
 /// The module's debug line with a decrypted password begins so; what follows is nobody's to read.
 const QLatin1String kPasswordLine("decryptPassword");
 
-void TakeQtMessage(QtMsgType, const QMessageLogContext&, const QString& text)
+/// The categories of the host's libraries begin so.
+constexpr char kOwnCategories[] = "zentravox.";
+
+QString Timed(const QString& line)
 {
-    if (s_log)
-        s_log->Print("module: " +
-                     (text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text));
+    return QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line;
 }
 
 std::string TextOf(const SChannelEvent& event)
@@ -45,7 +48,7 @@ std::string TextOf(const SChannelEvent& event)
 
 } // namespace
 
-CHostLog::CHostLog()
+CHostLog::CHostLog() : m_output(fileno(stdout))
 {
     s_log = this;
     qInstallMessageHandler(TakeQtMessage);
@@ -65,10 +68,26 @@ CHostLog::~CHostLog()
     s_log = nullptr;
 }
 
+void CHostLog::TakeQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (!s_log)
+        return;
+    if (type == QtWarningMsg && QByteArray(context.category).startsWith(kOwnCategories))
+        s_log->PrintAnswer(Timed("host: " + text));
+    else
+        s_log->Print("module: " +
+                     (text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text));
+}
+
 void CHostLog::Print(const QString& line)
 {
     if (!m_quiet)
-        Write((QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line).toStdString());
+        PrintAnswer(Timed(line));
+}
+
+void CHostLog::PrintAnswer(const QString& line)
+{
+    m_output.Write(LineText(line).toStdString());
 }
 
 void CHostLog::Take(const SChannelEvent& event)
@@ -93,11 +112,4 @@ std::vector<std::string> CHostLog::Failures() const
 {
     const std::lock_guard lock(m_mutex);
     return m_failures;
-}
-
-void CHostLog::Write(const std::string& text)
-{
-    const std::lock_guard lock(m_mutex);
-    std::puts(text.c_str());
-    std::fflush(stdout);
 }

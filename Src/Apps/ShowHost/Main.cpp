@@ -1,11 +1,13 @@
 #include "AppServer/AppServerConfig.h"
 #include "CentralControl/CentralControlConfig.h"
+#include "Comm/PayloadText.h"
 #include "ExternalController/ExternalController.h"
 #include "FPClient/FPClientConfig.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/JsonFile.h"
 #include "HostModels/ShowFile.h"
 #include "Log/OperationLog.h"
+#include "Platform/PrivateFiles.h"
 #include "ShowHost/CloudSettings.h"
 #include "ShowHost/ConnectionLimit.h"
 #include "ShowHost/Console.h"
@@ -17,11 +19,14 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QHostAddress>
 #include <QStandardPaths>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <tuple>
 
@@ -33,6 +38,12 @@ enum ExitCode : int {
     BadInput = 2,
     Restart = 3, ///< whoever supervises the host starts it again
 };
+
+constexpr char kSettingsFile[] = "settings.json";
+constexpr char kDeviceFile[] = "Devices.json";
+constexpr char kShowLog[] = "show.sqlite";
+constexpr char kOperationLog[] = "operation.log";
+constexpr char kUploads[] = "Resources";
 
 struct SOptions {
     QString show;
@@ -50,7 +61,7 @@ struct SOptions {
 
 void PrintError(const std::string& text)
 {
-    std::fprintf(stderr, "showhost: %s\n", text.c_str());
+    std::fprintf(stderr, "showhost: %s\n", LineText(text).c_str());
 }
 
 int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option)
@@ -118,26 +129,55 @@ SSettings SettingsOf(const SOptions& options, const SSettings& showSettings)
     return settings;
 }
 
+/// Where the host can't keep its files private it says so, and goes on.
+void MakePrivateOrWarn(const QString& path)
+{
+    const std::string reason = MakePrivate(path.toStdString());
+    if (!reason.empty())
+        PrintError(path.toStdString() + ": other users may have access: " + reason);
+}
+
+/// The state folder and what an earlier host, or an earlier version of it, left there.
+void MakeStatePrivate(const QDir& state)
+{
+    MakePrivateOrWarn(state.path());
+    for (const QString& name :
+         state.entryList({kSettingsFile, kDeviceFile, kOperationLog, kShowLog + QStringLiteral("*")}, QDir::Files | QDir::NoSymLinks))
+        MakePrivateOrWarn(state.filePath(name));
+    const QString uploads = state.filePath(kUploads);
+    if (!QFileInfo(uploads).isDir() || QFileInfo(uploads).isSymLink())
+        return;
+    MakePrivateOrWarn(uploads);
+    QDirIterator entries(uploads, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot | QDir::NoSymLinks,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext())
+        MakePrivateOrWarn(entries.next());
+}
+
 void PrepareHost(const SOptions& options, const SSettings& showSettings)
 {
-    if (!QDir().mkpath(options.state))
-        throw CFileError(options.state.toStdString() + ": can't make this folder");
-    CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
-    setting.Load(SettingsOf(options, showSettings), QDir(options.state).filePath("settings.json"));
-
     const QDir state(options.state);
-    const std::string showLog = state.filePath("show.sqlite").toStdString();
+    if (!state.mkpath("."))
+        throw CFileError(options.state.toStdString() + ": can't make this folder");
+    MakeStatePrivate(state);
+    CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
+    setting.Load(SettingsOf(options, showSettings), state.filePath(kSettingsFile));
+    const auto settings = setting.Current();
+    // A folder that the settings name may be meant for others as well.
+    if (settings->resourceFolder.isEmpty())
+        CreatePrivateFiles();
+
+    const std::string showLog = state.filePath(kShowLog).toStdString();
     const std::string refusal = HostModels::ShowLog().Open(showLog);
     if (!refusal.empty())
         throw CFileError(showLog + ": can't be the show log: " + refusal);
-    const std::string operationLog = state.filePath("operation.log").toStdString();
+    const std::string operationLog = state.filePath(kOperationLog).toStdString();
     if (!OperationLog::Open(operationLog))
         throw CFileError(operationLog + ": can't be written");
+    MakePrivateOrWarn(QString::fromStdString(operationLog));
 
-    const auto settings = setting.Current();
     HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);
-    const QString uploads =
-        settings->resourceFolder.isEmpty() ? QDir(options.state).filePath("Resources") : settings->resourceFolder;
+    const QString uploads = settings->resourceFolder.isEmpty() ? state.filePath(kUploads) : settings->resourceFolder;
     AppServer::Config().Set({options.listen.toStdString(), settings->ftpUser.toStdString(),
                              settings->ftpPassword.toStdString(), uploads.toStdString()});
     CentralControl::Config().Set({options.listen.toStdString()});
@@ -150,11 +190,11 @@ int AddUser(const SOptions& options)
     const SAPPUserNode user = MakeUser(options.newUser, ReadPassword(options.passwordDescriptor), options.access);
     if (!HostModels::SoftwareSetting().SaveUser(user))
         throw CFileError("the user can't be kept in " + options.state.toStdString());
-    std::printf("user %s added\n", options.newUser.toUtf8().constData());
+    std::printf("user %s added\n", LineText(options.newUser).toUtf8().constData());
     return Fine;
 }
 
-void PrintReady(const CHostLog& log, const QString& show)
+void PrintReady(CHostLog& log, const QString& show)
 {
     std::string line = "showhost ready: " + show.toStdString();
     const char* separator = "; ";
@@ -162,8 +202,7 @@ void PrintReady(const CHostLog& log, const QString& show)
         line += separator + channel;
         separator = ", ";
     }
-    std::puts(line.c_str());
-    std::fflush(stdout);
+    log.PrintAnswer(QString::fromStdString(line));
 }
 
 int Serve(QCoreApplication& application, CHostLog& log, const QString& show, bool hasInput)
@@ -214,9 +253,14 @@ int main(int argc, char** argv)
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+#if defined(SIGXFSZ)
+    // A file that may not grow is one that can't be written, not the end of the show.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     CHostLog log;
     QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName("showhost");
+    QCoreApplication::setApplicationVersion(ZENTRAVOX_VERSION);
     RaiseConnectionLimit();
 
     try {
@@ -226,7 +270,7 @@ int main(int argc, char** argv)
         if (options.addsUser)
             return AddUser(options);
         HostModels::Show().Load(file.show);
-        HostModels::Devices().Load(file.deviceFile.isEmpty() ? QDir(options.state).filePath("Devices.json")
+        HostModels::Devices().Load(file.deviceFile.isEmpty() ? QDir(options.state).filePath(kDeviceFile)
                                                              : file.deviceFile);
         const CShutdownSignals shutdown([&] { QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit)); });
         log.SetQuiet(options.quiet);

@@ -25,6 +25,19 @@ constexpr double kMostMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
     throw CFileError((file + QStringLiteral(": ") + reason).toStdString());
 }
 
+/// Goes on after a part, so that the file knows why the rest can't be written.
+bool WriteAll(QFileDevice& file, const QByteArray& bytes)
+{
+    int written = 0;
+    while (written < bytes.size()) {
+        const qint64 some = file.write(bytes.constData() + written, bytes.size() - written);
+        if (some <= 0)
+            return false;
+        written += static_cast<int>(some);
+    }
+    return true;
+}
+
 } // namespace
 
 QJsonObject ReadJsonObject(const QString& path)
@@ -48,13 +61,12 @@ QJsonObject ReadJsonObject(const QString& path)
 bool KeepJsonObject(const QString& path, const QJsonObject& object)
 {
     QSaveFile file(path);
-    const QByteArray text = QJsonDocument(object).toJson();
     const bool isNew = !QFileInfo::exists(path);
-    bool kept = file.open(QIODevice::WriteOnly);
+    // With a buffer a full disk would show only in commit(), which puts the empty file in place nevertheless.
+    bool kept = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
     if (kept && isNew)
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    // A full disk shows in the flush alone: after a failed one, commit() would put an empty file in place.
-    kept = kept && file.write(text) == text.size() && file.flush() && FlushToDisk(file.handle()) && file.commit();
+    kept = kept && WriteAll(file, QJsonDocument(object).toJson()) && FlushToDisk(file.handle()) && file.commit();
     if (kept) {
         FlushFolderToDisk(QFileInfo(path).absolutePath().toStdString());
         WriteFailures::Succeeded(path);

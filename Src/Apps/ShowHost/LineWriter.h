@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <thread>
+
+/// Writes lines to a file descriptor from a thread of its own, so that a reader who doesn't read, or a full disk, holds
+/// up nobody else. Lines wait in a queue of 1 MiB; those that don't fit or can't be written are dropped, and
+/// "... N lines dropped" stands in their place as soon as output works again. Any thread.
+class CLineWriter {
+public:
+    /// The descriptor must stay open until the process ends.
+    explicit CLineWriter(int fileDescriptor);
+    /// Waits for the lines in the queue, 200 ms at most.
+    ~CLineWriter();
+    CLineWriter(const CLineWriter&) = delete;
+    CLineWriter& operator=(const CLineWriter&) = delete;
+
+    /// line: without its end.
+    void Write(const std::string& line);
+
+private:
+    struct SQueue;
+
+    /// Shared with the thread, which outlives this object when it is blocked in a write.
+    const std::shared_ptr<SQueue> m_queue;
+    std::thread m_thread;
+};

@@ -1,0 +1,158 @@
+#!/usr/bin/python3
+"""What showhost prints and stores: output that nobody reads, full disks, texts from strangers, rights of its files."""
+
+import ftplib
+import json
+import os
+import resource
+import signal
+import subprocess
+import unittest
+
+from Support import (FTP_PORT, PATIENCE, App, Central, Folder, ShowHost, discover, environment, showhost_command)
+
+HOST = "127.0.0.61"
+SET_HOST_NAME = 0x004
+# More lines than the pipe and the queue of 1 MiB hold.
+FLOOD = 12_000
+
+
+def upload(address, name):
+    with ftplib.FTP(encoding="utf-8") as ftp:
+        ftp.connect(address, FTP_PORT, PATIENCE)
+        ftp.login("demo", "demo")
+        with open(__file__, "rb") as file:
+            ftp.storbinary(f"STOR {name}", file)
+
+
+def start_unread(address, state):
+    """A showhost whose output is read until it is ready."""
+    host = subprocess.Popen(showhost_command(address, state), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
+    while not host.stdout.readline().startswith("showhost ready"):
+        assert host.poll() is None, "showhost ended"
+    return host
+
+
+def flood(address):
+    with Central(address) as central:
+        for _ in range(FLOOD):
+            central.ask(cmd="getHDR")
+
+
+class UnreadOutputTest(unittest.TestCase):
+    def setUp(self):
+        self.host = self.enterContext(start_unread(HOST, self.enterContext(Folder())))
+        self.addCleanup(self.host.kill)
+        flood(HOST)
+
+    def end(self):
+        self.host.send_signal(signal.SIGTERM)
+        self.assertEqual(self.host.wait(PATIENCE), 0)
+
+    def test_the_host_goes_on_and_reports_how_many_lines_were_dropped(self):
+        lines = []
+        for end, command in (("lines dropped\n", "a marker\n"), ("; \"help\" lists them\n", "")):
+            while not lines or not lines[-1].endswith(end):
+                lines.append(self.host.stdout.readline())
+                self.assertTrue(lines[-1], "the output ends")
+            self.host.stdin.write(command)
+            self.host.stdin.flush()
+
+        dropped = [int(line.split()[1]) for line in lines if line.startswith("... ")]
+        self.assertEqual(len(dropped), 1, dropped)
+        printed = sum(" central control " in line and (" <- getHDR" in line or " -> " in line) for line in lines)
+        self.assertEqual(printed + dropped[0], 2 * FLOOD)  # each request and its answer
+        self.host.stdout.close()
+        flood(HOST)  # with no reader at all
+        self.end()
+
+    def test_the_end_does_not_wait_for_a_reader(self):
+        self.end()
+
+
+class TextsTest(unittest.TestCase):
+    def test_names_from_outside_cannot_forge_a_line(self):
+        with Folder() as state, ShowHost(HOST, state) as host:
+            host.tell("device put " + json.dumps({"DevId": "75abf6a9-add1-4262-84c2-217f41365491", "Type": "udp",
+                                                  "lamp\n12:00:00.000 host: forged\x1b[2J\u202e": 1}))
+            upload(HOST, "opening\x1b[2J\x9b\u2028.txt")
+            host.wait_for_line(lambda line: "host: uploaded" in line, "the upload")
+            text = "\n".join(host.lines)
+
+        self.assertIn("lamp\\n12:00:00.000 host: forged\\x1b[2J\\u202e", text)
+        self.assertIn("opening\\x1b[2J\\x9b\\u2028.txt", text)
+        for character in "\x1b\x9b\u2028\u202e":
+            self.assertNotIn(character, text)
+
+
+class StateTest(unittest.TestCase):
+    def rights_of_others(self, folder):
+        return {path.name: oct(path.stat().st_mode & 0o077) for path in (folder, *folder.rglob("*"))
+                if path.stat().st_mode & 0o077}
+
+    def setUp(self):
+        self.addCleanup(os.umask, os.umask(0o022))
+        self.folder = self.enterContext(Folder())
+        self.state = self.folder / "state"
+
+    def test_it_is_private_with_all_that_was_there(self):
+        old = self.state / "Resources" / "Old"
+        old.mkdir(parents=True)
+        for file in (self.state / "settings.json", self.state / "show.sqlite", self.state / "operation.log", old / "clip.mp4"):
+            file.write_text("{}" if file.suffix == ".json" else "")
+
+        with ShowHost(HOST, self.state) as host:
+            upload(HOST, "new.txt")
+            self.assertTrue((self.state / "show.sqlite-wal").exists())
+            self.assertEqual(self.rights_of_others(self.state), {})
+
+    def test_uploads_to_a_folder_that_the_settings_name_are_as_the_umask_says(self):
+        settings = self.folder / "s.json"
+        settings.write_text(json.dumps({"resourceFolder": "shared"}))
+
+        with ShowHost(HOST, self.state, "--settings", settings):
+            upload(HOST, "new.txt")
+            self.assertEqual((self.folder / "shared" / "new.txt").stat().st_mode & 0o777, 0o644)
+            self.assertEqual(self.rights_of_others(self.state), {})
+
+    def test_a_full_disk_is_reported_once_and_costs_nothing_that_was_stored(self):
+        with ShowHost(HOST, self.state, "--quiet") as host, App(HOST) as app:
+            def name(text):
+                app.control.send(SET_HOST_NAME, {"name": text})
+                for _ in range(2):
+                    app.control.receive()
+
+            def settings():
+                return json.loads((self.state / "settings.json").read_text())
+
+            name("before")
+            limits = resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE)
+            resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE, (1, limits[1]))
+            for number in range(3):
+                name(f"full {number}")
+            self.assertEqual(settings()["hostName"], "before")
+            self.assertEqual(discover(HOST)["name"], "full 2")
+            resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE, limits)
+            name("after")
+            self.assertEqual(settings()["hostName"], "after")
+            host.tell("a marker")
+            host.wait_for_line(lambda line: "a marker" in line, "the marker")
+
+        reports = [line.split("settings.json: ")[1] for line in host.lines if "settings.json: " in line]
+        self.assertEqual(reports, ["not written: File too large", "written again"])
+
+    def test_a_user_whose_password_cannot_be_decrypted_is_refused(self):
+        self.state.mkdir()
+        (self.state / "settings.json").write_text('{"users": [{"name": "anna", "encryptedPassword": "plain"}]}')
+
+        for command in (showhost_command(HOST, self.state),
+                        [os.environ["SHOWHOST"], "--state", self.state, "--add-user", "ben", "--password-fd", "0"]):
+            result = subprocess.run(command, input="secret\n", capture_output=True, encoding="utf-8", timeout=PATIENCE,
+                                    env=environment())
+            self.assertEqual(result.returncode, 2)
+            self.assertIn("settings.json: users[0].encryptedPassword: the password of \"anna\" ", result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
