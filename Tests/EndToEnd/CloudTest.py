@@ -224,6 +224,8 @@ class ShowRemoteTest(unittest.TestCase):
             self.assertLessEqual({"system-information.json", "play-log.csv", "operation-log.csv", "project.json",
                                   "preview.jpg"}, names)
             self.assertTrue(any(name.startswith("chapter-") for name in names))
+            information = json.loads((folder / "system-information.json").read_text(encoding="utf-8"))
+            self.assertRegex(information["version"], r"^Zentravox XA 2\.0 \d+\.\d+\.\d+$")
 
     def test_a_command_that_brings_no_reply_ends_when_the_host_has_it(self):
         result = showremote("cloud", "--listen", OTHER_CLOUD, "globalVolume", '{"param": 7}')

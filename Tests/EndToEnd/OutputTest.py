@@ -104,8 +104,8 @@ class StateTest(unittest.TestCase):
 
         with ShowHost(HOST, self.state) as host:
             upload(HOST, "new.txt")
-            self.assertTrue((self.state / "show.sqlite-wal").exists())
             self.assertEqual(self.rights_of_others(self.state), {})
+            self.assertTrue((self.state / "show.sqlite-wal").exists())
 
     def test_uploads_to_a_folder_that_the_settings_name_are_as_the_umask_says(self):
         settings = self.folder / "s.json"

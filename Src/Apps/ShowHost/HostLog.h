@@ -23,7 +23,7 @@ public:
     /// Quiet: neither traffic nor the module's debug output; the host's own warnings are printed.
     void SetQuiet(bool quiet);
     void Print(const QString& line);
-    /// Prints what somebody asked for, quiet or not.
+    /// Prints the line even when quiet.
     void PrintAnswer(const QString& line);
     /// The addresses of the channels that are up, each with its name, in the order in which they came up.
     std::vector<std::string> Listening() const;

@@ -4,9 +4,9 @@
 #include <string>
 #include <thread>
 
-/// Writes lines to a file descriptor from a thread of its own, so that a reader who doesn't read, or a full disk, holds
-/// up nobody else. Lines wait in a queue of 1 MiB; those that don't fit or can't be written are dropped, and
-/// "... N lines dropped" stands in their place as soon as output works again. Any thread.
+/// Writes lines to a file descriptor from a thread of its own, so that its callers never wait for a reader who doesn't
+/// read. Lines wait in a queue of 1 MiB; those that don't fit or can't be written are dropped, and
+/// "... N lines dropped" is written in their position as soon as output works again. Any thread.
 class CLineWriter {
 public:
     /// The descriptor must stay open until the process ends.

@@ -129,7 +129,7 @@ SSettings SettingsOf(const SOptions& options, const SSettings& showSettings)
     return settings;
 }
 
-/// Where the host can't keep its files private it says so, and goes on.
+/// On failure prints a warning: the host can do without.
 void MakePrivateOrWarn(const QString& path)
 {
     const std::string reason = MakePrivate(path.toStdString());
@@ -142,7 +142,8 @@ void MakeStatePrivate(const QDir& state)
 {
     MakePrivateOrWarn(state.path());
     for (const QString& name :
-         state.entryList({kSettingsFile, kDeviceFile, kOperationLog, kShowLog + QStringLiteral("*")}, QDir::Files | QDir::NoSymLinks))
+         state.entryList({kSettingsFile, kDeviceFile, kOperationLog, kShowLog + QStringLiteral("*")},
+                         QDir::Files | QDir::NoSymLinks))
         MakePrivateOrWarn(state.filePath(name));
     const QString uploads = state.filePath(kUploads);
     if (!QFileInfo(uploads).isDir() || QFileInfo(uploads).isSymLink())
@@ -254,7 +255,7 @@ int main(int argc, char** argv)
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 #if defined(SIGXFSZ)
-    // A file that may not grow is one that can't be written, not the end of the show.
+    // A write beyond the process's file size limit fails, instead of ending the process.
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
     CHostLog log;

@@ -28,6 +28,8 @@ SAPPUserNode MakeUser(const QString& name, const QString& password, int access)
         throw CFileError("the user's name is empty");
     if (password.isEmpty())
         throw CFileError("the password is empty");
+    if (password.contains(QChar::Null))
+        throw CFileError("the password contains a zero byte, where it would end");
     const auto encrypted = EncryptPassword(password);
     if (!encrypted)
         throw CFileError("the password is too long: 117 bytes at most");
