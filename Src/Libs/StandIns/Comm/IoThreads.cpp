@@ -1,6 +1,9 @@
 #include "Comm/IoThreads.h"
 
+#include <algorithm>
 #include <chrono>
+#include <exception>
+#include <utility>
 
 namespace {
 
@@ -16,7 +19,10 @@ constexpr std::size_t kMaxThreads = 64;
 
 thread_local CIoThreads::SWorker* CIoThreads::t_worker = nullptr;
 
-CIoThreads::CIoThreads() : m_workGuard(m_context.get_executor()) {}
+CIoThreads::CIoThreads(std::chrono::milliseconds restTime) : m_restTime(restTime), m_workGuard(m_context.get_executor())
+{
+    m_workers.reserve(kMaxThreads);
+}
 
 CIoThreads::~CIoThreads()
 {
@@ -26,7 +32,7 @@ CIoThreads::~CIoThreads()
 void CIoThreads::Start()
 {
     const std::lock_guard lock(m_mutex);
-    TakeOver();
+    AddWorker();
     m_watcher = std::thread([this] { Watch(); });
 }
 
@@ -39,12 +45,14 @@ void CIoThreads::Stop()
         m_watchWake.notify_all();
         m_parkWake.notify_all();
     }
-    // The watcher makes workers: once it is gone their list stands.
+    // The watcher makes workers: once it is gone their list stands, for none retires any more.
     if (m_watcher.joinable())
         m_watcher.join();
-    for (const auto& worker : m_workers) {
-        if (worker->thread.joinable())
-            worker->thread.join();
+    for (const auto* workers : {&m_workers, &m_retired}) {
+        for (const auto& worker : *workers) {
+            if (worker->thread.joinable())
+                worker->thread.join();
+        }
     }
 }
 
@@ -69,23 +77,38 @@ void CIoThreads::Work(SWorker& worker)
 {
     t_worker = &worker;
     while (m_context.run_one() != 0) {
-        if (worker.slow)
-            Park(worker);
+        if (worker.slow && !Park(worker))
+            return;
     }
 }
 
-/// Another thread took over while this one was in a slow call: one of the two is too many now.
-void CIoThreads::Park(SWorker& worker)
+/// Another thread took over while this one was in a slow call: one of the two is too many now. Returns false when it
+/// has not been needed for so long that it is to end.
+bool CIoThreads::Park(SWorker& worker)
 {
     std::unique_lock lock(m_mutex);
     worker.slow = false;
     --m_slow;
     if (m_running - m_slow <= 1)
-        return;
+        return true;
     --m_running;
-    m_parkWake.wait(lock, [this] { return m_stopping || m_takeOvers > 0; });
+    if (!m_parkWake.wait_for(lock, m_restTime, [this] { return m_stopping || m_takeOvers > 0; })) {
+        Retire(worker);
+        return false;
+    }
     if (!m_stopping)
         --m_takeOvers;
+    return true;
+}
+
+void CIoThreads::Retire(SWorker& worker)
+{
+    const auto found = std::find_if(m_workers.begin(), m_workers.end(),
+                                    [&](const auto& candidate) { return candidate.get() == &worker; });
+    m_retired.push_back(std::move(*found));
+    m_workers.erase(found);
+    m_watcherSleeps = false;
+    m_watchWake.notify_all();
 }
 
 void CIoThreads::Watch()
@@ -93,6 +116,7 @@ void CIoThreads::Watch()
     std::unique_lock lock(m_mutex);
     int quietLooks = 0;
     while (!m_stopping) {
+        JoinRetired(lock);
         quietLooks = LookForSlowCalls() ? 0 : quietLooks + 1;
         if (quietLooks < kQuietLooks) {
             m_watchWake.wait_for(lock, kLookPeriod);
@@ -107,11 +131,21 @@ void CIoThreads::Watch()
     }
 }
 
+void CIoThreads::JoinRetired(std::unique_lock<std::mutex>& lock)
+{
+    if (m_retired.empty())
+        return;
+    const auto retired = std::exchange(m_retired, {});
+    lock.unlock();
+    for (const auto& worker : retired)
+        worker->thread.join();
+    lock.lock();
+}
+
 /// Returns whether there was any call since the last look.
 bool CIoThreads::LookForSlowCalls()
 {
     bool anyCall = false;
-    bool anySlow = false;
     for (const auto& worker : m_workers) {
         const std::uint32_t turn = worker->turn;
         const bool inCall = turn % 2 != 0;
@@ -119,11 +153,10 @@ bool CIoThreads::LookForSlowCalls()
         if (inCall && turn == worker->seenTurn && !worker->slow) {
             worker->slow = true;
             ++m_slow;
-            anySlow = true;
         }
         worker->seenTurn = turn;
     }
-    if (anySlow && m_running == m_slow)
+    if (m_running == m_slow)
         TakeOver();
     return anyCall;
 }
@@ -135,8 +168,18 @@ void CIoThreads::TakeOver()
         ++m_running;
         m_parkWake.notify_one();
     } else if (m_workers.size() < kMaxThreads) {
-        ++m_running;
-        SWorker& worker = *m_workers.emplace_back(std::make_unique<SWorker>());
-        worker.thread = std::thread([this, &worker] { Work(worker); });
+        try {
+            AddWorker();
+        } catch (const std::exception&) {
+            // The system has no thread or no memory to give now. The next look tries again.
+        }
     }
+}
+
+void CIoThreads::AddWorker()
+{
+    auto worker = std::make_unique<SWorker>();
+    worker->thread = std::thread([this, added = worker.get()] { Work(*added); });
+    m_workers.push_back(std::move(worker));
+    ++m_running;
 }

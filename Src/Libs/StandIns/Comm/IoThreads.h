@@ -4,6 +4,7 @@
 #include <asio/io_context.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -15,7 +16,8 @@
 /// while a call is slow. So a quick request never pays for waking a second thread, and a slow one holds up nobody.
 class CIoThreads {
 public:
-    CIoThreads();
+    /// restTime: a thread that has not been needed for so long ends.
+    explicit CIoThreads(std::chrono::milliseconds restTime = std::chrono::seconds(10));
     ~CIoThreads();
     CIoThreads(const CIoThreads&) = delete;
     CIoThreads& operator=(const CIoThreads&) = delete;
@@ -43,19 +45,24 @@ private:
     };
 
     void Work(SWorker& worker);
-    void Park(SWorker& worker);
+    bool Park(SWorker& worker);
+    void Retire(SWorker& worker);
     void Watch();
+    void JoinRetired(std::unique_lock<std::mutex>& lock);
     bool LookForSlowCalls();
     void TakeOver();
+    void AddWorker();
 
     static thread_local SWorker* t_worker;
 
+    const std::chrono::milliseconds m_restTime;
     asio::io_context m_context;
     asio::executor_work_guard<asio::io_context::executor_type> m_workGuard;
     std::mutex m_mutex;
     std::condition_variable m_watchWake;
     std::condition_variable m_parkWake;
     std::vector<std::unique_ptr<SWorker>> m_workers;
+    std::vector<std::unique_ptr<SWorker>> m_retired; ///< their threads end; the watcher joins them
     std::thread m_watcher;
     std::atomic<bool> m_watcherSleeps{false};
     int m_running = 0;   ///< workers in the io_context, slow ones included
