@@ -206,7 +206,7 @@ void PrintReady(CHostLog& log, const QString& show)
     log.PrintAnswer(QString::fromStdString(line));
 }
 
-int Serve(QCoreApplication& application, CHostLog& log, const QString& show, bool hasInput)
+int Serve(QCoreApplication& application, CHostLog& log, const QString& show, bool hasInput, CShutdownDeadline& deadline)
 {
     InitExternalController();
     CExternalController& controller = *GetExternalController();
@@ -236,12 +236,12 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
         log.Print("showhost ends");
     }
 
+    const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Fine;
+    deadline.Start(exitCode);
     StopExternalController();
     UninitExternalController();
     HostModels::SetResultHandler({});
-    if (!failures.empty())
-        return ChannelFailed;
-    return restarts ? Restart : Fine;
+    return exitCode;
 }
 
 } // namespace
@@ -273,9 +273,13 @@ int main(int argc, char** argv)
         HostModels::Show().Load(file.show);
         HostModels::Devices().Load(file.deviceFile.isEmpty() ? QDir(options.state).filePath(kDeviceFile)
                                                              : file.deviceFile);
-        const CShutdownSignals shutdown([&] { QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit)); });
+        CShutdownDeadline deadline([] { PrintError("a request that doesn't end is abandoned"); });
+        const CShutdownSignals shutdown([&] {
+            deadline.Start(Fine);
+            QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
+        });
         log.SetQuiet(options.quiet);
-        return Serve(application, log, file.show.name, hasInput);
+        return Serve(application, log, file.show.name, hasInput, deadline);
     } catch (const CFileError& error) {
         PrintError(error.what());
         return BadInput;

@@ -1,7 +1,16 @@
 #include "ShowHost/Shutdown.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <utility>
+
+namespace {
+
+/// For the requests that are being handled. Whoever supervises the host should not have to wait for 2 s.
+constexpr std::chrono::milliseconds kLimit(1500);
+constexpr std::chrono::milliseconds kReportLimit(100);
+
+} // namespace
 
 CShutdownSignals::CShutdownSignals(std::function<void()> asked) : m_signals(m_context, SIGINT, SIGTERM)
 {
@@ -16,4 +25,37 @@ CShutdownSignals::~CShutdownSignals()
 {
     m_context.stop();
     m_thread.join();
+}
+
+CShutdownDeadline::CShutdownDeadline(std::function<void()> expired)
+    : m_expired(std::move(expired)), m_thread([this] { Watch(); })
+{}
+
+CShutdownDeadline::~CShutdownDeadline()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_done = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+}
+
+void CShutdownDeadline::Start(int exitCode)
+{
+    const std::lock_guard lock(m_mutex);
+    m_exitCode = exitCode;
+    m_wake.notify_all();
+}
+
+void CShutdownDeadline::Watch()
+{
+    std::unique_lock lock(m_mutex);
+    m_wake.wait(lock, [this] { return m_done || m_exitCode; });
+    if (m_wake.wait_for(lock, kLimit, [this] { return m_done; }))
+        return;
+    // The report may itself block, on output that no process reads.
+    std::thread(m_expired).detach();
+    if (!m_wake.wait_for(lock, kReportLimit, [this] { return m_done; }))
+        std::_Exit(*m_exitCode);
 }
