@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -152,6 +153,22 @@ TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
 
     EXPECT_TRUE(IsSoon([&] { return last() == 24; }));
     EXPECT_EQ(carriedOut, (std::vector<int>{25, 0x105, 24}));
+}
+
+TEST_F(CloudControlManagerTest, AFrameThatIsTooLongIsIgnoredAndTheConnectionStays)
+{
+    std::atomic<int> carriedOut{0};
+    m_cloud.SetCloudControlMsgCallBack([&](QJsonObject& command) { carriedOut = command["cmdType"].toInt(); });
+    m_cloud.Connect(kUser);
+    ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
+
+    m_hosts[0]->sendTextMessage(R"({"cmdType": 25, "padding": ")" +
+                                QString(static_cast<int>(CloudControl::kMaxCommandBytes), 'x') + "\"}");
+    m_hosts[0]->sendTextMessage(R"({"cmd": "refresh"})");
+
+    EXPECT_TRUE(IsSoon([&] { return carriedOut != 0; }));
+    EXPECT_EQ(carriedOut, 24);
+    EXPECT_TRUE(m_log.Has("ignored: a command has at most 4194304"));
 }
 
 TEST_F(CloudControlManagerTest, ASilentCloudIsLeft)

@@ -23,10 +23,13 @@ constexpr char kChannelName[] = "cloud"; ///< in the log
 constexpr std::uint16_t kDefaultPort = 25511;
 /// What waits for a cloud that is slow or away.
 constexpr std::size_t kMaxQueuedBytes = std::size_t{64} << 20;
-/// A longer command closes the connection.
-constexpr std::size_t kMaxCommandBytes = std::size_t{1} << 20;
-/// Commands that wait for the one at hand; more are dropped.
+/// A longer command is ignored.
+constexpr std::size_t kMaxCommandBytes = std::size_t{4} << 20;
+/// A longer frame or message isn't received to its end: the connection is closed.
+constexpr std::size_t kMaxMessageBytes = 4 * kMaxCommandBytes;
+/// Commands that wait for the current one, and the text of them; more are dropped.
 constexpr std::size_t kMaxWaitingCommands = 64;
+constexpr std::size_t kMaxWaitingBytes = 4 * kMaxCommandBytes;
 
 /// Holds for connections that are made later.
 CConfigBox<SCloudControlConfig>& Config();

@@ -19,6 +19,7 @@
 #include <deque>
 #include <future>
 #include <mutex>
+#include <numeric>
 #include <thread>
 #include <utility>
 
@@ -99,6 +100,7 @@ private:
     struct SWaitingCommand {
         std::uint64_t connection;
         QJsonObject command;
+        std::size_t bytes; ///< of its text
 
         int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
     };
@@ -116,7 +118,8 @@ private:
     void Take(const QByteArray& frame)
     {
         QString refusal;
-        SWaitingCommand taken = {m_outbox.Connection(), CloudCommand::Read(frame, refusal)};
+        SWaitingCommand taken = {m_outbox.Connection(), CloudCommand::Read(frame, refusal),
+                                 static_cast<std::size_t>(frame.size())};
         if (!refusal.isEmpty()) {
             Note("a frame passed over: " + refusal.toStdString());
             return;
@@ -124,7 +127,10 @@ private:
         bool isFull = false;
         {
             const std::lock_guard lock(m_mutex);
-            isFull = m_commands.size() >= CloudControl::kMaxWaitingCommands;
+            const std::size_t bytes =
+                std::accumulate(m_commands.begin(), m_commands.end(), taken.bytes,
+                                [](std::size_t sum, const SWaitingCommand& waiting) { return sum + waiting.bytes; });
+            isFull = m_commands.size() >= CloudControl::kMaxWaitingCommands || bytes > CloudControl::kMaxWaitingBytes;
             if (!isFull)
                 m_commands.push_back(std::move(taken));
         }

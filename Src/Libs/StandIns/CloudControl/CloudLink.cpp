@@ -42,8 +42,8 @@ QString ReasonOf(const QWebSocket& socket)
 
 void Prepare(QWebSocket& socket, const SCloudControlConfig& config)
 {
-    socket.setMaxAllowedIncomingFrameSize(CloudControl::kMaxCommandBytes);
-    socket.setMaxAllowedIncomingMessageSize(CloudControl::kMaxCommandBytes);
+    socket.setMaxAllowedIncomingFrameSize(CloudControl::kMaxMessageBytes);
+    socket.setMaxAllowedIncomingMessageSize(CloudControl::kMaxMessageBytes);
     QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
     ssl.setPeerVerifyMode(config.verifiesPeer ? QSslSocket::VerifyPeer : QSslSocket::VerifyNone);
     if (!config.caFile.empty())
@@ -63,9 +63,9 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     connect(&m_socket, &QWebSocket::pong, this, [this] { m_hasAnswered = true; });
     connect(&m_socket, &QWebSocket::bytesWritten, this, [this] { SendWaiting(); });
     connect(&m_socket, &QWebSocket::textMessageReceived, this,
-            [this](const QString& text) { m_callbacks.received(text.toUtf8()); });
+            [this](const QString& text) { TakeText(text.toUtf8()); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
-            [this] { Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, passed over"); });
+            [this] { Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, ignored"); });
     // Either or both come, in either order.
     connect(&m_socket, &QWebSocket::disconnected, this, [this] { TakeEnd(ReasonOf(m_socket)); });
     connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
@@ -161,6 +161,17 @@ void CCloudLink::TakeConnected()
     m_ping.start(m_target->config.pingPeriod);
     Tell(SChannelEvent::Kind::Connected, m_socket.requestUrl(), {});
     SendWaiting();
+}
+
+void CCloudLink::TakeText(const QByteArray& frame)
+{
+    if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes)
+        m_callbacks.received(frame);
+    else
+        Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(),
+             QStringLiteral("a frame of %1 bytes, ignored: a command has at most %2")
+                 .arg(frame.size())
+                 .arg(CloudControl::kMaxCommandBytes));
 }
 
 void CCloudLink::TakeEnd(const QString& why)

@@ -22,7 +22,7 @@ class CCloudLink : public QObject {
 public:
     /// On the link's thread.
     struct SCallbacks {
-        /// A text frame.
+        /// A text frame of at most CloudControl::kMaxCommandBytes.
         std::function<void(const QByteArray& frame)> received;
         /// The connection, or the try for one.
         std::function<void()> ended;
@@ -53,6 +53,7 @@ private:
     void Wake();
     void Open();
     void TakeConnected();
+    void TakeText(const QByteArray& frame);
     void TakeEnd(const QString& why);
     void Ping();
     void SendWaiting();
