@@ -1,8 +1,11 @@
 #include "Comm/UdpSocket.h"
 
+#include "Comm/IpText.h"
+
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>
 
+#include <new>
 #include <utility>
 
 namespace {
@@ -13,6 +16,8 @@ constexpr std::size_t kBufferBytes = 65536;
 constexpr int kSystemBufferBytes = 4 << 20;
 /// What one peer may have waiting for its earlier datagrams: many times what an honest one has in flight.
 constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 20;
+/// What all peers may have waiting together. A source address is easily forged, so there may be any number of peers.
+constexpr std::size_t kMaxWaitingBytesOfAll = std::size_t{16} << 20;
 
 std::size_t CostOf(const std::string& datagram)
 {
@@ -37,6 +42,7 @@ bool CUdpSocket::Start(const std::string& address, std::uint16_t port)
         const std::lock_guard lock(m_sendMutex);
         if (!error)
             m_socket.open(endpoint.protocol(), error);
+        m_servesIPv6 = endpoint.address().is_v6();
         if (!error)
             m_socket.bind(endpoint, error);
         if (!error)
@@ -85,23 +91,28 @@ bool CUdpSocket::TakeOrQueue(const Endpoint& peer, std::string& datagram)
         if (isNew)
             return true;
         SBusyPeer& busy = found->second;
-        if (busy.waitingBytes + CostOf(datagram) <= kMaxWaitingBytes) {
-            busy.waitingBytes += CostOf(datagram);
+        const std::size_t cost = CostOf(datagram);
+        if (busy.waitingBytes + cost <= kMaxWaitingBytes && m_waitingBytes + cost <= kMaxWaitingBytesOfAll) {
+            busy.waitingBytes += cost;
+            m_waitingBytes += cost;
             busy.waiting.push_back(std::move(datagram));
             return false;
         }
         if (std::exchange(busy.drops, true))
             return false;
     }
-    Note(AddressText(peer.address().to_string(), peer.port()), "sends faster than it is answered; datagrams are lost");
+    Note(AddressText(IpText(peer.address()), peer.port()), "sends faster than it is answered; datagrams are lost");
     return false;
 }
 
 void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
 {
-    {
+    const std::string ip = IpText(peer.address());
+    try {
         const CIoThreads::CCallOut callOut(m_threads);
-        m_onDatagram(std::move(datagram), peer.address().to_string(), peer.port());
+        m_onDatagram(std::move(datagram), ip, peer.port());
+    } catch (const std::bad_alloc&) {
+        Note(AddressText(ip, peer.port()), "a datagram is lost: not enough memory");
     }
     const std::lock_guard lock(m_busyMutex);
     const auto found = m_busy.find(peer);
@@ -120,6 +131,7 @@ void CUdpSocket::HandleNext(const Endpoint& peer)
         datagram = std::move(busy.waiting.front());
         busy.waiting.pop_front();
         busy.waitingBytes -= CostOf(datagram);
+        m_waitingBytes -= CostOf(datagram);
     }
     Handle(peer, std::move(datagram));
 }
@@ -127,7 +139,10 @@ void CUdpSocket::HandleNext(const Endpoint& peer)
 void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::uint16_t port)
 {
     asio::error_code error;
-    const Endpoint remote(asio::ip::make_address(ip, error), port);
+    asio::ip::address address = asio::ip::make_address(ip, error);
+    if (m_servesIPv6 && address.is_v4())
+        address = asio::ip::make_address_v6(asio::ip::v4_mapped, address.to_v4());
+    const Endpoint remote(address, port);
     if (error || port == 0) {
         Note(AddressText(ip, port), "datagram not sent: there is no such address");
         return;

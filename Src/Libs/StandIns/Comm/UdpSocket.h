@@ -45,9 +45,11 @@ private:
     const std::string m_channel;
     const DatagramCallback m_onDatagram;
     asio::ip::udp::socket m_socket;
+    bool m_servesIPv6 = false; ///< such a socket takes IPv4 addresses in their mapped form only
     std::mutex m_sendMutex;
     std::vector<char> m_buffer; ///< with the peer used by one receive operation at a time
     Endpoint m_remote;
     std::mutex m_busyMutex;
     std::map<Endpoint, SBusyPeer> m_busy; ///< those with a datagram that is being dealt with or waits for it
+    std::size_t m_waitingBytes = 0;       ///< of all of them
 };

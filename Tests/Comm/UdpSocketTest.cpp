@@ -1,0 +1,91 @@
+#include "Comm/UdpSocket.h"
+
+#include "Support/EventLog.h"
+#include "Support/Waiting.h"
+
+#include <asio/buffer.hpp>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <vector>
+
+namespace {
+
+constexpr std::uint16_t kPort = 25591;
+
+class CDatagramPeer {
+public:
+    void Send(const std::string& datagram) { m_socket.send_to(asio::buffer(datagram), m_host); }
+
+    /// Empty when nothing comes.
+    std::string Receive()
+    {
+        std::array<char, 100> bytes;
+        std::size_t count = 0;
+        m_socket.non_blocking(true);
+        WaitUntil([&] {
+            asio::error_code error;
+            count = m_socket.receive(asio::buffer(bytes), 0, error);
+            return !error;
+        });
+        return {bytes.data(), count};
+    }
+
+private:
+    asio::io_context m_context;
+    const asio::ip::udp::endpoint m_host{asio::ip::make_address("127.0.0.11"), kPort};
+    asio::ip::udp::socket m_socket{m_context, asio::ip::udp::v4()};
+};
+
+} // namespace
+
+TEST(UdpSocketTest, AnIPv4PeerOfASocketOfBothFamiliesHasItsDottedAddressAndIsAnsweredThere)
+{
+    CIoThreads threads;
+    CUdpSocket socket(threads, "test", [&](const std::string& text, const std::string& ip, std::uint16_t port) {
+        socket.Send(text + " from " + ip, ip, port);
+    });
+    ASSERT_TRUE(socket.Start("::ffff:127.0.0.11", kPort));
+    threads.Start();
+    CDatagramPeer peer;
+
+    peer.Send("a word");
+
+    EXPECT_EQ(peer.Receive(), "a word from 127.0.0.1");
+    threads.Stop();
+}
+
+TEST(UdpSocketTest, WhatManyPeersHaveWaitingIsLimitedTogether)
+{
+    constexpr int kPeers = 32;
+    CEventLog log;
+    CGate gate;
+    std::atomic<int> taken{0};
+    CIoThreads threads;
+    CUdpSocket socket(threads, "test", [&](const std::string&, const std::string&, std::uint16_t) {
+        ++taken;
+        gate.Wait();
+    });
+    ASSERT_TRUE(socket.Start("127.0.0.11", kPort));
+    threads.Start();
+    std::vector<CDatagramPeer> peers(kPeers);
+    for (int i = 0; i < kPeers; ++i) {
+        peers[static_cast<std::size_t>(i)].Send("the first");
+        ASSERT_TRUE(WaitUntil([&] { return taken > i; }));
+    }
+
+    // So many of these are within what one peer may have waiting; of all peers they are twice too many.
+    const std::string datagram(60'000, 'x');
+    for (int round = 0; round < 17; ++round) {
+        for (CDatagramPeer& peer : peers) {
+            peer.Send(datagram);
+            std::this_thread::sleep_for(std::chrono::microseconds(200)); // the system's own buffer is small
+        }
+    }
+    const bool isLimited = log.Has("datagrams are lost");
+    gate.Open();
+
+    EXPECT_TRUE(isLimited);
+    threads.Stop();
+}
