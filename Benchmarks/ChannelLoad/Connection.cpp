@@ -89,7 +89,7 @@ std::size_t BodyBytes(const std::string& name, const std::string& header, const 
     if (code != Command::ReplyTo(static_cast<int>(Envelope::ReadNumber(&request[Envelope::kMarkBytes]))))
         throw std::runtime_error(name + ": the reply has the code " + std::to_string(code));
     const std::size_t length = Envelope::ReadNumber(&header[Envelope::kMarkBytes + 4]);
-    if (length > Envelope::kMaxBodyBytes)
+    if (length > Envelope::kMaxReplyBodyBytes)
         throw std::runtime_error(name + ": the reply claims a body of " + std::to_string(length) + " bytes");
     return length;
 }

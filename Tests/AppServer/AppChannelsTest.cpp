@@ -135,6 +135,19 @@ TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothItsConnectionsAndTellsEachOn
     EXPECT_THAT(stays->control.Receive(), Optional(kAnswer));
 }
 
+TEST_F(AppChannelsTest, StoppingNotifiesTheCloseOfEveryConnection)
+{
+    const auto first = Connect();
+    const auto second = Connect();
+    m_notes.Clear();
+
+    m_server.UninitServer();
+
+    EXPECT_THAT(m_notes.All(),
+                UnorderedElementsAre("closed " + AddressOf(first->control), "closed " + AddressOf(first->bulk),
+                                     "closed " + AddressOf(second->control), "closed " + AddressOf(second->bulk)));
+}
+
 TEST_F(AppChannelsTest, NothingIsDeliveredOnceTheServerIsStoppedAndItCanStartAgain)
 {
     auto app = Connect();

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,22 @@ TEST(FrameReaderTest, AWrongMarkIsToldAtItsFourthByteAndAfterTheSoundEnvelopesBe
         EXPECT_THAT(reading.frames, ElementsAre(sound));
     }
     EXPECT_EQ(Read("GET", 3).verdict, CFrameReader::Verdict::Sound);
+}
+
+TEST(FrameReaderTest, AnUnfinishedEnvelopeTakesNoMoreMemoryThanItHasBytes)
+{
+    const std::string large = EnvelopeBytes(1, std::string(1 << 20, 'x'));
+    CFrameReader reader;
+    const auto feed = [&](std::string_view bytes) { reader.Feed(bytes, [](std::string_view) { return true; }); };
+
+    feed(large.substr(0, 20));
+    EXPECT_LT(reader.HeldBytes(), 100u);
+    for (std::size_t at = 20; at < large.size() - 1; at += 1000) {
+        feed(large.substr(at, std::min<std::size_t>(1000, large.size() - 1 - at)));
+        ASSERT_LE(reader.HeldBytes(), large.size());
+    }
+    feed(large.substr(large.size() - 1) + large.substr(0, 20));
+    EXPECT_LT(reader.HeldBytes(), 100u);
 }
 
 TEST(FrameReaderTest, ABodyBeyondTheLimitIsToldByItsHeaderAlone)

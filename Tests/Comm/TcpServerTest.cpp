@@ -3,10 +3,12 @@
 #include "Support/Package.h"
 #include "Support/TcpPeer.h"
 
+#include <asio/post.hpp>
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <memory>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -27,15 +29,17 @@ enum Code : std::uint32_t {
     WaitForRelease = 2,
     ReplyHuge = 3,
     CloseMe = 4,
+    NeedMemory = 5,
 };
 
 /// A server that echoes, can be made slow, answers more than a peer reads, and notes what happens.
 class TcpServerTest : public testing::Test {
 protected:
-    void Start(SConnectionLimits limits = {})
+    void Start(SConnectionLimits limits = {}, SChannelLimits channelLimits = {}, std::size_t maxConnections = 1000,
+               const char* address = kAddress)
     {
         m_server = std::make_unique<CTcpServer>(
-            m_threads, CTcpServer::SOptions{"test", kAddress, kPort, limits},
+            m_threads, CTcpServer::SOptions{"test", address, kPort, limits, channelLimits, maxConnections},
             CTcpServer::SCallbacks{
                 [this](const auto&) { m_notes.Add("opened"); },
                 [this](const auto& connection, const std::string& frame) { Answer(connection, frame); },
@@ -63,8 +67,17 @@ protected:
         case CloseMe:
             connection->Close("asked to");
             return;
+        case NeedMemory:
+            throw std::bad_alloc();
         }
         connection->Send(Package(frame));
+    }
+
+    /// As if an hour had passed.
+    void CheckDeadlines()
+    {
+        for (const auto& connection : m_server->Connections())
+            connection->CheckDeadline(CEnvelopeConnection::Clock::now() + 1h);
     }
 
     CGate m_gate;
@@ -90,7 +103,10 @@ TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
     CTcpPeer dropped(kAddress, kPort);
     dropped.Send(EnvelopeBytes(Echo, "cut").substr(0, 13));
     dropped.Reset();
+    CTcpPeer greedy(kAddress, kPort);
+    greedy.Send(NeedMemory);
 
+    EXPECT_TRUE(greedy.IsClosedByPeer());
     EXPECT_TRUE(wrongMark.IsClosedByPeer());
     EXPECT_TRUE(tooLong.IsClosedByPeer());
     EXPECT_THAT(neverEnds.Receive(), Optional(SFrame{Echo, "whole"}));
@@ -117,6 +133,129 @@ TEST_F(TcpServerTest, AnIdlePeerAndOneThatSendsSteadilyOutliveTheDeadline)
 
     idle.Send(Echo, "idle");
     EXPECT_THAT(idle.Receive(), Optional(SFrame{Echo, "idle"}));
+}
+
+TEST_F(TcpServerTest, TheTimeThatTheHostTakesDoesNotCountAgainstAPeer)
+{
+    Start();
+    CTcpPeer batch(kAddress, kPort);
+    CTcpPeer unread(kAddress, kPort);
+    CTcpPeer late(kAddress, kPort);
+
+    // The first read ends within the second envelope.
+    batch.Send(EnvelopeBytes(Echo, std::string(490, 'x')) + EnvelopeBytes(WaitForRelease, "") + "ZXAP");
+    ASSERT_TRUE(WaitUntil([&] { return m_waiting == 1; }));
+    const std::string frame = EnvelopeBytes(Echo, "in two parts");
+    for (CTcpPeer* peer : {&unread, &late}) {
+        peer->Send(Echo);
+        peer->Send(frame.substr(0, 20));
+        ASSERT_TRUE(peer->Receive());
+    }
+    // Not a call that another thread takes over for: nothing is read meanwhile.
+    std::atomic<bool> stands{false};
+    asio::post(m_threads.Context(), [&] {
+        stands = true;
+        m_gate.Wait();
+    });
+    ASSERT_TRUE(WaitUntil([&] { return stands.load(); }));
+    unread.Send(frame.substr(20));
+    CheckDeadlines();
+    m_gate.Open();
+
+    EXPECT_TRUE(batch.Receive());
+    EXPECT_THAT(batch.Receive(), Optional(SFrame{WaitForRelease, ""}));
+    EXPECT_THAT(unread.Receive(), Optional(SFrame{Echo, "in two parts"}));
+    EXPECT_TRUE(late.IsClosedByPeer());
+}
+
+TEST_F(TcpServerTest, WhenTheConnectionsHoldTooMuchTogetherTheLargestHolderIsClosed)
+{
+    Start({}, {350'000, 20 << 20});
+    CTcpPeer large(kAddress, kPort);
+    CTcpPeer small(kAddress, kPort);
+    CTcpPeer third(kAddress, kPort);
+    const std::string frame = EnvelopeBytes(Echo, std::string(90'000, 'x'));
+    const auto heldIs = [&](auto held, std::size_t least) {
+        return WaitUntil([&] {
+            std::size_t sum = 0;
+            for (const auto& connection : m_server->Connections())
+                sum += ((*connection).*held)();
+            return sum >= least;
+        });
+    };
+
+    for (CTcpPeer* peer : {&small, &third})
+        peer->Send(frame.substr(0, 20'012));
+    ASSERT_TRUE(heldIs(&CEnvelopeConnection::InputBytes, 40'024));
+    large.Send(EnvelopeBytes(Echo, std::string(400'000, 'x')).substr(0, 340'000));
+    EXPECT_TRUE(large.IsClosedByPeer());
+    for (CTcpPeer* peer : {&small, &third}) {
+        peer->Send(frame.substr(20'012));
+        EXPECT_TRUE(peer->Receive());
+    }
+
+    small.Send(ReplyHuge);
+    ASSERT_TRUE(heldIs(&CEnvelopeConnection::OutputBytes, 1 << 20));
+    for (int i = 0; i < 4; ++i)
+        third.Send(ReplyHuge);
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
+    EXPECT_TRUE(small.Receive());
+}
+
+TEST_F(TcpServerTest, TheConnectionThatIsIdleLongestGivesWayToANewOne)
+{
+    Start({}, {}, 3);
+    CTcpPeer spared(kAddress, kPort);
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
+    m_server->Connections().front()->Spare();
+    CTcpPeer active(kAddress, kPort);
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 2; }));
+    CTcpPeer idle(kAddress, kPort);
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 3; }));
+    active.Send(Echo);
+    ASSERT_TRUE(active.Receive());
+
+    CTcpPeer next(kAddress, kPort);
+    EXPECT_TRUE(idle.IsClosedByPeer());
+    active.Send(WaitForRelease);
+    next.Send(WaitForRelease);
+    ASSERT_TRUE(WaitUntil([&] { return m_waiting == 2; }));
+    CTcpPeer refused(kAddress, kPort);
+    EXPECT_TRUE(refused.IsClosedByPeer());
+
+    m_gate.Open();
+    spared.Send(Echo);
+    for (CTcpPeer* peer : {&spared, &active, &next})
+        EXPECT_TRUE(peer->Receive());
+}
+
+TEST_F(TcpServerTest, ClosingNotifiesEveryEndAndDropsTheRequestsThatHaveNotBegun)
+{
+    Start();
+    CTcpPeer batch(kAddress, kPort);
+    CTcpPeer idle(kAddress, kPort);
+    std::string requests;
+    for (int i = 0; i < 100; ++i)
+        requests += EnvelopeBytes(WaitForRelease, "");
+    batch.Send(requests);
+    ASSERT_TRUE(WaitUntil([&] { return m_waiting == 1; }));
+    ASSERT_EQ(m_notes.WaitFor(2).size(), 2u);
+
+    m_server->Close();
+    EXPECT_THAT(m_notes.WaitFor(3), ElementsAre("opened", "opened", "ended"));
+    m_gate.Open();
+    m_server->WaitForEnd();
+
+    EXPECT_THAT(m_notes.All(), ElementsAre("opened", "opened", "ended", "ended"));
+    EXPECT_EQ(m_waiting, 1);
+}
+
+TEST_F(TcpServerTest, AnIPv4PeerHasItsDottedAddressOnASocketOfBothFamilies)
+{
+    Start({}, {}, 1000, "::ffff:127.0.0.11");
+    CTcpPeer peer(kAddress, kPort);
+
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Find("127.0.0.1", peer.LocalPort()) != nullptr; }));
 }
 
 TEST_F(TcpServerTest, SlowRequestsHoldUpNobodyElse)

@@ -106,6 +106,23 @@ TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
     }
 }
 
+TEST_F(FPChannelTest, EndingNotifiesTheCloseAndDropsTheRequestsThatHaveNotBegun)
+{
+    CController controller;
+    Start();
+    const auto peer = controller.Accept();
+    ASSERT_TRUE(peer);
+    peer->Send(EnvelopeBytes(kWait, "first") + EnvelopeBytes(1, "second") + EnvelopeBytes(1, "third"));
+    ASSERT_FALSE(m_taken.WaitFor(1).empty());
+
+    std::thread ending([this] { m_client.reset(); });
+    EXPECT_TRUE(peer->IsClosedByPeer());
+    m_gate.Open();
+    ending.join();
+
+    EXPECT_THAT(m_taken.All(), ElementsAre("first", "closed"));
+}
+
 TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
 {
     Start();

@@ -15,7 +15,10 @@ void CAppPeers::Add(std::size_t channel, const CEnvelopeConnection::Ptr& connect
         return;
     }
     peer.partner = candidates->second.back();
-    m_peers[peer.partner].partner = connection.get();
+    SPeer& partner = m_peers[peer.partner];
+    partner.partner = connection.get();
+    if (partner.connection->IsSpared())
+        connection->Spare();
     RemoveSingle(1 - channel, ip, peer.partner);
 }
 
@@ -43,6 +46,13 @@ void CAppPeers::RemoveSingle(std::size_t channel, const std::string& ip, const C
     single.erase(std::remove(single.begin(), single.end(), connection), single.end());
     if (single.empty())
         m_single[channel].erase(ip);
+}
+
+void CAppPeers::LogIn(const CEnvelopeConnection::Ptr& connection)
+{
+    connection->Spare();
+    if (const auto partner = PartnerOf(connection.get()))
+        partner->Spare();
 }
 
 CEnvelopeConnection::Ptr CAppPeers::PartnerOf(const CEnvelopeConnection* connection) const

@@ -14,6 +14,9 @@ public:
     /// The channel is 0 or 1.
     void Add(std::size_t channel, const CEnvelopeConnection::Ptr& connection);
     void Remove(const CEnvelopeConnection::Ptr& connection);
+    /// The app has logged in on this connection: from now on none of its connections is closed to make room for others,
+    /// nor is one that it opens later on the other channel.
+    void LogIn(const CEnvelopeConnection::Ptr& connection);
     /// The app's connection on the other channel, or null.
     CEnvelopeConnection::Ptr PartnerOf(const CEnvelopeConnection* connection) const;
 

@@ -8,6 +8,11 @@
 #include "Comm/IoThreads.h"
 #include "Comm/TcpServer.h"
 #include "Comm/UdpSocket.h"
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/LoginResult.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <array>
 #include <utility>
@@ -20,6 +25,28 @@ constexpr std::array kChannelPorts = {AppServer::kControlPort, AppServer::kBulkP
 /// The connection whose request this thread is handling.
 thread_local const CEnvelopeConnection::Ptr* t_asking = nullptr;
 thread_local int t_askingChannel = 0;
+
+class CAsking {
+public:
+    CAsking(const CEnvelopeConnection::Ptr& connection, int channel)
+    {
+        t_asking = &connection;
+        t_askingChannel = channel;
+    }
+    ~CAsking() { t_asking = nullptr; }
+    CAsking(const CAsking&) = delete;
+    CAsking& operator=(const CAsking&) = delete;
+};
+
+/// Logins are the module's: the channel recognises a successful one by its reply.
+bool IsLoginSuccess(const std::string& envelope)
+{
+    if (envelope.size() < Envelope::kCodeHeaderBytes ||
+        Envelope::ReadNumber(envelope.data() + Envelope::kMarkBytes) != Command::ReplyTo(Command::Login))
+        return false;
+    const auto body = QByteArray::fromStdString(envelope.substr(Envelope::kCodeHeaderBytes));
+    return QJsonDocument::fromJson(body).object().value(QLatin1String("result")) == QJsonValue(LoginResult::Success);
+}
 
 void TellTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
                  std::string_view envelope)
@@ -63,15 +90,19 @@ public:
         m_threads.Start();
     }
 
-    /// No callback runs once it has returned. Not to be called from one.
+    /// Every connection's close is notified; no callback runs once it has returned. Not to be called from one.
     void Stop()
     {
+        for (CTcpServer& server : m_servers)
+            server.Close();
         std::unique_ptr<CFtpUploadServer> ftp;
         {
             const std::lock_guard lock(m_ftpMutex);
             ftp = std::move(m_ftp);
         }
         ftp.reset();
+        for (CTcpServer& server : m_servers)
+            server.WaitForEnd();
         m_threads.Stop();
     }
 
@@ -152,11 +183,9 @@ private:
             },
             [this, channel](const CEnvelopeConnection::Ptr& connection, std::string frame) {
                 TellTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
-                t_asking = &connection;
-                t_askingChannel = channel;
+                const CAsking asking(connection, channel);
                 Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
                                           kChannelPorts[static_cast<std::size_t>(channel)]});
-                t_asking = nullptr;
             },
             [this, channel](const CEnvelopeConnection::Ptr& connection) {
                 m_peers.Remove(connection);
@@ -175,11 +204,14 @@ private:
             callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
     }
 
-    static void SendTo(const CEnvelopeConnection::Ptr& connection, int channel,
-                       const std::shared_ptr<Comm::RequestPackage>& package)
+    void SendTo(const CEnvelopeConnection::Ptr& connection, int channel,
+                const std::shared_ptr<Comm::RequestPackage>& package)
     {
-        if (connection && connection->Send(package))
-            TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
+        if (!connection || !connection->Send(package))
+            return;
+        TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
+        if (IsLoginSuccess(package->data))
+            m_peers.LogIn(connection);
     }
 
     CTcpServer& ServerOf(int channel) { return m_servers[static_cast<std::size_t>(channel)]; }

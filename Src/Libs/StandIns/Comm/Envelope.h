@@ -14,8 +14,10 @@ constexpr char kIdMark[kMarkBytes + 1] = "ZXID";
 constexpr std::size_t kCodeHeaderBytes = kMarkBytes + 4 + 4;
 constexpr std::size_t kIdHeaderBytes = kMarkBytes + 16 + 4;
 
-/// Larger than any picture or list that is worth sending; what claims to be longer is no envelope of ours.
-constexpr std::size_t kMaxBodyBytes = std::size_t{64} << 20;
+/// Remotes ask with a few hundred bytes; the longest request carries a text resource.
+constexpr std::size_t kMaxRequestBodyBytes = std::size_t{4} << 20;
+/// Larger than any picture or list that is worth sending.
+constexpr std::size_t kMaxReplyBodyBytes = std::size_t{64} << 20;
 
 inline std::uint32_t ReadNumber(const char* bytes)
 {

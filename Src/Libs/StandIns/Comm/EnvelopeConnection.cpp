@@ -1,8 +1,11 @@
 #include "Comm/EnvelopeConnection.h"
 
+#include "Comm/IpText.h"
+
 #include <asio/buffer.hpp>
 
 #include <array>
+#include <new>
 #include <utility>
 
 namespace {
@@ -24,12 +27,16 @@ const char* TextOf(CFrameReader::Verdict verdict)
 } // namespace
 
 CEnvelopeConnection::CEnvelopeConnection(CIoThreads& threads, asio::ip::tcp::socket socket, SConnectionLimits limits,
-                                         FrameCallback onFrame, EndCallback onEnd)
+                                         std::shared_ptr<CChannelMemory> memory, FrameCallback onFrame,
+                                         EndCallback onEnd)
     : m_threads(threads)
     , m_limits(limits)
+    , m_memory(std::move(memory))
     , m_onFrame(std::move(onFrame))
     , m_onEnd(std::move(onEnd))
     , m_reader(limits.maxBodyBytes)
+    , m_input(m_memory->Input())
+    , m_output(m_memory->Output())
     , m_socket(std::move(socket))
 {
     asio::error_code ignored;
@@ -37,7 +44,7 @@ CEnvelopeConnection::CEnvelopeConnection(CIoThreads& threads, asio::ip::tcp::soc
     m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     m_socket.set_option(asio::socket_base::keep_alive(true), ignored);
     const auto remote = m_socket.remote_endpoint(ignored);
-    m_remoteIp = remote.address().to_string();
+    m_remoteIp = IpText(remote.address());
     m_remotePort = remote.port();
     m_gather.reserve(kMaxGather);
 }
@@ -105,24 +112,35 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
 {
     const std::size_t framesBefore = m_reader.Frames();
     const Ptr self = shared_from_this();
-    const auto verdict = m_reader.Feed(bytes, [&](std::string_view frame) {
-        {
-            const CIoThreads::CCallOut callOut(m_threads);
-            m_onFrame(self, std::string(frame));
-        }
-        const std::lock_guard lock(m_mutex);
-        return IsOpenLocked();
-    });
+    auto verdict = CFrameReader::Verdict::Stopped;
+    try {
+        verdict = m_reader.Feed(bytes, [&](std::string_view frame) {
+            {
+                const CIoThreads::CCallOut callOut(m_threads);
+                m_onFrame(self, std::string(frame));
+            }
+            const std::lock_guard lock(m_mutex);
+            return IsOpenLocked();
+        });
+    } catch (const std::bad_alloc&) {
+        Close("not enough memory for its request");
+    }
     if (verdict == CFrameReader::Verdict::WrongMark || verdict == CFrameReader::Verdict::TooLong)
         Close(TextOf(verdict));
     if (verdict != CFrameReader::Verdict::Sound)
         return false;
 
-    const std::lock_guard lock(m_mutex);
-    const bool isNewFrame = !m_insideFrame || m_reader.Frames() != framesBefore;
-    m_insideFrame = m_reader.IsInsideFrame();
-    if (m_insideFrame && isNewFrame)
-        m_unfinishedSince = Clock::now();
+    {
+        const std::lock_guard lock(m_mutex);
+        const bool isNewFrame = !m_insideFrame || m_reader.Frames() != framesBefore;
+        m_frames = m_reader.Frames();
+        m_insideFrame = m_reader.IsInsideFrame();
+        if (m_insideFrame && isNewFrame)
+            m_unfinishedSince = Clock::now();
+        if (IsOpenLocked())
+            m_input.Set(m_reader.HeldBytes());
+    }
+    m_memory->Relieve();
     return true;
 }
 
@@ -153,29 +171,38 @@ void CEnvelopeConnection::End()
         m_ended = true;
         CloseLocked("the connection broke");
         reason = m_closeReason;
-        m_queue.clear();
-        m_queuedBytes = 0;
+        m_reader.Release(); // no thread reads any more
     }
     m_onEnd(shared_from_this(), reason);
 }
 
 bool CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> package)
 {
-    const std::lock_guard lock(m_mutex);
-    if (!IsOpenLocked() || m_sendingEnded)
-        return false;
-    if (package->data.empty())
-        return true;
-    m_queuedBytes += package->data.size();
-    m_queue.push_back(std::move(package));
-    if (!m_takingBytes || m_queuedBytes >= kBatchBytes)
-        FlushLocked();
-    if (m_queuedBytes > m_limits.maxQueuedBytes)
-        CloseLocked("the peer doesn't read its replies");
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!IsOpenLocked() || m_sendingEnded)
+            return false;
+        if (package->data.empty())
+            return true;
+        m_queuedBytes += package->data.size();
+        m_queue.push_back(std::move(package));
+        if (!m_takingBytes || m_queuedBytes >= kBatchBytes)
+            FlushLocked();
+        if (m_queuedBytes > m_limits.maxQueuedBytes)
+            CloseLocked("the peer doesn't read its replies");
+    }
+    m_memory->Relieve();
     return true;
 }
 
+/// Replies that go out at once are not counted in the channel's memory: small requests pay nothing for it.
 void CEnvelopeConnection::FlushLocked()
+{
+    WriteLocked();
+    m_output.Set(m_queuedBytes);
+}
+
+void CEnvelopeConnection::WriteLocked()
 {
     while (IsOpenLocked() && !m_queue.empty() && !m_waitsForRoom) {
         m_gather.clear();
@@ -230,8 +257,7 @@ void CEnvelopeConnection::EndSendingLocked(const std::string& reason)
 {
     m_sendingEnded = true;
     m_closeReason = reason;
-    m_queue.clear();
-    m_queuedBytes = 0;
+    DropQueueLocked();
     asio::error_code ignored;
     m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
 }
@@ -252,11 +278,38 @@ void CEnvelopeConnection::CloseLocked(const std::string& reason)
     asio::error_code ignored;
     m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
     m_socket.close(ignored);
+    DropQueueLocked();
+    m_input.Set(0);
+    if (!m_takingBytes)
+        m_reader.Release();
+}
+
+void CEnvelopeConnection::DropQueueLocked()
+{
+    m_queue = {};
+    m_queuedBytes = 0;
+    m_output.Set(0);
 }
 
 void CEnvelopeConnection::CheckDeadline(Clock::time_point now)
 {
     const std::lock_guard lock(m_mutex);
-    if ((m_insideFrame || m_peerEnded) && now - m_unfinishedSince > m_limits.deadline)
+    if (std::exchange(m_seenFrames, m_frames) != m_frames)
+        m_activeAt = now;
+    if (!IsOpenLocked() || m_takingBytes || !(m_insideFrame || m_peerEnded) ||
+        now - m_unfinishedSince <= m_limits.deadline)
+        return;
+    asio::error_code ignored;
+    if (m_insideFrame && m_socket.available(ignored) != 0)
+        m_unfinishedSince = now; // the bytes are there: it is the host that hasn't read them yet
+    else
         CloseLocked(m_peerEnded ? "the peer didn't take its last replies" : "an envelope stayed unfinished");
+}
+
+std::optional<CEnvelopeConnection::Clock::time_point> CEnvelopeConnection::IdleSince() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (!IsOpenLocked() || m_takingBytes || !m_queue.empty())
+        return std::nullopt;
+    return m_frames == m_seenFrames ? m_activeAt : Clock::now();
 }

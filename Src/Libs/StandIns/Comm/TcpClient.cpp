@@ -15,16 +15,32 @@ CTcpClient::CTcpClient(CIoThreads& threads, SOptions options, SCallbacks callbac
     , m_socket(threads.Context())
     , m_timer(threads.Context())
     , m_pauses(m_options.patience.firstPause, m_options.patience.longestPause)
-    , m_deadlines(threads, m_options.limits.deadline, [this]() -> std::vector<CEnvelopeConnection::Ptr> {
-        const CEnvelopeConnection::Ptr connection = Connection();
-        return connection ? std::vector{connection} : std::vector<CEnvelopeConnection::Ptr>();
-    })
+    , m_memory(std::make_shared<CChannelMemory>(SChannelLimits(), [this] { return Connections(); }))
+    , m_deadlines(threads, m_options.limits.deadline, [this] { return Connections(); })
 {}
 
 void CTcpClient::Start()
 {
     m_deadlines.Start();
     asio::post(m_strand, [this] { Resolve(); });
+}
+
+void CTcpClient::Stop()
+{
+    std::unique_lock lock(m_mutex);
+    m_stopping = true;
+    const CEnvelopeConnection::Ptr connection = m_connection;
+    lock.unlock();
+    if (connection)
+        connection->Close("the host stops serving");
+    lock.lock();
+    m_ended.wait(lock, [this] { return !m_isUnended; });
+}
+
+std::vector<CEnvelopeConnection::Ptr> CTcpClient::Connections() const
+{
+    const CEnvelopeConnection::Ptr connection = Connection();
+    return connection ? std::vector{connection} : std::vector<CEnvelopeConnection::Ptr>();
 }
 
 CEnvelopeConnection::Ptr CTcpClient::Connection() const
@@ -89,11 +105,15 @@ void CTcpClient::Open()
     m_pauses.Reset();
     m_lastFailure.clear();
     auto connection = std::make_shared<CEnvelopeConnection>(
-        m_threads, std::exchange(m_socket, Tcp::socket(m_threads.Context())), m_options.limits, m_callbacks.frame,
+        m_threads, std::exchange(m_socket, Tcp::socket(m_threads.Context())), m_options.limits, m_memory,
+        m_callbacks.frame,
         [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
     {
         const std::lock_guard lock(m_mutex);
+        if (m_stopping)
+            return;
         m_connection = connection;
+        m_isUnended = true;
     }
     Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
     connection->Start();
@@ -109,6 +129,11 @@ void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
     {
         const CIoThreads::CCallOut callOut(m_threads);
         m_callbacks.ended(connection);
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isUnended = false;
+        m_ended.notify_all();
     }
     asio::post(m_strand, [this] { TryLater(); });
 }

@@ -10,6 +10,9 @@
 #include <asio/strand.hpp>
 
 #include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -39,12 +42,16 @@ public:
     CTcpClient(CIoThreads& threads, SOptions options, SCallbacks callbacks);
 
     void Start();
+    /// Closes the connection; requests that are not yet being handled are dropped. Returns when the connection's ended
+    /// callback has returned. Not to be called on the threads.
+    void Stop();
     /// The open connection, or null.
     CEnvelopeConnection::Ptr Connection() const;
 
 private:
     using Tcp = asio::ip::tcp;
 
+    std::vector<CEnvelopeConnection::Ptr> Connections() const;
     void Resolve();
     void Connect(const std::vector<Tcp::endpoint>& endpoints);
     void Connected(const asio::error_code& error);
@@ -66,7 +73,11 @@ private:
     CBackOff m_pauses;
     std::string m_lastFailure; ///< told once, not at every try
 
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex; ///< guards what follows
     CEnvelopeConnection::Ptr m_connection;
+    bool m_stopping = false;
+    bool m_isUnended = false; ///< the ended callback of a connection has not returned
+    std::condition_variable m_ended;
+    const std::shared_ptr<CChannelMemory> m_memory;
     CDeadlineWatch m_deadlines;
 };

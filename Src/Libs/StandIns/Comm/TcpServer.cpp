@@ -5,6 +5,7 @@
 #include <asio/post.hpp>
 
 #include <chrono>
+#include <optional>
 
 namespace {
 
@@ -17,9 +18,10 @@ CTcpServer::CTcpServer(CIoThreads& threads, SOptions options, SCallbacks callbac
     : m_threads(threads)
     , m_options(std::move(options))
     , m_callbacks(std::move(callbacks))
-    , m_acceptor(threads.Context())
+    , m_memory(std::make_shared<CChannelMemory>(m_options.channelLimits, [this] { return Connections(); }))
     , m_acceptTimer(threads.Context())
     , m_notices(threads.Context().get_executor())
+    , m_acceptor(threads.Context())
     , m_deadlines(threads, m_options.limits.deadline, [this] { return Connections(); })
 {}
 
@@ -40,8 +42,29 @@ bool CTcpServer::Start()
     return true;
 }
 
+void CTcpServer::Close()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_closing = true;
+        asio::error_code ignored;
+        m_acceptor.close(ignored);
+    }
+    for (const CEnvelopeConnection::Ptr& connection : Connections())
+        connection->Close("the host stops serving");
+}
+
+void CTcpServer::WaitForEnd()
+{
+    std::unique_lock lock(m_mutex);
+    m_allEnded.wait(lock, [this] { return m_unended == 0; });
+}
+
 void CTcpServer::Accept()
 {
+    const std::lock_guard lock(m_mutex);
+    if (m_closing)
+        return;
     m_acceptor.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
         if (error == asio::error::operation_aborted)
             return;
@@ -69,11 +92,19 @@ void CTcpServer::AcceptLater()
 void CTcpServer::Open(asio::ip::tcp::socket socket)
 {
     auto connection = std::make_shared<CEnvelopeConnection>(
-        m_threads, std::move(socket), m_options.limits, m_callbacks.frame,
+        m_threads, std::move(socket), m_options.limits, m_memory, m_callbacks.frame,
         [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
+    if (!MakeRoom()) {
+        Tell(SChannelEvent::Kind::Note, connection->RemoteText(),
+             "refused: there are " + std::to_string(m_options.maxConnections) + " connections and none is idle");
+        return;
+    }
     {
         const std::lock_guard lock(m_mutex);
+        if (m_closing)
+            return;
         m_connections[{connection->RemoteIp(), connection->RemotePort()}] = connection;
+        ++m_unended;
     }
     asio::post(m_notices, [this, connection] {
         Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
@@ -83,19 +114,49 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
     });
 }
 
+/// False when no connection can give way to a new one.
+bool CTcpServer::MakeRoom()
+{
+    const auto connections = Connections();
+    if (connections.size() < m_options.maxConnections)
+        return true;
+    CEnvelopeConnection::Ptr longestIdle;
+    auto idleSince = CEnvelopeConnection::Clock::time_point::max();
+    for (const CEnvelopeConnection::Ptr& connection : connections) {
+        const auto since = connection->IsSpared() ? std::nullopt : connection->IdleSince();
+        if (since && *since < idleSince) {
+            longestIdle = connection;
+            idleSince = *since;
+        }
+    }
+    if (!longestIdle)
+        return false;
+    longestIdle->Close("gives way to a new connection");
+    Forget(longestIdle);
+    return true;
+}
+
+void CTcpServer::Forget(const CEnvelopeConnection::Ptr& connection)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_connections.find({connection->RemoteIp(), connection->RemotePort()});
+    // The peer may have come back from the same port meanwhile.
+    if (found != m_connections.end() && found->second == connection)
+        m_connections.erase(found);
+}
+
 void CTcpServer::Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        const auto found = m_connections.find({connection->RemoteIp(), connection->RemotePort()});
-        // The peer may have come back from the same port meanwhile.
-        if (found != m_connections.end() && found->second == connection)
-            m_connections.erase(found);
-    }
+    Forget(connection);
     asio::post(m_notices, [this, connection, reason] {
         Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
-        const CIoThreads::CCallOut callOut(m_threads);
-        m_callbacks.ended(connection);
+        {
+            const CIoThreads::CCallOut callOut(m_threads);
+            m_callbacks.ended(connection);
+        }
+        const std::lock_guard lock(m_mutex);
+        if (--m_unended == 0)
+            m_allEnded.notify_all();
     });
 }
 

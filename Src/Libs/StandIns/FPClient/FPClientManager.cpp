@@ -18,7 +18,11 @@ class CFPClientManager::Impl {
 public:
     Impl() : m_client(m_threads, OptionsOf(FPClient::Config().Get()), CallbacksOf()) {}
 
-    ~Impl() { m_threads.Stop(); }
+    ~Impl()
+    {
+        m_client.Stop();
+        m_threads.Stop();
+    }
 
     void Start()
     {
