@@ -1,0 +1,174 @@
+#!/usr/bin/python3
+"""Hostile peers against a showhost with little address space, which must answer the others all the while."""
+
+import contextlib
+import functools
+import itertools
+import json
+import os
+import resource
+import select
+import signal
+import socket
+import struct
+import time
+import unittest
+import zlib
+
+from Support import (BULK_PORT, CONTROL_PORT, DEMO_SHOW, PATIENCE, REPLY, App, Folder, ShowHost, copy_demo_show, log_in,
+                     wait_until)
+
+HOST = "127.0.0.131"
+HOST_NAME, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x005, 0x400, 0x403
+MIB = 1 << 20
+ADDRESS_SPACE = 1500 * MIB
+BUDGET, MAX_REQUEST, MAX_QUEUED, MAX_CONNECTIONS = 256 * MIB, 4 * MIB, 64 * MIB, 1000
+# The host has 2 s to end; the rest is for a busy machine.
+END_SECONDS = 4
+# A sanitizer needs far more address space for its own purposes.
+IS_SANITIZED = bool(os.environ["SANITIZED"])
+
+
+def header(code, length):
+    return b"ZXAP" + struct.pack(">II", code, length)
+
+
+@functools.lru_cache
+def slow_picture():
+    """A transparent PNG of 62 megapixels, interlaced, which takes long to read."""
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    side, compression = 7872, zlib.compressobj(1)
+    data = b""
+    # What the seven passes of Adam7 skip and how far apart their pixels are, across and down.
+    for x, y, across, down in ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2),
+                               (0, 1, 1, 2)):
+        data += compression.compress(bytes(-(-(side - y) // down) * (1 + -(-(side - x) // across) * 4)))
+    data += compression.flush()
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", side, side, 8, 6, 0, 0, 1)) +
+            chunk(b"IDAT", data) + chunk(b"IEND", b""))
+
+
+def count_closed(peers):
+    """How many of the peers the host has closed. Those read nothing."""
+    poll = select.poll()
+    for peer in peers:
+        poll.register(peer, select.POLLRDHUP)
+    return len(poll.poll(0))
+
+
+class HostileTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        # For both ends of the connections: the host inherits the limit.
+        _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (min(hard, 8192), hard))
+
+    def setUp(self):
+        self.folder = self.enterContext(Folder())
+        self.sources = (f"127.0.131.{number}" for number in itertools.count(1))
+
+    def start(self, show=None):
+        self.host = self.enterContext(ShowHost(HOST, self.folder / "state", show=show))
+        if not IS_SANITIZED:
+            resource.prlimit(self.host.process.pid, resource.RLIMIT_AS, (ADDRESS_SPACE, ADDRESS_SPACE))
+
+    def large_show(self):
+        """A show whose resource list is large and yet quickly made, and the size of that list."""
+        show = json.loads(DEMO_SHOW.read_text(encoding="utf-8"))
+        project = next(project for project in show["projects"] if project["id"] == show["openProject"])
+        for number in range(2, 6):
+            project["resources"].append({"id": f"{number:08}-0000-4000-8000-000000000000", "type": 2,
+                                         "name": "x" * 2 * MIB, "file": "Media/Curtain.jpg", "width": 9, "height": 9})
+        file = copy_demo_show(self.folder, {})
+        file.write_text(json.dumps(show), encoding="utf-8")
+        return file
+
+    def app(self):
+        return self.enterContext(App(HOST, next(self.sources)))
+
+    def connect(self, port=CONTROL_PORT):
+        return self.enterContext(socket.create_connection((HOST, port), PATIENCE))
+
+    def assert_answers(self, app):
+        for channel in (app.control, app.bulk):
+            channel.send(HOST_NAME)
+        self.assertEqual(app.control.receive()[0], REPLY | HOST_NAME)
+
+    def assert_ends(self, is_abandoned):
+        start = time.monotonic()
+        self.host.process.send_signal(signal.SIGTERM)
+        self.assertEqual(self.host.ended(), 0)
+        self.assertLess(time.monotonic() - start, END_SECONDS)
+        self.assertEqual(any("abandoned" in line for line in self.host.lines), is_abandoned)
+
+    def test_half_envelopes_of_many_peers_take_a_limited_amount_of_memory(self):
+        self.start()
+        app = self.app()
+        half = header(HOST_NAME, MAX_REQUEST) + bytes(MAX_REQUEST - MIB // 4)
+        enough = BUDGET // len(half)
+        peers = []
+        for port in (CONTROL_PORT, BULK_PORT):
+            for _ in range(enough + 15):
+                peers.append(self.connect(port))
+                with contextlib.suppress(ConnectionError):
+                    peers[-1].sendall(half)
+        too_long = self.connect()
+        too_long.sendall(header(HOST_NAME, MAX_REQUEST + 1))
+
+        wait_until(lambda: count_closed(peers) >= 20, "peers are closed")
+        wait_until(lambda: count_closed([too_long]), "the too long envelope's peer is closed")
+        self.host.wait_for_line(lambda line: "claims to be too long" in line, "the reason")
+        self.assert_answers(app)
+
+    def test_peers_that_do_not_read_take_a_limited_amount_of_memory(self):
+        self.start(self.large_show())
+        app = self.app()
+        list_bytes = 8 * MIB
+        requests = MAX_QUEUED // list_bytes - 1
+        peers = [self.connect() for _ in range(BUDGET // (requests * list_bytes) + 3)]
+        for peer in peers:
+            peer.sendall(header(RESOURCE_LIST, 0) * requests)
+
+        # A peer doesn't notice the end before it has read what it was sent earlier.
+        self.host.wait_for_line(lambda line: "unsent replies take too much memory" in line, "a peer is closed")
+        self.assert_answers(app)
+
+    def test_more_connections_than_there_may_be_displace_idle_ones_but_no_logged_in_app(self):
+        self.start()
+        app = self.app()
+        self.assertEqual(log_in(app)["result"], 0)
+        idle = self.app()
+        peers = [self.connect(port) for _ in range(MAX_CONNECTIONS + 50) for port in (CONTROL_PORT, BULK_PORT)]
+
+        # Two connections of each channel are the apps'.
+        wait_until(lambda: count_closed(peers) == 2 * 51, "the longest idle are closed")
+        self.assertEqual(count_closed([idle.control.socket, idle.bulk.socket]), 2)
+        self.assert_answers(app)
+        self.assert_answers(self.app())
+
+    def test_the_host_ends_though_a_batch_of_requests_waits(self):
+        self.start(self.large_show())
+        app = self.app()
+        app.control.socket.sendall(header(RESOURCE_LIST, 0) * 500)
+        self.assertTrue(app.control.receive())
+
+        self.assert_ends(is_abandoned=False)
+
+    def test_the_host_ends_though_a_request_does_not(self):
+        show = copy_demo_show(self.folder, {})
+        # One picture is read at a time: by the third the time is over, whatever the machine.
+        for name in ("Curtain.jpg", "Emblem.png", "Harbour at dawn.jpg"):
+            (show.parent / "Media" / name).write_bytes(slow_picture())
+        self.start(show)
+        for picture in ("8981c270-e2e5-4ad1-adc3-773ecb7042b6", "b5cb4f0e-69ea-4a69-9ed8-1a97be963151",
+                        "051d905d-5696-4763-a4da-1ae462208c3e"):
+            self.app().control.send(RESOURCE_THUMBNAIL, {"resourceId": picture})
+        wait_until(lambda: sum("<- resource-thumbnail" in line for line in self.host.lines) == 3, "the requests")
+
+        self.assert_ends(is_abandoned=True)
+
+
+if __name__ == "__main__":
+    unittest.main()
