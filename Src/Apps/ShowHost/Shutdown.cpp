@@ -6,7 +6,7 @@
 
 namespace {
 
-/// For the requests that are being handled. Whoever supervises the host should not have to wait for 2 s.
+/// For the requests that are being handled. The process is to end within 2 s.
 constexpr std::chrono::milliseconds kLimit(1500);
 constexpr std::chrono::milliseconds kReportLimit(100);
 
