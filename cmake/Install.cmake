@@ -60,7 +60,8 @@ install(FILES ${module}/MsgSender/IMsgSenderBase.h
     DESTINATION ${header_folder}/ExternalController/MsgSender COMPONENT Development)
 
 if(NOT ZENTRAVOX_HOST_SDK)
-    install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py DESTINATION ${script_folder} COMPONENT Runtime)
+    install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py Src/Libs/StandIns/AppServer/FtpUploadFile.py
+        DESTINATION ${script_folder} COMPONENT Runtime)
     install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
     install(FILES Src/Apps/ShowRemote/showremote.bash
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME showremote COMPONENT Runtime)

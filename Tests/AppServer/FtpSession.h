@@ -61,6 +61,16 @@ public:
         }
     }
 
+    /// What a command such as LIST sends on the data connection.
+    QByteArray List(const QByteArray& command)
+    {
+        OpenData();
+        EXPECT_THAT(Command(command), testing::AnyOf(125, 150));
+        m_data.waitForDisconnected(kDeadlineMs);
+        EXPECT_EQ(Reply(), 226);
+        return m_data.readAll();
+    }
+
     void CloseData() { m_data.close(); }
     void CloseControl() { m_control.close(); }
 

@@ -12,13 +12,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <poll.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -26,6 +31,8 @@ using testing::HasSubstr;
 namespace {
 
 constexpr int kNotPermitted = 550;
+constexpr int kBusy = 450;
+
 /// Uploads the bytes under a name below the upload folder; curl's exit code.
 int Curl(const QByteArray& bytes, const QString& name, const QStringList& more = {})
 {
@@ -49,6 +56,13 @@ QStringList Entries(const QString& folder)
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
+unsigned int ModeOf(const QString& path)
+{
+    struct stat entry {};
+    stat(path.toUtf8().constData(), &entry);
+    return entry.st_mode & 07777;
+}
+
 /// The server's process among this one's children.
 std::optional<pid_t> ChildPid()
 {
@@ -63,9 +77,10 @@ std::optional<pid_t> ChildPid()
 
 class FtpUploadTest : public testing::Test {
 protected:
-    bool StartServer()
+    bool StartServer(std::chrono::milliseconds loginLimit = std::chrono::hours(1))
     {
         CFtpUploadServer::SOptions options;
+        options.loginLimit = loginLimit;
         options.port = AppServer::kFtpPort;
         options.firstPassivePort = AppServer::kFirstPassivePort;
         options.lastPassivePort = AppServer::kLastPassivePort;
@@ -96,7 +111,9 @@ TEST_F(FtpUploadTest, ACompleteUploadIsReportedWithItsPathAndHasItsBytes)
         EXPECT_EQ(Curl(bytes, name), 0);
         EXPECT_THAT(uploads.WaitFor(1), ElementsAre(PathOf(name)));
         EXPECT_EQ(Contents(folder.filePath(name)), bytes);
+        EXPECT_EQ(ModeOf(folder.filePath(name)), 0600U);
     }
+    EXPECT_EQ(ModeOf(folder.filePath("new folder")), 0700U);
     EXPECT_EQ(Curl(" goes on", "empty.bin", {"--append"}), 0);
     EXPECT_EQ(Contents(folder.filePath("empty.bin")), " goes on");
 }
@@ -115,9 +132,10 @@ TEST_F(FtpUploadTest, FilesCanNotBeReadDeletedOrRenamedAndNamesAreUtf8)
     EXPECT_EQ(Contents(folder.filePath("a.bin")), "kept");
 }
 
-TEST_F(FtpUploadTest, NothingLandsOutsideTheFolder)
+TEST_F(FtpUploadTest, WhatIsOutsideTheFolderIsNeitherWrittenNorShown)
 {
     QTemporaryDir outside;
+    QFile::link(folder.path(), folder.filePath("inside"));
     QFile::link(outside.path(), folder.filePath("link"));
     QFile::link(outside.filePath("new.bin"), folder.filePath("link.bin"));
     ASSERT_TRUE(StartServer());
@@ -130,6 +148,12 @@ TEST_F(FtpUploadTest, NothingLandsOutsideTheFolder)
 
     EXPECT_THAT(uploads.WaitFor(1), ElementsAre(PathOf("b.bin")));
     EXPECT_TRUE(Entries(outside.path()).isEmpty());
+    session.Reply();
+    for (const char* command : {"LIST", "MLSD", "NLST"}) {
+        const QByteArray listed = session.List(command);
+        EXPECT_THAT(listed.toStdString(), testing::AllOf(HasSubstr("inside"), HasSubstr("b.bin"))) << command;
+        EXPECT_FALSE(listed.contains("link") || listed.contains(folder.path().toUtf8())) << command;
+    }
 }
 
 TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndLeavesTheOlderFileAlone)
@@ -167,12 +191,14 @@ TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndLeavesTheOlderFileAlone)
     };
     ASSERT_TRUE(StartServer());
     Curl("older", "a.bin");
+    uploads.WaitFor(1);
 
-    for (const auto& [way, abort] : ways) {
-        SCOPED_TRACE(way);
+    for (std::size_t number = 0; number < 2 * std::size(ways); ++number) {
+        const auto& [way, abort] = ways[number / 2];
+        const char* command = number % 2 == 0 ? "STOR a.bin" : "APPE a.bin";
+        SCOPED_TRACE(std::string(way) + ", " + command);
         CFtpSession session;
-        session.Upload("STOR a.bin", QByteArray(500'000, 'y'));
-        uploads.WaitFor(1);
+        session.Upload(command, QByteArray(500'000, 'y'));
         uploads.Clear();
 
         abort(session);
@@ -201,24 +227,104 @@ TEST_F(FtpUploadTest, AnUploadGivenUpBeforeItsDataConnectionIsNotTakenUpByTheNex
     EXPECT_EQ(Entries(folder.path()), QStringList{"later.bin"});
 }
 
-TEST_F(FtpUploadTest, TwoUploadsOfOneNameAtOnceDoNotMix)
+TEST_F(FtpUploadTest, AFileHasOneUploadAtATimeAndOneThatGoesOnStartsFromTheWholeOlderFile)
 {
+    const QByteArray older(10'000'000, 'o'); // several pieces to copy
+    QFile::link(folder.filePath("a.bin"), folder.filePath("link.bin"));
     ASSERT_TRUE(StartServer());
+    Curl(older, "a.bin");
     CFtpSession first;
     CFtpSession second;
+    first.Command("TYPE I");
+    first.Command("REST 5");
 
-    first.Upload("STOR a.bin", "first begins ");
-    second.Upload("STOR a.bin", "second begins ");
-    first.Send("and ends");
-    second.Send("and ends");
+    first.Upload("STOR a.bin", "first ");
+    for (const char* command : {"STOR a.bin", "APPE a.bin", "STOR ./link.bin"})
+        EXPECT_EQ(second.Command(command), kBusy) << command;
+    EXPECT_EQ(first.Command("STOR b.bin"), kBusy);
+    EXPECT_EQ(Contents(folder.filePath("a.bin")), older);
+    second.Upload("STOR A.bin", "another file");
+    second.CloseData();
+    EXPECT_EQ(second.Reply(), 226);
     first.CloseData();
     EXPECT_EQ(first.Reply(), 226);
-    EXPECT_EQ(Contents(folder.filePath("a.bin")), "first begins and ends");
+    second.Upload("APPE a.bin", "second");
     second.CloseData();
     EXPECT_EQ(second.Reply(), 226);
 
-    EXPECT_EQ(Contents(folder.filePath("a.bin")), "second begins and ends");
-    EXPECT_THAT(uploads.WaitFor(2), ElementsAre(PathOf("a.bin"), PathOf("a.bin")));
+    EXPECT_EQ(Contents(folder.filePath("a.bin")), "ooooofirst " + older.mid(11) + "second");
+    EXPECT_EQ(Contents(folder.filePath("A.bin")), "another file");
+}
+
+TEST_F(FtpUploadTest, PartsOfAKilledServerAreHiddenAndRemovedButNotThoseOfARunningOne)
+{
+    const QString left = folder.filePath(".0123456789abcdef.upload");
+    const QString running = folder.filePath(".fedcba9876543210.upload");
+    for (const QString& part : {left, running})
+        EXPECT_TRUE(QFile(part).open(QFile::WriteOnly));
+    const int owner = open(running.toUtf8().constData(), O_RDONLY);
+    flock(owner, LOCK_EX);
+    ASSERT_TRUE(StartServer());
+
+    CFtpSession session;
+    EXPECT_FALSE(session.List("NLST").contains("upload"));
+    EXPECT_EQ(session.Command("STOR .0123456789abcdef.upload"), kNotPermitted);
+    Curl("x", "a.bin");
+
+    EXPECT_EQ(Entries(folder.path()), (QStringList{".fedcba9876543210.upload", "a.bin"}));
+    close(owner);
+}
+
+TEST_F(FtpUploadTest, SessionsThatHaveNotLoggedInGiveWayToNewOnes)
+{
+    ASSERT_TRUE(StartServer());
+    CFtpSession loggedIn;
+    std::vector<std::unique_ptr<QTcpSocket>> strangers(70);
+    for (auto& stranger : strangers) {
+        stranger = std::make_unique<QTcpSocket>();
+        stranger->connectToHost(kFtpTestAddress, AppServer::kFtpPort);
+        ASSERT_TRUE(stranger->waitForReadyRead(kDeadlineMs));
+        stranger->write("USER demo\r\nPASS wrong\r\n");
+    }
+
+    CFtpSession late;
+
+    EXPECT_EQ(late.Command("NOOP"), 200);
+    loggedIn.Upload("STOR a.bin", "x");
+    loggedIn.CloseData();
+    EXPECT_EQ(loggedIn.Reply(), 226);
+}
+
+TEST_F(FtpUploadTest, ASessionThatHasNotLoggedInEndsHoweverBusyItIs)
+{
+    ASSERT_TRUE(StartServer(std::chrono::milliseconds(300)));
+    CFtpSession loggedIn;
+    CFtpSession loggedOut;
+    EXPECT_EQ(loggedOut.Command("REIN"), 230);
+    QTcpSocket busy;
+    busy.connectToHost(kFtpTestAddress, AppServer::kFtpPort);
+
+    EXPECT_TRUE(WaitUntil([&] {
+        busy.write("NOOP\r\n");
+        return busy.waitForDisconnected(10) || busy.state() == QTcpSocket::UnconnectedState;
+    }));
+    EXPECT_EQ(loggedOut.Reply(), 421);
+    EXPECT_EQ(loggedIn.Command("NOOP"), 200);
+}
+
+TEST_F(FtpUploadTest, ASessionThatReadsNoRepliesEnds)
+{
+    ASSERT_TRUE(StartServer());
+    QTcpSocket deaf;
+    deaf.setReadBufferSize(1);
+    deaf.connectToHost(kFtpTestAddress, AppServer::kFtpPort);
+    ASSERT_TRUE(deaf.waitForConnected(kDeadlineMs));
+
+    EXPECT_TRUE(WaitUntil([&] {
+        deaf.write(QByteArray("HELP\r\n").repeated(500));
+        deaf.waitForBytesWritten(10);
+        return deaf.state() == QTcpSocket::UnconnectedState;
+    }));
 }
 
 TEST_F(FtpUploadTest, ANewFolderIsMadeAndTakesLaterUploadsOfOpenSessionsToo)

@@ -1,4 +1,4 @@
-# The FTP upload channel of the target AppServer: the class that runs the server, and the server's script, which is
+# The FTP upload channel of the target AppServer: the class that runs the server, and the server's scripts, which are
 # found at run time beside the library.
 set(ZENTRAVOX_PYTHON "" CACHE FILEPATH "Python interpreter that has pyftpdlib")
 
@@ -26,14 +26,14 @@ target_sources(AppServer PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.h)
 target_compile_definitions(AppServer PRIVATE ZENTRAVOX_PYTHON="${ZENTRAVOX_PYTHON}")
 
-set(script ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.py)
+set(scripts ${CMAKE_CURRENT_LIST_DIR}/FtpUploadServer.py ${CMAKE_CURRENT_LIST_DIR}/FtpUploadFile.py)
 set(copied ${CMAKE_CURRENT_BINARY_DIR}/FtpUploadServer-$<CONFIG>.copied)
 add_custom_command(
     OUTPUT ${copied}
     COMMAND ${CMAKE_COMMAND} -E make_directory $<TARGET_FILE_DIR:AppServer>
-    COMMAND ${CMAKE_COMMAND} -E copy ${script} $<TARGET_FILE_DIR:AppServer>
+    COMMAND ${CMAKE_COMMAND} -E copy ${scripts} $<TARGET_FILE_DIR:AppServer>
     COMMAND ${CMAKE_COMMAND} -E touch ${copied}
-    DEPENDS ${script}
+    DEPENDS ${scripts}
     VERBATIM)
 add_custom_target(FtpUploadScript ALL DEPENDS ${copied})
 add_dependencies(AppServer FtpUploadScript)

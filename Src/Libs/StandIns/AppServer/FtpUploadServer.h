@@ -3,6 +3,7 @@
 #include <QString>
 #include <QThread>
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -19,6 +20,8 @@ public:
         QString user;
         QString password;
         QString folder; ///< uploads land below it; made where it is missing
+        /// A session that has not logged in by then is closed.
+        std::chrono::milliseconds loginLimit{10'000};
     };
     /// A complete upload's absolute path in UTF-8. Aborted uploads are not told.
     using UploadEndCallback = std::function<void(std::string path)>;

@@ -1,7 +1,8 @@
 """The FTP server that apps upload media to; a child process of the app server.
 
 stdin: first one JSON line with the start parameters
-  {"address": "127.0.0.1", "port": 25521, "passivePorts": [25530, 25549], "user": "...", "password": "...", "root": "/..."}
+  {"address": "127.0.0.1", "port": 25521, "passivePorts": [25530, 25549], "user": "...", "password": "...", "root": "/...",
+   "loginSeconds": 10}
   then commands, one JSON object a line: {"root": "/..."} makes this the folder of the uploads that begin later.
   The end of stdin ends the server, so it never outlives the process that started it.
 stdout: one JSON line an event: "listening", "upload" and "aborted" with "path", "failed" with "reason" (it ends then).
@@ -11,22 +12,24 @@ POSIX only: stdin is polled together with the sockets.
 """
 
 import errno
-import fcntl
 import hmac
 import json
 import logging
 import os
-import secrets
 import signal
 import socket
 import stat
 import sys
+from collections import Counter
+from contextlib import suppress
 
 from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
 from pyftpdlib.filesystems import AbstractedFS, FilesystemError
 from pyftpdlib.handlers import DTPHandler, FTPHandler
 from pyftpdlib.ioloop import IOLoop
 from pyftpdlib.servers import FTPServer
+
+from FtpUploadFile import PART_NAME, Upload
 
 # Change folder, list, append, make folder, store, set time. Not: retrieve, delete, rename, change mode.
 PERMISSIONS = "elamwT"
@@ -41,6 +44,11 @@ STALLED_TRANSFER_SECONDS = 60
 LOGIN_FAILURE_SECONDS = 1
 # Control, data and listening sockets together.
 MAX_SOCKETS = 64
+# An upload whose client announces no data connection, or does not open it, blocks its name no longer than this.
+DATA_CONNECTION_SECONDS = 30
+# Replies that the client has not read: several times what a client needs that sends its commands in one go.
+MAX_UNREAD_REPLIES = 1000
+DATA_COMMANDS = ("STOR", "APPE", "LIST", "NLST", "MLSD")
 
 log = logging.getLogger("ftp-upload")
 
@@ -50,87 +58,6 @@ def report(event, **details):
         os.write(1, (json.dumps({"event": event, **details}) + "\n").encode())
     except BrokenPipeError:
         pass  # The parent has gone; the end of stdin ends us.
-
-
-class InPlaceUpload:
-    """An upload that goes on with the target itself, for APPE and REST. `name` is the path that is reported."""
-
-    def __init__(self, name, target, mode):
-        self.name = name
-        self._file = open(target, mode)
-        try:
-            fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except BlockingIOError:
-            self._file.close()
-            raise FilesystemError("Another upload of this file is under way") from None
-
-    @property
-    def closed(self):
-        return self._file.closed
-
-    def write(self, data):
-        self._file.write(data)
-
-    def seek(self, offset):
-        self._file.seek(offset)
-
-    def commit(self):
-        self._file.close()
-
-    def close(self):
-        self._file.close()
-
-
-class NewUpload:
-    """An upload that appears under its name when it is complete; until then an older file of that name stays.
-
-    Where the file system can do it, the file has no name before that, so that nothing is left however we end."""
-
-    def __init__(self, name, target):
-        self.name = name
-        self._target = target
-        folder = os.path.dirname(target)
-        self._part = os.path.join(folder, f".{secrets.token_hex(8)}.upload")
-        try:
-            descriptor = os.open(folder, os.O_TMPFILE | os.O_WRONLY, 0o666)
-            self._part_exists = False
-        except (AttributeError, OSError):
-            descriptor = os.open(self._part, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666)
-            self._part_exists = True
-        self._file = os.fdopen(descriptor, "wb")
-
-    def __del__(self):
-        if hasattr(self, "_file"):
-            self.close()
-
-    @property
-    def closed(self):
-        return self._file.closed
-
-    def write(self, data):
-        self._file.write(data)
-
-    def commit(self):
-        self._file.flush()
-        if not self._part_exists:
-            # Any src_dir_fd makes os.link follow /proc's symbolic link; an absolute path ignores its value.
-            descriptor = self._file.fileno()
-            os.link(f"/proc/self/fd/{descriptor}", self._part, src_dir_fd=descriptor)
-            self._part_exists = True
-        os.replace(self._part, self._target)
-        self._part_exists = False
-        self._file.close()
-
-    def close(self):
-        """Drops what has not been committed."""
-        try:
-            self._file.close()
-        except OSError:
-            pass  # A full disk told so when the data was written.
-        finally:
-            if self._part_exists:
-                self._part_exists = False
-                os.remove(self._part)
 
 
 class Account(DummyAuthorizer):
@@ -171,12 +98,26 @@ class UploadFolder(AbstractedFS):
     def open(self, filename, mode):
         # Links inside the folder are written through, not replaced; links that lead outside were refused before.
         target = os.path.realpath(filename)
+        if PART_NAME.fullmatch(os.path.basename(target)):
+            raise FilesystemError("This name is reserved")
         try:
             if not stat.S_ISREG(os.stat(target).st_mode):
                 raise FilesystemError("Not a regular file")
         except FileNotFoundError:
             pass
-        return NewUpload(filename, target) if mode == "wb" else InPlaceUpload(filename, target, mode)
+        return Upload(filename, target, mode)
+
+    def listdir(self, path):
+        """Without links that lead outside: their targets' sizes, times and paths are not for the client."""
+        with os.scandir(path) as entries:
+            return [entry.name for entry in entries if not PART_NAME.fullmatch(entry.name)
+                    and (not entry.is_symlink() or self.validpath(entry.path))]
+
+    listdirinfo = listdir
+
+    def lstat(self, path):
+        """A link inside the folder is shown as what it leads to, not with the host's path of that."""
+        return self.stat(path)
 
 
 class DataChannel(DTPHandler):
@@ -186,6 +127,13 @@ class DataChannel(DTPHandler):
     def handle_read(self):
         """Stores the bytes as they come, in ASCII mode too: apps send media, which a change of line ends would break.
         A reset aborts; the library takes it for the end of a complete upload."""
+        try:
+            if self.file_obj.copy_older():
+                return  # What has come stays unread, so that the loop calls again.
+        except OSError as error:
+            log.error("%s: %s", self.file_obj.name, error.strerror)
+            self._abort(error)
+            return
         try:
             data = self.socket.recv(self.ac_in_buffer_size)
         except BlockingIOError:
@@ -244,6 +192,49 @@ class Session(FTPHandler):
     auth_failed_timeout = LOGIN_FAILURE_SECONDS
     # STOU would write under its final name from the first byte on.
     proto_cmds = {name: command for name, command in FTPHandler.proto_cmds.items() if name != "STOU"}
+    login_seconds = 10
+    # The sessions that have not logged in, the oldest first, with the call that ends each.
+    waiting = {}
+
+    def handle(self):
+        self._wait_for_login()
+        super().handle()
+
+    def _wait_for_login(self):
+        self.waiting[self] = self.ioloop.call_later(self.login_seconds, self.give_way, _errback=self.handle_error)
+
+    def give_way(self):
+        with suppress(OSError):
+            self.socket.send(b"421 Log in without delay; closing the control connection.\r\n", socket.MSG_DONTWAIT)
+        self.close()
+
+    def handle_auth_success(self, *args):
+        self._stop_waiting()
+        super().handle_auth_success(*args)
+
+    def flush_account(self):
+        super().flush_account()
+        if self not in self.waiting:
+            self._wait_for_login()
+
+    def close(self):
+        self._stop_waiting()
+        super().close()
+
+    def _stop_waiting(self):
+        if limit := self.waiting.pop(self, None):
+            limit.cancel()
+
+    def add_channel(self, *args, **kwargs):
+        """A refused password takes the channel out of the loop for a moment: the session may be closed meanwhile, and
+        another one have its descriptor."""
+        if not self._closed:
+            super().add_channel(*args, **kwargs)
+
+    def push(self, s):
+        super().push(s)
+        if len(self.producer_fifo) > MAX_UNREAD_REPLIES:
+            self.close()
 
     def is_gone(self):
         """Whether the client has closed or reset the control connection; what it sent before stays unread."""
@@ -264,12 +255,35 @@ class Session(FTPHandler):
     def pre_process_command(self, line, cmd, arg):
         if "\0" in line:
             self.respond("501 A name can't contain a zero byte.")
+        elif cmd in DATA_COMMANDS and self.data_channel is not None and self.data_channel.file_obj is not None:
+            # The library would have the upload's data connection serve this one from here on.
+            self.respond("450 A transfer of this session is in progress.")
         else:
             super().pre_process_command(line, cmd, arg)
+
+    def ftp_STOR(self, file, mode="w"):
+        self._drop_waiting_upload()
+        if Upload.is_in_progress(os.path.realpath(file)):
+            self._restart_position = 0
+            self.respond("450 Another upload of this file is in progress.")
+            return None
+        stored = super().ftp_STOR(file, mode)
+        if self._in_dtp_queue is not None:
+            self.ioloop.call_later(DATA_CONNECTION_SECONDS, self._expect_no_longer, self._in_dtp_queue,
+                                   _errback=self.handle_error)
+        return stored
+
+    def _expect_no_longer(self, upload):
+        if not self._closed and self._in_dtp_queue is upload:
+            self._shutdown_connecting_dtp()
+            self.respond("425 No data connection was opened.")
 
     def _shutdown_connecting_dtp(self):
         """The client has given up the data connection that it announced, and with it the upload that waits for it."""
         super()._shutdown_connecting_dtp()
+        self._drop_waiting_upload()
+
+    def _drop_waiting_upload(self):
         waiting, self._in_dtp_queue = self._in_dtp_queue, None
         if waiting is not None:
             waiting[0].close()
@@ -280,6 +294,21 @@ class Session(FTPHandler):
 
     def on_incomplete_file_received(self, file):
         report("aborted", path=file)
+
+
+class Server(FTPServer):
+    max_cons = MAX_SOCKETS
+
+    def _map_len(self):
+        # A session whose password was refused leaves the loop for a moment.
+        return len({*self.ioloop.socket_map.values(), *Session.waiting})
+
+    def _accept_new_cons(self):
+        """Sessions that have not logged in give way: of the address that has most of them, the oldest."""
+        while Session.waiting and not super()._accept_new_cons():
+            (address, _), = Counter(session.remote_ip for session in Session.waiting).most_common(1)
+            next(session for session in Session.waiting if session.remote_ip == address).give_way()
+        return super()._accept_new_cons()
 
 
 class Loop(IOLoop):
@@ -361,17 +390,18 @@ def start():
         raise OSError(error.errno, f"cannot make the upload folder {options['root']}: {error.strerror}") from None
     first_passive, last_passive = options["passivePorts"]
     Session.passive_ports = range(first_passive, last_passive + 1)
-    # Changing the folder of a session changes the process's for a moment, and back: that has to exist for ever.
+    Session.login_seconds = options["loginSeconds"]
+    # Changing the folder of a session changes the process's for a moment, and back: that has to exist all the time.
     os.chdir("/")
 
     loop = Loop()
-    server = FTPServer(listen(options["address"], options["port"]), Session, ioloop=loop)
-    server.max_cons = MAX_SOCKETS
+    server = Server(listen(options["address"], options["port"]), Session, ioloop=loop)
     Parent(loop, rest)
     return server
 
 
 def main():
+    os.umask(0o077)  # Uploads and their folders are the user's own.
     logging.basicConfig(stream=sys.stderr, level=logging.WARNING, format="FTP upload: %(message)s")
     # Ctrl+C in a terminal reaches the whole process group; the parent decides when we end.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
