@@ -1,12 +1,15 @@
 #include "Devices/SerialPort.h"
 
+#include "Devices/ClosingPorts.h"
 #include "Devices/PluggedPort.h"
+#include "Interfaces/DeviceChannels.h"
 #include "Support/EventLog.h"
 #include "Support/Package.h"
 #include "Support/Waiting.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <thread>
 
 #include <termios.h>
@@ -29,10 +32,26 @@ std::string Command(int number, std::size_t size)
 
 class SerialPortTest : public testing::Test {
 protected:
+    ~SerialPortTest() override { Finish(); }
+
     void Open(const std::string& lineSettings = {})
     {
-        m_serial = std::make_unique<CSerialPort>(kBuffer, lineSettings);
+        m_serial = std::make_unique<CSerialPort>(kBuffer, lineSettings, [this] {
+            return std::chrono::steady_clock::time_point(std::chrono::milliseconds(m_passed));
+        });
         m_openedAtOnce = m_serial->Open(m_port.Path());
+    }
+
+    /// Closes the port, whatever time that takes on its clock.
+    void Finish()
+    {
+        if (m_serial)
+            m_serial->Close();
+        EXPECT_TRUE(WaitUntil([this] {
+            m_passed += 100;
+            return !m_serial || m_serial->IsClosed();
+        }));
+        m_serial.reset();
     }
 
     /// Sends so many commands and returns all their bytes.
@@ -48,6 +67,7 @@ protected:
 
     CEventLog m_log;
     CPluggedPort m_port;
+    std::atomic<int> m_passed{0}; ///< milliseconds on the port's clock, which stands still unless a test moves it
     std::unique_ptr<CSerialPort> m_serial;
     bool m_openedAtOnce = false;
 };
@@ -92,7 +112,9 @@ TEST_F(SerialPortTest, CommandsWaitForAPortThatIsNotThereUntilTheQueueIsFull)
     const std::string sent = SendCommands(1 << 10, 1 << 10);
     EXPECT_FALSE(m_log.Has("full"));
     m_serial->Send(Package("too much"));
-    EXPECT_THAT(m_log.Text(), HasSubstr("not sent, the queue is full: 8 bytes: too much"));
+    EXPECT_THAT(m_log.Text(), HasSubstr("the queue is full, commands are not sent, beginning with: 8 bytes: too much"));
+    m_serial->Send(Package("too much as well"));
+    EXPECT_FALSE(m_log.Has("as well"));
     std::this_thread::sleep_for(1200ms); // two more attempts to open it
     const std::string told = m_log.Text();
     EXPECT_EQ(told.find("can't open it"), told.rfind("can't open it"));
@@ -155,20 +177,78 @@ TEST_F(SerialPortTest, ClosingLosesNothingThatIsQueuedForAHealthyPort)
     EXPECT_FALSE(m_log.Has("not sent"));
 }
 
-TEST_F(SerialPortTest, ADeviceThatTakesNothingHoldsUpClosingForAWhileOnly)
+TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
+{
+    Open();
+    SendCommands(3, 20);
+    m_passed = 6000;
+    m_serial->Send(Package("fresh"));
+    m_port.Plug();
+    EXPECT_EQ(m_port.Read(5), "fresh");
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands that waited longer than 5 s are not sent: 3\n"));
+
+    // The same when the port is there and takes nothing.
+    const std::string stuck = Command(0, 900'000);
+    m_serial->Send(Package(stuck));
+    EXPECT_EQ(m_port.Read(1), "0");
+    SendCommands(4, 20);
+    m_passed = 12000;
+    m_serial->Send(Package("fresh"));
+    EXPECT_EQ(m_port.Read(900'004), stuck.substr(1) + "fresh");
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands that waited longer than 5 s are not sent: 4\n"));
+}
+
+TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
 {
     m_port.Plug();
     Open();
     SendCommands(100, 10000);
+    m_port.Read(1);
 
-    const auto begin = std::chrono::steady_clock::now();
-    m_serial.reset();
+    m_serial->Close();
+    EXPECT_FALSE(WaitUntil([this] { return m_serial->IsClosed(); }, 50ms));
+    m_passed = 1000;
+    EXPECT_TRUE(WaitUntil([this] { return m_serial->IsClosed(); }));
 
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 8s);
     EXPECT_THAT(m_log.Text(), HasSubstr("commands are not sent"));
     m_port.ReadAll();
     Open();
     EXPECT_TRUE(m_openedAtOnce);
     m_serial->Send(Package("next"));
     EXPECT_EQ(m_port.Read(4), "next");
+}
+
+TEST_F(SerialPortTest, APortThatIsOpenedAgainWhileItClosesSendsTheEarlierCommandsFirst)
+{
+    std::string sent;
+    m_port.Plug();
+
+    for (int time = 0; time < 3; ++time) {
+        if (m_serial)
+            CClosingPorts::GetInstance().Add(std::move(m_serial));
+        Open();
+        EXPECT_EQ(m_openedAtOnce, time == 0);
+        sent += SendCommands(10, 10000);
+    }
+
+    EXPECT_EQ(m_port.Read(sent.size()), sent);
+    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
+}
+
+TEST(COMChannelTest, EndingFiveChannelsWhoseDevicesTakeNothingWaitsForNoneAndTheEndOnceForAll)
+{
+    CPluggedPort ports[5];
+    std::vector<std::unique_ptr<Comm::COMChannel>> channels;
+    for (CPluggedPort& port : ports) {
+        port.Plug();
+        channels.push_back(std::make_unique<Comm::COMChannel>(kBuffer, ""));
+        ASSERT_TRUE(channels.back()->Open(port.Path()));
+        channels.back()->AsyncSend(Package(std::string(900'000, 'x')));
+    }
+
+    const auto begin = std::chrono::steady_clock::now();
+    channels.clear();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
+    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 4s);
 }

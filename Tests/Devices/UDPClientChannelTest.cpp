@@ -77,3 +77,26 @@ TEST(UDPClientChannelTest, WhatCannotBeSentIsToldAndHarmsNothing)
     EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.localPort()));
     EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25168");
 }
+
+TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedAsSoonAsItIsFree)
+{
+    CEventLog log;
+    CUdpDevice device;
+    auto owner = std::make_unique<QUdpSocket>();
+    ASSERT_TRUE(owner->bind(QHostAddress(kLocalIp), kLocalPort, QUdpSocket::DontShareAddress));
+    Comm::UDPClientChannel first(kBuffer);
+    Comm::UDPClientChannel second(kBuffer);
+
+    for (Comm::UDPClientChannel* channel : {&first, &second}) {
+        EXPECT_FALSE(channel->Init(kLocalIp, kLocalPort));
+        EXPECT_FALSE(channel->SendTo("lost", kDeviceIp, device.localPort()));
+    }
+    owner.reset();
+    EXPECT_TRUE(first.SendTo("sent", kDeviceIp, device.localPort()));
+
+    EXPECT_EQ(device.Receive(), "sent from 127.0.0.73:25168");
+    EXPECT_THAT(log.Text(),
+                testing::MatchesRegex("UDP device : can't use local port 25168, tries again at each command: [^\n]*\n"
+                                      "UDP device : local port 25168 can be used again; datagrams lost: 2\n"
+                                      "UDP device [^\n]*: 4 bytes: sent\n"));
+}

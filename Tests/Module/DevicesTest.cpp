@@ -26,7 +26,7 @@ const QUuid kOn = Id(21);
 const QUuid kOff = Id(22);
 const QUuid kUnknown = Id(99);
 
-QJsonArray Commands(const char* on, const char* off, const char* format = "text")
+QJsonArray Commands(const QString& on, const char* off, const char* format = "text")
 {
     return {QJsonObject{{"CmdId", kOn.toString()}, {"Data", on}, {"Format", format}},
             QJsonObject{{"CmdId", kOff.toString()}, {"Data", off}, {"Format", format}}};
@@ -138,24 +138,25 @@ TEST_F(DevicesTest, AFileThatSaysNothingOpensNothing)
 
 TEST_F(DevicesTest, TextGoesOutInUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Bytes)
 {
-    constexpr struct {
-        const char* data;
+    const struct {
+        QString data;
         const char* format;
         const char* payload;
-    } kCases[] = {
+    } cases[] = {
         {"PWR ON", "hexadecimal text", "505752204f4e"},
         {"B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r", "text", "B\xC3\xBChne \xE8\x88\x9E\xE5\x8F\xB0\r"},
         {"B\xC3\xBChne\r", "hexadecimal text", "42fc686e650d"},
+        {QString("A") + QChar(0) + "B", "hexadecimal text", "410042"},
     };
     CExControlDevMsgSender& sender = Sender();
 
-    for (const auto& [data, format, payload] : kCases) {
+    for (const auto& [data, format, payload] : cases) {
         Put(Lights(7001, Commands(data, "-", format)));
         Put(Curtain("COM3", Commands(data, "-", format)));
         RecordingChannels::ForgetCalls();
         sender.SendExControlCmd(kLights, kOn);
         sender.SendExControlCmd(kCurtain, kOn);
-        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram(payload), Written(payload))) << data;
+        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Datagram(payload), Written(payload))) << data.toStdString();
     }
 }
 

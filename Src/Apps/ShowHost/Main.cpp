@@ -1,6 +1,7 @@
 #include "AppServer/AppServerConfig.h"
 #include "CentralControl/CentralControlConfig.h"
 #include "Comm/PayloadText.h"
+#include "Devices/ClosingPorts.h"
 #include "ExternalController/ExternalController.h"
 #include "FPClient/FPClientConfig.h"
 #include "HostModels/HostModels.h"
@@ -240,6 +241,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
     deadline.Start(exitCode);
     StopExternalController();
     UninitExternalController();
+    CClosingPorts::GetInstance().WaitForAll(); // while there is a log for what the devices don't get
     HostModels::SetResultHandler({});
     return exitCode;
 }

@@ -13,7 +13,7 @@ class COMChannel {
 public:
     /// lineSettings such as "9600,8,N,1".
     COMChannel(std::size_t bufferBytes, const std::string& lineSettings);
-    /// Closes the port: another channel can open it at once.
+    /// Returns at once. Queued data are still written; a channel that opens the same port gets it after that.
     virtual ~COMChannel();
     COMChannel(const COMChannel&) = delete;
     COMChannel& operator=(const COMChannel&) = delete;

@@ -1,17 +1,30 @@
 #include "Comm/ChannelEvents.h"
+#include "Devices/ClosingPorts.h"
 #include "Devices/SerialPort.h"
 #include "Interfaces/DeviceChannels.h"
 
 #include <exception>
 #include <utility>
 
-class Comm::COMChannel::Impl : public CSerialPort {
-    using CSerialPort::CSerialPort;
+/// Destroying the channel waits for no device: the port closes in the background.
+class Comm::COMChannel::Impl {
+public:
+    Impl(std::size_t bufferBytes, const std::string& lineSettings)
+        : m_port(std::make_unique<CSerialPort>(bufferBytes, lineSettings))
+    {}
+    ~Impl() { CClosingPorts::GetInstance().Add(std::move(m_port)); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    CSerialPort& Port() { return *m_port; }
+
+private:
+    std::unique_ptr<CSerialPort> m_port;
 };
 
 Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSettings)
 {
-    // Nobody above counts on exceptions: without a descriptor or a thread to be had it is a port that can't be opened.
+    // The callers expect no exceptions: without a descriptor or a thread it is a port that can't be opened.
     try {
         m_impl = std::make_unique<Impl>(bufferBytes, lineSettings);
     } catch (const std::exception& error) {
@@ -24,7 +37,7 @@ Comm::COMChannel::~COMChannel() = default;
 bool Comm::COMChannel::Open(const std::string& portName)
 {
     try {
-        return m_impl && m_impl->Open(portName);
+        return m_impl && m_impl->Port().Open(portName);
     } catch (const std::exception& error) {
         CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, "serial device", portName, error.what()});
         m_impl.reset();
@@ -35,5 +48,5 @@ bool Comm::COMChannel::Open(const std::string& portName)
 void Comm::COMChannel::AsyncSend(std::shared_ptr<RequestPackage> package)
 {
     if (m_impl)
-        m_impl->Send(std::move(package));
+        m_impl->Port().Send(std::move(package));
 }

@@ -1,6 +1,7 @@
 #include "Devices/SerialPort.h"
 
 #include "Comm/PayloadText.h"
+#include "Devices/ClosingPorts.h"
 #include "Platform/SerialOutput.h"
 
 #include <asio/buffer.hpp>
@@ -11,36 +12,53 @@
 
 namespace {
 
-/// Long enough to cost nothing, short enough for whoever has just plugged the device in again.
+/// Long enough to cost nothing, short enough for an operator who has just plugged the device in again.
 constexpr std::chrono::milliseconds kReopenPause(500);
-/// A thousand commands of a thousand bytes. What an unplugged device misses beyond that is of no use to it any more.
-constexpr std::size_t kMostQueuedBytes = 1 << 20;
-/// How long an operator who changes a device waits at most for what is still on its way: two lines of text take a
-/// quarter of a second at 9600 baud.
-constexpr std::chrono::seconds kLongestClosing(2);
+/// A thousand commands of a thousand bytes.
+constexpr std::size_t kMaxQueuedBytes = 1 << 20;
+/// For a port that is not there or takes nothing. Later, a command does more harm than good.
+constexpr std::chrono::seconds kMaxWaiting(5);
+/// Four lines of text take half a second at 9600 baud, and the end of the host has to wait for it.
+constexpr std::chrono::seconds kMaxClosing(1);
 constexpr std::chrono::milliseconds kClosingLook(5);
+
+std::uint64_t NextNumber()
+{
+    static std::atomic<std::uint64_t> number{0};
+    return ++number;
+}
 
 } // namespace
 
-CSerialPort::CSerialPort(std::size_t bufferBytes, const std::string& lineSettings)
-    : m_settings(ReadLineSettings(lineSettings, m_settingsFault))
+CSerialPort::CSerialPort(std::size_t bufferBytes, const std::string& lineSettings, Clock clock)
+    : m_clock(std::move(clock))
+    , m_number(NextNumber())
+    , m_settings(ReadLineSettings(lineSettings, m_settingsFault))
     , m_context(1)
     , m_workGuard(m_context.get_executor())
     , m_port(m_context)
     , m_timer(m_context)
+    , m_closingTimer(m_context)
     , m_received(bufferBytes)
 {}
 
 CSerialPort::~CSerialPort()
 {
+    Close();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void CSerialPort::Close()
+{
     if (!m_thread.joinable())
         return;
     asio::post(m_context, [this] {
-        m_closing = true;
-        m_closeBy = std::chrono::steady_clock::now() + kLongestClosing;
+        if (std::exchange(m_closing, true))
+            return;
+        m_closeBy = m_clock() + kMaxClosing;
         FinishClosing();
     });
-    m_thread.join();
 }
 
 bool CSerialPort::Open(const std::string& name)
@@ -51,12 +69,22 @@ bool CSerialPort::Open(const std::string& name)
         return false;
     }
     const bool opened = TryOpen();
-    m_thread = std::thread([this] { m_context.run(); });
+    m_closed = false;
+    m_thread = std::thread([this] {
+        m_context.run();
+        m_closed = true;
+    });
     return opened;
 }
 
 bool CSerialPort::TryOpen()
 {
+    DropOld();
+    m_heldUp = CClosingPorts::GetInstance().HoldUp(*this);
+    if (m_heldUp) {
+        TryLater(kClosingLook);
+        return false;
+    }
     asio::error_code error;
     m_port.open(m_name, error);
     const std::string fault = error ? error.message() : ApplyLineSettings(*m_settings, m_port);
@@ -64,27 +92,29 @@ bool CSerialPort::TryOpen()
         m_port.close(error);
         if (std::exchange(m_lastFailure, fault) != fault)
             Tell(SChannelEvent::Kind::Note, "can't open it and keeps trying: " + fault);
-        TryLater();
+        if (!m_closing)
+            TryLater(kReopenPause);
         return false;
     }
     m_lastFailure.clear();
     Tell(SChannelEvent::Kind::Connected, {});
+    ReportDropped();
     Receive();
     Write();
     return true;
 }
 
-void CSerialPort::TryLater()
+void CSerialPort::TryLater(std::chrono::milliseconds pause)
 {
-    m_timer.expires_after(kReopenPause);
+    m_timer.expires_after(pause);
     m_timer.async_wait([this](const asio::error_code& error) {
         if (!error)
             TryOpen();
     });
 }
 
-/// What a device answers is for the log alone. But only who reads learns at once that the port has gone; while it is
-/// held open, an adapter that is plugged in again comes back under another name.
+/// What a device answers is for the log alone. But only a read reports at once that the port has gone; while it is held
+/// open, an adapter that is plugged in again comes back under another name.
 void CSerialPort::Receive()
 {
     m_port.async_read_some(asio::buffer(m_received), [this](const asio::error_code& error, std::size_t count) {
@@ -103,47 +133,80 @@ void CSerialPort::Send(std::shared_ptr<const Comm::RequestPackage> package)
     const std::size_t size = package->data.size();
     if (!m_settings || size == 0)
         return;
-    if (m_queuedBytes.fetch_add(size) + size > kMostQueuedBytes) {
+    if (m_queuedBytes.fetch_add(size) + size > kMaxQueuedBytes) {
         m_queuedBytes -= size;
-        Tell(SChannelEvent::Kind::Note, "not sent, the queue is full: " + TrafficText(package->data));
+        if (!m_refuses.exchange(true))
+            Tell(SChannelEvent::Kind::Note,
+                 "the queue is full, commands are not sent, beginning with: " + TrafficText(package->data));
         return;
     }
-    asio::post(m_context, [this, queued = std::move(package)]() mutable {
-        m_queue.push_back(std::move(queued));
+    asio::post(m_context, [this, command = SCommand{std::move(package), m_clock()}]() mutable {
+        m_queue.push_back(std::move(command));
         Write();
     });
 }
 
 void CSerialPort::Write()
 {
+    if (m_queue.empty())
+        m_refuses = false;
     if (m_writing || m_queue.empty() || !m_port.is_open())
         return;
     m_writing = true;
-    asio::async_write(m_port, asio::buffer(m_queue.front()->data), [this](const asio::error_code& error, std::size_t) {
-        m_writing = false;
-        if (error) {
-            Lose(error);
-            return;
-        }
-        const std::string& data = m_queue.front()->data;
-        if (CChannelEvents::GetInstance().WantsTraffic())
-            Tell(SChannelEvent::Kind::Sent, TrafficText(data));
-        m_queuedBytes -= data.size();
-        m_queue.pop_front();
-        Write();
-    });
+    m_writingSince = m_clock();
+    asio::async_write(m_port, asio::buffer(m_queue.front().package->data),
+                      [this](const asio::error_code& error, std::size_t) {
+                          m_writing = false;
+                          if (error)
+                              Lose(error);
+                          else
+                              OnWritten();
+                      });
+}
+
+void CSerialPort::OnWritten()
+{
+    if (CChannelEvents::GetInstance().WantsTraffic())
+        Tell(SChannelEvent::Kind::Sent, TrafficText(m_queue.front().package->data));
+    RemoveFirst();
+    if (m_clock() - m_writingSince > kMaxWaiting) {
+        DropOld();
+        ReportDropped();
+    }
+    Write();
+}
+
+void CSerialPort::RemoveFirst()
+{
+    m_queuedBytes -= m_queue.front().package->data.size();
+    m_queue.pop_front();
+}
+
+/// For a port that has taken nothing so far: what a slow one is still transmitting may be older.
+void CSerialPort::DropOld()
+{
+    const auto oldest = m_clock() - kMaxWaiting;
+    for (; !m_queue.empty() && m_queue.front().since < oldest; ++m_dropped)
+        RemoveFirst();
+}
+
+void CSerialPort::ReportDropped()
+{
+    if (m_dropped > 0)
+        Tell(SChannelEvent::Kind::Note,
+             "commands that waited longer than 5 s are not sent: " + std::to_string(std::exchange(m_dropped, 0)));
 }
 
 void CSerialPort::Lose(const asio::error_code& error)
 {
-    // The other one of reading and writing may have told it already.
+    // The other one of reading and writing may have reported it already.
     if (!m_port.is_open())
         return;
     asio::error_code ignored;
     m_port.close(ignored);
     Tell(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", keeps trying"));
     if (!m_closing)
-        TryLater();
+        TryLater(kReopenPause);
 }
 
 /// Closes now, or looks again soon if something is on its way and there is time.
@@ -152,15 +215,15 @@ void CSerialPort::FinishClosing()
     const bool isOpen = m_port.is_open();
     const std::size_t underWay = isOpen ? UntransmittedBytes(m_port.native_handle()) : 0;
     const bool allOut = m_queue.empty() && underWay == 0;
-    if (isOpen && !allOut && std::chrono::steady_clock::now() < m_closeBy) {
-        m_timer.expires_after(kClosingLook);
-        m_timer.async_wait([this](const asio::error_code&) { FinishClosing(); });
+    if ((isOpen || m_heldUp) && !allOut && m_clock() < m_closeBy) {
+        m_closingTimer.expires_after(kClosingLook);
+        m_closingTimer.async_wait([this](const asio::error_code&) { FinishClosing(); });
         return;
     }
-    std::string text = "done with it";
-    if (!allOut)
-        text += "; " + std::to_string(m_queue.size()) + " commands are not sent, " + std::to_string(underWay) +
-                " bytes not transmitted";
+    std::string text = "no device uses it";
+    if (!allOut || m_dropped > 0)
+        text += "; " + std::to_string(m_queue.size() + m_dropped) + " commands are not sent, " +
+                std::to_string(underWay) + " bytes not transmitted";
     if (isOpen) {
         if (!allOut)
             DiscardUntransmitted(m_port.native_handle());

@@ -7,14 +7,104 @@
 #include <asio/ip/udp.hpp>
 
 #include <exception>
+#include <map>
+#include <memory>
 #include <mutex>
+#include <utility>
 
 namespace {
+
+/// Asked of the system, which may give less: some hundred commands in one go.
+constexpr int kSendBufferBytes = 1 << 20;
 
 void Note(const std::string& peer, const std::string& text)
 {
     CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, "UDP device", peer, text});
 }
+
+/// A local port that datagrams leave from, shared by all channels that name it: what is wrong with it is reported once.
+/// Nobody receives on it. Any thread.
+class CLocalPort {
+public:
+    CLocalPort(const std::string& ip, unsigned short port) : m_ip(ip), m_port(port) {}
+
+    static std::shared_ptr<CLocalPort> Get(const std::string& ip, unsigned short port)
+    {
+        static std::mutex mutex;
+        static std::map<std::pair<std::string, unsigned short>, std::weak_ptr<CLocalPort>> ports;
+        const std::lock_guard lock(mutex);
+        std::weak_ptr<CLocalPort>& known = ports[{ip, port}];
+        std::shared_ptr<CLocalPort> shared = known.lock();
+        if (!shared)
+            known = shared = std::make_shared<CLocalPort>(ip, port);
+        return shared;
+    }
+
+    /// Binds if that is still to be done. False while the port can't be used.
+    bool Open()
+    {
+        const std::lock_guard lock(m_mutex);
+        return OpenLocked();
+    }
+
+    /// While the port can't be used, each datagram is lost, and tries to bind it before.
+    bool Send(const std::string& datagram, const asio::ip::udp::endpoint& remote, asio::error_code& error)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!OpenLocked()) {
+            ++m_lost;
+            return false;
+        }
+        m_socket.send_to(asio::buffer(datagram), remote, 0, error);
+        return !error;
+    }
+
+private:
+    bool OpenLocked()
+    {
+        if (m_socket.is_open())
+            return true;
+        const asio::error_code error = Bind();
+        const std::string port = "local port " + std::to_string(m_port);
+        if (!error && m_failed)
+            Note({}, port + " can be used again; datagrams lost: " + std::to_string(std::exchange(m_lost, 0)));
+        if (error && !m_failed)
+            Note({}, "can't use " + port + ", tries again at each command: " + error.message());
+        m_failed = static_cast<bool>(error);
+        return !error;
+    }
+
+    asio::error_code Bind()
+    {
+        asio::error_code error;
+        asio::error_code ignored;
+        const auto address = m_ip.empty() ? asio::ip::address_v4::any() : asio::ip::make_address_v4(m_ip, error);
+        if (!error)
+            m_socket.open(asio::ip::udp::v4(), error);
+        // Another host on this machine may have its devices know it by the same port.
+        if (!error)
+            m_socket.set_option(asio::socket_base::reuse_address(true), error);
+        if (!error)
+            m_socket.set_option(asio::socket_base::broadcast(true), error);
+        // A network that takes nothing must not hold up the other devices.
+        if (!error)
+            m_socket.non_blocking(true, error);
+        m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferBytes), ignored);
+        if (!error)
+            m_socket.bind({address, m_port}, error);
+        if (error)
+            m_socket.close(ignored);
+        return error;
+    }
+
+    const std::string m_ip;
+    const unsigned short m_port;
+    asio::io_context m_context;
+    std::mutex m_mutex;
+    asio::ip::udp::socket m_socket{m_context};
+    bool m_failed = false;
+    std::size_t m_lost = 0;
+};
 
 } // namespace
 
@@ -23,25 +113,12 @@ class Comm::UDPClientChannel::Impl {
 public:
     bool Open(const std::string& localIp, unsigned short localPort)
     {
-        const std::lock_guard lock(m_mutex);
-        asio::error_code error;
-        asio::error_code ignored;
-        const auto address = localIp.empty() ? asio::ip::address_v4::any() : asio::ip::make_address_v4(localIp, error);
-        m_socket.close(ignored);
-        if (!error)
-            m_socket.open(asio::ip::udp::v4(), error);
-        // Each device has a channel, and all leave from the same port. Nobody receives on it.
-        if (!error)
-            m_socket.set_option(asio::socket_base::reuse_address(true), error);
-        if (!error)
-            m_socket.set_option(asio::socket_base::broadcast(true), error);
-        if (!error)
-            m_socket.bind({address, localPort}, error);
-        if (!error)
-            return true;
-        m_socket.close(ignored);
-        Note({}, "can't use local port " + std::to_string(localPort) + ": " + error.message());
-        return false;
+        const auto port = CLocalPort::Get(localIp, localPort);
+        {
+            const std::lock_guard lock(m_mutex);
+            m_port = port;
+        }
+        return port->Open();
     }
 
     bool Send(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
@@ -49,31 +126,32 @@ public:
         const std::string peer = AddressText(remoteIp, remotePort);
         asio::error_code error;
         const asio::ip::udp::endpoint remote(asio::ip::make_address_v4(remoteIp, error), remotePort);
+        const std::shared_ptr<CLocalPort> port = Port();
         // What the system makes of port 0 differs.
-        if (!error && remotePort == 0)
+        if (!error && (remotePort == 0 || !port))
             error = asio::error::invalid_argument;
-        if (!error) {
-            const std::lock_guard lock(m_mutex);
-            m_socket.send_to(asio::buffer(datagram), remote, 0, error);
-        }
-        if (error) {
+        const bool sent = !error && port->Send(datagram, remote, error);
+        if (error)
             Note(peer, std::to_string(datagram.size()) + " bytes not sent: " + error.message());
-            return false;
-        }
-        if (CChannelEvents::GetInstance().WantsTraffic())
+        else if (sent && CChannelEvents::GetInstance().WantsTraffic())
             CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Sent, "UDP device", peer, TrafficText(datagram)});
-        return true;
+        return sent;
     }
 
 private:
-    asio::io_context m_context;
+    std::shared_ptr<CLocalPort> Port()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_port;
+    }
+
     std::mutex m_mutex;
-    asio::ip::udp::socket m_socket{m_context};
+    std::shared_ptr<CLocalPort> m_port;
 };
 
 Comm::UDPClientChannel::UDPClientChannel(std::size_t)
 {
-    // Nobody above counts on exceptions: without a descriptor to be had it is a socket that can't be bound.
+    // The callers expect no exceptions: without a descriptor it is a socket that can't be bound.
     try {
         m_impl = std::make_unique<Impl>();
     } catch (const std::exception& error) {
@@ -85,7 +163,12 @@ Comm::UDPClientChannel::~UDPClientChannel() = default;
 
 bool Comm::UDPClientChannel::Init(const std::string& localIp, unsigned short localPort)
 {
-    return m_impl && m_impl->Open(localIp, localPort);
+    try {
+        return m_impl && m_impl->Open(localIp, localPort);
+    } catch (const std::exception& error) {
+        Note({}, error.what());
+        return false;
+    }
 }
 
 bool Comm::UDPClientChannel::SendTo(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)

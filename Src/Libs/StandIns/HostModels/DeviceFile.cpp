@@ -9,6 +9,8 @@
 
 #include <asio/ip/address_v4.hpp>
 
+#include <algorithm>
+
 namespace {
 
 constexpr char kDevices[] = "ExControlDevData";
@@ -47,7 +49,7 @@ QHash<uint, SExControlCmdData> ReadCommands(const CJsonObjectReader& device)
         command.nDataFormat = reader.Choice("Format", DeviceFormat::Text, {"text", "hexadecimal text"});
         command.strData = reader.RequiredText("Data");
         if (command.nDataFormat == DeviceFormat::HexadecimalText &&
-            QString::fromLatin1(command.strData.toLatin1()) != command.strData)
+            std::any_of(command.strData.begin(), command.strData.end(), [](QChar c) { return c.unicode() > 0xff; }))
             reader.Fail("Data", "hexadecimal text has room for Latin-1 characters only");
         const uint key = qHash(command.cmdId);
         if (commands.contains(key))

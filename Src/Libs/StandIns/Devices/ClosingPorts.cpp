@@ -1,0 +1,75 @@
+#include "Devices/ClosingPorts.h"
+
+#include "Devices/SerialPort.h"
+
+#include <algorithm>
+#include <iterator>
+#include <thread>
+
+namespace {
+
+constexpr std::chrono::milliseconds kLookPeriod(2);
+
+} // namespace
+
+CClosingPorts& CClosingPorts::GetInstance()
+{
+    static CClosingPorts ports;
+    return ports;
+}
+
+CClosingPorts::CClosingPorts()
+{
+    CChannelEvents::GetInstance(); // is destroyed after this: ports report what they lose
+}
+
+CClosingPorts::~CClosingPorts()
+{
+    if (WaitForAll())
+        return;
+    for (std::unique_ptr<CSerialPort>& port : m_ports)
+        port.release(); // its thread can't be waited for
+}
+
+void CClosingPorts::Add(std::unique_ptr<CSerialPort> port)
+{
+    CSerialPort& closing = *port;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ports.push_back(std::move(port));
+    }
+    closing.Close();
+    Reap();
+}
+
+bool CClosingPorts::HoldUp(const CSerialPort& port) const
+{
+    const std::lock_guard lock(m_mutex);
+    return std::any_of(m_ports.begin(), m_ports.end(), [&](const std::unique_ptr<CSerialPort>& closing) {
+        return closing->Name() == port.Name() && closing->Number() < port.Number() && !closing->IsClosed();
+    });
+}
+
+bool CClosingPorts::WaitForAll(std::chrono::milliseconds limit)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (Reap()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(kLookPeriod);
+    }
+    return true;
+}
+
+bool CClosingPorts::Reap()
+{
+    std::list<std::unique_ptr<CSerialPort>> closed; // destroyed without the lock, which their threads may wait for
+    const std::lock_guard lock(m_mutex);
+    for (auto port = m_ports.begin(); port != m_ports.end();) {
+        const auto next = std::next(port);
+        if ((*port)->IsClosed())
+            closed.splice(closed.end(), m_ports, port);
+        port = next;
+    }
+    return !m_ports.empty();
+}
