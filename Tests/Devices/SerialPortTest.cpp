@@ -7,6 +7,8 @@
 #include "Support/Package.h"
 #include "Support/Waiting.h"
 
+#include <QDir>
+
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -46,7 +48,7 @@ protected:
     void Finish()
     {
         if (m_serial)
-            m_serial->Close();
+            m_serial->Close(1s);
         EXPECT_TRUE(WaitUntil([this] {
             m_passed += 100;
             return !m_serial || m_serial->IsClosed();
@@ -170,9 +172,10 @@ TEST_F(SerialPortTest, ClosingLosesNothingThatIsQueuedForAHealthyPort)
     const std::string sent = SendCommands(1000, 30);
     std::thread device([&] { received = m_port.Read(sent.size()); });
 
-    m_serial.reset();
+    m_serial->Close(1s);
 
     device.join();
+    EXPECT_TRUE(WaitUntil([this] { return m_serial->IsClosed(); }));
     EXPECT_EQ(received, sent);
     EXPECT_FALSE(m_log.Has("not sent"));
 }
@@ -205,7 +208,7 @@ TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
     SendCommands(100, 10000);
     m_port.Read(1);
 
-    m_serial->Close();
+    m_serial->Close(1s);
     EXPECT_FALSE(WaitUntil([this] { return m_serial->IsClosed(); }, 50ms));
     m_passed = 1000;
     EXPECT_TRUE(WaitUntil([this] { return m_serial->IsClosed(); }));
@@ -235,20 +238,28 @@ TEST_F(SerialPortTest, APortThatIsOpenedAgainWhileItClosesSendsTheEarlierCommand
     EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
 }
 
-TEST(COMChannelTest, EndingFiveChannelsWhoseDevicesTakeNothingWaitsForNoneAndTheEndOnceForAll)
+TEST(COMChannelTest, ChannelsWhoseDevicesTakeNothingDelayNoUpdateAndTheEndOnceForAll)
 {
     CPluggedPort ports[5];
-    std::vector<std::unique_ptr<Comm::COMChannel>> channels;
-    for (CPluggedPort& port : ports) {
+    std::unique_ptr<Comm::COMChannel> channels[5];
+    for (CPluggedPort& port : ports)
         port.Plug();
-        channels.push_back(std::make_unique<Comm::COMChannel>(kBuffer, ""));
-        ASSERT_TRUE(channels.back()->Open(port.Path()));
-        channels.back()->AsyncSend(Package(std::string(900'000, 'x')));
-    }
 
     const auto begin = std::chrono::steady_clock::now();
-    channels.clear();
+    for (int update = 0; update < 20; ++update) {
+        for (std::size_t number = 0; number < std::size(ports); ++number) {
+            channels[number].reset();
+            channels[number] = std::make_unique<Comm::COMChannel>(kBuffer, "");
+            channels[number]->Open(ports[number].Path());
+            channels[number]->AsyncSend(Package(std::string(900'000, 'x')));
+        }
+    }
+    const auto threads = QDir("/proc/self/task").count();
+    for (auto& channel : channels)
+        channel.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
     EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
+
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 4s);
+    EXPECT_LT(threads, 80U);
 }

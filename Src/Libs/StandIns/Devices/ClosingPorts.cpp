@@ -8,6 +8,10 @@
 
 namespace {
 
+/// Four lines of text take half a second at 9600 baud, and the end of the host has to wait for it.
+constexpr std::chrono::seconds kMaxClosing(1);
+/// Each has a thread. More than an operator can change by hand: a program updates a device over and over.
+constexpr std::size_t kMaxPorts = 32;
 constexpr std::chrono::milliseconds kLookPeriod(2);
 
 } // namespace
@@ -33,16 +37,18 @@ CClosingPorts::~CClosingPorts()
 
 void CClosingPorts::Add(std::unique_ptr<CSerialPort> port)
 {
+    Reap();
     CSerialPort& closing = *port;
+    bool crowded = false;
     {
         const std::lock_guard lock(m_mutex);
         m_ports.push_back(std::move(port));
+        crowded = m_ports.size() > kMaxPorts;
     }
-    closing.Close();
-    Reap();
+    closing.Close(crowded ? std::chrono::seconds(0) : kMaxClosing);
 }
 
-bool CClosingPorts::HoldUp(const CSerialPort& port) const
+bool CClosingPorts::HasEarlier(const CSerialPort& port) const
 {
     const std::lock_guard lock(m_mutex);
     return std::any_of(m_ports.begin(), m_ports.end(), [&](const std::unique_ptr<CSerialPort>& closing) {

@@ -11,10 +11,10 @@ class CSerialPort;
 class CClosingPorts {
 public:
     static CClosingPorts& GetInstance();
-    /// Closes the port in the background.
+    /// Closes the port in the background. What is queued gets 1 s to go out, or none when 32 others are closing.
     void Add(std::unique_ptr<CSerialPort> port);
     /// Whether an earlier port of the same name is still closing: its commands must be out before those of this one.
-    bool HoldUp(const CSerialPort& port) const;
+    bool HasEarlier(const CSerialPort& port) const;
     /// Waits until all are closed. False when the limit passes first: the system holds up a port.
     bool WaitForAll(std::chrono::milliseconds limit = std::chrono::milliseconds(1200));
 

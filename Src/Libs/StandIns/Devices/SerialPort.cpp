@@ -18,8 +18,6 @@ constexpr std::chrono::milliseconds kReopenPause(500);
 constexpr std::size_t kMaxQueuedBytes = 1 << 20;
 /// For a port that is not there or takes nothing. Later, a command does more harm than good.
 constexpr std::chrono::seconds kMaxWaiting(5);
-/// Four lines of text take half a second at 9600 baud, and the end of the host has to wait for it.
-constexpr std::chrono::seconds kMaxClosing(1);
 constexpr std::chrono::milliseconds kClosingLook(5);
 
 std::uint64_t NextNumber()
@@ -44,19 +42,19 @@ CSerialPort::CSerialPort(std::size_t bufferBytes, const std::string& lineSetting
 
 CSerialPort::~CSerialPort()
 {
-    Close();
+    Close(std::chrono::seconds(0));
     if (m_thread.joinable())
         m_thread.join();
 }
 
-void CSerialPort::Close()
+void CSerialPort::Close(std::chrono::milliseconds limit)
 {
     if (!m_thread.joinable())
         return;
-    asio::post(m_context, [this] {
+    asio::post(m_context, [this, limit] {
         if (std::exchange(m_closing, true))
             return;
-        m_closeBy = m_clock() + kMaxClosing;
+        m_closeBy = m_clock() + limit;
         FinishClosing();
     });
 }
@@ -69,18 +67,18 @@ bool CSerialPort::Open(const std::string& name)
         return false;
     }
     const bool opened = TryOpen();
-    m_closed = false;
     m_thread = std::thread([this] {
         m_context.run();
         m_closed = true;
     });
+    m_closed = false; // the thread ends after Close at the earliest
     return opened;
 }
 
 bool CSerialPort::TryOpen()
 {
     DropOld();
-    m_heldUp = CClosingPorts::GetInstance().HoldUp(*this);
+    m_heldUp = CClosingPorts::GetInstance().HasEarlier(*this);
     if (m_heldUp) {
         TryLater(kClosingLook);
         return false;

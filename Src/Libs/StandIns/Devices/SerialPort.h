@@ -29,7 +29,7 @@ public:
 
     CSerialPort(std::size_t bufferBytes, const std::string& lineSettings,
                 Clock clock = &std::chrono::steady_clock::now);
-    /// Closes and waits for it.
+    /// Closes and waits for it. What is queued is lost, unless Close came before.
     ~CSerialPort();
     CSerialPort(const CSerialPort&) = delete;
     CSerialPort& operator=(const CSerialPort&) = delete;
@@ -39,9 +39,9 @@ public:
     bool Open(const std::string& name);
     /// Any thread. What finds the queue full is not sent, which is logged.
     void Send(std::shared_ptr<const Comm::RequestPackage> package);
-    /// Returns at once; the port's thread gives what is queued up to 1 s to go out if it can, closes the port and logs
+    /// Returns at once; the port's thread gives what is queued this time to go out if it can, closes the port and logs
     /// what is lost. The caller sends nothing afterwards.
-    void Close();
+    void Close(std::chrono::milliseconds limit);
     /// Whether its thread has ended, or never begun. Any thread.
     bool IsClosed() const { return m_closed; }
     /// Nothing for settings that make no sense.

@@ -23,7 +23,7 @@ void Note(const std::string& peer, const std::string& text)
 }
 
 /// A local port that datagrams leave from, shared by all channels that name it: what is wrong with it is reported once.
-/// Nobody receives on it. Any thread.
+/// What arrives there is not read. Any thread.
 class CLocalPort {
 public:
     CLocalPort(const std::string& ip, unsigned short port) : m_ip(ip), m_port(port) {}

@@ -1,0 +1,206 @@
+#!/usr/bin/python3
+"""showhost killed at random moments. What it had acknowledged is there after the next start, and nothing half-written.
+
+    KillTest.py [--rounds N] [--seed N]
+"""
+
+import argparse
+import ftplib
+import io
+import json
+import os
+import random
+import re
+import signal
+import sqlite3
+import subprocess
+import sys
+import threading
+import time
+import unittest
+from contextlib import closing
+from pathlib import Path
+
+from LoginTest import run_with_password
+from Support import FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, discover, wait_until
+
+HOST = "127.0.0.38"
+SET_HOST_NAME = 0x004
+UPLOADED_NAMES = 12
+options = argparse.Namespace(rounds=4, seed=None)
+
+
+class Kept:
+    """What must be found: a value that was acknowledged, or the one that was under way when the host was killed."""
+
+    def __init__(self, *values):
+        self.values = list(values)
+
+    def try_to_set(self, value, action):
+        self.values.append(value)
+        action()
+        self.values = [value]
+
+    def found(self, value):
+        self.values = [value]
+
+
+class Storm:
+    """Far ends that keep the host busy until it is gone, each on a thread of its own."""
+
+    def __init__(self, record):
+        self.failures = []
+        self._gone = threading.Event()
+        self._threads = [threading.Thread(target=self._run, args=(work, random.Random(record.dice.random())))
+                         for work in (record.upload, record.rename, record.command)]
+        for thread in self._threads:
+            thread.start()
+
+    def _run(self, work, dice):
+        try:
+            for _ in work(dice):
+                pass
+        except (OSError, EOFError) as error:
+            if not self._gone.wait(PATIENCE):
+                self.failures.append(error)
+        except Exception as error:
+            self.failures.append(error)
+
+    def ended(self):
+        self._gone.set()
+        for thread in self._threads:
+            thread.join(PATIENCE)
+        return self.failures
+
+
+class Record:
+    """All that the host was asked to store, over all rounds."""
+
+    def __init__(self, dice):
+        self.dice = dice
+        self.files = {}
+        self.users = set()
+        self.host_name = Kept()
+        self.commands = 0
+        self.commands_sent = 0
+
+    def upload(self, dice):
+        with ftplib.FTP() as ftp:
+            ftp.connect(HOST, FTP_PORT, PATIENCE)
+            ftp.login("demo", "demo")
+            while True:
+                name = f"clip {dice.randrange(UPLOADED_NAMES)}.mp4"
+                kept = self.files.setdefault(name, Kept(None))
+                appends = dice.random() < 0.3 and len(kept.values) == 1 and len(kept.values[0] or b"") < 4 << 20
+                data = dice.randbytes(dice.choice((0, 1000, 100_000, 2 << 20)))
+                whole = (kept.values[0] or b"") + data if appends else data
+                kept.try_to_set(whole, lambda: ftp.storbinary(("APPE " if appends else "STOR ") + name, io.BytesIO(data)))
+                yield
+
+    def rename(self, dice):
+        with App(HOST) as app:
+            while True:
+                name = f"stage {dice.random()}"
+                self.host_name.try_to_set(name, lambda: self.expect_success(app, name))
+                yield
+
+    @staticmethod
+    def expect_success(app, name):
+        app.control.send(SET_HOST_NAME, {"name": name})
+        while message := app.control.receive():  # among them the notices of uploads
+            if message[0] == REPLY | SET_HOST_NAME:
+                assert message[1]["result"] == 1, message
+                return
+        raise EOFError
+
+    def command(self, _):
+        with Central(HOST) as central:
+            central.socket.settimeout(1)
+            while True:
+                self.commands_sent += 1
+                assert central.ask(cmd="globalVolume", param=self.commands_sent % 100) == "SUCCESS"
+                self.commands += 1
+                yield
+
+
+class KillTest(unittest.TestCase):
+    def test_what_was_acknowledged_survives_and_nothing_is_half_written(self):
+        seed = random.randrange(1 << 32) if options.seed is None else options.seed
+        print(f"seed {seed}, {options.rounds} rounds")
+        record = Record(random.Random(seed))
+        state = self.enterContext(Folder()) / "state"
+        for number in range(options.rounds):
+            with self.subTest(seed=seed, round=number):
+                self.add_user(record, state, f"user {number}")
+                host = ShowHost(HOST, state)
+                self.check(record, state)
+                storm = Storm(record)
+                time.sleep(record.dice.uniform(0, 0.7))
+                self.kill(host, record.dice.random() < 0.5)
+                self.assertEqual(storm.ended(), [])
+        with ShowHost(HOST, state):
+            self.check(record, state)
+            with ftplib.FTP() as ftp:
+                ftp.connect(HOST, FTP_PORT, PATIENCE)
+                ftp.login("demo", "demo")
+                ftp.storbinary("STOR last.mp4", io.BytesIO())
+            self.assertEqual([name for name in os.listdir(state / "Resources") if name.startswith(".")], [])
+        print(f"found again: {len(record.files)} files, {len(record.users)} users, {record.commands} commands")
+
+    def add_user(self, record, state, name):
+        """Every other time the program is killed over it."""
+        command = [os.environ["SHOWHOST"], "--state", state, "--add-user", name]
+        if record.dice.random() < 0.5:
+            self.assertEqual(run_with_password(command, "secret").returncode, 0)
+            record.users.add(name)
+            return
+        reading, writing = os.pipe()
+        os.write(writing, b"secret\n")
+        os.close(writing)
+        with subprocess.Popen([*map(str, command), "--password-fd", str(reading)], pass_fds=[reading],
+                              stdout=subprocess.PIPE) as process:
+            os.close(reading)
+            time.sleep(record.dice.uniform(0, 0.15))
+            process.kill()
+            if process.stdout.read():
+                record.users.add(name)
+
+    def kill(self, host, with_upload_server):
+        children = Path(f"/proc/{host.process.pid}/task/{host.process.pid}/children")
+        servers = [int(child) for task in children.parents[1].iterdir()
+                   for child in (task / "children").read_text().split()]
+        for process in [host.process.pid] + servers * with_upload_server:
+            os.kill(process, signal.SIGKILL)
+        self.assertEqual(host.ended(), -signal.SIGKILL, "\n".join(host.lines))
+        wait_until(lambda: not any(Path(f"/proc/{server}").exists() for server in servers), "the upload server ends")
+
+    def check(self, record, state):
+        if record.host_name.values:
+            name = discover(HOST)["name"]
+            self.assertIn(name, record.host_name.values)
+            record.host_name.found(name)
+        settings = state / "settings.json"
+        names = {user["name"] for user in json.loads(settings.read_text())["users"]} if settings.exists() else set()
+        self.assertLessEqual(record.users, names)
+        for name, kept in record.files.items():
+            path = state / "Resources" / name
+            found = path.read_bytes() if path.exists() else None
+            self.assertTrue(found in kept.values, f"{name}: {found and len(found)} bytes instead of one of "
+                                                  f"{[value and len(value) for value in kept.values]}")
+            kept.found(found)
+        others = set(os.listdir(state / "Resources")) - set(record.files)
+        self.assertFalse([name for name in others if not re.fullmatch(r"\.[0-9a-f]{16}\.upload", name)])
+        with closing(sqlite3.connect(state / "show.sqlite")) as log:  # a row for each command
+            self.assertEqual(log.execute("PRAGMA integrity_check").fetchone(), ("ok",))
+            rows, = log.execute("SELECT count(*) FROM operations").fetchone()
+        self.assertTrue(record.commands <= rows <= record.commands_sent, (record.commands, rows, record.commands_sent))
+        lines = (state / "operation.log").read_text().splitlines(keepends=True)
+        self.assertFalse([line for line in lines if not line.endswith("\n")])
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--rounds", type=int, default=options.rounds, help="how often the host is killed")
+    parser.add_argument("--seed", type=int, help="of an earlier run")
+    options, rest = parser.parse_known_args()
+    unittest.main(argv=sys.argv[:1] + rest)
