@@ -133,10 +133,12 @@ class KillTest(unittest.TestCase):
             with self.subTest(seed=seed, round=number):
                 self.add_user(record, state, f"user {number}")
                 host = ShowHost(HOST, state)
-                self.check(record, state)
-                storm = Storm(record)
-                time.sleep(record.dice.uniform(0, 0.7))
-                self.kill(host, record.dice.random() < 0.5)
+                try:
+                    self.check(record, state)
+                    storm = Storm(record)
+                    time.sleep(record.dice.uniform(0, 0.7))
+                finally:
+                    self.kill(host, record.dice.random() < 0.5)
                 self.assertEqual(storm.ended(), [])
         with ShowHost(HOST, state):
             self.check(record, state)
