@@ -58,12 +58,12 @@ void AddOptions(CCommandLine& line)
     line.AddHostOption();
     line.AddTimeoutOption();
     line.AddOption({"bulk", "Sends on the bulk channel instead of the control channel."});
-    line.AddOption({"count", "Sends the request N times, one after the other.", "N", "1"});
-    line.AddOption({"out", "Writes the bytes that a reply carries to FILE.", "FILE"});
-    line.AddOption({"list", "Tells the names of all requests."});
+    line.AddOption({"count", "Sends the request N times, each after the reply to the one before.", "N", "1"});
+    line.AddOption({"out", "Writes the picture that a reply carries to FILE.", "FILE"});
+    line.AddOption({"list", "Lists the names of all requests."});
     AddLoginOptions(line);
     AddListenOptions(line);
-    line.AddOption({"no-heartbeat", "Listens without the heartbeats that keep a login alive."});
+    line.AddOption({"no-heartbeat", "Sends no heartbeats while listening; the host then logs the app out."});
 }
 
 SRequest ReadRequest(const CCommandLine& line)
@@ -79,7 +79,7 @@ SRequest ReadRequest(const CCommandLine& line)
     return request;
 }
 
-/// For what sends no request but a login's and heartbeats.
+/// For listening and logging in, which send no other request.
 void RefuseRequestOptions(const CCommandLine& line)
 {
     line.Positional(1, 1);
@@ -92,8 +92,8 @@ int RunApp(const QStringList& arguments)
 {
     CCommandLine line("REQUEST [JSON]",
                       "Sends a request as the mobile app would and shows every reply. REQUEST is a name of --list or a "
-                      "code such as 5 or 0x5, JSON its body; or it is listen, which shows what the host tells until "
-                      "Ctrl-C.");
+                      "code such as 5 or 0x5, JSON its body. REQUEST may also be listen, which shows what the host "
+                      "sends until Ctrl-C.");
     AddOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;
@@ -125,6 +125,9 @@ int RunApp(const QStringList& arguments)
     Conversation::ConnectBoth(peer, line.Host(), timeout);
     if (logsIn)
         LogIn(peer, credentials, timeout);
+    // The host handles the requests of one channel in turn: behind a slow one, heartbeats would come too late.
+    if (logsIn && asks)
+        peer.KeepAlive(request.channel == Channel::Bulk ? Channel::Control : Channel::Bulk, timeout);
     if (listens)
         Listen(peer, listening);
     else if (asks && count == 1)

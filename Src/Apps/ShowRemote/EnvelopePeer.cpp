@@ -1,6 +1,7 @@
 #include "ShowRemote/EnvelopePeer.h"
 
 #include "Comm/Acceptor.h"
+#include "ExternalController/Common/Command.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/SocketErrors.h"
@@ -8,10 +9,13 @@
 #include <asio/buffer.hpp>
 #include <asio/write.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <utility>
 
 namespace {
+
+constexpr std::chrono::seconds kHeartbeatPeriod(1);
 
 std::uint16_t PortOf(Channel channel)
 {
@@ -106,11 +110,48 @@ void CEnvelopePeer::Send(Channel channel, unsigned int code, const QByteArray& b
 
 std::optional<SMessage> CEnvelopePeer::Receive(Clock::time_point deadline)
 {
+    do {
+        SendHeartbeatIfDue();
+        auto message = NextMessage(std::min(deadline, m_heartbeats.next));
+        if (message && !IsHeartbeatReply(*message))
+            return message;
+    } while (!m_interrupted && Clock::now() < deadline);
+    return std::nullopt;
+}
+
+void CEnvelopePeer::KeepAlive(Channel channel, std::chrono::milliseconds timeout)
+{
+    m_heartbeats = {channel, timeout, Clock::now(), 0};
+}
+
+void CEnvelopePeer::SendHeartbeatIfDue()
+{
+    if (Clock::now() < m_heartbeats.next)
+        return;
+    Send(m_heartbeats.channel, Command::Heartbeat, {}, Clock::now() + m_heartbeats.timeout);
+    m_heartbeats.next = Clock::now() + kHeartbeatPeriod;
+    ++m_heartbeats.unanswered;
+}
+
+bool CEnvelopePeer::IsHeartbeatReply(const SMessage& message)
+{
+    if (m_heartbeats.unanswered == 0 || message.channel != m_heartbeats.channel ||
+        message.code != Command::ReplyTo(Command::Heartbeat))
+        return false;
+    --m_heartbeats.unanswered;
+    return true;
+}
+
+std::optional<SMessage> CEnvelopePeer::NextMessage(Clock::time_point deadline)
+{
     m_context.restart();
     while (m_received.empty()) {
-        for (const SSide& side : m_sides) {
+        for (const Channel channel : {Channel::Control, Channel::Bulk, Channel::FP}) {
+            SSide& side = SideOf(channel);
             if (!side.ended.isEmpty())
                 throw CFailure(side.ended);
+            if (std::exchange(side.isPaused, false))
+                ReadOn(channel);
         }
         if (m_interrupted || m_context.run_one_until(deadline) == 0)
             return std::nullopt;
@@ -155,7 +196,9 @@ void CEnvelopePeer::ReadOn(Channel channel)
                                                          : Closed(channel) + QStringLiteral(": ") + ReasonOf(failure);
             else
                 TakeBytes(channel, {side.buffer.data(), bytes});
-            if (side.ended.isEmpty())
+            // A host that sends faster than its messages are taken must not fill the memory.
+            side.isPaused = side.ended.isEmpty() && !m_received.empty();
+            if (side.ended.isEmpty() && !side.isPaused)
                 ReadOn(channel);
         });
 }
@@ -170,7 +213,7 @@ void CEnvelopePeer::TakeBytes(Channel channel, std::string_view bytes)
         return true;
     });
     if (verdict == CFrameReader::Verdict::WrongMark)
-        side.ended = QStringLiteral("what came on the %1 channel is no envelope").arg(NameOf(channel));
+        side.ended = QStringLiteral("what came on the %1 channel is not an envelope").arg(NameOf(channel));
     else if (verdict != CFrameReader::Verdict::Sound)
         side.ended = QStringLiteral("an envelope on the %1 channel claims to be too long").arg(NameOf(channel));
 }

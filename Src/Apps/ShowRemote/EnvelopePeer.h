@@ -20,7 +20,7 @@ enum class Channel { Control, Bulk, FP };
 
 const char* NameOf(Channel channel);
 
-/// What a host sent: a reply, or a notice that nobody asked for.
+/// What a host sent: a reply, or an unrequested notice.
 struct SMessage {
     Channel channel = Channel::Control;
     unsigned int code = 0;
@@ -46,6 +46,9 @@ public:
     /// the host closed is a failure, once what it sent before has been received.
     std::optional<SMessage> Receive(Clock::time_point deadline);
 
+    /// From now on Receive sends a heartbeat each second and takes the replies to these itself: the host logs an app
+    /// out that has sent none for five seconds. timeout: for sending one.
+    void KeepAlive(Channel channel, std::chrono::milliseconds timeout);
     /// From now on Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
     void HeedInterrupt();
     bool IsInterrupted() const { return m_interrupted; }
@@ -57,13 +60,24 @@ private:
         asio::ip::tcp::socket socket;
         CFrameReader reader;
         std::array<char, 65536> buffer{};
-        QString ended; ///< why no more comes in; empty while it may
+        QString ended;         ///< why no more comes in; empty while it may
+        bool isPaused = false; ///< nothing is read until what has been received is taken
+    };
+
+    struct SHeartbeats {
+        Channel channel = Channel::Control;
+        std::chrono::milliseconds timeout{};
+        Clock::time_point next = Clock::time_point::max();
+        int unanswered = 0;
     };
 
     SSide& SideOf(Channel channel) { return m_sides[static_cast<std::size_t>(channel)]; }
     template <class Socket>
     asio::error_code Await(Socket& socket, const std::optional<asio::error_code>& outcome, Clock::time_point deadline);
     void Opened(Channel channel);
+    std::optional<SMessage> NextMessage(Clock::time_point deadline);
+    void SendHeartbeatIfDue();
+    bool IsHeartbeatReply(const SMessage& message);
     void ReadOn(Channel channel);
     void TakeBytes(Channel channel, std::string_view bytes);
 
@@ -72,4 +86,5 @@ private:
     bool m_interrupted = false;
     std::array<SSide, 3> m_sides{SSide(m_context), SSide(m_context), SSide(m_context)};
     std::deque<SMessage> m_received;
+    SHeartbeats m_heartbeats;
 };

@@ -9,19 +9,12 @@
 
 #include <QTime>
 
-#include <algorithm>
-
 namespace {
 
 using Clock = CEnvelopePeer::Clock;
 
-/// The host takes an app for dead that is silent for five seconds.
-constexpr std::chrono::seconds kHeartbeatPeriod(1);
-
 void Take(const SMessage& message)
 {
-    if (message.code == Command::ReplyTo(Command::Heartbeat))
-        return;
     Terminal::PrintLine(QTime::currentTime().toString("hh:mm:ss.zzz"));
     Conversation::Show(message);
     if (message.code == Command::ReplyTo(Command::AppGone))
@@ -51,18 +44,14 @@ SListening ReadListening(const CCommandLine& line)
 
 void Listen(CEnvelopePeer& peer, const SListening& listening)
 {
-    const auto start = Clock::now();
-    const auto end = listening.duration ? start + *listening.duration : Clock::time_point::max();
-    auto nextHeartbeat = listening.heartbeats ? start : Clock::time_point::max();
+    const auto end = listening.duration ? Clock::now() + *listening.duration : Clock::time_point::max();
+    if (listening.heartbeats)
+        peer.KeepAlive(Channel::Control, listening.timeout);
     peer.HeedInterrupt();
     Terminal::PrintLine("listening; Ctrl-C ends it");
 
     while (!peer.IsInterrupted() && Clock::now() < end) {
-        if (Clock::now() >= nextHeartbeat) {
-            peer.Send(Channel::Control, Command::Heartbeat, {}, Clock::now() + listening.timeout);
-            nextHeartbeat = Clock::now() + kHeartbeatPeriod;
-        }
-        if (const auto message = peer.Receive(std::min(end, nextHeartbeat)))
+        if (const auto message = peer.Receive(end))
             Take(*message);
     }
 }
