@@ -173,14 +173,15 @@ class UsersTest(unittest.TestCase):
         self.assertFalse((self.state / "settings.json").exists())
 
     def test_an_interrupted_question_leaves_a_terminal_that_shows_what_is_typed(self):
-        with Terminal(self.command()) as terminal:
-            terminal.wait_for("Password: ")
-            hidden = not terminal.shows_input()
+        for number in (signal.SIGINT, signal.SIGHUP):
+            with Terminal(self.command()) as terminal:
+                terminal.wait_for("Password: ")
+                hidden = not terminal.shows_input()
 
-            terminal.process.send_signal(signal.SIGINT)
-            code, _ = terminal.ended()
+                terminal.process.send_signal(number)
+                code, _ = terminal.ended()
 
-            self.assertEqual((hidden, code, terminal.shows_input()), (True, -signal.SIGINT, True))
+                self.assertEqual((hidden, code, terminal.shows_input()), (True, -number, True))
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 
@@ -17,6 +18,9 @@ class CHiddenInput {};
 #else
 termios s_terminalBefore;
 
+/// Those that the terminal sends: Ctrl-C, Ctrl-\, its end; and the usual request to end.
+constexpr std::array kEndingSignals = {SIGINT, SIGQUIT, SIGHUP, SIGTERM};
+
 void PutBackAndEnd(int signal)
 {
     tcsetattr(STDIN_FILENO, TCSANOW, &s_terminalBefore);
@@ -24,16 +28,15 @@ void PutBackAndEnd(int signal)
     std::raise(signal);
 }
 
-/// Keeps what is typed from being shown for as long as it lives, or until Ctrl-C ends the program: not every shell
-/// shows again what a program hid.
+/// Switches echo off for as long as it lives, or until a signal ends the program: not every shell switches it on again.
 class CHiddenInput {
 public:
     CHiddenInput() : m_isTerminal(tcgetattr(STDIN_FILENO, &s_terminalBefore) == 0)
     {
         if (!m_isTerminal)
             return;
-        m_interruptBefore = std::signal(SIGINT, PutBackAndEnd);
-        m_terminateBefore = std::signal(SIGTERM, PutBackAndEnd);
+        for (std::size_t i = 0; i < kEndingSignals.size(); ++i)
+            m_before[i] = std::signal(kEndingSignals[i], PutBackAndEnd);
         termios hidden = s_terminalBefore;
         hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
@@ -44,8 +47,8 @@ public:
         if (!m_isTerminal)
             return;
         tcsetattr(STDIN_FILENO, TCSANOW, &s_terminalBefore);
-        std::signal(SIGINT, m_interruptBefore);
-        std::signal(SIGTERM, m_terminateBefore);
+        for (std::size_t i = 0; i < kEndingSignals.size(); ++i)
+            std::signal(kEndingSignals[i], m_before[i]);
     }
 
     CHiddenInput(const CHiddenInput&) = delete;
@@ -55,8 +58,7 @@ private:
     using Handler = void (*)(int);
 
     const bool m_isTerminal;
-    Handler m_interruptBefore = nullptr;
-    Handler m_terminateBefore = nullptr;
+    std::array<Handler, kEndingSignals.size()> m_before{};
 };
 #endif
 
@@ -64,7 +66,7 @@ private:
 
 QString PasswordInput::Ask(const char* prompt)
 {
-    // Hidden before it is asked for: whoever answers fast is not shown either.
+    // Before the prompt, for those who type fast.
     [[maybe_unused]] const CHiddenInput hidden;
     std::fprintf(stderr, "%s: ", prompt);
     QString password = ReadFrom(fileno(stdin));
