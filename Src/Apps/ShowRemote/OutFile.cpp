@@ -4,11 +4,18 @@
 #include "ShowRemote/Terminal.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 void WriteOutFile(const QString& name, const QByteArray& bytes)
 {
     QFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, file.errorString()));
+    const bool isOpen = file.open(QIODevice::WriteOnly);
+    if (!isOpen || file.write(bytes) != bytes.size() || !file.flush()) {
+        const QString reason = file.errorString();
+        // A device isn't removed.
+        if (isOpen && QFileInfo(name).isFile())
+            file.remove();
+        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, reason));
+    }
     Terminal::PrintLine(QStringLiteral("written to %1").arg(name));
 }
