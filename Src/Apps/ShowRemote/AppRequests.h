@@ -13,7 +13,7 @@ namespace AppRequests {
 unsigned int CodeOf(const QString& request);
 /// "set-host-name (0x004)"; a reply is called by its request's name.
 QString TextOf(unsigned int code);
-/// The codes of the replies that show that a request has been dealt with, in no order.
-std::vector<unsigned int> RepliesTo(Channel channel, unsigned int code);
+/// The codes of the replies that show that a request has been handled, in no order.
+std::vector<unsigned int> RepliesTo(Channel channel, unsigned int code, const QByteArray& body);
 
 } // namespace AppRequests

@@ -1,17 +1,17 @@
 #include "ShowRemote/Central.h"
 
 #include "CentralControl/CentralControlConfig.h"
+#include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Contract.h"
 #include "ShowRemote/Datagrams.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/Terminal.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <algorithm>
 
 namespace {
 
@@ -24,6 +24,10 @@ void PrintKeywords()
 QByteArray ReadMessage(const CCommandLine& line)
 {
     const QStringList positional = line.Positional(1, 2);
+    if (IsObject(positional[0])) {
+        line.Positional(1, 1);
+        return CheckedObject(positional[0]);
+    }
     QJsonObject message;
     if (positional.size() > 1)
         message = ReadJson(CheckedObject(positional[1])).object();
@@ -31,19 +35,27 @@ QByteArray ReadMessage(const CCommandLine& line)
     return QJsonDocument(message).toJson(QJsonDocument::Compact);
 }
 
-/// What the answer says of the command's fate: an answer in JSON in "errorMsg", one without with all its text.
-QString FateOf(const QByteArray& answer)
+/// Whether the host carries the command out without an answer.
+bool IsUnanswered(const QByteArray& datagram)
 {
-    const QJsonDocument json = ReadJson(answer);
-    return json.isNull() ? QString::fromUtf8(answer) : json["errorMsg"].toString();
+    const QString text = QString::fromUtf8(datagram);
+    const QString keyword = IsObject(text) ? ReadJson(datagram)["cmd"].toString() : text;
+    const auto known = CenterControlCmdMap.find(keyword);
+    if (known == CenterControlCmdMap.end() || known->second == kNoCommand)
+        return false;
+    const auto replies = Contract::RepliesTo("central", static_cast<unsigned int>(known->second));
+    return replies && replies->empty();
 }
 
-bool IsRefusal(const QString& fate)
+/// Prints the answer and returns why it is a failure: a query is answered by an object, a command by a result text.
+QString FaultOf(const QByteArray& answer)
 {
-    return std::any_of(ResultTextMap.begin(), ResultTextMap.end(), [&](const auto& result) {
-        return result.first != ResultText::Success && result.first != ResultText::End &&
-               fate == QString::fromStdString(result.second);
-    });
+    const QJsonDocument json = Terminal::PrintJson(answer);
+    if (json.isObject())
+        return Contract::RefusalOf(json["errorMsg"].toString());
+    if (json.isNull())
+        Terminal::PrintLine(PayloadText(answer));
+    return answer.isEmpty() ? QStringLiteral("the answer is empty") : Contract::RefusalOf(QString::fromUtf8(answer));
 }
 
 } // namespace
@@ -52,11 +64,12 @@ int RunCentral(const QStringList& arguments)
 {
     CCommandLine line("KEYWORD [JSON]",
                       "Sends a text command as a central-control system would and shows the answer. KEYWORD is one of "
-                      "--list, JSON an object with what belongs to it.");
+                      "--list, JSON an object with the command's other keys. An object with the keyword in \"cmd\" may "
+                      "be given instead of both.");
     line.AddHostOption();
     line.AddTimeoutOption();
-    line.AddOption({"raw", "Sends TEXT as it is instead of a command.", "TEXT"});
-    line.AddOption({"list", "Tells all keywords, with the code of their command; 0x000 has none."});
+    line.AddOption({"raw", "Sends TEXT unchanged and accepts any answer.", "TEXT"});
+    line.AddOption({"list", "Lists all keywords and the codes of their commands; those with 0x000 have no command."});
     if (!line.Parse(arguments))
         return kExitDone;
     if (line.IsSet("list")) {
@@ -69,10 +82,14 @@ int RunCentral(const QStringList& arguments)
     if (isRaw)
         line.Positional(0, 0);
     const QByteArray datagram = isRaw ? line.Value("raw").toUtf8() : ReadMessage(line);
-    const QByteArray answer = Datagrams::Ask(line.Host(), CentralControl::kPort, datagram, line.Timeout());
-    if (!Terminal::PrintJson(answer))
-        Terminal::PrintLine(QString::fromUtf8(answer));
-    if (!isRaw && IsRefusal(FateOf(answer)))
-        throw CFailure("the host refused it: " + FateOf(answer));
+    const auto answer =
+        Datagrams::Ask(line.Host(), CentralControl::kPort, datagram, line.Timeout(), IsUnanswered(datagram));
+    if (!answer) {
+        Terminal::PrintLine("sent; the host doesn't answer this command");
+        return kExitDone;
+    }
+    const QString fault = FaultOf(*answer);
+    if (!isRaw && !fault.isEmpty())
+        throw CFailure(fault);
     return kExitDone;
 }

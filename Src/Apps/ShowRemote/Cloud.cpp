@@ -1,6 +1,7 @@
 #include "ShowRemote/Cloud.h"
 
 #include "CloudControl/CloudControlConfig.h"
+#include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/AppRequests.h"
@@ -24,12 +25,12 @@ using Clock = CCloudPeer::Clock;
 
 constexpr char kUsage[] =
     "Plays the cloud service: waits for the host to connect, sends a command and shows every reply to it. COMMAND is a "
-    "keyword of --list, or a name of showremote app --list or its code, JSON an object with what belongs to it; or "
-    "COMMAND is listen, "
-    "which shows what the host sends until Ctrl-C.";
+    "keyword of --list, a name of showremote app --list or a code, JSON an object with the command's other keys. An "
+    "object with \"cmd\" or \"cmdType\" may be given instead of both. COMMAND may also be listen, which shows what the "
+    "host sends until Ctrl-C.";
 
-/// A host that found nobody so far may pause for half a minute.
-constexpr char kPatience[] = "40";
+/// A host that found no service so far pauses for up to half a minute.
+constexpr char kTimeoutSeconds[] = "40";
 
 struct SCloudCommand {
     unsigned int code = 0;
@@ -45,18 +46,36 @@ void PrintCloudKeywords()
 void AddCloudOptions(CCommandLine& line)
 {
     line.AddListenAddressOptions("the host", CloudControl::kDefaultPort);
-    line.AddOption({"cert", "The certificate (PEM): the host must come by wss then.", "FILE"});
+    line.AddOption({"cert", "Serves wss with this certificate (PEM) instead of ws.", "FILE"});
     line.AddOption({"key", "The certificate's private key (PEM).", "FILE"});
-    line.AddOption({"out", "Writes what the replies carry to files in DIR.", "DIR"});
-    line.AddOption({"list", "Tells all keywords, with the code of their command."});
-    line.AddTimeoutOption(kPatience);
+    line.AddOption({"out", "Writes the contents of the replies to files in DIR.", "DIR"});
+    line.AddOption({"list", "Lists all keywords and the codes of their commands."});
+    line.AddTimeoutOption(kTimeoutSeconds);
     AddListenOptions(line);
+}
+
+/// As the host does, takes the keyword before the code.
+SCloudCommand ReadObject(const QString& argument)
+{
+    SCloudCommand command;
+    command.text = CheckedObject(argument);
+    const QJsonDocument message = ReadJson(command.text);
+    const auto known = CloudControlCmdMap.find(message["cmd"].toString());
+    command.code = static_cast<unsigned int>(known != CloudControlCmdMap.end() ? known->second
+                                                                               : message["cmdType"].toInt(kNoCommand));
+    if (command.code == kNoCommand)
+        throw CWrongUsage("the object has neither a keyword of --list in \"cmd\" nor a code in \"cmdType\"");
+    return command;
 }
 
 SCloudCommand ReadCommand(const CCommandLine& line)
 {
     const QStringList positional = line.Positional(1, 2);
     RefuseListenOptions(line);
+    if (IsObject(positional[0])) {
+        line.Positional(1, 1);
+        return ReadObject(positional[0]);
+    }
     QJsonObject message;
     if (positional.size() > 1)
         message = ReadJson(CheckedObject(positional[1])).object();
@@ -83,7 +102,8 @@ void AwaitHost(CCloudPeer& peer, const CCommandLine& line)
     peer.Listen(address, port, line.Value("cert"), line.Value("key"));
     Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
     const QString host = peer.Accept(Clock::now() + line.Timeout());
-    Terminal::PrintLine(QStringLiteral("the host connected from %1 as %2").arg(host, peer.User()));
+    Terminal::PrintLine(
+        QStringLiteral("the host connected from %1 as %2").arg(host, PayloadText(peer.User().toUtf8())));
 }
 
 QString OutFolder(const CCommandLine& line)
@@ -101,17 +121,23 @@ void Ask(CCloudPeer& peer, const SCloudCommand& command, const QString& outFolde
     std::vector<int> expected = CloudReplies::RoutesOf(command.code);
     if (expected.empty()) {
         peer.Close(deadline);
-        Terminal::PrintLine("sent; the host carries it out and answers nothing");
+        Terminal::PrintLine("sent; the host carries it out and sends no answer");
         return;
     }
+    QString fault;
     while (!expected.empty()) {
         const auto reply = peer.Receive(deadline);
         if (!reply)
             throw CFailure(QStringLiteral("no reply of route %1 within %2").arg(expected.front()).arg(TextOf(timeout)));
-        const auto found = std::find(expected.begin(), expected.end(), CloudReplies::Show(*reply, outFolder));
+        const CloudReplies::SReply shown = CloudReplies::Show(*reply, outFolder);
+        if (fault.isEmpty())
+            fault = shown.fault;
+        const auto found = std::find(expected.begin(), expected.end(), shown.route);
         if (found != expected.end())
             expected.erase(found);
     }
+    if (!fault.isEmpty())
+        throw CFailure(fault);
 }
 
 void ListenToHost(CCloudPeer& peer, const SListening& listening, const QString& outFolder)

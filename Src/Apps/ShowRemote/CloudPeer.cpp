@@ -1,5 +1,6 @@
 #include "ShowRemote/CloudPeer.h"
 
+#include "CloudControl/CloudControlConfig.h"
 #include "ShowRemote/Failure.h"
 
 #include <QEventLoop>
@@ -15,8 +16,10 @@
 
 namespace {
 
-/// How often a wait looks at what no socket tells of.
+/// How often a wait checks the deadline and the interrupt flag.
 constexpr std::chrono::milliseconds kGlance(50);
+/// No host sends more: this much may wait for a slow service.
+constexpr quint64 kMaxMessageBytes = CloudControl::kMaxQueuedBytes;
 
 volatile std::sig_atomic_t s_interrupted = 0;
 
@@ -46,7 +49,7 @@ QSslKey ReadKey(const QString& name)
 
 CCloudPeer::~CCloudPeer()
 {
-    // What it would tell of its end is nobody's to hear any more.
+    // Its end is of no interest any more.
     if (m_host)
         m_host->disconnect();
 }
@@ -75,6 +78,7 @@ QString CCloudPeer::Accept(Clock::time_point deadline)
                            .arg(m_server->serverAddress().toString())
                            .arg(m_server->serverPort()));
     m_host.reset(m_server->nextPendingConnection());
+    m_host->setMaxAllowedIncomingMessageSize(kMaxMessageBytes);
     QObject::connect(m_host.get(), &QWebSocket::textMessageReceived, m_host.get(),
                      [this](const QString& text) { m_received.push_back(text.toUtf8()); });
     return QStringLiteral("%1:%2").arg(m_host->peerAddress().toString()).arg(m_host->peerPort());
@@ -118,8 +122,13 @@ void CCloudPeer::Close(Clock::time_point deadline)
 
 void CCloudPeer::HeedInterrupt()
 {
-    for (const int number : {SIGINT, SIGTERM})
-        std::signal(number, [](int) { s_interrupted = 1; });
+    for (const int number : {SIGINT, SIGTERM}) {
+        std::signal(number, [](int received) {
+            s_interrupted = 1;
+            // The second one ends the program where the first can't: in a write to a pipe that isn't read.
+            std::signal(received, SIG_DFL);
+        });
+    }
 }
 
 bool CCloudPeer::IsInterrupted() const

@@ -18,7 +18,7 @@ constexpr double kMostSeconds = 24 * 60 * 60;
 CCommandLine::CCommandLine(QString usage, const QString& description) : m_usage(std::move(usage))
 {
     m_parser.setApplicationDescription(description);
-    m_parser.addOption({{"h", "help"}, "Tells this."});
+    m_parser.addOption({{"h", "help"}, "Shows this help."});
 }
 
 void CCommandLine::AddHostOption()
@@ -118,6 +118,11 @@ void CCommandLine::Refuse(const QStringList& options, const QString& why) const
         if (m_parser.isSet(option))
             throw CWrongUsage(QStringLiteral("--%1 %2").arg(option, why));
     }
+}
+
+bool IsObject(const QString& argument)
+{
+    return argument.trimmed().startsWith('{');
 }
 
 QByteArray CheckedObject(const QString& text)

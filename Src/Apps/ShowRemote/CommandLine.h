@@ -37,7 +37,7 @@ public:
     std::chrono::milliseconds Seconds(const QString& option) const;
     /// A whole number.
     int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;
-    /// None of the options may be given; why is told behind the one that is.
+    /// Throws CWrongUsage with the reason if one of the options is given.
     void Refuse(const QStringList& options, const QString& why) const;
 
 private:
@@ -45,8 +45,11 @@ private:
     QString m_usage;
 };
 
-/// The UTF-8 of an argument that is to be a JSON object. Throws CWrongUsage, which tells the place.
+/// Whether an argument is meant as a JSON object; a keyword or the name of a request never is.
+bool IsObject(const QString& argument);
+
+/// The UTF-8 of an argument that must be a JSON object. Throws CWrongUsage, which names the position of an error.
 QByteArray CheckedObject(const QString& argument);
 
-/// "2.5 s", as the timeout is told to people.
+/// "2.5 s", as messages show a timeout.
 QString TextOf(std::chrono::milliseconds duration);

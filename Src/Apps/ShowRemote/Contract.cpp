@@ -1,6 +1,9 @@
 #include "ShowRemote/Contract.h"
 
+#include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "ShowRemote/Failure.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -53,4 +56,11 @@ std::optional<std::vector<QJsonObject>> Contract::RepliesTo(const char* asker, u
         replies.insert(replies.end(), static_cast<std::size_t>(std::max(many.toInt(), 1)), reply);
     }
     return replies;
+}
+
+QString Contract::RefusalOf(const QString& resultText)
+{
+    if (resultText.isEmpty() || resultText.toStdString() == ResultTextMap.at(ResultText::Success))
+        return {};
+    return "the host refused it: " + PayloadText(resultText.left(kMaxShownCharacters).toUtf8());
 }

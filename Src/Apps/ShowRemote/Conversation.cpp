@@ -3,10 +3,12 @@
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
+#include "ShowRemote/Contract.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/OutFile.h"
 #include "ShowRemote/Terminal.h"
 
+#include <QJsonDocument>
 #include <QUuid>
 
 #include <algorithm>
@@ -15,22 +17,54 @@ namespace {
 
 using Clock = CEnvelopePeer::Clock;
 
-/// Prints a body of the id form; false when it is none.
-bool PrintIdForm(const QByteArray& body, const QString& outFile)
+constexpr auto kHeaderBytes = static_cast<int>(Envelope::kIdHeaderBytes);
+
+bool IsIdForm(const QByteArray& body)
 {
-    constexpr auto kHeaderBytes = static_cast<int>(Envelope::kIdHeaderBytes);
+    return body.startsWith(Envelope::kIdMark) && body.size() >= kHeaderBytes;
+}
+
+void PrintIdForm(const QByteArray& body)
+{
     constexpr auto kMarkBytes = static_cast<int>(Envelope::kMarkBytes);
-    if (!body.startsWith(Envelope::kIdMark) || body.size() < kHeaderBytes)
-        return false;
     const QByteArray bytes = body.mid(kHeaderBytes);
     const std::uint32_t length = Envelope::ReadNumber(body.constData() + kHeaderBytes - 4);
     if (length != static_cast<std::uint32_t>(bytes.size()))
         throw CFailure(QStringLiteral("the reply claims %1 bytes and carries %2").arg(length).arg(bytes.size()));
     const QUuid id = QUuid::fromRfc4122(body.mid(kMarkBytes, 16));
     Terminal::PrintLine(QStringLiteral("id %1, %2 bytes").arg(id.toString(QUuid::WithoutBraces)).arg(bytes.size()));
-    if (!outFile.isEmpty())
-        WriteOutFile(outFile, bytes);
+}
+
+/// Prints a body and returns what it holds if it is JSON.
+QJsonDocument Print(const SMessage& message)
+{
+    Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
+    QJsonDocument json;
+    if (message.body.isEmpty())
+        Terminal::PrintLine("no body");
+    else if (IsIdForm(message.body))
+        PrintIdForm(message.body);
+    else if (json = Terminal::PrintJson(message.body); json.isNull())
+        Terminal::PrintLine(QStringLiteral("%1 bytes that are not JSON").arg(message.body.size()));
+    return json;
+}
+
+bool WritePicture(const QByteArray& body, const QString& outFile)
+{
+    if (outFile.isEmpty() || !IsIdForm(body) || body.size() == kHeaderBytes)
+        return false;
+    WriteOutFile(outFile, body.mid(kHeaderBytes));
     return true;
+}
+
+/// Why a reply is a failure; empty if it isn't.
+QString FaultOf(const QByteArray& body, const QJsonDocument& json)
+{
+    if (IsIdForm(body))
+        return body.size() > kHeaderBytes ? QString() : QStringLiteral("the host sent an empty picture");
+    if (!json.isObject())
+        return QStringLiteral("the reply is not a JSON object");
+    return Contract::RefusalOf(json["errorMsg"].toString());
 }
 
 } // namespace
@@ -43,32 +77,39 @@ void Conversation::ConnectBoth(CEnvelopePeer& peer, const QString& host, std::ch
     Terminal::PrintLine(QStringLiteral("bulk channel open: %1:%2").arg(host).arg(AppServer::kBulkPort));
 }
 
-std::vector<SMessage> Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
+QByteArray Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
 {
     const auto deadline = Clock::now() + request.timeout;
     peer.Send(request.channel, request.code, request.body, deadline);
 
-    std::vector<SMessage> messages;
-    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.channel, request.code);
+    QByteArray lastBody;
+    QString fault;
+    bool isWritten = false;
+    std::vector<unsigned int> expected = AppRequests::RepliesTo(request.channel, request.code, request.body);
     while (!expected.empty()) {
         const auto message = peer.Receive(deadline);
         if (!message)
             throw CFailure(QStringLiteral("no reply %1 within %2")
                                .arg(AppRequests::TextOf(expected.front()), TextOf(request.timeout)));
-        Show(*message, request.outFile);
+        const QJsonDocument json = Print(*message);
         const auto found = std::find(expected.begin(), expected.end(), message->code);
-        if (found != expected.end())
-            expected.erase(found);
-        messages.push_back(*message);
+        if (found == expected.end())
+            continue;
+        expected.erase(found);
+        lastBody = message->body;
+        if (fault.isEmpty())
+            fault = FaultOf(lastBody, json);
+        isWritten |= WritePicture(lastBody, request.outFile);
     }
-    return messages;
+    // All replies are shown first.
+    if (!fault.isEmpty())
+        throw CFailure(fault);
+    if (!isWritten && !request.outFile.isEmpty())
+        throw CFailure(QStringLiteral("no reply carried a picture for %1").arg(request.outFile));
+    return lastBody;
 }
 
-void Conversation::Show(const SMessage& message, const QString& outFile)
+void Conversation::Show(const SMessage& message)
 {
-    Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
-    if (message.body.isEmpty())
-        Terminal::PrintLine("no body");
-    else if (!PrintIdForm(message.body, outFile) && !Terminal::PrintJson(message.body))
-        Terminal::PrintLine(QStringLiteral("%1 bytes that are no JSON").arg(message.body.size()));
+    Print(message);
 }

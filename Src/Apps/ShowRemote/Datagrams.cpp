@@ -9,9 +9,18 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/udp.hpp>
 
-/// Connected to the host, so that a host where nobody listens is told at once instead of by silence.
-QByteArray Datagrams::Ask(const QString& host, std::uint16_t port, const QByteArray& datagram,
-                          std::chrono::milliseconds timeout)
+#include <algorithm>
+
+namespace {
+
+/// Refusals and ICMP errors come within a few round trips.
+constexpr std::chrono::milliseconds kMaxWaitForError(500);
+
+} // namespace
+
+/// The socket is connected, so that a closed port is reported at once instead of after the timeout.
+std::optional<QByteArray> Datagrams::Ask(const QString& host, std::uint16_t port, const QByteArray& datagram,
+                                         std::chrono::milliseconds timeout, bool mayBeSilent)
 {
     asio::io_context context;
     asio::error_code error;
@@ -36,9 +45,11 @@ QByteArray Datagrams::Ask(const QString& host, std::uint16_t port, const QByteAr
                                   answered = !failure;
                                   answer.truncate(static_cast<int>(bytes));
                               });
-    context.run_for(timeout);
+    context.run_for(mayBeSilent ? std::min(timeout, kMaxWaitForError) : timeout);
     if (error)
         throw CFailure(CantConnect(host, port, error));
+    if (!answered && mayBeSilent)
+        return std::nullopt;
     if (!answered)
         throw CFailure(QStringLiteral("no answer from %1:%2 within %3").arg(host).arg(port).arg(TextOf(timeout)));
     Terminal::PrintLine(QStringLiteral("answer from %1:%2").arg(from.address().to_string().c_str()).arg(from.port()));

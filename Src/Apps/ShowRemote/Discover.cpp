@@ -1,6 +1,7 @@
 #include "ShowRemote/Discover.h"
 
 #include "AppServer/AppServerConfig.h"
+#include "Comm/PayloadText.h"
 #include "ExternalController/Common/Discovery.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Datagrams.h"
@@ -9,15 +10,16 @@
 
 int RunDiscover(const QStringList& arguments)
 {
-    CCommandLine line("", "Asks a host who it is: its name, its id and its network adapters' addresses.");
+    CCommandLine line("", "Asks a host for its name, its id and the addresses of its network adapters.");
     line.AddHostOption();
     line.AddTimeoutOption();
     if (!line.Parse(arguments))
         return kExitDone;
     line.Positional(0, 0);
 
-    const QByteArray answer = Datagrams::Ask(line.Host(), AppServer::kDiscoveryPort, kDiscoveryRequest, line.Timeout());
-    if (!Terminal::PrintJson(answer))
-        throw CFailure("the answer is no JSON: " + QString::fromUtf8(answer));
+    const QByteArray answer =
+        Datagrams::Ask(line.Host(), AppServer::kDiscoveryPort, kDiscoveryRequest, line.Timeout()).value();
+    if (!Terminal::PrintJson(answer).isObject())
+        throw CFailure("the answer is not a JSON object: " + PayloadText(answer.left(kMaxShownCharacters)));
     return kExitDone;
 }

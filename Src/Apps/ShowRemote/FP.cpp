@@ -12,16 +12,16 @@ namespace {
 
 constexpr char kUsage[] =
     "Plays the FP controller: waits for the host to connect, sends a request and shows every reply. REQUEST is a name "
-    "of showremote app --list or a code such as 274 or 0x112, JSON its body; or it is listen, which shows what the "
-    "host tells until Ctrl-C.";
+    "of showremote app --list or a code such as 274 or 0x112, JSON its body. REQUEST may also be listen, which shows "
+    "what the host sends until Ctrl-C.";
 
-/// A host that found nobody so far may pause for ten seconds.
-constexpr char kPatience[] = "15";
+/// A host that found no controller so far pauses for up to ten seconds.
+constexpr char kTimeoutSeconds[] = "15";
 
 void AddFPOptions(CCommandLine& line)
 {
     line.AddListenAddressOptions("the host", FPClient::kDefaultPort);
-    line.AddTimeoutOption(kPatience);
+    line.AddTimeoutOption(kTimeoutSeconds);
     AddListenOptions(line);
 }
 

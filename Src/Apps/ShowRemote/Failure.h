@@ -11,6 +11,9 @@ enum ExitCode : int {
     kExitWrongUsage = 2,
 };
 
+/// The longest text of a host's that an error message repeats.
+constexpr int kMaxShownCharacters = 200;
+
 /// A command could not do what it was asked to. The text is for the person at the terminal.
 class CFailure : public std::runtime_error {
 public:

@@ -40,7 +40,7 @@ KeyPtr ReadKey(const QString& text)
     const auto* bytes = reinterpret_cast<const unsigned char*>(der.constData());
     KeyPtr key(d2i_PUBKEY(nullptr, &bytes, der.size()));
     if (!key || EVP_PKEY_get_base_id(key.get()) != EVP_PKEY_RSA)
-        throw CFailure("what the host tells as its public key is no RSA key");
+        throw CFailure("what the host sent as its public key is not an RSA key");
     return key;
 }
 
@@ -49,6 +49,8 @@ QString Encrypt(const QString& password, const QString& publicKey)
     const KeyPtr key = ReadKey(publicKey);
     const QByteArray plain = password.toUtf8();
     const int most = EVP_PKEY_get_size(key.get()) - kPaddingBytes;
+    if (most < 0)
+        throw CFailure("the host's key is too short to encrypt a password");
     if (plain.size() > most)
         throw CFailure(QStringLiteral("the password is too long for the host's key: %1 bytes at most").arg(most));
 
@@ -72,7 +74,7 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
     request.body = body;
     request.timeout = timeout;
     // The reply that was waited for comes last.
-    return ReadJson(Conversation::Ask(peer, request).back().body).object();
+    return ReadJson(Conversation::Ask(peer, request)).object();
 }
 
 QString RefusalText(int result, const QString& user)
@@ -94,11 +96,11 @@ QString RefusalText(int result, const QString& user)
 void AddLoginOptions(CCommandLine& line)
 {
     line.AddOption({"user",
-                    QStringLiteral("Logs in as NAME first; the password comes from the environment variable %1 or is "
-                                   "asked for. With it, login needs no JSON.")
+                    QStringLiteral("Logs in as NAME first, with the password from the environment variable %1 or from "
+                                   "a prompt. The request login then needs no JSON.")
                         .arg(kPasswordVariable),
                     "NAME"});
-    line.AddOption({"password-fd", "Reads the password from this descriptor.", "N", "0"});
+    line.AddOption({"password-fd", "Reads the password from file descriptor N.", "N", "0"});
     line.AddOption({"force", "Takes the place of an app that is logged in."});
     line.AddOption(
         {"app-version", QStringLiteral("The version to log in with (default %1).").arg(kAppVersion), "V", kAppVersion});

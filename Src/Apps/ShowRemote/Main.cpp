@@ -22,62 +22,64 @@ struct SCommand {
 };
 
 constexpr SCommand kCommands[] = {
-    {"discover", "asks who is there, as an app does before it connects", RunDiscover},
+    {"discover", "asks a host for its name and addresses, as the mobile app", RunDiscover},
     {"app", "sends a request as the mobile app and shows the replies", RunApp},
     {"upload", "uploads a media file as the mobile app", RunUpload},
     {"central", "sends a text command as central control and shows the answer", RunCentral},
     {"cloud", "sends a command as the cloud service and shows the replies", RunCloud},
     {"fp", "sends a request as the FP controller and shows the replies", RunFP},
-    {"device", "plays an external control device and shows what it is sent", RunDevice},
+    {"device", "plays an external control device and shows what it receives", RunDevice},
 };
 
 void PrintHelp()
 {
     Terminal::PrintLine("Usage: showremote COMMAND [options] ...");
-    Terminal::PrintLine("Plays the far ends that control a show: what a remote would send, showremote sends.\n");
+    Terminal::PrintLine("Plays the remote controllers and the devices of a show host.\n");
     Terminal::PrintLine("Commands:");
     for (const SCommand& command : kCommands)
         Terminal::PrintLine(QStringLiteral("  %1  %2").arg(command.name, -9).arg(command.help));
-    Terminal::PrintLine("\nshowremote COMMAND --help tells a command's options.");
-    Terminal::PrintLine("Ends with 0 when the expected answer came, 1 when it did not, 2 on wrong usage.");
+    Terminal::PrintLine("\nshowremote COMMAND --help shows the options of a command.");
+    Terminal::PrintLine("Exit codes: 0 the expected answer came, 1 failure, 2 wrong usage.");
 }
 
-int WrongUsage(const QString& who, const QString& text)
+const SCommand* Find(const QString& name)
 {
-    Terminal::PrintError(QStringLiteral("%1: %2 (%1 --help tells more)").arg(who, text));
-    return kExitWrongUsage;
-}
-
-int Run(const SCommand& command, const QStringList& arguments)
-{
-    const QString who = QStringLiteral("showremote %1").arg(command.name);
-    try {
-        return command.run(arguments);
-    } catch (const CWrongUsage& error) {
-        return WrongUsage(who, error.what());
-    } catch (const std::exception& error) {
-        Terminal::PrintError(QStringLiteral("%1: %2").arg(who, QString::fromUtf8(error.what())));
-        return kExitFailed;
+    for (const SCommand& command : kCommands) {
+        if (name == command.name)
+            return &command;
     }
+    return nullptr;
+}
+
+int Run(const SCommand* command, const QStringList& arguments)
+{
+    if (command)
+        return command->run(arguments);
+    if (arguments.isEmpty())
+        throw CWrongUsage("a command is missing");
+    const QString& name = arguments.first();
+    if (name != "--help" && name != "-h")
+        throw CWrongUsage(QStringLiteral("there is no command \"%1\"").arg(name));
+    PrintHelp();
+    return kExitDone;
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    Terminal::ReserveStandardStreams();
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
-
-    if (arguments.isEmpty())
-        return WrongUsage("showremote", "a command is missing");
-    const QString& name = arguments.first();
-    if (name == "--help" || name == "-h") {
-        PrintHelp();
-        return kExitDone;
+    const SCommand* const command = Find(arguments.value(0));
+    const QString who = command ? QStringLiteral("showremote %1").arg(command->name) : QStringLiteral("showremote");
+    try {
+        return Run(command, arguments);
+    } catch (const CWrongUsage& error) {
+        Terminal::PrintError(QStringLiteral("%1: %2 (see %1 --help)").arg(who, error.what()));
+        return kExitWrongUsage;
+    } catch (const std::exception& error) {
+        Terminal::PrintError(QStringLiteral("%1: %2").arg(who, QString::fromUtf8(error.what())));
+        return kExitFailed;
     }
-    for (const SCommand& command : kCommands) {
-        if (name == command.name)
-            return Run(command, arguments);
-    }
-    return WrongUsage("showremote", QStringLiteral("there is no command \"%1\"").arg(name));
 }

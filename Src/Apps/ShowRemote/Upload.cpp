@@ -1,6 +1,7 @@
 #include "ShowRemote/Upload.h"
 
 #include "AppServer/AppServerConfig.h"
+#include "Comm/PayloadText.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Failure.h"
 #include "ShowRemote/SocketErrors.h"
@@ -37,7 +38,7 @@ struct STarget {
 /// What the transfer's callbacks share.
 struct STransfer {
     QFile file;
-    QString lastReply; ///< the server's, without its end of line
+    QString lastReply; ///< the server's, without its end of line, escaped
     bool showsProgress = false;
     QElapsedTimer sinceStart;
     qint64 nextProgress = 0;
@@ -52,7 +53,8 @@ std::size_t ReadFile(char* buffer, std::size_t size, std::size_t count, void* tr
 
 std::size_t TakeReply(char* text, std::size_t size, std::size_t count, void* transfer)
 {
-    const QString line = QString::fromUtf8(text, static_cast<int>(size * count)).trimmed();
+    const QString line =
+        PayloadText(QByteArray(text, static_cast<int>(size * count)).trimmed().left(kMaxShownCharacters));
     if (!line.isEmpty())
         static_cast<STransfer*>(transfer)->lastReply = line;
     return size * count;
@@ -155,7 +157,7 @@ void Open(QFile& file, const QString& name)
     file.setFileName(name);
     const QFileInfo info(name);
     if (!info.exists())
-        throw CFailure(QStringLiteral("there is no file %1").arg(name));
+        throw CFailure(QStringLiteral("the file %1 doesn't exist").arg(name));
     if (!info.isFile())
         throw CFailure(QStringLiteral("%1 is not a file").arg(name));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
