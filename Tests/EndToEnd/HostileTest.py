@@ -26,7 +26,7 @@ BUDGET, MAX_REQUEST, MAX_QUEUED, MAX_CONNECTIONS = 256 * MIB, 4 * MIB, 64 * MIB,
 # The host has 2 s to end; the rest is for a busy machine.
 END_SECONDS = 4
 # A sanitizer needs far more address space for its own purposes.
-IS_SANITIZED = bool(os.environ["SANITIZED"])
+IS_SANITIZED = bool(os.environ["SANITIZERS"])
 
 
 def header(code, length):

@@ -69,7 +69,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
     def test_a_refusal_is_told_in_words(self):
         log_in(self.app())
         for words, arguments, password, user in (
-                ("there is no user \"nobody\"", ("--force", "login"), "demo", "nobody"),
+                ("the host doesn't know this user", ("--force", "login"), "demo", "nobody"),
                 ("wrong password", ("--force", "login"), SECRET, "demo"),
                 ("another app is logged in; --force takes its place", ("login",), "demo", "demo"),
                 ("the password is too long for the host's key: 117 bytes at most", ("login",), "x" * 118, "demo")):
@@ -86,6 +86,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
 
         self.assertEqual(result.returncode, 0)
         self.assertRegex(result.stdout, r'<- login .*\n\{\n    "access": 1,\n    "account": "demo",\n    "result": 0')
+        self.assertEqual(showremote("app", "--host", SHARED, "login", "{}").returncode, 1)
 
     def test_listening_tells_a_takeover_and_ends_by_an_interrupt(self):
         with Terminal(self.command("listen")) as terminal:

@@ -117,6 +117,23 @@ class AppTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertLess(len(result.stdout), 2 * len(deep))
 
+    @unittest.skipIf(os.environ.get("SANITIZERS"), "sanitizers retain freed memory")
+    def test_what_a_host_sends_meanwhile_does_not_fill_the_memory(self):
+        def talk(control, _):
+            asked, _ = control.receive_bytes()
+            for _ in range(100):
+                control.send_bytes(REPLY | NOTICE, notice)
+            control.send(REPLY | asked, {})
+
+        notice = bytes(2 << 20)
+        with FakeHost(talk), subprocess.Popen([os.environ["SHOWREMOTE"], "app", "--host", HOST, "--timeout", str(PATIENCE),
+                                               "heartbeat"], stdout=subprocess.DEVNULL) as process:
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+
+        self.assertEqual(process.returncode, 0)
+        self.assertLess(usage.ru_maxrss, 100 << 10)
+
     def test_a_login_stays_alive_while_a_request_is_handled(self):
         with Folder() as folder:
             key = folder / "key.pem"

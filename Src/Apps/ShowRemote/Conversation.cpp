@@ -1,5 +1,7 @@
 #include "ShowRemote/Conversation.h"
 
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/LoginResult.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/AppRequests.h"
 #include "ShowRemote/CommandLine.h"
@@ -57,13 +59,31 @@ bool WritePicture(const QByteArray& body, const QString& outFile)
     return true;
 }
 
-/// Why a reply is a failure; empty if it isn't.
-QString FaultOf(const QByteArray& body, const QJsonDocument& json)
+QString LoginRefusal(int result)
 {
-    if (IsIdForm(body))
-        return body.size() > kHeaderBytes ? QString() : QStringLiteral("the host sent an empty picture");
+    switch (result) {
+    case LoginResult::Success:
+        return {};
+    case LoginResult::UnknownUser:
+        return QStringLiteral("the host doesn't know this user");
+    case LoginResult::WrongPassword:
+        return QStringLiteral("wrong password");
+    case LoginResult::AnotherAppLoggedIn:
+        return QStringLiteral("another app is logged in; --force takes its place");
+    default:
+        return QStringLiteral("the host refused the login with result %1").arg(result);
+    }
+}
+
+/// Why a reply is a failure; empty if it isn't.
+QString FaultOf(const SMessage& reply, const QJsonDocument& json)
+{
+    if (IsIdForm(reply.body))
+        return reply.body.size() > kHeaderBytes ? QString() : QStringLiteral("the host sent an empty picture");
     if (!json.isObject())
         return QStringLiteral("the reply is not a JSON object");
+    if (reply.code == Command::ReplyTo(Command::Login))
+        return LoginRefusal(json["result"].toInt(-1));
     return Contract::RefusalOf(json["errorMsg"].toString());
 }
 
@@ -98,7 +118,7 @@ QByteArray Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
         expected.erase(found);
         lastBody = message->body;
         if (fault.isEmpty())
-            fault = FaultOf(lastBody, json);
+            fault = FaultOf(*message, json);
         isWritten |= WritePicture(lastBody, request.outFile);
     }
     // All replies are shown first.

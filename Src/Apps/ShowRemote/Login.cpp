@@ -2,7 +2,6 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
-#include "ExternalController/Common/LoginResult.h"
 #include "Shared/PasswordInput.h"
 #include "ShowRemote/CommandLine.h"
 #include "ShowRemote/Conversation.h"
@@ -77,20 +76,6 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
     return ReadJson(Conversation::Ask(peer, request)).object();
 }
 
-QString RefusalText(int result, const QString& user)
-{
-    switch (result) {
-    case LoginResult::UnknownUser:
-        return QStringLiteral("there is no user \"%1\"").arg(user);
-    case LoginResult::WrongPassword:
-        return QStringLiteral("wrong password");
-    case LoginResult::AnotherAppLoggedIn:
-        return QStringLiteral("another app is logged in; --force takes its place");
-    default:
-        return QStringLiteral("the host refused the login with result %1").arg(result);
-    }
-}
-
 } // namespace
 
 void AddLoginOptions(CCommandLine& line)
@@ -137,10 +122,6 @@ void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::mi
         {"appType", kAppType},
         {"force", credentials.force ? 1 : 0}, // the host reads a number
     };
-    const QJsonObject reply = AskFor(peer, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
-
-    const int result = reply["result"].toInt(-1);
-    if (result != LoginResult::Success)
-        throw CFailure(RefusalText(result, credentials.user));
+    AskFor(peer, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
     Terminal::PrintLine(QStringLiteral("logged in as %1").arg(credentials.user));
 }
