@@ -62,7 +62,7 @@ public:
         else
             m_context.run();
         if (m_missing && *m_missing > 0)
-            throw CFailure(QStringLiteral("%1 of those to be counted did not come").arg(*m_missing));
+            throw CFailure(QStringLiteral("%1 of the expected datagrams or bytes did not come").arg(*m_missing));
     }
 
 private:
@@ -180,13 +180,13 @@ void RunPseudoTerminal(const CCommandLine& line)
 int RunDevice(const QStringList& arguments)
 {
     CCommandLine line("KIND [PATH]",
-                      "Plays an external control device and shows what it is sent: datagrams (KIND udp) or what "
-                      "arrives on the serial port PATH (KIND serial). Without a PATH a pseudo-terminal is made, whose "
+                      "Plays an external control device and shows what it receives: datagrams (KIND udp) or the "
+                      "bytes from the serial port PATH (KIND serial). Without PATH it makes a pseudo-terminal, whose "
                       "name a host can open as its serial port.");
     line.AddListenAddressOptions("datagrams, as a UDP device", kDefaultUdpPort);
     line.AddOption({"line", "serial: the line settings of PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
-    line.AddOption({"link", "serial: a path that leads to the pseudo-terminal meanwhile.", "PATH"});
-    line.AddOption({"count", "Ends after N datagrams, of a serial device after N bytes.", "N"});
+    line.AddOption({"link", "serial: also makes PATH a link to the pseudo-terminal.", "PATH"});
+    line.AddOption({"count", "Ends after N datagrams (udp) or N bytes (serial).", "N"});
     line.AddOption({"seconds", "Ends after S seconds.", "S"});
     if (!line.Parse(arguments))
         return kExitDone;

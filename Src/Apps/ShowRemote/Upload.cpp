@@ -178,7 +178,7 @@ int RunUpload(const QStringList& arguments)
 {
     CCommandLine line("FILE", "Uploads a media file over FTP, as the mobile app does.");
     line.AddHostOption();
-    line.AddOption({"user", "The app's user (default demo).", "U", kDefaultUser});
+    line.AddOption({"user", "The FTP user (default demo).", "U", kDefaultUser});
     line.AddOption(
         {"password",
          QStringLiteral("Its password (default: the environment variable %1, or else demo).").arg(kPasswordVariable),
