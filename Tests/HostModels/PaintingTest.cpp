@@ -113,6 +113,17 @@ TEST_F(PaintingTest, ATurnedMediumLandsWhereItsCornersSay)
     }
 }
 
+TEST_F(PaintingTest, AQuarterTurnIsCounterclockwise)
+{
+    SLayoutProperty layout = At({100, 50}, {200, 100});
+    layout.rotation = 90;
+    Add(Resource(ResourceType::Picture, FourColours()), layout);
+
+    // The top left corner is at 150, 200 then, where the module has apps put it.
+    EXPECT_EQ(CornerColours(Stage().copy(150, 0, 100, 200)),
+              (std::vector<QColor>{Qt::green, Qt::blue, Qt::yellow, Qt::red}));
+}
+
 TEST_F(PaintingTest, FlipsShowOnTheMediumAndOnTheStage)
 {
     SLayoutProperty layout = At({0, 0}, {400, 300});

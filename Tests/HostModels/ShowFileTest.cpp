@@ -110,7 +110,7 @@ TEST_F(ShowFileTest, WhatIsLeftOutComesFromTheResource)
     EXPECT_EQ(medium.GetName(), "Film");
     EXPECT_EQ(medium.GetLayoutProperty()->size, QSize(1920, 100));
     EXPECT_EQ(medium.GetTimingProperty()->totalTime, 9000);
-    EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 + 50, 50 - 960));
+    EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 - 50, 50 + 960));
 }
 
 TEST_F(ShowFileTest, TheDemoShowHasMediaOfEveryTypeAndTheFilesItNames)

@@ -18,7 +18,7 @@ struct SScrollSettings {
     int interval = 0;             ///< in the host's unit
 };
 
-/// A medium's layout on the stage, in pixels of the stage and degrees clockwise.
+/// A medium's layout on the stage, in pixels of the stage and degrees counterclockwise.
 struct SLayoutProperty {
     float rotation = 0;
     QSize size;

@@ -131,7 +131,7 @@ void DrawMedia(QPainter& painter, const SProject& project, const SScene& scene)
         const QPointF half(layout->size.width() / 2.0, layout->size.height() / 2.0);
         painter.save();
         painter.translate(layout->position + half);
-        painter.rotate(double{layout->rotation});
+        painter.rotate(-double{layout->rotation}); // a painter turns clockwise
         painter.translate(-half);
         DrawMedium(painter, *resource, medium);
         painter.restore();

@@ -28,7 +28,7 @@ std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout)
     const QRectF place(layout.position, QSizeF(layout.size));
     const QPointF centre = place.center();
     const QTransform turn = QTransform::fromTranslate(-centre.x(), -centre.y()) *
-                            QTransform().rotate(double{layout.rotation}) *
+                            QTransform().rotate(-double{layout.rotation}) *
                             QTransform::fromTranslate(centre.x(), centre.y());
     return {turn.map(place.topLeft()), turn.map(place.topRight()), turn.map(place.bottomRight()),
             turn.map(place.bottomLeft())};
