@@ -215,14 +215,26 @@ TEST_F(PaintingTest, AFileThatIsNoPictureOrTooLargeAOneGivesACard)
     ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
     garbage.write("\x89PNG and no more");
     garbage.close();
-    QImage bomb(11000, 11000, QImage::Format_Mono);
+    QImage bomb(8001, 8001, QImage::Format_Mono);
     bomb.fill(1);
     ASSERT_TRUE(bomb.save(Path("bomb.png")));
+    // 10000 by 10000, with one picture of 1 by 1 in it.
+    QFile gif(Path("screen.gif"));
+    ASSERT_TRUE(gif.open(QIODevice::WriteOnly));
+    gif.write(QByteArray::fromHex("474946383961102710278000000000 00ffffff2c00000000010001000002024401003b"));
+    gif.close();
+    QFile other(Path("other.png"));
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.write("P1 1 1 1\n");
+    other.close();
     const QImage card = Painting::PaintResource(Resource(ResourceType::Picture), {320, 180});
 
-    for (const char* name : {"garbage.png", "bomb.png", "missing.png", ""})
+    for (const char* name : {"garbage.png", "bomb.png", "screen.gif", "other.png", "missing.png", ""})
         EXPECT_EQ(Painting::PaintResource(Resource(ResourceType::Picture, Path(name)), {320, 180}), card) << name;
     EXPECT_NE(Painting::PaintResource(Resource(ResourceType::Video), {320, 180}), card);
+    const SResource waiting =
+        MakeResource({QUuid::createUuid(), ResourceType::Picture, "A name", FourColours(), {}, false, 0, 0});
+    EXPECT_EQ(Painting::PaintResource(waiting, {320, 180}), card) << "not ready";
 }
 
 TEST_F(PaintingTest, AFileThatChangesIsReadAgain)

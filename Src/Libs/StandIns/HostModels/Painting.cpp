@@ -92,9 +92,10 @@ void DrawTextContent(QPainter& painter, const STextProperties& text, const QSize
 QImage PictureOf(const SResource& resource)
 {
     const int type = resource.base.GetType();
-    if (type == ResourceType::Text || type == ResourceType::Group)
+    // An uploaded file is decoded by the thread that makes the resource ready, not by those of the channels.
+    if (type == ResourceType::Text || type == ResourceType::Group || !resource.base.GetResDemuxered())
         return {};
-    return ReadPictureFile(resource.base.GetPath());
+    return ReadPictureFile(resource.base.GetPath()).picture;
 }
 
 /// From the painter's origin on.

@@ -12,7 +12,8 @@ namespace Painting {
 constexpr int kMostSide = 8192;
 constexpr int kMostPixels = 7680 * 4320;
 
-/// The resource's picture if its file is one, and otherwise a card with its name and kind. Never null.
+/// The resource's picture if its file is one and is ready to play, and otherwise a card with its name and kind. Never
+/// null.
 QImage PaintResource(const SResource& resource, const QSize& size);
 /// The card that stands for every resource of a type.
 QImage PaintTypeCard(int type, const QSize& size);

@@ -1,8 +1,21 @@
 #pragma once
 
 #include <QImage>
+#include <QSize>
 #include <QString>
 
-/// The picture in a file, upright, and no longer than 4096 pixels on a side. Null for a file that isn't there, is no
-/// picture or has too many pixels to be one. What was read last is kept until the file changes. Any thread.
-QImage ReadPictureFile(const QString& path);
+struct SPictureFile {
+    QImage picture; ///< upright, at most 4096 pixels on a side; null on failure
+    QSize size;     ///< upright, as large as it is in the file; invalid on failure
+    QString error;  ///< why there is no picture; empty on success
+};
+
+/// Reads the picture in a file: one of the formats that apps may upload, of at most 64 megapixels, of which one with
+/// more than 32 bits counts twice. Does not wait for a file that is a FIFO or a device: such a file is an error.
+/// The results for the files read last are stored until the file changes, failures too. Any thread; one file is decoded
+/// at a time, which can take several seconds.
+SPictureFile ReadPictureFile(const QString& path);
+
+/// Disabled, decoding that is in progress fails soon and later decoding at once, so that the program can end. Enabled
+/// at first. Any thread.
+void EnableReadingPictures(bool enabled);
