@@ -1,18 +1,21 @@
 #!/usr/bin/python3
 """Commands from remotes: what they change."""
 
+import ftplib
+import io
 import unittest
 
-from Support import REPLY, App, Central, Folder, ShowHost
+from Support import FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, wait_until
 
 OBEDIENT = "127.0.0.46"
-SCREEN_LIST, SNAPSHOT, MEDIA_LIST = 0x101, 0x100, 0x200
+SCREEN_LIST, SNAPSHOT, MEDIA_LIST, RESOURCE_LIST, RESOURCE_ITEM = 0x101, 0x100, 0x200, 0x400, 0x401
 
 
 class ObedienceTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.enterClassContext(ShowHost(OBEDIENT, cls.enterClassContext(Folder())))
+        cls.folder = cls.enterClassContext(Folder())
+        cls.host = cls.enterClassContext(ShowHost(OBEDIENT, cls.folder))
 
     def setUp(self):
         self.app = self.enterContext(App(OBEDIENT))
@@ -79,7 +82,7 @@ class ObedienceTest(unittest.TestCase):
                 "no clip on this position": [{"cmd": "playScene", "sceneId": "00000000-0000-0000-0000-000000000001"}],
                 "not a ppt": [{"cmd": "turnAllPPT"}],
                 "COMMAND ERROR": [{"cmd": "stopWnd"}],
-                "PARAMETER ERROR": [{"cmd": "globalVolume"}, {"cmd": "globalVolume", "param": "50"},
+                "PARAMETER ERROR": [{"cmd": "globalVolume"}, {"cmd": "globalVolume", "respon": {"a": 1}, "errorMsg": "b"}, {"cmd": "globalVolume", "param": "50"},
                                     {"cmd": "globalVolume", "param": 0.5}, {"cmd": "globalVolume", "param": 1e300},
                                     {"cmd": "openHDR", "param": 2}, {"cmd": "playScene"}, {"cmd": "switchProject"}],
                 "ERROR: HDR not on": [{"cmd": "switchHardwareHDR"}]}.items():
@@ -87,6 +90,39 @@ class ObedienceTest(unittest.TestCase):
                 with self.subTest(command):
                     self.assertEqual(self.central.ask(**command), text)
         self.assertEqual(self.all_states(), before)
+
+    def resources(self):
+        return {item["resourceName"]: item for item in self.ask_app(RESOURCE_LIST)["resourceMgrData"]}
+
+    def upload(self, name, content):
+        with ftplib.FTP(timeout=PATIENCE) as ftp:
+            ftp.connect(OBEDIENT, FTP_PORT)
+            ftp.login("demo", "demo")
+            ftp.storbinary(f"STOR {name}", io.BytesIO(content))
+        wait_until(lambda: name in self.resources(), f"{name} is a resource that can play")
+        return self.resources()[name]
+
+    def test_only_an_upload_makes_a_resource_and_a_huge_picture_is_reported_once(self):
+        before = self.resources()
+        picture = self.folder / "stranger.gif"
+        picture.write_bytes(gif(10, 10))
+        self.app.control.send(RESOURCE_ITEM, {"resourcePath": str(picture)})
+        self.assertEqual(self.resources(), before)
+
+        small = self.upload("small.gif", gif(10, 10))
+        self.assertEqual((small["resolutionW"], small["resolutionH"]), (10, 10))
+        huge = self.upload("huge.gif", gif(10000, 10000))
+        self.assertEqual((huge["resolutionW"], huge["resolutionH"]), (0, 0))
+        self.assertEqual(len(self.resources()), len(before) + 2)
+        complaints = [line for line in self.host.lines if "megapixels" in line]
+        self.assertEqual(len(complaints), 1, complaints)
+        self.assertIn("10000 x 10000", complaints[0])
+
+
+def gif(width, height):
+    """A picture of this size, of which the first pixel alone is painted."""
+    size = width.to_bytes(2, "little") + height.to_bytes(2, "little")
+    return b"GIF89a" + size + bytes.fromhex("800000 000000ffffff 2c00000000 01000100 00 02024401 00 3b")
 
 
 if __name__ == "__main__":

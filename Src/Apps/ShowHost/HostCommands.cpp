@@ -1,28 +1,47 @@
 #include "ShowHost/HostCommands.h"
 
 #include "ExternalController/Common/CommandNames.h"
-#include "ExternalController/Common/FileType.h"
 #include "ExternalController/Common/Routes.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/HostModels.h"
+#include "HostModels/PictureFile.h"
 #include "ShowHost/HostLog.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QDir>
 #include <QEvent>
-#include <QFileInfo>
-#include <QImageReader>
-
-#include <utility>
 
 namespace {
 
-QString NameOf(int cmdCode)
+/// The end of an upload, which the module reports without data. An app's own packet with these keys has data.
+bool IsUpload(const SResultData& command)
 {
-    const auto code = static_cast<unsigned int>(cmdCode);
-    const char* name = Command::NameOf(code);
-    return QStringLiteral("%1 (0x%2)").arg(QLatin1String(name ? name : "unknown")).arg(code, 3, 16, QLatin1Char('0'));
+    return command.nCmdCode == Command::ResourceItem && command.nSourceFlags == Source::App && !command.hasData &&
+           command.jsonBody.contains("resourcePath");
+}
+
+/// The module reports these two by itself. It handles an app's own login requests, and its notice that the app is gone
+/// has no source, so that no remote can send either of them.
+bool IsLogin(const SResultData& command)
+{
+    return command.nCmdCode == Command::Login && command.nSourceFlags == Source::App;
+}
+
+bool IsAppGone(const SResultData& command)
+{
+    return command.nCmdCode == Command::AppGone && command.nSourceFlags == 0;
+}
+
+/// The command's name, or for a code without one central control's keyword for it.
+QString NameOf(const SResultData& command)
+{
+    const auto code = static_cast<unsigned int>(command.nCmdCode);
+    QString name = QLatin1String(Command::NameOf(code));
+    const auto keyword = CenterControlCmdMap.find(command.jsonBody["cmd"].toString());
+    if (name.isEmpty() && keyword != CenterControlCmdMap.end() && keyword->second == command.nCmdCode)
+        name = keyword->first;
+    return QStringLiteral("%1 (0x%2)").arg(name.isEmpty() ? "unknown" : name).arg(code, 3, 16, QLatin1Char('0'));
 }
 
 ControlSource::Index SourceOf(int sourceFlags)
@@ -62,32 +81,40 @@ void Quit()
 
 } // namespace
 
-CHostCommands::CHostCommands(CExternalController& controller, CHostLog& log, QString uploadFolder)
-    : m_controller(controller), m_log(log), m_uploadFolder(std::move(uploadFolder))
-{}
+CHostCommands::CHostCommands(CExternalController& controller, CHostLog& log, const QString& uploadFolder)
+    : m_controller(controller), m_log(log), m_uploads(m_events, log, uploadFolder)
+{
+    // Before the module waits for requests that are being handled: some may be waiting for a picture.
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_events, [this] {
+        EnableReadingPictures(false);
+        m_uploads.Stop();
+    });
+}
 
 void CHostCommands::CarryOut(const SResultData& command)
 {
-    const QString uploaded = command.jsonBody["resourcePath"].toString();
-    switch (command.nCmdCode) {
-    case Command::Login:
-        HostModels::UserModel().SetConnectState(true);
-        m_log.Print("host: " + HostModels::UserModel().GetCurrentLoginUser() + " logged in");
-        return;
-    case Command::AppGone:
+    if (IsLogin(command)) {
+        LogIn();
+    } else if (IsAppGone(command)) {
         m_log.Print("host: the app is gone");
-        return;
-    case Command::CloseSoftware:
+    } else if (command.nCmdCode == Command::CloseSoftware) {
         Answer(command, ResultText::Success);
         Quit();
-        return;
-    default:
-        break;
-    }
-    if (command.nCmdCode == Command::ResourceItem && !uploaded.isEmpty())
-        TakeUpload(uploaded);
-    else
+    } else if (IsUpload(command)) {
+        m_uploads.Take(command.jsonBody["resourcePath"].toString());
+    } else {
         Route(command);
+    }
+}
+
+void CHostCommands::LogIn()
+{
+    CHostUserModel& users = HostModels::UserModel();
+    // The app's other connection may have closed since, and ended the login.
+    if (!users.GetLoginState())
+        return;
+    users.SetConnectState(true);
+    m_log.Print("host: " + users.GetCurrentLoginUser() + " logged in");
 }
 
 void CHostCommands::Route(const SResultData& command)
@@ -115,11 +142,8 @@ void CHostCommands::ChangeShow(const SResultData& command)
     if (switches)
         m_controller.SetPrjLoadState(0);
     ResultText::Index result = ResultText::Fail;
-    HostModels::Show().Change([&](SShow& show) {
-        std::vector<SShowEvent> events;
-        result = change(show, command.jsonBody, events);
-        m_events.Add(events);
-    });
+    m_events.Change(
+        [&](SShow& show, std::vector<SShowEvent>& events) { result = change(show, command.jsonBody, events); });
     if (switches)
         m_controller.SetPrjLoadState(1);
     Answer(command, result);
@@ -130,38 +154,10 @@ void CHostCommands::Answer(const SResultData& command, ResultText::Index result)
     const std::string& text = ResultTextMap.at(result);
     const ControlSource::Index source = SourceOf(command.nSourceFlags);
     m_log.Print(QStringLiteral("host: %1: %2: %3")
-                    .arg(QString::fromStdString(ControlSourceNameMap.at(source)), NameOf(command.nCmdCode),
+                    .arg(QString::fromStdString(ControlSourceNameMap.at(source)), NameOf(command),
                          QString::fromStdString(text)));
     HostModels::ShowLog().Add(SOPRecord{QDateTime::currentDateTime().toString(kLogTimeFormat),
-                                        LogModuleOf(command.nCmdCode), NameOf(command.nCmdCode),
-                                        QString::fromStdString(text), source});
+                                        LogModuleOf(command.nCmdCode), NameOf(command), QString::fromStdString(text),
+                                        source});
     m_controller.Write(CExternalController::MakeAnswer(command, result));
-}
-
-void CHostCommands::TakeUpload(const QString& path)
-{
-    m_log.Print("host: uploaded " + path);
-    const QFileInfo file(QDir(m_uploadFolder), path);
-    const int type = GetFileResType(file.fileName());
-    if (type < 0) {
-        m_log.Print("host: no resource: nothing plays such a file");
-        return;
-    }
-    if (!HostModels::Show().Current()->Project()) {
-        m_log.Print("host: no resource: no project is open");
-        return;
-    }
-    SResourceProperties resource;
-    resource.id = QUuid::createUuid();
-    resource.type = type;
-    resource.name = file.fileName();
-    resource.path = file.absoluteFilePath();
-    HostModels::Show().Change([&](SShow& show) { AddResource(show, resource); });
-
-    const QSize resolution = QImageReader(resource.path).size();
-    HostModels::Show().Change([&](SShow& show) {
-        std::vector<SShowEvent> events;
-        Demux(show, resource.id, resolution.isValid() ? resolution : QSize(), events);
-        m_events.Add(events);
-    });
 }

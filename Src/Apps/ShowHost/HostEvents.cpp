@@ -1,5 +1,6 @@
 #include "ShowHost/HostEvents.h"
 
+#include "HostModels/HostModels.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ResourceModel.h"
 
@@ -33,26 +34,30 @@ void Emit(const SShowEvent& event)
 
 } // namespace
 
-void CHostEvents::Add(const std::vector<SShowEvent>& events)
+void CHostEvents::Change(const Edit& edit)
 {
-    if (events.empty())
-        return;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_events.insert(m_events.end(), events.begin(), events.end());
-    }
-    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    std::vector<SShowEvent> events;
+    HostModels::Show().Change(
+        [&](SShow& show) { edit(show, events); },
+        [&](const auto& before, const auto& after) {
+            const std::lock_guard lock(m_mutex);
+            for (const SShowEvent& event : events)
+                m_reports.push_back({event, event.kind == SShowEvent::SceneEnded ? before : after});
+        });
+    if (!events.empty())
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
 
 void CHostEvents::customEvent(QEvent*)
 {
-    std::deque<SShowEvent> events;
+    std::deque<SReport> reports;
     {
         const std::lock_guard lock(m_mutex);
-        std::swap(events, m_events);
+        std::swap(reports, m_reports);
     }
-    for (const SShowEvent& event : events) {
-        m_recorder.Take(event);
+    for (const auto& [event, show] : reports) {
+        const CShowReading reading(show);
+        m_recorder.Take(event, show);
         Emit(event);
     }
 }

@@ -2,6 +2,8 @@
 
 #include "HostModels/HostModels.h"
 
+#include <utility>
+
 namespace {
 
 /// "0:04:12"
@@ -18,9 +20,9 @@ QString DurationText(qint64 milliseconds)
 
 CPlayRecorder::CPlayRecorder()
 {
-    const SPlayback playback = HostModels::Show().Current()->playback;
-    if (playback.state != SPlayback::Stopped)
-        Begin(playback.group, playback.scene);
+    const auto show = HostModels::Show().Current();
+    if (show->playback.state != SPlayback::Stopped)
+        Begin(show, show->playback.group, show->playback.scene);
 }
 
 CPlayRecorder::~CPlayRecorder()
@@ -28,18 +30,17 @@ CPlayRecorder::~CPlayRecorder()
     End();
 }
 
-void CPlayRecorder::Take(const SShowEvent& event)
+void CPlayRecorder::Take(const SShowEvent& event, const std::shared_ptr<const SShow>& show)
 {
     if (event.kind == SShowEvent::SceneStarted)
-        Begin(event.id, event.second);
+        Begin(show, event.id, event.second);
     else if (event.kind == SShowEvent::SceneEnded)
         End();
 }
 
-/// The scene is looked for by its ids: the next one may be on the stage already.
-void CPlayRecorder::Begin(const QUuid& groupId, const QUuid& sceneId)
+void CPlayRecorder::Begin(std::shared_ptr<const SShow> show, const QUuid& groupId, const QUuid& sceneId)
 {
-    m_show = HostModels::Show().Current();
+    m_show = std::move(show);
     const SProject* project = m_show->Project();
     m_scene = project ? project->FindScene(groupId, sceneId) : nullptr;
     m_start = QDateTime::currentDateTime();

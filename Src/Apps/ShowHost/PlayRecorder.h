@@ -17,10 +17,11 @@ public:
     CPlayRecorder(const CPlayRecorder&) = delete;
     CPlayRecorder& operator=(const CPlayRecorder&) = delete;
 
-    void Take(const SShowEvent& event);
+    /// show: in which it happened.
+    void Take(const SShowEvent& event, const std::shared_ptr<const SShow>& show);
 
 private:
-    void Begin(const QUuid& groupId, const QUuid& sceneId);
+    void Begin(std::shared_ptr<const SShow> show, const QUuid& groupId, const QUuid& sceneId);
     void End();
 
     // As they were when the scene started.

@@ -31,14 +31,14 @@ std::optional<int> WholeNumber(const QJsonValue& value)
     return static_cast<int>(number);
 }
 
-/// Nothing when the body says neither.
-std::optional<bool> Switch(const QJsonObject& body, const char* onKeyword, const char* offKeyword)
+/// Nothing when the body says neither. A switch that no keyword turns off has no offKeyword.
+std::optional<bool> Switch(const QJsonObject& body, const char* onKeyword, const char* offKeyword = nullptr)
 {
     const QJsonValue param = body["param"];
     if (param.isUndefined()) {
         if (Keyword(body) == QLatin1String(onKeyword))
             return true;
-        if (Keyword(body) == QLatin1String(offKeyword))
+        if (offKeyword && Keyword(body) == QLatin1String(offKeyword))
             return false;
         return std::nullopt;
     }
@@ -104,7 +104,7 @@ Index PlayById(SShow& show, const QJsonObject& body, Events& events)
 {
     const QUuid sceneId(body["sceneId"].toString());
     const QUuid groupId(body["sceneGroupId"].toString());
-    if (sceneId.isNull())
+    if (sceneId.isNull() || (groupId.isNull() && body.contains("sceneGroupId")))
         return ResultText::Parameter;
     for (const auto& group : show.Project()->groups) {
         if ((groupId.isNull() || group->id == groupId) && group->FindScene(sceneId))
@@ -154,9 +154,9 @@ Index SwitchSceneGroup(SShow& show, const QJsonObject& body, Events& events)
         return ResultText::Fail;
     Index failure = ResultText::Parameter;
     const SSceneGroup* group = nullptr;
-    if (body.contains("sceneGroupId"))
-        group = show.Project()->FindGroup(QUuid(body["sceneGroupId"].toString()));
-    else if (body.contains("sceneGrpCol"))
+    if (const QUuid groupId(body["sceneGroupId"].toString()); !groupId.isNull())
+        group = show.Project()->FindGroup(groupId);
+    else if (body.contains("sceneGrpCol") && !body.contains("sceneGroupId"))
         group = GroupOf(show, body, failure);
     if (!group)
         return failure;
@@ -272,7 +272,7 @@ Index SetBrightness(SShow& show, const QJsonObject& body, Events&)
 
 Index SetBlackScreen(SShow& show, const QJsonObject& body, Events&)
 {
-    const auto black = Switch(body, "blackAll", "");
+    const auto black = Switch(body, "blackAll");
     if (!black)
         return ResultText::Parameter;
     show.effect.black = *black;
@@ -328,6 +328,8 @@ std::optional<std::size_t> FindProject(const SShow& show, const QJsonObject& bod
     }
     const QUuid id(body["projectId"].toString());
     const QString name = body["projectName"].toString();
+    if (body.contains("projectId") ? id.isNull() : name.isEmpty())
+        return std::nullopt;
     for (std::size_t place = 0; place < show.projects.size(); ++place) {
         const SProject& project = *show.projects[place];
         if (body.contains("projectId") ? project.id == id : project.name == name)
@@ -358,8 +360,8 @@ Index SwitchProject(SShow& show, const QJsonObject& body, Events& events)
 
 Index TurnPages(SShow& show, const QJsonObject& body, Events&)
 {
-    const QJsonValue param = body["param"];
-    const auto pages = param.isUndefined() ? std::optional(1) : WholeNumber(param);
+    const bool isKeywordAlone = !body.contains("param") && Keyword(body) == QLatin1String("turnAllPPT");
+    const auto pages = isKeywordAlone ? std::optional(1) : WholeNumber(body["param"]);
     if (!pages)
         return ResultText::Parameter;
     bool isThere = false;
@@ -429,21 +431,33 @@ ShowChange FindShowChange(int cmdCode)
     return nullptr;
 }
 
-void AddResource(SShow& show, SResourceProperties properties)
+void TakeFile(SShow& show, SResourceProperties resource, std::vector<SShowEvent>& events)
 {
-    properties.demuxered = false;
-    SResource resource;
-    resource.fileFound = true;
-    resource.base = CResourceBase(std::make_shared<const SResourceProperties>(std::move(properties)));
-    EditProject(show, [&](SProject& project) { project.Add(std::move(resource)); });
+    resource.demuxered = false;
+    EditProject(show, [&](SProject& project) {
+        const bool isKnown = EditResourcesOfFile(project, resource.path, [&](SResourceProperties& known) {
+            if (known.demuxered)
+                events.push_back({SShowEvent::ResourceDemuxed, known.id, {}, false});
+            known.demuxered = false;
+        });
+        if (isKnown)
+            return;
+        SResource added;
+        added.fileFound = true;
+        added.base = CResourceBase(std::make_shared<const SResourceProperties>(std::move(resource)));
+        project.Add(std::move(added));
+    });
 }
 
-void Demux(SShow& show, const QUuid& resourceId, const QSize& resolution, std::vector<SShowEvent>& events)
+void Demux(SShow& show, const QUuid& projectId, const QString& path, const QSize& resolution,
+           std::vector<SShowEvent>& events)
 {
-    EditProject(show, [&](SProject& project) {
-        EditResource(project, resourceId, [&](SResourceProperties& resource) {
+    EditProject(show, projectId, [&](SProject& project) {
+        EditResourcesOfFile(project, path, [&](SResourceProperties& resource) {
             resource.demuxered = true;
-            resource.resolution = resolution;
+            // Only a picture's resolution is known from its file.
+            if (!resolution.isEmpty() || resource.type == ResourceType::Picture)
+                resource.resolution = resolution.isEmpty() ? QSize(0, 0) : resolution;
             events.push_back({SShowEvent::ResourceDemuxed, resource.id, {}, true});
         });
     });

@@ -29,7 +29,10 @@ using ShowChange = ResultText::Index (*)(SShow& show, const QJsonObject& body, s
 /// The change behind a command's code; null for a code without one.
 ShowChange FindShowChange(int cmdCode);
 
-/// Adds a resource to the open project that can't play yet.
-void AddResource(SShow& show, SResourceProperties properties);
-/// The resource can play, at this resolution if it has one.
-void Demux(SShow& show, const QUuid& resourceId, const QSize& resolution, std::vector<SShowEvent>& events);
+/// Adds the resource of a new file to the open project; it cannot play yet. If the project has resources of this file,
+/// these stay, with their ids and the media that use them, and cannot play until Demux.
+void TakeFile(SShow& show, SResourceProperties resource, std::vector<SShowEvent>& events);
+/// The project's resources of the file can play from now on. resolution: the picture's in the file; empty if it has
+/// none.
+void Demux(SShow& show, const QUuid& projectId, const QString& path, const QSize& resolution,
+           std::vector<SShowEvent>& events);

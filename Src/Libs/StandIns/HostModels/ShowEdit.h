@@ -21,18 +21,38 @@ void EditProject(SShow& show, Edit&& edit)
     show.projects[show.openProject] = std::move(project);
 }
 
-/// Calls edit(SResourceProperties&) for a resource of the project, if it is there.
+/// Calls edit(SProject&) for the project with the id, if there is one.
 template <class Edit>
-void EditResource(SProject& project, const QUuid& resourceId, Edit&& edit)
+void EditProject(SShow& show, const QUuid& projectId, Edit&& edit)
 {
-    const SResource* before = project.ResourceById(resourceId);
-    if (!before)
+    for (auto& project : show.projects) {
+        if (project->id != projectId)
+            continue;
+        auto changed = std::make_shared<SProject>(*project);
+        edit(*changed);
+        project = std::move(changed);
         return;
-    SResource resource = *before;
-    SResourceProperties properties = PropertiesOf(resource.base);
-    edit(properties);
-    resource.base = CResourceBase(std::make_shared<const SResourceProperties>(std::move(properties)));
-    project.resources[project.resourceIndex[resourceId]] = std::make_shared<const SResource>(std::move(resource));
+    }
+}
+
+/// Calls edit(SResourceProperties&) for each resource of the project whose file has the path, and marks the file as
+/// found. Returns whether there is one.
+template <class Edit>
+bool EditResourcesOfFile(SProject& project, const QString& path, Edit&& edit)
+{
+    bool isThere = false;
+    for (auto& resource : project.resources) {
+        if (resource->base.GetPath() != path)
+            continue;
+        SResource changed = *resource;
+        SResourceProperties properties = PropertiesOf(changed.base);
+        edit(properties);
+        changed.fileFound = true;
+        changed.base = CResourceBase(std::make_shared<const SResourceProperties>(std::move(properties)));
+        resource = std::make_shared<const SResource>(std::move(changed));
+        isThere = true;
+    }
+    return isThere;
 }
 
 /// Calls edit(SMediaProperties&) for each medium of the current scene.

@@ -21,11 +21,24 @@ public:
     template <class Edit>
     void Change(Edit&& edit)
     {
+        Change(std::forward<Edit>(edit), [](const auto&, const auto&) {});
+    }
+
+    /// As above, and then calls published(before, after) with shared pointers to the two values. Readers have the new
+    /// value by then, and the next edit begins after it: such calls come in the order of the edits. It must not edit.
+    template <class Edit, class Published>
+    void Change(Edit&& edit, Published&& published)
+    {
         const std::lock_guard editing(m_editMutex);
-        auto next = std::make_shared<Value>(*Read());
-        edit(*next);
-        const std::lock_guard lock(m_mutex);
-        m_current = std::move(next);
+        const std::shared_ptr<const Value> before = Read();
+        auto copy = std::make_shared<Value>(*before);
+        edit(*copy);
+        const std::shared_ptr<const Value> after = std::move(copy);
+        {
+            const std::lock_guard lock(m_mutex);
+            m_current = after;
+        }
+        published(before, after);
     }
 
 private:

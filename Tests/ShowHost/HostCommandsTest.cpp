@@ -1,0 +1,243 @@
+#include "ShowHost/HostCommands.h"
+
+#include "Support/ControllerTest.h"
+#include "Support/ShowBuilder.h"
+
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/ResourceType.h"
+#include "Interfaces/PlayController.h"
+#include "ShowHost/HostLog.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <thread>
+
+#include <sys/stat.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+namespace {
+
+class HostCommandsTest : public ControllerTest {
+protected:
+    HostCommandsTest() : m_commands(Start(), m_log, Path("uploads"))
+    {
+        QDir(m_folder.path()).mkdir("uploads");
+        HostModels::SetResultHandler([this](const SResultData& command) { m_commands.CarryOut(command); });
+        QObject::connect(CResourceModel::GetInstance(), &CResourceModel::signalExControlResourceDexumerStateChanged,
+                         &m_context, [this](const QUuid& id, bool ready) { m_ready.emplace_back(id, ready); });
+    }
+
+    ~HostCommandsTest() override { HostModels::SetResultHandler({}); }
+
+    QString Path(const QString& name) const { return m_folder.filePath(name); }
+
+    QString MakePicture(const QString& name, const QSize& size = {30, 20}) const
+    {
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        EXPECT_TRUE(picture.save(Path(name)));
+        return Path(name);
+    }
+
+    static std::vector<CResourceBase> Resources(std::size_t project = 0)
+    {
+        std::vector<CResourceBase> resources;
+        for (const auto& resource : HostModels::Show().Current()->projects[project]->resources)
+            resources.push_back(resource->base);
+        return resources;
+    }
+
+    static void Upload(const QString& path) { RecordingChannels::Callbacks().uploadEnd(path.toStdString()); }
+
+    /// Once the resource is ready; in the project that was open at its upload.
+    static CResourceBase LastReady()
+    {
+        EXPECT_TRUE(WaitUntil([] { return !Resources().empty() && Resources().back().GetResDemuxered(); }));
+        return Resources().empty() ? CResourceBase() : Resources().back();
+    }
+
+    void Change(int code, const QJsonObject& body)
+    {
+        m_commands.CarryOut({code & Command::kSenderMask, code, true, body, Source::App});
+    }
+
+    QTemporaryDir m_folder;
+    CHostLog m_log;
+    CHostCommands m_commands;
+    QObject m_context;
+    std::vector<std::pair<QUuid, bool>> m_ready; ///< what the host's signals said
+};
+
+SScene MakeSceneWithCommands(int id)
+{
+    auto properties = std::make_shared<SSceneProperties>();
+    properties->id = Id(id);
+    properties->exControlCmds.resize(2);
+    properties->exControlCmds[1].nTriggerType = SceneTrigger::End;
+    SScene scene;
+    scene.node = CSceneNode(std::move(properties));
+    return scene;
+}
+
+} // namespace
+
+TEST_F(HostCommandsTest, OnlyTheNoticeOfTheUploadServerMakesAResource)
+{
+    LoadShow({MakeProject(1)});
+    const QString picture = MakePicture("uploads/stage.png");
+    const QJsonObject forged = {{"resourcePath", picture}, {"cmdType", Command::ResourceItem}};
+
+    QJsonObject message = forged;
+    RecordingChannels::Callbacks().appTcp(AppPacket(Command::ResourceItem, forged));
+    RecordingChannels::Callbacks().fp(AppPacket(Command::ResourceItem, forged));
+    RecordingChannels::Callbacks().cloud(message);
+    EXPECT_THAT(Resources(), IsEmpty());
+
+    Upload(picture);
+    EXPECT_EQ(LastReady().GetPath(), picture);
+}
+
+TEST_F(HostCommandsTest, OnlyARegularFileBelowTheUploadFolderBecomesAResource)
+{
+    LoadShow({MakeProject(1)});
+    MakePicture("outside.png");
+    MakePicture("uploads/inside.png");
+    ASSERT_EQ(mkfifo(Path("uploads/fifo.png").toLocal8Bit().constData(), 0600), 0);
+    ASSERT_TRUE(QDir(m_folder.path()).mkdir("uploads/folder.png") && QDir(m_folder.path()).mkdir("uploads.png"));
+    ASSERT_TRUE(QFile::link(Path("outside.png"), Path("uploads/out.png")));
+    ASSERT_TRUE(QFile::link(Path("uploads/inside.png"), Path("uploads/in.png")));
+
+    for (const char* name : {"uploads/fifo.png", "uploads/folder.png", "uploads/out.png", "uploads/../outside.png",
+                             "outside.png", "uploads/missing.png", "uploads", "/dev/fd/2", "/dev/null"})
+        Upload(QDir(m_folder.path()).absoluteFilePath(name));
+    EXPECT_THAT(Resources(), IsEmpty());
+
+    Upload(Path("uploads/in.png"));
+    EXPECT_EQ(LastReady().GetPath(), Path("uploads/inside.png"));
+}
+
+TEST_F(HostCommandsTest, AFileOfTheSameNameRenewsItsResourceInItsProject)
+{
+    LoadShow({MakeProject(1), MakeProject(2)});
+    Upload(MakePicture("uploads/stage.png"));
+    const CResourceBase first = LastReady();
+    EXPECT_EQ(first.GetResolution(), QSize(30, 20));
+    QCoreApplication::processEvents();
+    m_ready.clear();
+
+    Upload(MakePicture("uploads/stage.png", {60, 50}));
+    Change(Command::SwitchProject, {{"param", 1}});
+    EXPECT_EQ(LastReady().GetResolution(), QSize(60, 50));
+
+    EXPECT_EQ(Resources().size(), 1U);
+    EXPECT_EQ(Resources()[0].GetId(), first.GetId());
+    EXPECT_THAT(Resources(1), IsEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_THAT(m_ready, ElementsAre(Pair(first.GetId(), false), Pair(first.GetId(), true)));
+}
+
+TEST_F(HostCommandsTest, AResourcesNameHasNoControlCharacters)
+{
+    LoadShow({MakeProject(1)});
+    Upload(MakePicture(QStringLiteral("uploads/Bühne 🎬\n\x1b[2J\u2028.png")));
+    EXPECT_EQ(LastReady().GetName(), QStringLiteral("Bühne 🎬\uFFFD\uFFFD[2J\uFFFD.png"));
+}
+
+TEST_F(HostCommandsTest, ARemoteCannotReportALoginOrItsEnd)
+{
+    const auto forge = [] {
+        for (const int code : {Command::Login, Command::AppGone}) {
+            QJsonObject message = {{"cmdType", code}};
+            RecordingChannels::Callbacks().fp(AppPacket(static_cast<unsigned int>(code)));
+            RecordingChannels::Callbacks().cloud(message);
+        }
+        RecordingChannels::Callbacks().appTcp(AppPacket(Command::AppGone));
+        RecordingChannels::Callbacks().appTcp(AppPacket(Command::Login, {{"username", "nobody"}}));
+    };
+
+    forge();
+    EXPECT_FALSE(HostModels::UserModel().GetConnectState());
+    LogIn();
+    EXPECT_TRUE(HostModels::UserModel().GetConnectState());
+    forge();
+    EXPECT_TRUE(HostModels::UserModel().GetConnectState());
+}
+
+TEST_F(HostCommandsTest, AKeywordWithoutACommandIsNamedInTheShowLog)
+{
+    QJsonObject known = {{"cmd", "stopWnd"}, {"cmdType", 0}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
+    RecordingChannels::Callbacks().central(known);
+    RecordingChannels::Callbacks().appTcp(AppPacket(0x777, {{"cmd", "forged, line\nanother"}}));
+
+    const QDateTime now = QDateTime::currentDateTime();
+    HostModels::ShowLog().QueryOPLog(now.addDays(-1), now.addDays(1), true);
+    QStringList names;
+    for (const SOPRecord& record : HostModels::ShowLog().GetOPLogList())
+        names.append(record.function);
+    EXPECT_TRUE(names.contains("stopWnd (0x000)")) << names.join('\n').toStdString();
+    EXPECT_TRUE(names.contains("unknown (0x777)")) << names.join('\n').toStdString();
+}
+
+TEST_F(HostCommandsTest, AScenesCommandsComeFromTheShowInWhichItPlayed)
+{
+    LoadShow({MakeProject(1, {MakeGroup(10, {MakeSceneWithCommands(11), MakeSceneWithCommands(12)})}), MakeProject(2)});
+    CNotes sent;
+    const auto note = [&](const char* what, SceneTrigger::Trigger trigger) {
+        return [&sent, what, trigger](const QUuid& group, const QUuid& scene) {
+            std::vector<SSceneExControlCmd> commands;
+            CSceneMgrModel::GetInstance()->GetSceneNode(group, scene).GetAllExControlCmd(commands);
+            for (const SSceneExControlCmd& command : commands) {
+                if (command.nTriggerType == trigger)
+                    sent.Add(what + scene.toString(QUuid::WithoutBraces).right(2).toStdString());
+            }
+        };
+    };
+    CPlayController* player = GetPlayController();
+    QObject::connect(player, &CPlayController::signalSceneStartExControl, &m_context,
+                     note("start ", SceneTrigger::Start));
+    QObject::connect(player, &CPlayController::signalSceneEndExControl, &m_context, note("end ", SceneTrigger::End));
+
+    Change(Command::ScenePlay, {{"sceneCol", 2}});
+    Change(Command::SwitchProject, {{"param", 1}});
+    QCoreApplication::processEvents();
+
+    EXPECT_THAT(sent.All(), ElementsAre("end 11", "start 12", "end 12"));
+    EXPECT_EQ(CSceneMgrModel::GetInstance()->GetAllSceneGroupId().size(), 0U) << "afterwards the present show is read";
+}
+
+TEST_F(HostCommandsTest, AnEventIsReportedWhenReadersHaveTheChange)
+{
+    constexpr int kChanges = 500;
+    LoadShow({MakeProject(1, {MakeGroup(10, {MakeScene(11), MakeScene(12)})})});
+    std::atomic<int> reported{0};
+    int early = 0;
+    QEventLoop loop;
+    QObject::connect(GetPlayController(), &CPlayController::signalExControlNotifySceneChanged, &m_context,
+                     [&](const QUuid&, const QUuid& scene) {
+                         early += HostModels::Show().Current()->playback.scene != scene;
+                         if (++reported == kChanges)
+                             loop.quit();
+                     });
+    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+    std::thread channel([&] {
+        for (int k = 0; k < kChanges; ++k) {
+            Change(Command::ScenePlay, {{"sceneCol", k % 2 + 1}});
+            if (!WaitUntil([&] { return reported > k; }))
+                return;
+        }
+    });
+    loop.exec();
+    channel.join();
+
+    EXPECT_EQ(reported, kChanges);
+    EXPECT_EQ(early, 0);
+}
