@@ -8,15 +8,16 @@ build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev li
 test=(libgtest-dev libgmock-dev libbenchmark-dev python3-jsonschema python3-websockets curl iproute2 binutils
       g++-mingw-w64-x86-64-posix)
 lint=(clang-tidy cppcheck)
+fuzz=(clang libclang-rt-dev llvm)
 package=(dpkg-dev file debootstrap iproute2)
-groups='build, test, lint, package'
+groups='build, test, lint, fuzz, package'
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
 wanted=()
 for group in "$@"; do
     case $group in
-        build | test | lint | package) declare -n packages=$group; wanted+=("${packages[@]}") ;;
+        build | test | lint | fuzz | package) declare -n packages=$group; wanted+=("${packages[@]}") ;;
         *) say "unknown group \"$group\"; known: $groups"; exit 2 ;;
     esac
 done

@@ -5,5 +5,7 @@ if(MSVC)
 else()
     target_compile_options(Warnings INTERFACE
         -Wall -Wextra -Wpedantic -Werror
-        -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast)
+        -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast
+        # Qt's logging macros are used without arguments.
+        $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 endif()
