@@ -29,7 +29,7 @@ NAMED = re.compile(r"`((?:[\w.-]+/)+[\w.-]*|[\w.-]+\.(?:cpp|h|py|sh|md|json|zxc)
 # Builds and whole runs of the tests have no place within a test: .ci/run makes them, itself or by a script that it calls.
 RUN_BY_CI = ("./run", "./test", ".ci/run", "cmake/InstallDependencies.sh", "cmake", "ctest", "cpack")
 # Measurements take minutes, but whether they work is told by short ones. Only builds without sanitizers have the programs.
-SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 1",
+SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 1", "Soak.py": "{} --minutes 0.05",
              "sendercost": "{} --benchmark_filter=name --benchmark_repetitions=1 --benchmark_min_time=0.001",
              "jsonread": "{} --benchmark_filter=bytes --benchmark_repetitions=1 --benchmark_min_time=0.001"}
 # What runs until Ctrl-C, and what it shows of the show that goes on meanwhile.

@@ -1,0 +1,260 @@
+"""The loads of the soak, one function each: it runs until the event is set and calls done() after each of its rounds.
+
+chance is the load's own random generator; folder a folder for its files.
+"""
+
+import contextlib
+import ftplib
+import json
+import select
+import socket
+import struct
+from pathlib import Path
+
+from websockets.frames import Opcode
+from websockets.server import ServerConnection
+
+from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DEMO_SHOW, DISCOVERY_PORT, FP_PORT, FTP_PORT, LOGIN,
+                     PUBLIC_KEY, REPLY, App, AppChannel, EnvelopeChannel, encrypt)
+
+ADDRESS, APP_ADDRESS, CLOUD_ADDRESS = "127.0.0.43", "127.0.0.44", "127.0.0.45"
+CLOUD_PORT = 25511
+TIMEOUT = 30
+
+HEARTBEAT, SET_HOST_NAME, NAME_AND_VERSION = 0x001, 0x004, 0x005
+LISTS = (0x101, 0x109, 0x112, 0x119, 0x121, 0x200, 0x300, 0x302, 0x304, 0x400, 0x405, 0x416, 0x418)
+STAGE_SNAPSHOT, MEDIA_THUMBNAIL, SCENE_THUMBNAIL, RESOURCE_THUMBNAIL, TYPE_THUMBNAILS = 0x100, 0x118, 0x308, 0x403, 0x417
+SCENE_PLAY, VOLUME, BRIGHTNESS, MUTE, TURN_PAGES, PLAY_CONTROL = 0x306, 0x105, 0x113, 0x199, 0x205, 0x104
+
+MEDIA = Path(DEMO_SHOW).parent / "Media"
+RESOURCES = [resource["id"] for resource in json.loads(DEMO_SHOW.read_text(encoding="utf-8"))["projects"][0]["resources"]]
+
+
+def envelope(code, body=b""):
+    return b"ZXAP" + struct.pack(">II", code, len(body)) + body
+
+
+def command(chance):
+    """A command that changes the show, with its body."""
+    return chance.choice([
+        (SCENE_PLAY, {"sceneGrpCol": 1, "sceneCol": chance.randint(0, 4)}), (VOLUME, {"param": chance.randint(-5, 110)}),
+        (BRIGHTNESS, {"param": chance.randint(0, 100)}), (MUTE, {"param": chance.randint(0, 2)}),
+        (TURN_PAGES, {"param": chance.randint(0, 3)}), (PLAY_CONTROL, {"param": chance.randint(0, 3)})])
+
+
+def drain(channel, seconds=0.05):
+    """Reads and drops what has come."""
+    while select.select([channel], [], [], seconds)[0]:
+        if not channel.recv(1 << 16):
+            return
+
+
+def public_key_of(peer):
+    """Skips the notices that may come before the reply."""
+    peer.control.send(PUBLIC_KEY)
+    while (message := peer.control.receive())[0] != REPLY | PUBLIC_KEY:
+        pass
+    return message[1]["publicKey"]
+
+
+def app(chance, folder, ends, done):
+    """An app on both channels that logs in, asks for lists and pictures, and sends commands at an operator's pace."""
+    with App(ADDRESS, APP_ADDRESS) as peer:
+        for channel in (peer.control, peer.bulk):
+            channel.socket.settimeout(TIMEOUT)
+        peer.control.send(LOGIN, {"username": "demo", "password": encrypt(public_key_of(peer), "demo"), "id": "soak",
+                                  "appVersion": "1.0.0", "appType": 1, "force": 1})
+        for _ in range(chance.randint(5, 40)):
+            if ends.is_set():
+                return
+            peer.control.send(HEARTBEAT)
+            peer.bulk.send(HEARTBEAT)
+            for code in chance.sample(LISTS, 4):
+                peer.control.send(code)
+            peer.control.send(STAGE_SNAPSHOT)
+            peer.control.send(RESOURCE_THUMBNAIL, {"resourceId": chance.choice(RESOURCES)})
+            peer.control.send(*command(chance))
+            peer.control.send(SET_HOST_NAME, {"name": f"Stage {chance.randint(0, 9)}"})
+            drain(peer.control.socket)
+            drain(peer.bulk.socket)
+            done()
+            ends.wait(0.5)
+
+
+def passers_by(chance, folder, ends, done):
+    """Connections without a login that ask one thing, say nothing, or end in the middle of an envelope or a reply."""
+    while not ends.is_set():
+        with socket.create_connection((ADDRESS, chance.choice((CONTROL_PORT, BULK_PORT))), TIMEOUT) as peer:
+            ends_early = chance.random()
+            if ends_early < 0.3:
+                peer.sendall(envelope(chance.choice(LISTS))[:chance.randint(0, 12)])
+            elif ends_early < 0.6:
+                peer.sendall(envelope(STAGE_SNAPSHOT) + envelope(chance.choice(LISTS)))
+            else:
+                peer.sendall(envelope(NAME_AND_VERSION))
+                drain(peer)
+            if chance.random() < 0.5:
+                # Closes with a reset.
+                peer.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        done()
+        ends.wait(0.02)
+
+
+def crowd(chance, folder, ends, done):
+    """Many connections at a time, which all ask and then go."""
+    while not ends.is_set():
+        with contextlib.ExitStack() as stack:
+            peers = [stack.enter_context(AppChannel(ADDRESS, CONTROL_PORT)) for _ in range(100)]
+            for peer in peers:
+                peer.send(chance.choice(LISTS))
+            for peer in peers:
+                peer.socket.settimeout(TIMEOUT)
+                peer.receive_bytes()
+        done()
+        ends.wait(5)
+
+
+def slow_reader(chance, folder, ends, done):
+    """A peer that asks for lists again and again and reads nothing for a while."""
+    while not ends.is_set():
+        with AppChannel(ADDRESS, CONTROL_PORT) as peer:
+            for _ in range(300):
+                peer.send(chance.choice((0x300, 0x400)))
+            ends.wait(3)
+        done()
+
+
+def malformed(chance, folder, ends, done):
+    """What is not of the protocol, on every port."""
+    def junk():
+        return chance.choice([
+            bytes(chance.randrange(256) for _ in range(chance.randint(1, 2000))), b"GET / HTTP/1.1\r\n\r\n",
+            b"ZXAP" + b"\xff" * 8, envelope(0x7FFFFFFF, b"{}"), envelope(VOLUME, b'{"param":' + b"[" * 500),
+            envelope(LOGIN, b'{"username":"demo","password":"AAAA"}'), envelope(0x403, b"ZXID" + bytes(20))])
+
+    datagrams = [b'{"cmd":1}', b'{"cmd":"none"}', b"[" * 2000, b'{"cmd":"getHDR","cmd":["x"]}', b"\0" * 1000, b"unknown"]
+    while not ends.is_set():
+        for port in (CONTROL_PORT, BULK_PORT, FTP_PORT):
+            with contextlib.suppress(OSError), socket.create_connection((ADDRESS, port), TIMEOUT) as peer:
+                peer.sendall(junk())
+                drain(peer)
+        with socket.socket(type=socket.SOCK_DGRAM) as peer:
+            for port in (CENTRAL_PORT, DISCOVERY_PORT):
+                peer.sendto(chance.choice([*datagrams, junk()]), (ADDRESS, port))
+        done()
+        ends.wait(0.1)
+
+
+def uploads(chance, folder, ends, done):
+    """Files over FTP under a few names, some of them aborted."""
+    files = [MEDIA / "Balloons.jpg", MEDIA / "Emblem.png", MEDIA / "Speech.txt"]
+    with ftplib.FTP(timeout=TIMEOUT) as session:
+        session.connect(ADDRESS, FTP_PORT)
+        session.login("demo", "demo")
+        for _ in range(chance.randint(1, 8)):
+            if ends.is_set():
+                return
+            file = chance.choice(files)
+            name = f"Soak {chance.randint(0, 9)}{file.suffix}"
+            if chance.random() < 0.2:
+                with contextlib.closing(session.transfercmd(f"STOR {name}")) as data:
+                    data.sendall(b"half a file")
+                    data.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+                session.close()
+                return
+            with file.open("rb") as content:
+                session.storbinary(f"STOR {name}", content)
+            done()
+            ends.wait(2)
+
+
+def central(chance, folder, ends, done):
+    """Central control: queries and commands."""
+    words = ("getProjectName", "getScreenState", "getHDR", "getGlobalBrightness", "getPlayingChapter")
+    with socket.socket(type=socket.SOCK_DGRAM) as peer:
+        peer.connect((ADDRESS, CENTRAL_PORT))
+        while not ends.is_set():
+            for word in words:
+                peer.send(json.dumps({"cmd": word}).encode())
+            peer.send(json.dumps({"cmd": "globalVolume", "param": chance.randint(0, 100)}).encode())
+            drain(peer)
+            done()
+            ends.wait(0.5)
+
+
+def discovery(chance, folder, ends, done):
+    with socket.socket(type=socket.SOCK_DGRAM) as peer:
+        peer.connect((ADDRESS, DISCOVERY_PORT))
+        while not ends.is_set():
+            peer.send(b"App Server request Zentravox Controller")
+            drain(peer)
+            done()
+            ends.wait(1)
+
+
+@contextlib.contextmanager
+def accepted(port, ends):
+    """The next connection of the host to this port, or None once the load ends."""
+    with socket.create_server((CLOUD_ADDRESS, port)) as listener:
+        while not ends.is_set() and not select.select([listener], [], [], 0.2)[0]:
+            pass
+        if ends.is_set():
+            yield None
+            return
+        connection, _ = listener.accept()
+    with connection:
+        connection.settimeout(TIMEOUT)
+        yield connection
+
+
+def fp(chance, folder, ends, done):
+    """An FP controller that asks and commands, and closes the connection at times."""
+    with accepted(FP_PORT, ends) as connection:
+        if not connection:
+            return
+        peer = EnvelopeChannel(connection)
+        for _ in range(chance.randint(5, 100)):
+            if ends.is_set():
+                return
+            for code in (0x109, 0x112, 0x191, 0x192, 0x193, 0x300, 0x013):
+                peer.send(code, {})
+            peer.send(*command(chance))
+            drain(connection)
+            done()
+            ends.wait(0.5)
+
+
+def cloud(chance, folder, ends, done):
+    """The cloud service: information, pictures, exports and logs, and connections that end in the middle of them."""
+    with accepted(CLOUD_PORT, ends) as connection:
+        if not connection:
+            return
+        link = ServerConnection(max_size=None)
+
+        def exchange(seconds):
+            connection.sendall(b"".join(link.data_to_send()))
+            while select.select([connection], [], [], seconds)[0]:
+                data = connection.recv(1 << 16)
+                if not data:
+                    raise ConnectionError("the host has closed")
+                link.receive_data(data)
+                connection.sendall(b"".join(link.data_to_send()))
+
+        while not (events := link.events_received()):
+            exchange(0.1)
+        link.send_response(link.accept(events[0]))
+        for _ in range(chance.randint(2, 30)):
+            if ends.is_set():
+                return
+            for query in ({"cmdType": 0x16}, {"cmdType": 0x18}, {"cmdType": 0x19}, {"cmd": "downLoadLog"}, {"cmdType": "x"}):
+                link.send_text(json.dumps(query).encode())
+            exchange(0.5)
+            assert all(frame.opcode in (Opcode.TEXT, Opcode.CONT, Opcode.PING) for frame in link.events_received())
+            done()
+            ends.wait(1)
+        link.send_text(json.dumps({"cmdType": 0x19}).encode())
+        connection.sendall(b"".join(link.data_to_send()))
+
+
+LOADS = {load.__name__: load for load in (app, passers_by, crowd, slow_reader, malformed, uploads, central, discovery, fp,
+                                          cloud)}
