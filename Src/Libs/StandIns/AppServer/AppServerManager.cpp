@@ -9,9 +9,9 @@
 #include "Comm/TcpServer.h"
 #include "Comm/UdpSocket.h"
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/LoginResult.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <array>
@@ -45,7 +45,7 @@ bool IsLoginSuccess(const std::string& envelope)
         Envelope::ReadNumber(envelope.data() + Envelope::kMarkBytes) != Command::ReplyTo(Command::Login))
         return false;
     const auto body = QByteArray::fromStdString(envelope.substr(Envelope::kCodeHeaderBytes));
-    return QJsonDocument::fromJson(body).object().value(QLatin1String("result")) == QJsonValue(LoginResult::Success);
+    return ReadJson(body).object().value(QLatin1String("result")) == QJsonValue(LoginResult::Success);
 }
 
 void TellTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
