@@ -107,15 +107,6 @@ class StateTest(unittest.TestCase):
             self.assertEqual(self.rights_of_others(self.state), {})
             self.assertTrue((self.state / "show.sqlite-wal").exists())
 
-    def test_uploads_to_a_folder_that_the_settings_name_are_as_the_umask_says(self):
-        settings = self.folder / "s.json"
-        settings.write_text(json.dumps({"resourceFolder": "shared"}))
-
-        with ShowHost(HOST, self.state, "--settings", settings):
-            upload(HOST, "new.txt")
-            self.assertEqual((self.folder / "shared" / "new.txt").stat().st_mode & 0o777, 0o644)
-            self.assertEqual(self.rights_of_others(self.state), {})
-
     def test_a_full_disk_is_reported_once_and_costs_nothing_that_was_stored(self):
         with ShowHost(HOST, self.state, "--quiet") as host, App(HOST) as app:
             def name(text):

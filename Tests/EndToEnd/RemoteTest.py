@@ -20,7 +20,7 @@ from websockets.uri import parse_uri
 from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, PATIENCE, PUBLIC_KEY, LOGIN, REPLY, EnvelopeChannel,
                      Folder, environment, showremote, wait_until)
 
-HOST, CLOUD, CLOUD_PORT = "127.0.0.61", "127.0.0.62", 25511
+HOST, CLOUD, CLOUD_PORT = "127.0.0.141", "127.0.0.62", 25511
 HEARTBEAT, SET_HOST_NAME, NAME, THUMBNAIL, NOTICE = 1, 4, 5, 0x403, 0x306
 
 # What a terminal would take for commands: ESC, DEL and the 8-bit CSI; and a line that isn't the program's own.

@@ -161,13 +161,11 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
     const QDir state(options.state);
     if (!state.mkpath("."))
         throw CFileError(options.state.toStdString() + ": can't make this folder");
+    CreatePrivateFiles();
     MakeStatePrivate(state);
     CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
     setting.Load(SettingsOf(options, showSettings), state.filePath(kSettingsFile));
     const auto settings = setting.Current();
-    // A folder that the settings name may be meant for others as well.
-    if (settings->resourceFolder.isEmpty())
-        CreatePrivateFiles();
 
     const std::string showLog = state.filePath(kShowLog).toStdString();
     const std::string refusal = HostModels::ShowLog().Open(showLog);

@@ -6,8 +6,6 @@
 
 namespace {
 
-/// For the requests that are being handled. The process is to end within 2 s.
-constexpr std::chrono::milliseconds kLimit(1500);
 constexpr std::chrono::milliseconds kReportLimit(100);
 
 } // namespace
@@ -27,8 +25,8 @@ CShutdownSignals::~CShutdownSignals()
     m_thread.join();
 }
 
-CShutdownDeadline::CShutdownDeadline(std::function<void()> expired)
-    : m_expired(std::move(expired)), m_thread([this] { Watch(); })
+CShutdownDeadline::CShutdownDeadline(std::function<void()> expired, std::chrono::milliseconds limit)
+    : m_expired(std::move(expired)), m_limit(limit), m_thread([this] { Watch(); })
 {}
 
 CShutdownDeadline::~CShutdownDeadline()
@@ -52,7 +50,7 @@ void CShutdownDeadline::Watch()
 {
     std::unique_lock lock(m_mutex);
     m_wake.wait(lock, [this] { return m_done || m_exitCode; });
-    if (m_wake.wait_for(lock, kLimit, [this] { return m_done; }))
+    if (m_wake.wait_for(lock, m_limit, [this] { return m_done; }))
         return;
     // The report may itself block, on output that no process reads.
     std::thread(m_expired).detach();

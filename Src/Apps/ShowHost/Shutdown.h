@@ -27,21 +27,24 @@ private:
 /// Limits the time that the process takes to end: a request that doesn't return can't be interrupted, only abandoned.
 class CShutdownDeadline {
 public:
-    /// expired: reports that the process ends regardless, on a thread of its own.
-    explicit CShutdownDeadline(std::function<void()> expired);
+    /// \param expired reports that the process ends regardless; called on a thread of its own
+    /// \param limit   for the requests that are being handled; whoever supervises the host should not have to wait 2 s
+    explicit CShutdownDeadline(std::function<void()> expired,
+                               std::chrono::milliseconds limit = std::chrono::milliseconds(1500));
     /// The process has come to its end in time.
     ~CShutdownDeadline();
     CShutdownDeadline(const CShutdownDeadline&) = delete;
     CShutdownDeadline& operator=(const CShutdownDeadline&) = delete;
 
-    /// From now on 1.5 s are left, after which the process ends with this exit code, without destructors. Only the
-    /// first call starts the time; a later one changes the exit code. Any thread.
+    /// The limit begins. When it is over the process ends with this exit code, without destructors. A later call changes
+    /// the exit code, not the time. Any thread.
     void Start(int exitCode);
 
 private:
     void Watch();
 
     const std::function<void()> m_expired;
+    const std::chrono::milliseconds m_limit;
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::optional<int> m_exitCode; ///< set: the time is running

@@ -46,10 +46,10 @@ void CUploads::Take(const QString& path)
     const QString file = Resolve(path);
     const QString name = DisplayName(QFileInfo(path).fileName());
     if (file.isEmpty()) {
-        m_log.Print("host: upload refused: not a file below the upload folder: " + DisplayName(path));
+        m_log.Print("host: upload refused: not a file below the upload folder: " + path);
         return;
     }
-    m_log.Print("host: uploaded " + DisplayName(file));
+    m_log.Print("host: uploaded " + file);
     SResourceProperties resource;
     resource.id = QUuid::createUuid();
     resource.type = GetFileResType(name);
@@ -93,7 +93,7 @@ void CUploads::Wait(const SFile& file)
             return;
         }
     }
-    m_log.Print("host: not made ready, too many uploads are waiting: " + DisplayName(file.path));
+    m_log.Print("host: not made ready, too many uploads are waiting: " + file.path);
 }
 
 bool CUploads::IsWaiting(const SFile& file) const
@@ -126,7 +126,7 @@ void CUploads::MakeReady(const SFile& file)
             return;
     }
     if (!picture.error.isEmpty() && GetFileResType(file.path) == ResourceType::Picture)
-        m_log.Print("host: no picture in " + DisplayName(file.path) + ": " + picture.error);
+        m_log.Print("host: no picture in " + file.path + ": " + picture.error);
     m_events.Change([&](SShow& show, std::vector<SShowEvent>& events) {
         Demux(show, file.project, file.path, picture.size, events);
     });
