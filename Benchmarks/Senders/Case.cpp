@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/ExternalController.h"
+#include "HostModels/Show/HostShow.h"
 
 #include <QImage>
 #include <QJsonDocument>
@@ -24,6 +25,7 @@ void AddDecade(std::vector<int>& numbers, int first, int count)
 
 void Ask(int code, const QByteArray& body, Source::Flag source)
 {
+    const CShowReading reading; // as a channel opens one for a request
     GetExternalController()->Write({code & Command::kSenderMask, code, QJsonDocument::fromJson(body).object(), source});
 }
 

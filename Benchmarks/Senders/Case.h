@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ExternalController/Common/Operation.h"
-#include "HostModels/Show.h"
+#include "HostModels/Show/Show.h"
 
 #include <QByteArray>
 

@@ -1,7 +1,7 @@
 #include "FuzzHost.h"
 
 #include "ExternalController/ExternalController.h"
-#include "HostModels/DeviceFile.h"
+#include "HostModels/Files/DeviceFile.h"
 #include "HostModels/HostModels.h"
 
 #include <QJsonDocument>

@@ -2,8 +2,8 @@
 
 #include "ExternalController/Common/Command.h"
 #include "HostModels/HostModels.h"
-#include "HostModels/Painting.h"
-#include "HostModels/ShowFile.h"
+#include "HostModels/Pictures/Painting.h"
+#include "HostModels/Show/ShowFile.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "AppServer/AppServerConfig.h"
 #include "Comm/ChannelEvents.h"
+#include "Support/OneShow.h"
 #include "Support/Package.h"
 #include "Support/TcpPeer.h"
 
@@ -45,6 +46,7 @@ protected:
 
     void TakePackage(const Comm::ResponsePackage& package)
     {
+        EXPECT_TRUE(ReadsOneShow());
         ++m_packages;
         if (package.closed) {
             m_notes.Add("closed " + AddressText(package.remoteIp, package.remotePort));

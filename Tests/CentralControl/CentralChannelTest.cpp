@@ -2,6 +2,7 @@
 
 #include "CentralControl/CentralControlConfig.h"
 #include "Support/EventLog.h"
+#include "Support/OneShow.h"
 #include "Support/Waiting.h"
 
 #include <QJsonDocument>
@@ -83,6 +84,7 @@ protected:
 
     void Answer(CCentralControllerManager& server, const QJsonObject& message)
     {
+        EXPECT_TRUE(ReadsOneShow());
         ++m_messages;
         if (message["cmd"] == kSlow) {
             ++m_slow;

@@ -2,6 +2,7 @@
 
 #include "CloudControl/CloudControlConfig.h"
 #include "Support/EventLog.h"
+#include "Support/OneShow.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -133,6 +134,7 @@ TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
             const std::lock_guard lock(mutex);
             carriedOut.push_back(command["cmdType"].toInt());
         }
+        EXPECT_TRUE(ReadsOneShow());
         released.wait();
     });
     m_cloud.Connect(kUser);

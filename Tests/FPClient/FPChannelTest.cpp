@@ -2,6 +2,7 @@
 
 #include "FPClient/FPClientConfig.h"
 #include "Support/EventLog.h"
+#include "Support/OneShow.h"
 #include "Support/Package.h"
 #include "Support/TcpPeer.h"
 
@@ -58,6 +59,7 @@ protected:
 
     void Take(CFPClientManager& client, const Comm::ResponsePackage& package)
     {
+        EXPECT_TRUE(ReadsOneShow());
         EXPECT_EQ(package.remoteIp, kAddress);
         EXPECT_EQ(package.remotePort, FPClient::kDefaultPort);
         EXPECT_EQ(package.payload.empty(), package.closed != 0);

@@ -1,5 +1,5 @@
 #include "HostModels/FileTest.h"
-#include "HostModels/HostExControlDevModel.h"
+#include "HostModels/Models/HostExControlDevModel.h"
 #include "Support/FullDisk.h"
 
 #include <QJsonArray>

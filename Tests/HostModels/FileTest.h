@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostModels/JsonFile.h"
+#include "HostModels/Files/JsonFile.h"
 
 #include <QFile>
 #include <QTemporaryDir>

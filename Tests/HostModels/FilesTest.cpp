@@ -1,8 +1,8 @@
 #include "HostModels/FileTest.h"
+#include "HostModels/Files/JsonFile.h"
+#include "HostModels/Files/PasswordCipher.h"
 #include "HostModels/HostModels.h"
-#include "HostModels/JsonFile.h"
-#include "HostModels/PasswordCipher.h"
-#include "HostModels/ShowFile.h"
+#include "HostModels/Show/ShowFile.h"
 #include "Support/FullDisk.h"
 
 #include <gmock/gmock.h>

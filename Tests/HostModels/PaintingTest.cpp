@@ -1,4 +1,4 @@
-#include "HostModels/Painting.h"
+#include "HostModels/Pictures/Painting.h"
 
 #include "ExternalController/Common/ResourceType.h"
 #include "Support/ShowBuilder.h"

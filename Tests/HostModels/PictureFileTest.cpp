@@ -1,4 +1,4 @@
-#include "HostModels/PictureFile.h"
+#include "HostModels/Pictures/PictureFile.h"
 
 #include "Support/Waiting.h"
 

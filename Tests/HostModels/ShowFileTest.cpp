@@ -1,8 +1,8 @@
-#include "HostModels/ShowFile.h"
+#include "HostModels/Show/ShowFile.h"
 
 #include "ExternalController/Common/ResourceType.h"
 #include "HostModels/FileTest.h"
-#include "HostModels/ResourceCard.h"
+#include "HostModels/Pictures/ResourceCard.h"
 
 #include <QDir>
 

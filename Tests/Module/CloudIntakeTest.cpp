@@ -1,7 +1,7 @@
 #include "Support/ControllerTest.h"
 #include "Support/ShowBuilder.h"
 
-#include "HostModels/PasswordCipher.h"
+#include "HostModels/Files/PasswordCipher.h"
 
 #include <algorithm>
 #include <string>

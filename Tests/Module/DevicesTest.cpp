@@ -2,7 +2,7 @@
 #include "Support/ShowBuilder.h"
 
 #include "ExternalController/MsgSender/ExControlDevMsgSender.h"
-#include "HostModels/JsonFile.h"
+#include "HostModels/Files/JsonFile.h"
 #include "Interfaces/PlayController.h"
 
 #include <QFile>

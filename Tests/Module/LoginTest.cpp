@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/RsaCipher.h"
-#include "HostModels/PasswordCipher.h"
+#include "HostModels/Files/PasswordCipher.h"
 
 #include <gmock/gmock.h>
 

@@ -38,10 +38,11 @@ class SenderTest : public ControllerTest {
 protected:
     SenderTest() { RecordingChannels::ForgetCalls(); }
 
-    /// Has a sender that has every channel handle a request.
+    /// Has a sender that has every channel handle a request, in one reading of the show as in a channel's callback.
     template <class Sender>
     bool Handle(const SOperation& request)
     {
+        const CShowReading reading;
         return Sender(&m_app, &m_fp, &m_central, &m_cloud).HandleMsg(request);
     }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostModels/Show.h"
+#include "HostModels/Show/Show.h"
 
 #include <QJsonObject>
 

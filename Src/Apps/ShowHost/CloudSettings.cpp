@@ -1,8 +1,8 @@
 #include "ShowHost/CloudSettings.h"
 
 #include "ExternalController/Common/Vocabulary.h"
-#include "HostModels/JsonFile.h"
-#include "HostModels/PasswordCipher.h"
+#include "HostModels/Files/JsonFile.h"
+#include "HostModels/Files/PasswordCipher.h"
 
 #include <QSslCertificate>
 #include <QUrl>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "CloudControl/CloudControlConfig.h"
-#include "HostModels/Settings.h"
+#include "HostModels/Files/Settings.h"
 
 /// Turns cloud control on for the service at this address; without login data of its own the host logs in as the demo.
 void SwitchCloudOn(SSettings& settings, const QString& url);

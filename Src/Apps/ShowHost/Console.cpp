@@ -2,8 +2,8 @@
 
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/ExternalController.h"
+#include "HostModels/Files/JsonFile.h"
 #include "HostModels/HostModels.h"
-#include "HostModels/JsonFile.h"
 #include "ShowHost/HostLog.h"
 
 #if !defined(_WIN32)

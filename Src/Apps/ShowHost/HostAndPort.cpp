@@ -1,6 +1,6 @@
 #include "ShowHost/HostAndPort.h"
 
-#include "HostModels/JsonFile.h"
+#include "HostModels/Files/JsonFile.h"
 
 std::pair<std::string, std::uint16_t> ReadHostAndPort(const std::string& option, const QString& text)
 {

@@ -5,7 +5,7 @@
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/HostModels.h"
-#include "HostModels/PictureFile.h"
+#include "HostModels/Pictures/PictureFile.h"
 #include "ShowHost/HostLog.h"
 
 #include <QCoreApplication>

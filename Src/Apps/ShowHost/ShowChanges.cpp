@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/ResourceType.h"
-#include "HostModels/ShowEdit.h"
+#include "HostModels/Show/ShowEdit.h"
 
 #include <algorithm>
 #include <cmath>

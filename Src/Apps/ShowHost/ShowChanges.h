@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ExternalController/Common/Vocabulary.h"
-#include "HostModels/Show.h"
+#include "HostModels/Show/Show.h"
 
 #include <QJsonObject>
 

@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/FileType.h"
 #include "HostModels/HostModels.h"
-#include "HostModels/PictureFile.h"
+#include "HostModels/Pictures/PictureFile.h"
 #include "ShowHost/HostEvents.h"
 #include "ShowHost/HostLog.h"
 #include "ShowHost/ShowChanges.h"

@@ -1,7 +1,7 @@
 #include "ShowHost/Users.h"
 
-#include "HostModels/JsonFile.h"
-#include "HostModels/PasswordCipher.h"
+#include "HostModels/Files/JsonFile.h"
+#include "HostModels/Files/PasswordCipher.h"
 #include "Shared/PasswordInput.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
-#include "ShowRemote/Failure.h"
+#include "ShowRemote/Console/Failure.h"
 
 #include <QFile>
 #include <QJsonArray>

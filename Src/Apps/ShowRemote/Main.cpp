@@ -1,12 +1,6 @@
-#include "ShowRemote/App.h"
-#include "ShowRemote/Central.h"
-#include "ShowRemote/Cloud.h"
-#include "ShowRemote/Device.h"
-#include "ShowRemote/Discover.h"
-#include "ShowRemote/FP.h"
-#include "ShowRemote/Failure.h"
-#include "ShowRemote/Terminal.h"
-#include "ShowRemote/Upload.h"
+#include "ShowRemote/Commands/Commands.h"
+#include "ShowRemote/Console/Failure.h"
+#include "ShowRemote/Console/Terminal.h"
 
 #include <QCoreApplication>
 

@@ -11,6 +11,7 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/LoginResult.h"
+#include "HostModels/Show/HostShow.h"
 
 #include <QJsonObject>
 
@@ -200,6 +201,7 @@ private:
 
     static void Deliver(const CAPPServerManager::PackageCallback& callback, Comm::ResponsePackage package)
     {
+        const CShowReading reading;
         if (callback)
             callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
     }

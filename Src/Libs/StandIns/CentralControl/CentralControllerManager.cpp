@@ -5,6 +5,7 @@
 #include "Comm/ChannelEvents.h"
 #include "Comm/IoThreads.h"
 #include "Comm/UdpSocket.h"
+#include "HostModels/Show/HostShow.h"
 
 #include <QJsonDocument>
 
@@ -62,9 +63,10 @@ private:
             Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
         if (command.message.isEmpty() || !callback)
             return;
-        // What the datagram itself says about these is not to be believed.
+        // A datagram can't be trusted to name its sender.
         command.message.insert(QLatin1String("remoteIp"), QString::fromStdString(ip));
         command.message.insert(QLatin1String("remotePort"), int{port});
+        const CShowReading reading;
         callback(command.message);
     }
 

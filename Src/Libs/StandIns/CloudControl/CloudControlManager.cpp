@@ -7,6 +7,7 @@
 #include "Comm/ChannelEvents.h"
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "HostModels/Show/HostShow.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -152,8 +153,10 @@ private:
             t_connection = next.connection;
             CChannelEvents::GetInstance().Tell(
                 {SChannelEvent::Kind::Received, CloudControl::kChannelName, {}, std::to_string(next.Code())});
-            if (callback)
+            if (callback) {
+                const CShowReading reading;
                 callback(next.command);
+            }
             lock.lock();
         }
     }

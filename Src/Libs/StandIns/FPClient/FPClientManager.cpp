@@ -4,6 +4,7 @@
 #include "Comm/IoThreads.h"
 #include "Comm/TcpClient.h"
 #include "FPClient/FPClientConfig.h"
+#include "HostModels/Show/HostShow.h"
 
 #include <mutex>
 #include <utility>
@@ -67,6 +68,7 @@ private:
 
     void Deliver(Comm::ResponsePackage package) const
     {
+        const CShowReading reading;
         if (callback)
             callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
     }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "HostModels/HostExControlDevModel.h"
-#include "HostModels/HostShow.h"
-#include "HostModels/HostSoftwareSetting.h"
-#include "HostModels/HostUserModel.h"
+#include "HostModels/Models/HostExControlDevModel.h"
+#include "HostModels/Models/HostSoftwareSetting.h"
+#include "HostModels/Models/HostUserModel.h"
+#include "HostModels/Show/HostShow.h"
 #include "Interfaces/ResultModel.h"
 #include "Log/ShowLog.h"
 

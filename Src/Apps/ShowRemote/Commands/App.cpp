@@ -1,0 +1,138 @@
+#include "ShowRemote/Commands/Commands.h"
+
+#include "ExternalController/Common/CommandNames.h"
+#include "ShowRemote/Commands/AppRequests.h"
+#include "ShowRemote/Commands/Listen.h"
+#include "ShowRemote/Commands/Login.h"
+#include "ShowRemote/Console/CommandLine.h"
+#include "ShowRemote/Console/Failure.h"
+#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Peers/Conversation.h"
+#include "ShowRemote/Peers/EnvelopePeer.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+void PrintSummary(std::vector<Milliseconds> durations, int wanted)
+{
+    QString text = QStringLiteral("%1 of %2 requests answered").arg(durations.size()).arg(wanted);
+    if (!durations.empty()) {
+        std::sort(durations.begin(), durations.end());
+        text += QStringLiteral("; least %1 ms, median %2 ms, most %3 ms")
+                    .arg(durations.front().count(), 0, 'f', 2)
+                    .arg(durations[durations.size() / 2].count(), 0, 'f', 2)
+                    .arg(durations.back().count(), 0, 'f', 2);
+    }
+    Terminal::PrintLine(text);
+}
+
+/// Ends at the first request that is not answered: a late reply would be taken for the next one's.
+void AskRepeatedly(CEnvelopePeer& peer, const SRequest& request, int count)
+{
+    std::vector<Milliseconds> durations;
+    try {
+        while (durations.size() < static_cast<std::size_t>(count)) {
+            const auto start = CEnvelopePeer::Clock::now();
+            Conversation::Ask(peer, request);
+            durations.push_back(CEnvelopePeer::Clock::now() - start);
+        }
+    } catch (const CFailure&) {
+        PrintSummary(std::move(durations), count);
+        throw;
+    }
+    PrintSummary(std::move(durations), count);
+}
+
+void PrintNames()
+{
+    for (const Command::SName& entry : Command::kNames)
+        Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(int{entry.code}, 3, 16, QLatin1Char('0')).arg(entry.name));
+}
+
+void AddOptions(CCommandLine& line)
+{
+    line.AddHostOption();
+    line.AddTimeoutOption();
+    line.AddOption({"bulk", "Sends on the bulk channel instead of the control channel."});
+    line.AddOption({"count", "Sends the request N times, each after the reply to the one before.", "N", "1"});
+    line.AddOption({"out", "Writes the picture that a reply carries to FILE.", "FILE"});
+    line.AddOption({"list", "Lists the names of all requests."});
+    AddLoginOptions(line);
+    AddListenOptions(line);
+    line.AddOption({"no-heartbeat", "Sends no heartbeats while listening; the host then logs the app out."});
+}
+
+SRequest ReadRequest(const CCommandLine& line)
+{
+    const QStringList positional = line.Positional(1, 2);
+    SRequest request;
+    request.code = AppRequests::CodeOf(positional[0]);
+    if (positional.size() > 1)
+        request.body = CheckedObject(positional[1]);
+    request.channel = line.IsSet("bulk") ? Channel::Bulk : Channel::Control;
+    request.timeout = line.Timeout();
+    request.outFile = line.Value("out");
+    return request;
+}
+
+/// For listening and logging in, which send no other request.
+void RefuseRequestOptions(const CCommandLine& line)
+{
+    line.Positional(1, 1);
+    line.Refuse({"bulk", "count", "out"}, "goes with a request");
+}
+
+} // namespace
+
+int RunApp(const QStringList& arguments)
+{
+    CCommandLine line("REQUEST [JSON]",
+                      "Sends a request as the mobile app would and shows every reply. REQUEST is a name of --list or a "
+                      "code such as 5 or 0x5, JSON its body. REQUEST may also be listen, which shows what the host "
+                      "sends until Ctrl-C.");
+    AddOptions(line);
+    if (!line.Parse(arguments))
+        return kExitDone;
+    if (line.IsSet("list")) {
+        line.Positional(0, 0);
+        PrintNames();
+        return kExitDone;
+    }
+
+    const bool listens = line.Positional(1, 2).first() == kListen;
+    const bool logsIn = line.IsSet("user");
+    const SRequest request = listens ? SRequest{} : ReadRequest(line);
+    const bool asks = !listens && !(logsIn && request.code == Command::Login);
+    if (!asks)
+        RefuseRequestOptions(line);
+    if (!listens) {
+        RefuseListenOptions(line);
+        line.Refuse({"no-heartbeat"}, kGoesWithListen);
+    }
+    if (!logsIn)
+        RefuseLoginOptions(line);
+    const int count = line.Number("count", 1);
+    SListening listening = listens ? ReadListening(line) : SListening{};
+    listening.heartbeats = !line.IsSet("no-heartbeat");
+    const std::chrono::milliseconds timeout = line.Timeout();
+    const SCredentials credentials = logsIn ? ReadCredentials(line) : SCredentials{};
+
+    CEnvelopePeer peer;
+    Conversation::ConnectBoth(peer, line.Host(), timeout);
+    if (logsIn)
+        LogIn(peer, credentials, timeout);
+    // The host handles the requests of one channel in turn: behind a slow one, heartbeats would come too late.
+    if (logsIn && asks)
+        peer.KeepAlive(request.channel == Channel::Bulk ? Channel::Control : Channel::Bulk, timeout);
+    if (listens)
+        Listen(peer, listening);
+    else if (asks && count == 1)
+        Conversation::Ask(peer, request);
+    else if (asks)
+        AskRepeatedly(peer, request, count);
+    return kExitDone;
+}

@@ -1,0 +1,95 @@
+#include "ShowRemote/Commands/Commands.h"
+
+#include "CentralControl/CentralControlConfig.h"
+#include "Comm/PayloadText.h"
+#include "ExternalController/Common/JsonReader.h"
+#include "ExternalController/Common/Vocabulary.h"
+#include "ShowRemote/Console/CommandLine.h"
+#include "ShowRemote/Console/Failure.h"
+#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Contract.h"
+#include "ShowRemote/Peers/Datagrams.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+void PrintKeywords()
+{
+    for (const auto& [keyword, code] : CenterControlCmdMap)
+        Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(code, 3, 16, QLatin1Char('0')).arg(keyword));
+}
+
+QByteArray ReadMessage(const CCommandLine& line)
+{
+    const QStringList positional = line.Positional(1, 2);
+    if (IsObject(positional[0])) {
+        line.Positional(1, 1);
+        return CheckedObject(positional[0]);
+    }
+    QJsonObject message;
+    if (positional.size() > 1)
+        message = ReadJson(CheckedObject(positional[1])).object();
+    message["cmd"] = positional[0];
+    return QJsonDocument(message).toJson(QJsonDocument::Compact);
+}
+
+/// Whether the host carries the command out without an answer.
+bool IsUnanswered(const QByteArray& datagram)
+{
+    const QString text = QString::fromUtf8(datagram);
+    const QString keyword = IsObject(text) ? ReadJson(datagram)["cmd"].toString() : text;
+    const auto known = CenterControlCmdMap.find(keyword);
+    if (known == CenterControlCmdMap.end() || known->second == kNoCommand)
+        return false;
+    const auto replies = Contract::RepliesTo("central", static_cast<unsigned int>(known->second));
+    return replies && replies->empty();
+}
+
+/// Prints the answer and returns why it is a failure: a query is answered by an object, a command by a result text.
+QString FaultOf(const QByteArray& answer)
+{
+    const QJsonDocument json = Terminal::PrintJson(answer);
+    if (json.isObject())
+        return Contract::RefusalOf(json["errorMsg"].toString());
+    if (json.isNull())
+        Terminal::PrintLine(PayloadText(answer));
+    return answer.isEmpty() ? QStringLiteral("the answer is empty") : Contract::RefusalOf(QString::fromUtf8(answer));
+}
+
+} // namespace
+
+int RunCentral(const QStringList& arguments)
+{
+    CCommandLine line("KEYWORD [JSON]",
+                      "Sends a text command as a central-control system would and shows the answer. KEYWORD is one of "
+                      "--list, JSON an object with the command's other keys. An object with the keyword in \"cmd\" may "
+                      "be given instead of both.");
+    line.AddHostOption();
+    line.AddTimeoutOption();
+    line.AddOption({"raw", "Sends TEXT unchanged and accepts any answer.", "TEXT"});
+    line.AddOption({"list", "Lists all keywords and the codes of their commands; those with 0x000 have no command."});
+    if (!line.Parse(arguments))
+        return kExitDone;
+    if (line.IsSet("list")) {
+        line.Positional(0, 0);
+        PrintKeywords();
+        return kExitDone;
+    }
+
+    const bool isRaw = line.IsSet("raw");
+    if (isRaw)
+        line.Positional(0, 0);
+    const QByteArray datagram = isRaw ? line.Value("raw").toUtf8() : ReadMessage(line);
+    const auto answer =
+        Datagrams::Ask(line.Host(), CentralControl::kPort, datagram, line.Timeout(), IsUnanswered(datagram));
+    if (!answer) {
+        Terminal::PrintLine("sent; the host doesn't answer this command");
+        return kExitDone;
+    }
+    const QString fault = FaultOf(*answer);
+    if (!isRaw && !fault.isEmpty())
+        throw CFailure(fault);
+    return kExitDone;
+}

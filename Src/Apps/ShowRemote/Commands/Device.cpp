@@ -1,0 +1,208 @@
+#include "ShowRemote/Commands/Commands.h"
+
+#include "Comm/LineSettings.h"
+#include "Comm/PayloadText.h"
+#include "ShowRemote/Console/CommandLine.h"
+#include "ShowRemote/Console/Failure.h"
+#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Peers/Datagrams.h"
+#include "ShowRemote/Peers/PseudoTerminal.h"
+#include "ShowRemote/Peers/SocketErrors.h"
+
+#include <QTime>
+
+#include <asio/buffer.hpp>
+#include <asio/io_context.hpp>
+#include <asio/ip/udp.hpp>
+#include <asio/serial_port.hpp>
+#include <asio/signal_set.hpp>
+#if !defined(_WIN32)
+#include <asio/posix/stream_descriptor.hpp>
+#include <unistd.h>
+#endif
+
+#include <csignal>
+#include <optional>
+#include <vector>
+
+namespace {
+
+/// Where the demo show's devices are.
+constexpr int kDefaultUdpPort = 25169;
+
+/// Shows what arrives until there was enough of it, until Ctrl-C, or until the time is over.
+class CDisplay {
+public:
+    explicit CDisplay(const CCommandLine& line) : m_signals(m_context, SIGINT, SIGTERM)
+    {
+        if (line.IsSet("count"))
+            m_missing = line.Number("count", 1);
+        if (line.IsSet("seconds"))
+            m_duration = line.Seconds("seconds");
+        m_signals.async_wait([this](const asio::error_code&, int) { m_context.stop(); });
+    }
+
+    asio::io_context& Context() { return m_context; }
+
+    /// counted: how much of what is counted this is.
+    void Show(const QString& from, const QByteArray& bytes, int counted)
+    {
+        Terminal::PrintLine(
+            QStringLiteral("%1 %2%3 bytes").arg(QTime::currentTime().toString("hh:mm:ss.zzz"), from).arg(bytes.size()));
+        Terminal::PrintLine("    hex:  " + QString::fromLatin1(bytes.toHex(' ')));
+        Terminal::PrintLine("    text: " + PayloadText(bytes));
+        if (m_missing && (*m_missing -= counted) <= 0)
+            m_context.stop();
+    }
+
+    void Run()
+    {
+        if (m_duration)
+            m_context.run_for(*m_duration);
+        else
+            m_context.run();
+        if (m_missing && *m_missing > 0)
+            throw CFailure(QStringLiteral("%1 of the expected datagrams or bytes did not come").arg(*m_missing));
+    }
+
+private:
+    asio::io_context m_context;
+    asio::signal_set m_signals;
+    std::optional<int> m_missing;
+    std::optional<std::chrono::milliseconds> m_duration;
+};
+
+class CUdpDevice {
+public:
+    CUdpDevice(CDisplay& display, const QString& address, std::uint16_t port)
+        : m_display(display), m_socket(display.Context()), m_datagram(kLargestDatagram)
+    {
+        asio::error_code error;
+        const asio::ip::udp::endpoint local(asio::ip::make_address(address.toStdString(), error), port);
+        if (!error)
+            m_socket.open(local.protocol(), error);
+        if (!error)
+            m_socket.bind(local, error);
+        const QString place = QStringLiteral("%1:%2").arg(address).arg(port);
+        if (error)
+            throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
+        Terminal::PrintLine(QStringLiteral("a UDP device on %1; Ctrl-C ends it").arg(place));
+        Receive();
+    }
+
+private:
+    void Receive()
+    {
+        m_socket.async_receive_from(
+            asio::buffer(m_datagram), m_from, [this](const asio::error_code& error, std::size_t count) {
+                if (error)
+                    throw CFailure("can't receive: " + ReasonOf(error));
+                m_display.Show(QStringLiteral("%1:%2, ").arg(m_from.address().to_string().c_str()).arg(m_from.port()),
+                               QByteArray(m_datagram.data(), static_cast<int>(count)), 1);
+                Receive();
+            });
+    }
+
+    CDisplay& m_display;
+    asio::ip::udp::socket m_socket;
+    asio::ip::udp::endpoint m_from;
+    std::vector<char> m_datagram;
+};
+
+/// Port: asio's serial port or the far end of a pseudo-terminal.
+template <class Port>
+class CSerialDevice {
+public:
+    CSerialDevice(CDisplay& display, Port& port) : m_display(display), m_port(port), m_bytes(4096) { Receive(); }
+
+private:
+    void Receive()
+    {
+        m_port.async_read_some(asio::buffer(m_bytes), [this](const asio::error_code& error, std::size_t count) {
+            if (error)
+                throw CFailure("the port has gone: " + ReasonOf(error));
+            m_display.Show({}, QByteArray(m_bytes.data(), static_cast<int>(count)), static_cast<int>(count));
+            Receive();
+        });
+    }
+
+    CDisplay& m_display;
+    Port& m_port;
+    std::vector<char> m_bytes;
+};
+
+void RunUdp(const CCommandLine& line)
+{
+    line.Refuse({"line", "link"}, "goes with a serial device");
+    line.Positional(1, 1);
+    CDisplay display(line);
+    const CUdpDevice device(display, line.ListenAddress(), line.ListenPort());
+    display.Run();
+}
+
+void RunSerialPort(const CCommandLine& line, const QString& path)
+{
+    std::string fault;
+    const auto settings = ReadLineSettings(line.Value("line").toStdString(), fault);
+    if (!settings)
+        throw CWrongUsage("--line: " + QString::fromStdString(fault));
+    line.Refuse({"link"}, "goes without a PATH");
+
+    CDisplay display(line);
+    asio::serial_port port(display.Context());
+    asio::error_code error;
+    port.open(path.toStdString(), error);
+    fault = error ? error.message() : ApplyLineSettings(*settings, port);
+    if (!fault.empty())
+        throw CFailure(QStringLiteral("can't open %1: %2").arg(path, QString::fromStdString(fault)));
+    Terminal::PrintLine(QStringLiteral("a serial device on the other end of %1; Ctrl-C ends it").arg(path));
+    const CSerialDevice device(display, port);
+    display.Run();
+}
+
+void RunPseudoTerminal(const CCommandLine& line)
+{
+#if defined(_WIN32)
+    line.Positional(2, 2);
+#else
+    line.Refuse({"line"}, "goes with a PATH");
+    const CPseudoTerminal terminal(line.Value("link"));
+    CDisplay display(line);
+    asio::posix::stream_descriptor port(display.Context(), dup(terminal.Descriptor()));
+    Terminal::PrintLine(QStringLiteral("a serial device on %1; Ctrl-C ends it").arg(terminal.PortName()));
+    const CSerialDevice device(display, port);
+    display.Run();
+#endif
+}
+
+} // namespace
+
+int RunDevice(const QStringList& arguments)
+{
+    CCommandLine line("KIND [PATH]",
+                      "Plays an external control device and shows what it receives: datagrams (KIND udp) or the "
+                      "bytes from the serial port PATH (KIND serial). Without PATH it makes a pseudo-terminal, whose "
+                      "name a host can open as its serial port.");
+    line.AddListenAddressOptions("datagrams, as a UDP device", kDefaultUdpPort);
+    line.AddOption({"line", "serial: the line settings of PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
+    line.AddOption({"link", "serial: also makes PATH a link to the pseudo-terminal.", "PATH"});
+    line.AddOption({"count", "Ends after N datagrams (udp) or N bytes (serial).", "N"});
+    line.AddOption({"seconds", "Ends after S seconds.", "S"});
+    if (!line.Parse(arguments))
+        return kExitDone;
+
+    const QStringList positional = line.Positional(1, 2);
+    const QString& kind = positional.first();
+    if (kind == "udp") {
+        RunUdp(line);
+    } else if (kind == "serial") {
+        line.Refuse({"listen", "port"}, "goes with a UDP device");
+        if (positional.size() == 2)
+            RunSerialPort(line, positional.last());
+        else
+            RunPseudoTerminal(line);
+    } else {
+        throw CWrongUsage(QStringLiteral("KIND must be udp or serial, not \"%1\"").arg(kind));
+    }
+    return kExitDone;
+}

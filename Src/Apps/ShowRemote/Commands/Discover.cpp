@@ -1,0 +1,25 @@
+#include "ShowRemote/Commands/Commands.h"
+
+#include "AppServer/AppServerConfig.h"
+#include "Comm/PayloadText.h"
+#include "ExternalController/Common/Discovery.h"
+#include "ShowRemote/Console/CommandLine.h"
+#include "ShowRemote/Console/Failure.h"
+#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Peers/Datagrams.h"
+
+int RunDiscover(const QStringList& arguments)
+{
+    CCommandLine line("", "Asks a host for its name, its id and the addresses of its network adapters.");
+    line.AddHostOption();
+    line.AddTimeoutOption();
+    if (!line.Parse(arguments))
+        return kExitDone;
+    line.Positional(0, 0);
+
+    const QByteArray answer =
+        Datagrams::Ask(line.Host(), AppServer::kDiscoveryPort, kDiscoveryRequest, line.Timeout()).value();
+    if (!Terminal::PrintJson(answer).isObject())
+        throw CFailure("the answer is not a JSON object: " + PayloadText(answer.left(kMaxShownCharacters)));
+    return kExitDone;
+}

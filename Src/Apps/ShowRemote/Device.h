@@ -1,5 +1,0 @@
-#pragma once
-
-#include <QStringList>
-
-int RunDevice(const QStringList& arguments);

@@ -1,5 +1,0 @@
-#pragma once
-
-#include <QStringList>
-
-int RunDiscover(const QStringList& arguments);

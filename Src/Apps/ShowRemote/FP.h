@@ -1,5 +1,0 @@
-#pragma once
-
-#include <QStringList>
-
-int RunFP(const QStringList& arguments);

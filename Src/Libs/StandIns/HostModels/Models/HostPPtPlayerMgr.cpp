@@ -1,0 +1,28 @@
+#include "Interfaces/PPtPlayerMgr.h"
+
+#include "HostModels/Show/HostShow.h"
+
+class IPPtPlayer {};
+
+namespace {
+
+/// A presentation plays while it is on the stage, if its file was found.
+class CHostPPtPlayerMgr : public CPPtPlayerMgr {
+public:
+    IPPtPlayer* GetPPtPlayer(const QUuid& mediaId) override
+    {
+        static IPPtPlayer player;
+        const CShowReading show;
+        const CMediaNode* medium = show->FindStageMedia(mediaId);
+        const SResource* resource = medium ? show->Project()->ResourceById(medium->GetResourceId()) : nullptr;
+        return resource && resource->fileFound ? &player : nullptr;
+    }
+};
+
+} // namespace
+
+CPPtPlayerMgr* GetPPtPlayerMgr()
+{
+    static CHostPPtPlayerMgr manager;
+    return &manager;
+}
