@@ -7,5 +7,7 @@ else()
         -Wall -Wextra -Wpedantic -Werror
         -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast
         # Qt's logging macros are used without arguments.
-        $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
+        $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
+        # In a unity build gcc takes what a source has in an unnamed namespace for parts of a header.
+        $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>)
 endif()
