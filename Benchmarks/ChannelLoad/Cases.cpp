@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double kWarmUpShare = 0.1;
 /// Requests between two looks at the clock.
 constexpr std::size_t kRequestsPerLook = 64;
-constexpr int kPatienceMs = 10'000;
+constexpr int kTimeoutMs = 10'000;
 
 /// Calls step, which returns how many replies it got, until the time is over; the sum of them.
 template <class Step>
@@ -81,7 +81,7 @@ public:
     std::size_t operator()()
     {
         const int ready = Syscall::Do("epoll_wait", [&] {
-            return epoll_wait(m_epoll.Get(), m_events.data(), static_cast<int>(m_events.size()), kPatienceMs);
+            return epoll_wait(m_epoll.Get(), m_events.data(), static_cast<int>(m_events.size()), kTimeoutMs);
         });
         if (ready == 0)
             Syscall::Fail("epoll_wait", ETIMEDOUT);

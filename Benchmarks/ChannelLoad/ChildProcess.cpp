@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int kChildFailed = 70;
-constexpr std::chrono::seconds kPatience(15);
+constexpr std::chrono::seconds kTimeout(15);
 constexpr std::chrono::milliseconds kLookPeriod(5);
 
 std::string TextOfStatus(int status)
@@ -64,7 +64,7 @@ CChildProcess::~CChildProcess()
     if (HasEnded())
         return;
     kill(m_pid, SIGTERM);
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
     while (!HasEnded() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(kLookPeriod);
     if (!HasEnded()) {

@@ -20,7 +20,7 @@
 namespace {
 
 /// Far above any reply's time even on a busy machine: past it the server has lost a request.
-constexpr timeval kPatience = {10, 0};
+constexpr timeval kTimeout = {10, 0};
 constexpr std::size_t kMostDatagramBytes = 65535;
 
 std::string MakeEnvelope(std::uint32_t code, std::string_view body)
@@ -44,8 +44,8 @@ CDescriptor Connect(const std::string& name, const sockaddr_in& address, bool is
     CDescriptor socket(Syscall::Do("socket", [&] { return ::socket(AF_INET, type | SOCK_CLOEXEC, 0); }));
     if (!isDatagram)
         SetOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
-    SetOption(socket, SOL_SOCKET, SO_RCVTIMEO, kPatience);
-    SetOption(socket, SOL_SOCKET, SO_SNDTIMEO, kPatience);
+    SetOption(socket, SOL_SOCKET, SO_RCVTIMEO, kTimeout);
+    SetOption(socket, SOL_SOCKET, SO_SNDTIMEO, kTimeout);
     const auto generic = reinterpret_cast<const sockaddr*>(&address);
     Syscall::Do((name + ": connect").c_str(), [&] { return connect(socket.Get(), generic, sizeof address); });
     return socket;

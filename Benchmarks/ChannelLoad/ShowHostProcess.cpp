@@ -15,7 +15,7 @@
 namespace {
 
 constexpr char kReady[] = "showhost ready";
-constexpr std::chrono::seconds kPatience(30);
+constexpr std::chrono::seconds kTimeout(30);
 constexpr std::chrono::milliseconds kLookPeriod(10);
 
 int Become(const std::string& program, const std::string& show, const std::string& ip, const CTemporaryFolder& folder,
@@ -61,7 +61,7 @@ CShowHostProcess::CShowHostProcess(const std::string& program, const std::string
 
 void CShowHostProcess::WaitUntilReady()
 {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
     for (;;) {
         std::ifstream output(m_output);
         for (std::string line; std::getline(output, line);) {
@@ -71,7 +71,7 @@ void CShowHostProcess::WaitUntilReady()
         m_process.ThrowIfEnded();
         Syscall::ThrowIfInterrupted();
         if (std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("showhost isn't ready after " + std::to_string(kPatience.count()) + " s");
+            throw std::runtime_error("showhost isn't ready after " + std::to_string(kTimeout.count()) + " s");
         std::this_thread::sleep_for(kLookPeriod);
     }
 }

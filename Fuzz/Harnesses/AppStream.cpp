@@ -20,12 +20,12 @@ void FuzzInput(std::string_view input)
         FuzzHost::SendBytes(FuzzHost::EChannel::AppControl, std::string(frame));
         return true;
     };
-    auto result = CFrameReader::Verdict::Sound;
-    while (!input.empty() && result == CFrameReader::Verdict::Sound) {
+    auto result = CFrameReader::Result::Ok;
+    while (!input.empty() && result == CFrameReader::Result::Ok) {
         const std::string_view piece = input.substr(0, pieceBytes);
         result = reader.Feed(piece, take);
         input.remove_prefix(piece.size());
     }
-    if (result == CFrameReader::Verdict::Sound)
+    if (result == CFrameReader::Result::Ok)
         FuzzHost::Require(reader.IsInsideFrame() == (framedBytes < stream.size()), "the rest of the stream is pending");
 }

@@ -39,17 +39,17 @@ public:
 
     void Send(const std::string& datagram) { m_socket.write(QByteArray::fromStdString(datagram)); }
 
-    std::optional<QJsonObject> Receive(std::chrono::milliseconds patience = kPatience)
+    std::optional<QJsonObject> Receive(std::chrono::milliseconds timeout = kTimeout)
     {
-        if (!m_socket.hasPendingDatagrams() && !m_socket.waitForReadyRead(static_cast<int>(patience.count())))
+        if (!m_socket.hasPendingDatagrams() && !m_socket.waitForReadyRead(static_cast<int>(timeout.count())))
             return std::nullopt;
         return QJsonDocument::fromJson(m_socket.receiveDatagram().data()).object();
     }
 
-    std::optional<QJsonObject> Ask(const std::string& datagram, std::chrono::milliseconds patience = kPatience)
+    std::optional<QJsonObject> Ask(const std::string& datagram, std::chrono::milliseconds timeout = kTimeout)
     {
         Send(datagram);
-        return Receive(patience);
+        return Receive(timeout);
     }
 
     /// What the server adds to a message.

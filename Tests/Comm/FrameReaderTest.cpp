@@ -15,16 +15,16 @@ namespace {
 
 struct SReading {
     std::vector<std::string> frames;
-    CFrameReader::Verdict verdict = CFrameReader::Verdict::Sound;
+    CFrameReader::Result result = CFrameReader::Result::Ok;
 };
 
-/// Feeds the bytes in pieces of the given size until the verdict is bad.
+/// Feeds the bytes in pieces of the given size until the result is bad.
 SReading Read(const std::string& bytes, std::size_t piece, std::size_t maxBody = 1000)
 {
     CFrameReader reader(maxBody);
     SReading reading;
-    for (std::size_t at = 0; at < bytes.size() && reading.verdict == CFrameReader::Verdict::Sound; at += piece) {
-        reading.verdict = reader.Feed(std::string_view(bytes).substr(at, piece), [&](std::string_view frame) {
+    for (std::size_t at = 0; at < bytes.size() && reading.result == CFrameReader::Result::Ok; at += piece) {
+        reading.result = reader.Feed(std::string_view(bytes).substr(at, piece), [&](std::string_view frame) {
             reading.frames.emplace_back(frame);
             return true;
         });
@@ -58,10 +58,10 @@ TEST(FrameReaderTest, AWrongMarkIsToldAtItsFourthByteAndAfterTheSoundEnvelopesBe
     for (const std::size_t piece : {1u, 3u, 4u, 5u, 1000u}) {
         const SReading reading = Read(sound + "ZXAQ", piece);
 
-        EXPECT_EQ(reading.verdict, CFrameReader::Verdict::WrongMark);
+        EXPECT_EQ(reading.result, CFrameReader::Result::WrongMark);
         EXPECT_THAT(reading.frames, ElementsAre(sound));
     }
-    EXPECT_EQ(Read("GET", 3).verdict, CFrameReader::Verdict::Sound);
+    EXPECT_EQ(Read("GET", 3).result, CFrameReader::Result::Ok);
 }
 
 TEST(FrameReaderTest, AnUnfinishedEnvelopeTakesNoMoreMemoryThanItHasBytes)
@@ -88,7 +88,7 @@ TEST(FrameReaderTest, ABodyBeyondTheLimitIsToldByItsHeaderAlone)
 
     EXPECT_THAT(Read(atLimit, 1, 10).frames, ElementsAre(atLimit));
     for (const std::string& header : {beyond, largest}) {
-        EXPECT_EQ(Read(header, 1, 10).verdict, CFrameReader::Verdict::TooLong);
+        EXPECT_EQ(Read(header, 1, 10).result, CFrameReader::Result::TooLong);
         EXPECT_THAT(Read(header.substr(0, 11), 1, 10).frames, IsEmpty());
     }
 }

@@ -29,7 +29,7 @@ TEST(IoThreadsTest, TheThreadsThatABurstNeededEndAndTheNextBurstGetsItsOwn)
         std::atomic<int> returned{0};
         for (int i = 0; i < 8; ++i) {
             asio::post(threads.Context(), [&] {
-                const CIoThreads::CCallOut callOut(threads);
+                const CIoThreads::CCallbackScope callbackScope(threads);
                 ++waiting;
                 gate.Wait();
                 ++returned;

@@ -37,7 +37,7 @@ public:
     /// What the device has received by now and not yet read.
     std::string ReadAll() { return ReadAtMost(std::string::npos); }
 
-    /// Reads that many bytes and no more; fewer when patience runs out.
+    /// Reads that many bytes and no more; fewer when the timeout expires.
     std::string Read(std::size_t bytes)
     {
         std::string received;

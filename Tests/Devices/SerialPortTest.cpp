@@ -235,7 +235,7 @@ TEST_F(SerialPortTest, APortThatIsOpenedAgainWhileItClosesSendsTheEarlierCommand
     }
 
     EXPECT_EQ(m_port.Read(sent.size()), sent);
-    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
+    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kTimeout));
 }
 
 TEST(COMChannelTest, ChannelsWhoseDevicesTakeNothingDelayNoUpdateAndTheEndOnceForAll)
@@ -258,7 +258,7 @@ TEST(COMChannelTest, ChannelsWhoseDevicesTakeNothingDelayNoUpdateAndTheEndOnceFo
     for (auto& channel : channels)
         channel.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
-    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kPatience));
+    EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kTimeout));
 
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 4s);
     EXPECT_LT(threads, 80U);

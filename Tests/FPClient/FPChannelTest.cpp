@@ -49,9 +49,9 @@ protected:
         m_client.reset();
     }
 
-    void Start(CTcpClient::SPatience patience = {1s, 5ms, 20ms})
+    void Start(CTcpClient::STimeouts timeouts = {1s, 5ms, 20ms})
     {
-        FPClient::Config().Set({kAddress, FPClient::kDefaultPort, patience});
+        FPClient::Config().Set({kAddress, FPClient::kDefaultPort, timeouts});
         m_client = std::make_unique<CFPClientManager>();
         m_client->SetCallBackFunc([this, client = m_client.get()](auto package) { Take(*client, *package); });
         m_client->InitServer();

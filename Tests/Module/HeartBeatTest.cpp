@@ -42,7 +42,7 @@ public:
             if (before > 0)
                 ++m_ticks;
             m_changed.notify_all();
-            ASSERT_TRUE(m_changed.wait_for(lock, kPatience, [&] { return m_checks > before; }));
+            ASSERT_TRUE(m_changed.wait_for(lock, kTimeout, [&] { return m_checks > before; }));
         }
     }
 

@@ -184,7 +184,7 @@ TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverEndsNothing)
 
     LogInAs(LoginBody("ben", "pear", 1), kSecond);
 
-    ASSERT_EQ(closing.wait_for(kPatience), std::future_status::ready);
+    ASSERT_EQ(closing.wait_for(kTimeout), std::future_status::ready);
     EXPECT_TRUE(HostModels::UserModel().GetLoginState());
     EXPECT_EQ(HostModels::UserModel().GetCurrentLoginUser(), "ben");
     EXPECT_EQ(m_stops, 0);
@@ -206,7 +206,7 @@ TEST_F(LoginTest, TheSignalsAndReportsOfALogoutComeBeforeThoseOfTheNextLogin)
 
     RecordingChannels::Callbacks().appTcp(CloseNotice(kFirst));
 
-    ASSERT_EQ(login.wait_for(kPatience), std::future_status::ready);
+    ASSERT_EQ(login.wait_for(kTimeout), std::future_status::ready);
     EXPECT_THAT(notes.All(), ElementsAre("stop", "start"));
     EXPECT_THAT(Reports(),
                 ElementsAre(Report({0, Command::AppGone, false, {}, 0}), Report({0, Command::Login, true, next, 1})));
@@ -225,7 +225,7 @@ TEST_F(LoginTest, ASlotMayHaveOtherThreadsCallTheController)
             controller.CloudControlConnect();
             controller.CloudControlLogin({}, {}, {});
         }));
-        EXPECT_EQ(calls.back().wait_for(kPatience), std::future_status::ready);
+        EXPECT_EQ(calls.back().wait_for(kTimeout), std::future_status::ready);
     };
     QObject::connect(&controller, &CExternalController::signalStartPushStream, slot);
     QObject::connect(&controller, &CExternalController::signalStopAppStreamPush, slot);

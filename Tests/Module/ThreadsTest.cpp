@@ -91,7 +91,7 @@ TEST_F(ThreadsTest, AStopAndTheLoginsAndNoticesThatComeMeanwhileDoNotWaitForOneA
         std::vector<std::future<void>> deliveries;
         const auto deliver = [&](const std::shared_ptr<Comm::ResponsePackage>& packet) {
             deliveries.push_back(std::async(std::launch::async, tcp, packet));
-            EXPECT_EQ(deliveries.back().wait_for(kPatience), std::future_status::ready);
+            EXPECT_EQ(deliveries.back().wait_for(kTimeout), std::future_status::ready);
         };
         RecordingChannels::OnCall([&, stop = std::string(stop)](const SChannelCall& call) {
             if (call.name == "Timer.Stop")

@@ -228,7 +228,7 @@ TEST_F(HostCommandsTest, AnEventIsReportedWhenReadersHaveTheChange)
                          if (++reported == kChanges)
                              loop.quit();
                      });
-    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+    QTimer::singleShot(kTimeout, &loop, &QEventLoop::quit);
     std::thread channel([&] {
         for (int k = 0; k < kChanges; ++k) {
             Change(Command::ScenePlay, {{"sceneCol", k % 2 + 1}});

@@ -61,7 +61,7 @@ void CTcpPeer::Send(const std::string& bytes)
     asio::write(m_socket, asio::buffer(bytes), ignored);
 }
 
-bool CTcpPeer::ReadSome(std::chrono::milliseconds patience)
+bool CTcpPeer::ReadSome(std::chrono::milliseconds timeout)
 {
     if (m_ended)
         return false;
@@ -73,7 +73,7 @@ bool CTcpPeer::ReadSome(std::chrono::milliseconds patience)
         m_received.append(bytes.data(), count);
     });
     m_context.restart();
-    m_context.run_for(patience);
+    m_context.run_for(timeout);
     if (!done) {
         m_socket.cancel();
         m_context.restart();
@@ -82,13 +82,13 @@ bool CTcpPeer::ReadSome(std::chrono::milliseconds patience)
     return done && !m_ended;
 }
 
-std::optional<SFrame> CTcpPeer::Receive(std::chrono::milliseconds patience)
+std::optional<SFrame> CTcpPeer::Receive(std::chrono::milliseconds timeout)
 {
     const auto isWhole = [this] {
         return m_received.size() >= kHeaderBytes && m_received.size() >= kHeaderBytes + FromBigEndian(m_received, 8);
     };
     while (!isWhole()) {
-        if (!ReadSome(patience))
+        if (!ReadSome(timeout))
             return std::nullopt;
     }
     const std::size_t size = kHeaderBytes + FromBigEndian(m_received, 8);
@@ -97,11 +97,11 @@ std::optional<SFrame> CTcpPeer::Receive(std::chrono::milliseconds patience)
     return frame;
 }
 
-bool CTcpPeer::IsClosedByPeer(std::chrono::milliseconds patience)
+bool CTcpPeer::IsClosedByPeer(std::chrono::milliseconds timeout)
 {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!m_ended && std::chrono::steady_clock::now() < deadline) {
-        ReadSome(patience);
+        ReadSome(timeout);
         m_received.clear();
     }
     return m_ended;

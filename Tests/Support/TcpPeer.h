@@ -32,10 +32,10 @@ public:
 
     void Send(const std::string& bytes);
     void Send(std::uint32_t code, const std::string& body = {}) { Send(EnvelopeBytes(code, body)); }
-    /// The next envelope, or nothing when the connection ends or patience runs out.
-    std::optional<SFrame> Receive(std::chrono::milliseconds patience = kPatience);
+    /// The next envelope, or nothing when the connection ends or the timeout expires.
+    std::optional<SFrame> Receive(std::chrono::milliseconds timeout = kTimeout);
     /// Whether the other side ends the connection; what still comes in is read and dropped.
-    bool IsClosedByPeer(std::chrono::milliseconds patience = kPatience);
+    bool IsClosedByPeer(std::chrono::milliseconds timeout = kTimeout);
     void EndSending();
     /// Closes with a reset instead of an orderly end.
     void Reset();
@@ -43,7 +43,7 @@ public:
     std::uint16_t LocalPort() const;
 
 private:
-    bool ReadSome(std::chrono::milliseconds patience);
+    bool ReadSome(std::chrono::milliseconds timeout);
 
     asio::io_context m_context;
     asio::ip::tcp::socket m_socket;

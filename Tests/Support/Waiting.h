@@ -9,13 +9,13 @@
 #include <vector>
 
 /// How long a test waits for what must come. Generous: it is only used up by a failure.
-constexpr std::chrono::seconds kPatience(20);
+constexpr std::chrono::seconds kTimeout(20);
 
-/// Waits for what another thread does; false when patience runs out first.
+/// Waits for what another thread does; false when the timeout expires first.
 template <class Condition>
-bool WaitUntil(Condition&& condition, std::chrono::milliseconds patience = kPatience)
+bool WaitUntil(Condition&& condition, std::chrono::milliseconds timeout = kTimeout)
 {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
@@ -59,7 +59,7 @@ public:
         return m_notes;
     }
 
-    /// All once there are this many; fewer when patience runs out.
+    /// All once there are this many; fewer when the timeout expires.
     std::vector<std::string> WaitFor(std::size_t count) const
     {
         WaitUntil([&] { return All().size() >= count; });

@@ -206,14 +206,14 @@ void CEnvelopePeer::ReadOn(Channel channel)
 void CEnvelopePeer::TakeBytes(Channel channel, std::string_view bytes)
 {
     SSide& side = SideOf(channel);
-    const auto verdict = side.reader.Feed(bytes, [&](std::string_view frame) {
+    const auto result = side.reader.Feed(bytes, [&](std::string_view frame) {
         const std::string_view body = frame.substr(Envelope::kCodeHeaderBytes);
         m_received.push_back({channel, Envelope::ReadNumber(frame.data() + Envelope::kMarkBytes),
                               QByteArray(body.data(), static_cast<int>(body.size()))});
         return true;
     });
-    if (verdict == CFrameReader::Verdict::WrongMark)
+    if (result == CFrameReader::Result::WrongMark)
         side.ended = QStringLiteral("what came on the %1 channel is not an envelope").arg(NameOf(channel));
-    else if (verdict != CFrameReader::Verdict::Sound)
+    else if (result != CFrameReader::Result::Ok)
         side.ended = QStringLiteral("an envelope on the %1 channel claims to be too long").arg(NameOf(channel));
 }

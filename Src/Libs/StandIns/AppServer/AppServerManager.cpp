@@ -49,10 +49,10 @@ bool IsLoginSuccess(const std::string& envelope)
     return ReadJson(body).object().value(QLatin1String("result")) == QJsonValue(LoginResult::Success);
 }
 
-void TellTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
-                 std::string_view envelope)
+void PublishTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
+                    std::string_view envelope)
 {
-    EnvelopeTraffic::Tell(kind, kChannelNames[static_cast<std::size_t>(channel)], connection, envelope);
+    EnvelopeTraffic::Publish(kind, kChannelNames[static_cast<std::size_t>(channel)], connection, envelope);
 }
 
 struct SCallbacks {
@@ -85,7 +85,7 @@ public:
             const std::lock_guard lock(m_ftpMutex);
             m_ftp = std::make_unique<CFtpUploadServer>(
                 FtpOptionsOf(m_config), m_callbacks.uploadEnd,
-                [this](bool listening, const std::string& reason) { TellUploadState(listening, reason); });
+                [this](bool listening, const std::string& reason) { PublishUploadState(listening, reason); });
         }
         m_ftp->Start(); // tells its state while it starts: not under the lock
         m_threads.Start();
@@ -165,13 +165,13 @@ private:
                 QString::fromStdString(config.uploadFolder)};
     }
 
-    void TellUploadState(bool listening, const std::string& reason) const
+    void PublishUploadState(bool listening, const std::string& reason) const
     {
         const std::string address = AddressText(m_config.listenAddress, AppServer::kFtpPort);
-        CChannelEvents::GetInstance().Tell({listening ? SChannelEvent::Kind::Listening : SChannelEvent::Kind::Failed,
-                                            "app upload",
-                                            {},
-                                            listening ? address : address + ": " + reason});
+        CChannelEvents::GetInstance().Publish({listening ? SChannelEvent::Kind::Listening : SChannelEvent::Kind::Failed,
+                                               "app upload",
+                                               {},
+                                               listening ? address : address + ": " + reason});
     }
 
     CTcpServer::SCallbacks CallbacksOf(int channel)
@@ -183,7 +183,7 @@ private:
                     m_callbacks.connected(connection->RemoteIp(), connection->RemotePort());
             },
             [this, channel](const CEnvelopeConnection::Ptr& connection, std::string frame) {
-                TellTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
+                PublishTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
                 const CAsking asking(connection, channel);
                 Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
                                           kChannelPorts[static_cast<std::size_t>(channel)]});
@@ -211,7 +211,7 @@ private:
     {
         if (!connection || !connection->Send(package))
             return;
-        TellTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
+        PublishTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
         if (IsLoginSuccess(package->data))
             m_peers.LogIn(connection);
     }

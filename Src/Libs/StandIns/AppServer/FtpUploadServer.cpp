@@ -105,7 +105,7 @@ public:
             return;
         m_options.folder = folder;
         if (m_process.state() != QProcess::NotRunning)
-            Tell({{"root", folder}});
+            WriteLine({{"root", folder}});
     }
 
     void Stop()
@@ -153,16 +153,19 @@ private:
         m_process.start(QStringLiteral(ZENTRAVOX_PYTHON),
                         {QStringLiteral("-B"), QStringLiteral("-X"), QStringLiteral("utf8"), Script()});
         // Through stdin, for every user of the machine can read a command line.
-        Tell({{"address", m_options.listenAddress},
-              {"port", m_options.port},
-              {"passivePorts", QJsonArray{m_options.firstPassivePort, m_options.lastPassivePort}},
-              {"user", m_options.user},
-              {"password", m_options.password},
-              {"root", m_options.folder},
-              {"loginSeconds", std::chrono::duration<double>(m_options.loginLimit).count()}});
+        WriteLine({{"address", m_options.listenAddress},
+                   {"port", m_options.port},
+                   {"passivePorts", QJsonArray{m_options.firstPassivePort, m_options.lastPassivePort}},
+                   {"user", m_options.user},
+                   {"password", m_options.password},
+                   {"root", m_options.folder},
+                   {"loginSeconds", std::chrono::duration<double>(m_options.loginLimit).count()}});
     }
 
-    void Tell(const QJsonObject& line) { m_process.write(QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n'); }
+    void WriteLine(const QJsonObject& line)
+    {
+        m_process.write(QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n');
+    }
 
     void ReadEvents()
     {

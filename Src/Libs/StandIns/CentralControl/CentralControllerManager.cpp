@@ -16,10 +16,10 @@ namespace {
 
 constexpr char kChannelName[] = "central control";
 
-void TellTraffic(SChannelEvent::Kind kind, const std::string& ip, std::uint16_t port, const std::string& what,
-                 std::size_t bytes)
+void PublishTraffic(SChannelEvent::Kind kind, const std::string& ip, std::uint16_t port, const std::string& what,
+                    std::size_t bytes)
 {
-    CChannelEvents::GetInstance().Tell(
+    CChannelEvents::GetInstance().Publish(
         {kind, kChannelName, AddressText(ip, port), what + std::to_string(bytes) + " bytes"});
 }
 
@@ -47,7 +47,7 @@ public:
     void Send(const std::string& json, const std::string& ip, std::uint16_t port)
     {
         if (CChannelEvents::GetInstance().WantsTraffic())
-            TellTraffic(SChannelEvent::Kind::Sent, ip, port, {}, json.size());
+            PublishTraffic(SChannelEvent::Kind::Sent, ip, port, {}, json.size());
         m_socket.Send(json, ip, port);
     }
 
@@ -58,7 +58,7 @@ private:
     {
         STextCommand command = TextCommand::Read(datagram);
         if (CChannelEvents::GetInstance().WantsTraffic())
-            TellTraffic(SChannelEvent::Kind::Received, ip, port, TextCommand::Describe(command), datagram.size());
+            PublishTraffic(SChannelEvent::Kind::Received, ip, port, TextCommand::Describe(command), datagram.size());
         if (!command.refusal.isEmpty())
             Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
         if (command.message.isEmpty() || !callback)

@@ -28,7 +28,7 @@ namespace {
 
 void Note(const std::string& text)
 {
-    CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
+    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
 }
 
 /// Whether a command is answered and changes nothing.
@@ -151,7 +151,7 @@ private:
             m_commands.pop_front();
             lock.unlock();
             t_connection = next.connection;
-            CChannelEvents::GetInstance().Tell(
+            CChannelEvents::GetInstance().Publish(
                 {SChannelEvent::Kind::Received, CloudControl::kChannelName, {}, std::to_string(next.Code())});
             if (callback) {
                 const CShowReading reading;

@@ -27,9 +27,9 @@ std::string PeerText(const QUrl& url)
                        static_cast<std::uint16_t>(url.port(url.scheme() == kCloudScheme ? kTlsPort : kPlainPort)));
 }
 
-void Tell(SChannelEvent::Kind kind, const QUrl& url, const QString& text)
+void Publish(SChannelEvent::Kind kind, const QUrl& url, const QString& text)
 {
-    CChannelEvents::GetInstance().Tell({kind, CloudControl::kChannelName, PeerText(url), text.toStdString()});
+    CChannelEvents::GetInstance().Publish({kind, CloudControl::kChannelName, PeerText(url), text.toStdString()});
 }
 
 QString ReasonOf(const QWebSocket& socket)
@@ -65,7 +65,7 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     connect(&m_socket, &QWebSocket::textMessageReceived, this,
             [this](const QString& text) { TakeText(text.toUtf8()); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
-            [this] { Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, ignored"); });
+            [this] { Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, ignored"); });
     // Either or both come, in either order.
     connect(&m_socket, &QWebSocket::disconnected, this, [this] { TakeEnd(ReasonOf(m_socket)); });
     connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
@@ -159,7 +159,7 @@ void CCloudLink::TakeConnected()
     m_hasAnswered = true;
     m_pauses.Reset();
     m_ping.start(m_target->config.pingPeriod);
-    Tell(SChannelEvent::Kind::Connected, m_socket.requestUrl(), {});
+    Publish(SChannelEvent::Kind::Connected, m_socket.requestUrl(), {});
     SendWaiting();
 }
 
@@ -168,10 +168,10 @@ void CCloudLink::TakeText(const QByteArray& frame)
     if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes)
         m_callbacks.received(frame);
     else
-        Tell(SChannelEvent::Kind::Note, m_socket.requestUrl(),
-             QStringLiteral("a frame of %1 bytes, ignored: a command has at most %2")
-                 .arg(frame.size())
-                 .arg(CloudControl::kMaxCommandBytes));
+        Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(),
+                QStringLiteral("a frame of %1 bytes, ignored: a command has at most %2")
+                    .arg(frame.size())
+                    .arg(CloudControl::kMaxCommandBytes));
 }
 
 void CCloudLink::TakeEnd(const QString& why)
@@ -181,8 +181,8 @@ void CCloudLink::TakeEnd(const QString& why)
     m_ping.stop();
     m_outbox.EndConnection();
     m_callbacks.ended();
-    Tell(std::exchange(m_isConnected, false) ? SChannelEvent::Kind::Closed : SChannelEvent::Kind::Note,
-         m_socket.requestUrl(), why);
+    Publish(std::exchange(m_isConnected, false) ? SChannelEvent::Kind::Closed : SChannelEvent::Kind::Note,
+            m_socket.requestUrl(), why);
     if (m_target)
         m_retry.start(m_pauses.Next());
 }
@@ -207,8 +207,8 @@ void CCloudLink::SendWaiting()
             return;
         m_socket.sendTextMessage(CloudCommand::Reply(message->route, message->data));
         if (CChannelEvents::GetInstance().WantsTraffic())
-            Tell(SChannelEvent::Kind::Sent, m_socket.requestUrl(),
-                 QStringLiteral("route %1, %2 bytes").arg(message->route).arg(message->data.size()));
+            Publish(SChannelEvent::Kind::Sent, m_socket.requestUrl(),
+                    QStringLiteral("route %1, %2 bytes").arg(message->route).arg(message->data.size()));
     }
 }
 
@@ -216,7 +216,7 @@ void CCloudLink::StartValidation(const STarget& target)
 {
     auto* socket = new QWebSocket(QString(), QWebSocketProtocol::VersionLatest, this);
     const auto end = [socket, url = target.url](const QString& result) {
-        Tell(SChannelEvent::Kind::Note, url, "login: " + result);
+        Publish(SChannelEvent::Kind::Note, url, "login: " + result);
         socket->disconnect();
         socket->abort();
         socket->deleteLater();

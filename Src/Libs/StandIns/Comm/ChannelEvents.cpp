@@ -15,7 +15,7 @@ void CChannelEvents::SetSink(Sink sink, bool traffic)
     m_sink = sink ? std::make_shared<const Sink>(std::move(sink)) : nullptr;
 }
 
-void CChannelEvents::Tell(const SChannelEvent& event)
+void CChannelEvents::Publish(const SChannelEvent& event)
 {
     std::shared_ptr<const Sink> sink;
     {

@@ -41,7 +41,7 @@ public:
     /// Every packet is an event only with traffic on: it costs a line of text each.
     void SetSink(Sink sink, bool traffic);
     bool WantsTraffic() const { return m_traffic.load(std::memory_order_relaxed); }
-    void Tell(const SChannelEvent& event);
+    void Publish(const SChannelEvent& event);
 
 private:
     std::mutex m_mutex;

@@ -18,10 +18,10 @@ constexpr std::size_t kBatchBytes = std::size_t{64} << 10;
 /// What one call can gather.
 constexpr std::size_t kMaxGather = 64;
 
-const char* TextOf(CFrameReader::Verdict verdict)
+const char* TextOf(CFrameReader::Result result)
 {
-    return verdict == CFrameReader::Verdict::WrongMark ? "the bytes are no envelope"
-                                                       : "an envelope claims to be too long";
+    return result == CFrameReader::Result::WrongMark ? "the bytes are no envelope"
+                                                     : "an envelope claims to be too long";
 }
 
 } // namespace
@@ -112,11 +112,11 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
 {
     const std::size_t framesBefore = m_reader.Frames();
     const Ptr self = shared_from_this();
-    auto verdict = CFrameReader::Verdict::Stopped;
+    auto result = CFrameReader::Result::Stopped;
     try {
-        verdict = m_reader.Feed(bytes, [&](std::string_view frame) {
+        result = m_reader.Feed(bytes, [&](std::string_view frame) {
             {
-                const CIoThreads::CCallOut callOut(m_threads);
+                const CIoThreads::CCallbackScope callbackScope(m_threads);
                 m_onFrame(self, std::string(frame));
             }
             const std::lock_guard lock(m_mutex);
@@ -125,9 +125,9 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
     } catch (const std::bad_alloc&) {
         Close("not enough memory for its request");
     }
-    if (verdict == CFrameReader::Verdict::WrongMark || verdict == CFrameReader::Verdict::TooLong)
-        Close(TextOf(verdict));
-    if (verdict != CFrameReader::Verdict::Sound)
+    if (result == CFrameReader::Result::WrongMark || result == CFrameReader::Result::TooLong)
+        Close(TextOf(result));
+    if (result != CFrameReader::Result::Ok)
         return false;
 
     {

@@ -15,10 +15,10 @@ std::string EnvelopeTraffic::TextOf(std::string_view envelope)
     return text.toStdString();
 }
 
-void EnvelopeTraffic::Tell(SChannelEvent::Kind kind, const char* channel, const CEnvelopeConnection& connection,
-                           std::string_view envelope)
+void EnvelopeTraffic::Publish(SChannelEvent::Kind kind, const char* channel, const CEnvelopeConnection& connection,
+                              std::string_view envelope)
 {
     CChannelEvents& events = CChannelEvents::GetInstance();
     if (events.WantsTraffic())
-        events.Tell({kind, channel, connection.RemoteText(), TextOf(envelope)});
+        events.Publish({kind, channel, connection.RemoteText(), TextOf(envelope)});
 }

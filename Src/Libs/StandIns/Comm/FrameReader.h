@@ -10,8 +10,8 @@
 /// Cuts a byte stream into whole envelopes of the code form, however the bytes arrive. Single-threaded.
 class CFrameReader {
 public:
-    enum class Verdict {
-        Sound,
+    enum class Result {
+        Ok,
         WrongMark, ///< the stream is not made of envelopes
         TooLong,   ///< an envelope claims a body beyond the limit
         Stopped,   ///< onFrame wanted no more
@@ -20,9 +20,9 @@ public:
     explicit CFrameReader(std::size_t maxBodyBytes = Envelope::kMaxReplyBodyBytes) : m_maxBodyBytes(maxBodyBytes) {}
 
     /// Calls onFrame(std::string_view) -> bool with each envelope that is complete, header included, for as long as it
-    /// returns true. After a verdict other than Sound the reader is of no more use.
+    /// returns true. After a result other than Ok the reader is of no more use.
     template <class OnFrame>
-    Verdict Feed(std::string_view bytes, OnFrame&& onFrame)
+    Result Feed(std::string_view bytes, OnFrame&& onFrame)
     {
         // Most reads hold whole envelopes only: those are never copied.
         const bool fromPending = !m_pending.empty();
@@ -33,24 +33,24 @@ public:
         std::string_view rest = bytes;
         while (rest.size() >= Envelope::kMarkBytes) {
             if (std::memcmp(rest.data(), Envelope::kCodeMark, Envelope::kMarkBytes) != 0)
-                return Verdict::WrongMark;
+                return Result::WrongMark;
             if (rest.size() < Envelope::kCodeHeaderBytes)
                 break;
             const std::size_t body = Envelope::ReadNumber(rest.data() + Envelope::kCodeHeaderBytes - 4);
             if (body > m_maxBodyBytes)
-                return Verdict::TooLong;
+                return Result::TooLong;
             const std::size_t frame = Envelope::kCodeHeaderBytes + body;
             if (rest.size() < frame)
                 break;
             if (!onFrame(rest.substr(0, frame)))
-                return Verdict::Stopped;
+                return Result::Stopped;
             rest.remove_prefix(frame);
             ++m_frames;
         }
         // A new buffer: that of a large envelope isn't retained for the small one that follows.
         if (!fromPending || rest.size() < bytes.size())
             m_pending = std::vector<char>(rest.begin(), rest.end());
-        return Verdict::Sound;
+        return Result::Ok;
     }
 
     /// Frees what an unfinished envelope holds. The reader is of no more use.

@@ -56,7 +56,7 @@ void CIoThreads::Stop()
     }
 }
 
-CIoThreads::CCallOut::CCallOut(CIoThreads& threads)
+CIoThreads::CCallbackScope::CCallbackScope(CIoThreads& threads)
 {
     if (!t_worker)
         return;
@@ -67,7 +67,7 @@ CIoThreads::CCallOut::CCallOut(CIoThreads& threads)
     }
 }
 
-CIoThreads::CCallOut::~CCallOut()
+CIoThreads::CCallbackScope::~CCallbackScope()
 {
     if (t_worker)
         ++t_worker->turn;

@@ -28,12 +28,12 @@ public:
     void Stop();
 
     /// Stands around each call out of the io_context that may be slow.
-    class CCallOut {
+    class CCallbackScope {
     public:
-        explicit CCallOut(CIoThreads& threads);
-        ~CCallOut();
-        CCallOut(const CCallOut&) = delete;
-        CCallOut& operator=(const CCallOut&) = delete;
+        explicit CCallbackScope(CIoThreads& threads);
+        ~CCallbackScope();
+        CCallbackScope(const CCallbackScope&) = delete;
+        CCallbackScope& operator=(const CCallbackScope&) = delete;
     };
 
 private:

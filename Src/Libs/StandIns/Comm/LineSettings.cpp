@@ -9,7 +9,7 @@ namespace {
 
 using Base = asio::serial_port_base;
 
-constexpr int kMostParts = 5;
+constexpr int kMaxParts = 5;
 
 template <class Value>
 struct SWord {
@@ -81,7 +81,7 @@ std::optional<SLineSettings> ReadLineSettings(const std::string& text, std::stri
                        (!has(4) || ReadWord(part(4), kFlowControls, "flow control", settings.flowControl, reason));
     if (!sound)
         return std::nullopt;
-    if (has(kMostParts)) {
+    if (has(kMaxParts)) {
         reason = "there are more than five parts";
         return std::nullopt;
     }

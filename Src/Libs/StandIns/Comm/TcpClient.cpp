@@ -14,7 +14,7 @@ CTcpClient::CTcpClient(CIoThreads& threads, SOptions options, SCallbacks callbac
     , m_resolver(threads.Context())
     , m_socket(threads.Context())
     , m_timer(threads.Context())
-    , m_pauses(m_options.patience.firstPause, m_options.patience.longestPause)
+    , m_pauses(m_options.timeouts.firstPause, m_options.timeouts.longestPause)
     , m_memory(std::make_shared<CChannelMemory>(SChannelLimits(), [this] { return Connections(); }))
     , m_deadlines(threads, m_options.limits.deadline, [this] { return Connections(); })
 {}
@@ -76,7 +76,7 @@ void CTcpClient::Connect(const std::vector<Tcp::endpoint>& endpoints)
                             // Nobody but the timer ends the attempt.
                             Connected(error == asio::error::operation_aborted ? asio::error::timed_out : error);
                         }));
-    m_timer.expires_after(m_options.patience.connect);
+    m_timer.expires_after(m_options.timeouts.connect);
     m_timer.async_wait(asio::bind_executor(m_strand, [this](const asio::error_code& error) {
         asio::error_code ignored;
         if (!error && m_connecting)
@@ -115,7 +115,7 @@ void CTcpClient::Open()
         m_connection = connection;
         m_isUnended = true;
     }
-    Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+    Publish(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
     connection->Start();
 }
 
@@ -125,9 +125,9 @@ void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
         const std::lock_guard lock(m_mutex);
         m_connection.reset();
     }
-    Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+    Publish(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
     {
-        const CIoThreads::CCallOut callOut(m_threads);
+        const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_callbacks.ended(connection);
     }
     {
@@ -141,8 +141,8 @@ void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
 void CTcpClient::Failed(const asio::error_code& error)
 {
     if (std::exchange(m_lastFailure, error.message()) != error.message())
-        Tell(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
-             "can't connect and keeps trying: " + error.message());
+        Publish(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
+                "can't connect and keeps trying: " + error.message());
     TryLater();
 }
 
@@ -157,7 +157,7 @@ void CTcpClient::TryLater()
     }));
 }
 
-void CTcpClient::Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+void CTcpClient::Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Tell({kind, m_options.channel, peer, text});
+    CChannelEvents::GetInstance().Publish({kind, m_options.channel, peer, text});
 }

@@ -21,7 +21,7 @@
 class CTcpClient {
 public:
     /// How long it waits for a connection, and before it tries again.
-    struct SPatience {
+    struct STimeouts {
         std::chrono::milliseconds connect = std::chrono::seconds(10);
         std::chrono::milliseconds firstPause = std::chrono::milliseconds(250);
         std::chrono::milliseconds longestPause = std::chrono::seconds(10);
@@ -30,7 +30,7 @@ public:
         std::string channel; ///< its name in events
         std::string host;    ///< an address or a name
         std::uint16_t port = 0;
-        SPatience patience;
+        STimeouts timeouts;
         SConnectionLimits limits;
     };
     /// Both run on the threads, one after the other; ended is the last of a connection.
@@ -59,7 +59,7 @@ private:
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
     void Failed(const asio::error_code& error);
     void TryLater();
-    void Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
+    void Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;
     const SOptions m_options;

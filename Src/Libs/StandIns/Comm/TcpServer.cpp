@@ -33,10 +33,10 @@ bool CTcpServer::Start()
         error = ListenAt(m_acceptor, {address, m_options.port});
     const std::string text = AddressText(m_options.address, m_options.port);
     if (error) {
-        Tell(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
+        Publish(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
         return false;
     }
-    Tell(SChannelEvent::Kind::Listening, {}, text);
+    Publish(SChannelEvent::Kind::Listening, {}, text);
     Accept();
     m_deadlines.Start();
     return true;
@@ -70,7 +70,7 @@ void CTcpServer::Accept()
             return;
         if (error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
             error == asio::error::no_memory) {
-            Tell(SChannelEvent::Kind::Note, {}, "can't accept: " + error.message());
+            Publish(SChannelEvent::Kind::Note, {}, "can't accept: " + error.message());
             AcceptLater();
             return;
         }
@@ -95,8 +95,8 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
         m_threads, std::move(socket), m_options.limits, m_memory, m_callbacks.frame,
         [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
     if (!MakeRoom()) {
-        Tell(SChannelEvent::Kind::Note, connection->RemoteText(),
-             "refused: there are " + std::to_string(m_options.maxConnections) + " connections and none is idle");
+        Publish(SChannelEvent::Kind::Note, connection->RemoteText(),
+                "refused: there are " + std::to_string(m_options.maxConnections) + " connections and none is idle");
         return;
     }
     {
@@ -107,8 +107,8 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
         ++m_unended;
     }
     asio::post(m_notices, [this, connection] {
-        Tell(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
-        const CIoThreads::CCallOut callOut(m_threads);
+        Publish(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+        const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_callbacks.opened(connection);
         connection->Start();
     });
@@ -149,9 +149,9 @@ void CTcpServer::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
 {
     Forget(connection);
     asio::post(m_notices, [this, connection, reason] {
-        Tell(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+        Publish(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
         {
-            const CIoThreads::CCallOut callOut(m_threads);
+            const CIoThreads::CCallbackScope callbackScope(m_threads);
             m_callbacks.ended(connection);
         }
         const std::lock_guard lock(m_mutex);
@@ -177,7 +177,7 @@ std::vector<CEnvelopeConnection::Ptr> CTcpServer::Connections() const
     return connections;
 }
 
-void CTcpServer::Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+void CTcpServer::Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Tell({kind, m_options.channel, peer, text});
+    CChannelEvents::GetInstance().Publish({kind, m_options.channel, peer, text});
 }

@@ -57,7 +57,7 @@ private:
     bool MakeRoom();
     void Forget(const CEnvelopeConnection::Ptr& connection);
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
-    void Tell(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
+    void Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;
     const SOptions m_options;

@@ -52,10 +52,11 @@ bool CUdpSocket::Start(const std::string& address, std::uint16_t port)
     }
     const std::string text = AddressText(address, port);
     if (error) {
-        CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Failed, m_channel, {}, text + ": " + error.message()});
+        CChannelEvents::GetInstance().Publish(
+            {SChannelEvent::Kind::Failed, m_channel, {}, text + ": " + error.message()});
         return false;
     }
-    CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Listening, m_channel, {}, text});
+    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Listening, m_channel, {}, text});
     Receive();
     return true;
 }
@@ -109,7 +110,7 @@ void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
 {
     const std::string ip = IpText(peer.address());
     try {
-        const CIoThreads::CCallOut callOut(m_threads);
+        const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_onDatagram(std::move(datagram), ip, peer.port());
     } catch (const std::bad_alloc&) {
         Note(AddressText(ip, peer.port()), "a datagram is lost: not enough memory");
@@ -157,5 +158,5 @@ void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::u
 
 void CUdpSocket::Note(const std::string& peer, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, m_channel, peer, text});
+    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, m_channel, peer, text});
 }

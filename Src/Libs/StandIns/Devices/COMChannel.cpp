@@ -28,7 +28,7 @@ Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSet
     try {
         m_impl = std::make_unique<Impl>(bufferBytes, lineSettings);
     } catch (const std::exception& error) {
-        CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, "serial device", {}, error.what()});
+        CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "serial device", {}, error.what()});
     }
 }
 
@@ -39,7 +39,7 @@ bool Comm::COMChannel::Open(const std::string& portName)
     try {
         return m_impl && m_impl->Port().Open(portName);
     } catch (const std::exception& error) {
-        CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, "serial device", portName, error.what()});
+        CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "serial device", portName, error.what()});
         m_impl.reset();
         return false;
     }

@@ -63,7 +63,7 @@ bool CSerialPort::Open(const std::string& name)
 {
     m_name = name;
     if (!m_settings) {
-        Tell(SChannelEvent::Kind::Note, "not opened: " + m_settingsFault);
+        Publish(SChannelEvent::Kind::Note, "not opened: " + m_settingsFault);
         return false;
     }
     const bool opened = TryOpen();
@@ -89,13 +89,13 @@ bool CSerialPort::TryOpen()
     if (!fault.empty()) {
         m_port.close(error);
         if (std::exchange(m_lastFailure, fault) != fault)
-            Tell(SChannelEvent::Kind::Note, "can't open it and keeps trying: " + fault);
+            Publish(SChannelEvent::Kind::Note, "can't open it and keeps trying: " + fault);
         if (!m_closing)
             TryLater(kReopenPause);
         return false;
     }
     m_lastFailure.clear();
-    Tell(SChannelEvent::Kind::Connected, {});
+    Publish(SChannelEvent::Kind::Connected, {});
     ReportDropped();
     Receive();
     Write();
@@ -121,7 +121,7 @@ void CSerialPort::Receive()
             return;
         }
         if (CChannelEvents::GetInstance().WantsTraffic())
-            Tell(SChannelEvent::Kind::Received, TrafficText({m_received.data(), count}));
+            Publish(SChannelEvent::Kind::Received, TrafficText({m_received.data(), count}));
         Receive();
     });
 }
@@ -134,8 +134,8 @@ void CSerialPort::Send(std::shared_ptr<const Comm::RequestPackage> package)
     if (m_queuedBytes.fetch_add(size) + size > kMaxQueuedBytes) {
         m_queuedBytes -= size;
         if (!m_refuses.exchange(true))
-            Tell(SChannelEvent::Kind::Note,
-                 "the queue is full, commands are not sent, beginning with: " + TrafficText(package->data));
+            Publish(SChannelEvent::Kind::Note,
+                    "the queue is full, commands are not sent, beginning with: " + TrafficText(package->data));
         return;
     }
     asio::post(m_context, [this, command = SCommand{std::move(package), m_clock()}]() mutable {
@@ -165,7 +165,7 @@ void CSerialPort::Write()
 void CSerialPort::OnWritten()
 {
     if (CChannelEvents::GetInstance().WantsTraffic())
-        Tell(SChannelEvent::Kind::Sent, TrafficText(m_queue.front().package->data));
+        Publish(SChannelEvent::Kind::Sent, TrafficText(m_queue.front().package->data));
     RemoveFirst();
     if (m_clock() - m_writingSince > kMaxWaiting) {
         DropOld();
@@ -191,8 +191,8 @@ void CSerialPort::DropOld()
 void CSerialPort::ReportDropped()
 {
     if (m_dropped > 0)
-        Tell(SChannelEvent::Kind::Note,
-             "commands that waited longer than 5 s are not sent: " + std::to_string(std::exchange(m_dropped, 0)));
+        Publish(SChannelEvent::Kind::Note,
+                "commands that waited longer than 5 s are not sent: " + std::to_string(std::exchange(m_dropped, 0)));
 }
 
 void CSerialPort::Lose(const asio::error_code& error)
@@ -202,7 +202,7 @@ void CSerialPort::Lose(const asio::error_code& error)
         return;
     asio::error_code ignored;
     m_port.close(ignored);
-    Tell(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", keeps trying"));
+    Publish(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", keeps trying"));
     if (!m_closing)
         TryLater(kReopenPause);
 }
@@ -228,11 +228,11 @@ void CSerialPort::FinishClosing()
         asio::error_code ignored;
         m_port.close(ignored);
     }
-    Tell(SChannelEvent::Kind::Closed, text);
+    Publish(SChannelEvent::Kind::Closed, text);
     m_context.stop();
 }
 
-void CSerialPort::Tell(SChannelEvent::Kind kind, const std::string& text) const
+void CSerialPort::Publish(SChannelEvent::Kind kind, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Tell({kind, "serial device", m_name, text});
+    CChannelEvents::GetInstance().Publish({kind, "serial device", m_name, text});
 }

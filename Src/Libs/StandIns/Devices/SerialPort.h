@@ -67,7 +67,7 @@ private:
     void DropOld();
     void ReportDropped();
     void FinishClosing();
-    void Tell(SChannelEvent::Kind kind, const std::string& text) const;
+    void Publish(SChannelEvent::Kind kind, const std::string& text) const;
 
     const Clock m_clock;
     const std::uint64_t m_number;

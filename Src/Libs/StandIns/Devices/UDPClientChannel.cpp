@@ -19,7 +19,7 @@ constexpr int kSendBufferBytes = 1 << 20;
 
 void Note(const std::string& peer, const std::string& text)
 {
-    CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note, "UDP device", peer, text});
+    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "UDP device", peer, text});
 }
 
 /// A local port that datagrams leave from, shared by all channels that name it: what is wrong with it is reported once.
@@ -134,7 +134,8 @@ public:
         if (error)
             Note(peer, std::to_string(datagram.size()) + " bytes not sent: " + error.message());
         else if (sent && CChannelEvents::GetInstance().WantsTraffic())
-            CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Sent, "UDP device", peer, TrafficText(datagram)});
+            CChannelEvents::GetInstance().Publish(
+                {SChannelEvent::Kind::Sent, "UDP device", peer, TrafficText(datagram)});
         return sent;
     }
 

@@ -17,7 +17,7 @@ constexpr std::uint16_t kDefaultPort = 25510;
 struct SFPClientConfig {
     std::string host = FPClient::kDefaultHost; ///< an address or a name
     std::uint16_t port = FPClient::kDefaultPort;
-    CTcpClient::SPatience patience;
+    CTcpClient::STimeouts timeouts;
 };
 
 namespace FPClient {

@@ -37,12 +37,13 @@ public:
     {
         const CEnvelopeConnection::Ptr connection = m_client.Connection();
         if (connection && connection->Send(package))
-            EnvelopeTraffic::Tell(SChannelEvent::Kind::Sent, kChannelName, *connection, package->data);
+            EnvelopeTraffic::Publish(SChannelEvent::Kind::Sent, kChannelName, *connection, package->data);
         else
-            CChannelEvents::GetInstance().Tell({SChannelEvent::Kind::Note,
-                                                kChannelName,
-                                                {},
-                                                "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
+            CChannelEvents::GetInstance().Publish(
+                {SChannelEvent::Kind::Note,
+                 kChannelName,
+                 {},
+                 "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
     }
 
     PackageCallback callback;
@@ -50,14 +51,14 @@ public:
 private:
     static CTcpClient::SOptions OptionsOf(const SFPClientConfig& config)
     {
-        return {kChannelName, config.host, config.port, config.patience, {}};
+        return {kChannelName, config.host, config.port, config.timeouts, {}};
     }
 
     CTcpClient::SCallbacks CallbacksOf()
     {
         return {
             [this](const CEnvelopeConnection::Ptr& connection, std::string frame) {
-                EnvelopeTraffic::Tell(SChannelEvent::Kind::Received, kChannelName, *connection, frame);
+                EnvelopeTraffic::Publish(SChannelEvent::Kind::Received, kChannelName, *connection, frame);
                 Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
             },
             [this](const CEnvelopeConnection::Ptr& connection) {

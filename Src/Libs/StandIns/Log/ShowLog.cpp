@@ -47,7 +47,7 @@ public:
     CStatement(sqlite3* database, const std::string& sql) : m_database(database)
     {
         if (sqlite3_prepare_v2(database, sql.c_str(), -1, &m_statement, nullptr) != SQLITE_OK)
-            Tell();
+            LogError();
     }
     ~CStatement() { sqlite3_finalize(m_statement); }
     CStatement(const CStatement&) = delete;
@@ -72,7 +72,7 @@ public:
     {
         const int result = sqlite3_step(m_statement);
         if (result != SQLITE_ROW && result != SQLITE_DONE)
-            Tell();
+            LogError();
         return result == SQLITE_ROW;
     }
     QString Text(int column) const
@@ -83,7 +83,7 @@ public:
     int Number(int column) const { return sqlite3_column_int(m_statement, column); }
 
 private:
-    void Tell() const { qCWarning(lcLog) << "the show log:" << sqlite3_errmsg(m_database); }
+    void LogError() const { qCWarning(lcLog) << "the show log:" << sqlite3_errmsg(m_database); }
 
     sqlite3* m_database;
     sqlite3_stmt* m_statement = nullptr;
