@@ -207,7 +207,7 @@ TEST_F(TcpServerTest, TheConnectionThatIsIdleLongestGivesWayToANewOne)
     Start({}, {}, 3);
     CTcpPeer spared(kAddress, kPort);
     ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
-    m_server->Connections().front()->Spare();
+    m_server->Connections().front()->Protect();
     CTcpPeer active(kAddress, kPort);
     ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 2; }));
     CTcpPeer idle(kAddress, kPort);

@@ -116,7 +116,7 @@ class HostileTest(unittest.TestCase):
 
         wait_until(lambda: count_closed(peers) >= 10, "peers are closed")
         wait_until(lambda: count_closed([too_long]), "the too long envelope's peer is closed")
-        self.host.wait_for_line(lambda line: "claims to be too long" in line, "the reason")
+        self.host.wait_for_line(lambda line: "an envelope is longer than the maximum" in line, "the reason")
         self.assert_answers(app)
 
     def test_peers_that_do_not_read_take_a_limited_amount_of_memory(self):
@@ -129,7 +129,7 @@ class HostileTest(unittest.TestCase):
             peer.sendall(header(RESOURCE_LIST, 0) * requests)
 
         # A peer doesn't notice the end before it has read what it was sent earlier.
-        self.host.wait_for_line(lambda line: "unsent replies take too much memory" in line, "a peer is closed")
+        self.host.wait_for_line(lambda line: "unsent replies exceed the memory limit" in line, "a peer is closed")
         self.assert_answers(app)
 
     def test_more_connections_than_there_may_be_displace_idle_ones_but_no_logged_in_app(self):

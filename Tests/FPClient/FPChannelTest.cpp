@@ -128,7 +128,7 @@ TEST_F(FPChannelTest, EndingNotifiesTheCloseAndDropsTheRequestsThatHaveNotBegun)
 TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
 {
     Start();
-    ASSERT_TRUE(WaitUntil([&] { return m_log.Has("keeps trying: Connection refused"); }));
+    ASSERT_TRUE(WaitUntil([&] { return m_log.Has("retrying: Connection refused"); }));
     for (std::size_t i = 0; i < 3; ++i) {
         CController controller;
         const auto peer = controller.Accept();

@@ -17,8 +17,8 @@ void CAppPeers::Add(std::size_t channel, const CEnvelopeConnection::Ptr& connect
     peer.partner = candidates->second.back();
     SPeer& partner = m_peers[peer.partner];
     partner.partner = connection.get();
-    if (partner.connection->IsSpared())
-        connection->Spare();
+    if (partner.connection->IsProtected())
+        connection->Protect();
     RemoveSingle(1 - channel, ip, peer.partner);
 }
 
@@ -50,9 +50,9 @@ void CAppPeers::RemoveSingle(std::size_t channel, const std::string& ip, const C
 
 void CAppPeers::LogIn(const CEnvelopeConnection::Ptr& connection)
 {
-    connection->Spare();
+    connection->Protect();
     if (const auto partner = PartnerOf(connection.get()))
-        partner->Spare();
+        partner->Protect();
 }
 
 CEnvelopeConnection::Ptr CAppPeers::PartnerOf(const CEnvelopeConnection* connection) const

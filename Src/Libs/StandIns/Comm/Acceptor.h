@@ -2,13 +2,14 @@
 
 #include <asio/ip/tcp.hpp>
 
-/// Makes a closed acceptor listen at this end; returns why it can't.
+/// Opens a closed acceptor, binds it to the endpoint and listens.
+/// \return the error of the first step that fails, or no error
 inline asio::error_code ListenAt(asio::ip::tcp::acceptor& acceptor, const asio::ip::tcp::endpoint& endpoint)
 {
     asio::error_code error;
     acceptor.open(endpoint.protocol(), error);
 #if !defined(_WIN32)
-    // There the option would let another program take the port away.
+    // On Windows this option would let another program bind to the same port.
     if (!error)
         acceptor.set_option(asio::socket_base::reuse_address(true), error);
 #endif

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <chrono>
 
-/// The pauses between tries that fail one after the other.
+/// The pauses between consecutive failed attempts. Not thread-safe.
 class CBackOff {
 public:
     CBackOff(std::chrono::milliseconds first, std::chrono::milliseconds longest)
         : m_first(first), m_longest(longest), m_next(first)
     {}
 
-    /// Twice as long as the one before, up to the longest.
+    /// Returns the next pause: twice the previous one, at most the longest.
     std::chrono::milliseconds Next()
     {
         const auto pause = m_next;
@@ -18,7 +18,7 @@ public:
         return pause;
     }
 
-    /// After a success: the next pause is the first one again.
+    /// To be called after a success: the next pause is the first one again.
     void Reset() { m_next = m_first; }
 
 private:

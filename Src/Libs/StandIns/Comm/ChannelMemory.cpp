@@ -19,13 +19,13 @@ void CChannelMemory::CloseLargest()
                                  [&](const auto& a, const auto& b) { return heldBy(*a) < heldBy(*b); });
             if (largest == connections.end() || heldBy(**largest) == 0)
                 return;
-            (*largest)->Close(reason); // gives up its share
+            (*largest)->Close(reason); // releases its share of the budget
         }
     };
     relieve(
         m_input, [](const CEnvelopeConnection& connection) { return connection.InputBytes(); },
-        "the channel's unfinished envelopes take too much memory, and this one takes the most");
+        "the channel's unfinished envelopes exceed the memory limit, and this connection holds the most");
     relieve(
         m_output, [](const CEnvelopeConnection& connection) { return connection.OutputBytes(); },
-        "the channel's unsent replies take too much memory, and this peer's take the most");
+        "the channel's unsent replies exceed the memory limit, and this connection holds the most");
 }

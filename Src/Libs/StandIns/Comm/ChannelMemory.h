@@ -8,15 +8,17 @@
 
 class CEnvelopeConnection;
 
-/// What all connections of a channel may hold together, in bytes.
+/// Memory limits for all connections of a channel together, in bytes.
 struct SChannelLimits {
-    std::size_t maxInputBytes = std::size_t{256} << 20;  ///< of envelopes that are not complete
-    std::size_t maxOutputBytes = std::size_t{256} << 20; ///< of replies that are not sent
+    std::size_t maxInputBytes = std::size_t{256} << 20;  ///< received parts of incomplete envelopes
+    std::size_t maxOutputBytes = std::size_t{256} << 20; ///< unsent replies
 };
 
-/// The memory of one channel: when its connections hold too much together, those that hold the most are closed.
+/// Enforces the memory limits of one channel: while its connections together exceed a limit, the connection that holds
+/// the most memory is closed.
 class CChannelMemory {
 public:
+    /// Returns the open connections of the channel.
     using Connections = std::function<std::vector<std::shared_ptr<CEnvelopeConnection>>()>;
 
     CChannelMemory(const SChannelLimits& limits, Connections connections);
@@ -24,8 +26,8 @@ public:
     CMemoryBudget& Input() { return m_input; }
     CMemoryBudget& Output() { return m_output; }
 
-    /// Closes connections until the rest is within the limits. Called after a share has grown, on any thread, but not
-    /// under the lock of a connection.
+    /// Closes connections until the others are within the limits. To be called after a share has grown. Any thread, but
+    /// not while the mutex of a connection is locked.
     void Relieve()
     {
         if (m_input.IsExceeded() || m_output.IsExceeded())

@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-/// What the host tells a channel before the module makes it. Any thread.
+/// Holds the configuration that the host sets and that a channel reads when the module creates it. Any thread.
 template <class Config>
 class CConfigBox {
 public:

@@ -4,8 +4,8 @@
 
 namespace {
 
-/// How often deadlines are looked at, as a part of the deadline.
-constexpr int kLooksPerDeadline = 10;
+/// Number of checks within the duration of one deadline.
+constexpr int kChecksPerDeadline = 10;
 
 } // namespace
 
@@ -15,7 +15,7 @@ CDeadlineWatch::CDeadlineWatch(CIoThreads& threads, std::chrono::milliseconds de
 
 void CDeadlineWatch::Start()
 {
-    m_timer.expires_after(m_deadline / kLooksPerDeadline);
+    m_timer.expires_after(m_deadline / kChecksPerDeadline);
     m_timer.async_wait([this](const asio::error_code& error) {
         if (error)
             return;

@@ -8,13 +8,15 @@
 #include <functional>
 #include <vector>
 
-/// Has connections look at their deadline again and again.
+/// Calls CEnvelopeConnection::CheckDeadline periodically, ten times per deadline, on the I/O threads.
 class CDeadlineWatch {
 public:
+    /// Returns the connections to check.
     using Connections = std::function<std::vector<CEnvelopeConnection::Ptr>()>;
 
     CDeadlineWatch(CIoThreads& threads, std::chrono::milliseconds deadline, Connections connections);
 
+    /// Starts the periodic checks. They end with the I/O threads.
     void Start();
 
 private:

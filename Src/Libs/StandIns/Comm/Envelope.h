@@ -3,8 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The app envelope on the wire. Code form: mark, command code, body length, body. Id form, the body of a code form:
-/// mark, the id's 16 bytes in RFC 4122 order, length, bytes. Numbers are 32 bits, big-endian.
+/// Wire format of the app envelope. Numbers are 32 bits, big-endian.
+/// - Code form: mark, command code, body length, body.
+/// - Id form, which is the body of a code form: mark, 16 bytes of the id in RFC 4122 order, length, bytes.
 namespace Envelope {
 
 constexpr std::size_t kMarkBytes = 4;
@@ -14,9 +15,9 @@ constexpr char kIdMark[kMarkBytes + 1] = "ZXID";
 constexpr std::size_t kCodeHeaderBytes = kMarkBytes + 4 + 4;
 constexpr std::size_t kIdHeaderBytes = kMarkBytes + 16 + 4;
 
-/// Remotes ask with a few hundred bytes; the longest request carries a text resource.
+/// Most requests have a few hundred bytes; the longest one carries a text resource.
 constexpr std::size_t kMaxRequestBodyBytes = std::size_t{4} << 20;
-/// Larger than any picture or list that is worth sending.
+/// Larger than any picture or list that the host sends.
 constexpr std::size_t kMaxReplyBodyBytes = std::size_t{64} << 20;
 
 inline std::uint32_t ReadNumber(const char* bytes)

@@ -10,18 +10,19 @@
 
 namespace {
 
-/// What follows a full first buffer is read into one that all connections of a thread share, so that thousands of idle
-/// peers cost little. No more than this at a turn: a peer that floods doesn't keep the thread from the others.
+/// Each connection has a small first buffer. When it is full, further bytes are read into a buffer that all connections
+/// of a thread share, so that thousands of idle peers need little memory. At most this many bytes are read in a row, so
+/// that a peer that sends without pause does not block the other peers of the thread.
 constexpr std::size_t kReadBytes = std::size_t{16} << 10;
-/// Replies of a batch are held back up to this size, then written even while the batch goes on.
+/// Replies to a batch of requests are collected up to this size; beyond it they are written before the batch ends.
 constexpr std::size_t kBatchBytes = std::size_t{64} << 10;
-/// What one call can gather.
+/// Maximum number of buffers in one gathered write.
 constexpr std::size_t kMaxGather = 64;
 
 const char* TextOf(CFrameReader::Result result)
 {
-    return result == CFrameReader::Result::WrongMark ? "the bytes are no envelope"
-                                                     : "an envelope claims to be too long";
+    return result == CFrameReader::Result::WrongMark ? "the received bytes are not an envelope"
+                                                     : "an envelope is longer than the maximum";
 }
 
 } // namespace
@@ -91,7 +92,7 @@ void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
     WaitForBytes();
 }
 
-/// Takes what came after the first bytes.
+/// Reads the bytes that follow a full first buffer, without waiting for more.
 asio::error_code CEnvelopeConnection::ReadOn()
 {
     thread_local std::array<char, kReadBytes> bytes;
@@ -107,7 +108,7 @@ asio::error_code CEnvelopeConnection::ReadOn()
     return error == asio::error::would_block ? asio::error_code() : error;
 }
 
-/// False when nothing further is to be read.
+/// Handles the complete envelopes in the bytes. Returns false when nothing more is to be read.
 bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
 {
     const std::size_t framesBefore = m_reader.Frames();
@@ -123,7 +124,7 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
             return IsOpenLocked();
         });
     } catch (const std::bad_alloc&) {
-        Close("not enough memory for its request");
+        Close("not enough memory for the request");
     }
     if (result == CFrameReader::Result::WrongMark || result == CFrameReader::Result::TooLong)
         Close(TextOf(result));
@@ -144,7 +145,7 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
     return true;
 }
 
-/// A peer may end its side right after its last request and still read the replies.
+/// A peer may shut down its sending side right after its last request and still read the replies.
 void CEnvelopeConnection::PeerEnded()
 {
     {
@@ -155,8 +156,8 @@ void CEnvelopeConnection::PeerEnded()
         m_unfinishedSince = Clock::now();
         FlushLocked();
         if (IsOpenLocked() && !m_queue.empty())
-            return; // the flush that empties the queue ends the connection
-        CloseLocked("the peer closed it");
+            return; // the connection ends when the queue has been written
+        CloseLocked("closed by the peer");
     }
     End();
 }
@@ -169,7 +170,7 @@ void CEnvelopeConnection::End()
         if (m_ended)
             return;
         m_ended = true;
-        CloseLocked("the connection broke");
+        CloseLocked("the connection was lost");
         reason = m_closeReason;
         m_reader.Release(); // no thread reads any more
     }
@@ -195,7 +196,7 @@ bool CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> packa
     return true;
 }
 
-/// Replies that go out at once are not counted in the channel's memory: small requests pay nothing for it.
+/// Replies that can be written at once are not counted in the channel's memory, which saves small requests that cost.
 void CEnvelopeConnection::FlushLocked()
 {
     WriteLocked();
@@ -204,7 +205,7 @@ void CEnvelopeConnection::FlushLocked()
 
 void CEnvelopeConnection::WriteLocked()
 {
-    while (IsOpenLocked() && !m_queue.empty() && !m_waitsForRoom) {
+    while (IsOpenLocked() && !m_queue.empty() && !m_waitsForSpace) {
         m_gather.clear();
         for (const auto& package : m_queue) {
             m_gather.emplace_back(asio::buffer(package->data));
@@ -216,7 +217,7 @@ void CEnvelopeConnection::WriteLocked()
         asio::error_code error;
         std::size_t sent = m_socket.write_some(m_gather, error);
         if (error == asio::error::would_block) {
-            WaitForRoomLocked();
+            WaitForSpaceLocked();
             return;
         }
         if (error) {
@@ -233,26 +234,26 @@ void CEnvelopeConnection::WriteLocked()
     }
 }
 
-void CEnvelopeConnection::WaitForRoomLocked()
+void CEnvelopeConnection::WaitForSpaceLocked()
 {
-    m_waitsForRoom = true;
+    m_waitsForSpace = true;
     m_socket.async_wait(asio::socket_base::wait_write, [self = shared_from_this()](const asio::error_code& error) {
         bool finished = false;
         {
             const std::lock_guard lock(self->m_mutex);
-            self->m_waitsForRoom = false;
+            self->m_waitsForSpace = false;
             if (!error)
                 self->FlushLocked();
-            // Nobody reads any more once the peer has ended: the end is told from here.
-            finished = self->m_peerEnded && !self->m_waitsForRoom;
+            // After the peer has shut down its side no read is pending, so the end is reported from here.
+            finished = self->m_peerEnded && !self->m_waitsForSpace;
         }
         if (finished)
             self->End();
     });
 }
 
-/// A peer may send and be gone before it is answered: what it sent still counts. Reading goes on to its end, which the
-/// shutdown brings about.
+/// A peer may send requests and close before it gets the replies. Its requests are still handled: reading continues
+/// until the end of the stream, which the shutdown causes.
 void CEnvelopeConnection::EndSendingLocked(const std::string& reason)
 {
     m_sendingEnded = true;
@@ -268,7 +269,7 @@ void CEnvelopeConnection::Close(const std::string& reason)
     CloseLocked(reason);
 }
 
-/// Whoever waits on the socket finds it closed and tells the end.
+/// The pending read or wait completes with an error and reports the end of the connection.
 void CEnvelopeConnection::CloseLocked(const std::string& reason)
 {
     if (!IsOpenLocked())
@@ -301,9 +302,10 @@ void CEnvelopeConnection::CheckDeadline(Clock::time_point now)
         return;
     asio::error_code ignored;
     if (m_insideFrame && m_socket.available(ignored) != 0)
-        m_unfinishedSince = now; // the bytes are there: it is the host that hasn't read them yet
+        m_unfinishedSince = now; // the peer has sent the bytes, but the host has not read them yet
     else
-        CloseLocked(m_peerEnded ? "the peer didn't take its last replies" : "an envelope stayed unfinished");
+        CloseLocked(m_peerEnded ? "the peer did not read the last replies in time"
+                                : "an envelope was not completed in time");
 }
 
 std::optional<CEnvelopeConnection::Clock::time_point> CEnvelopeConnection::IdleSince() const

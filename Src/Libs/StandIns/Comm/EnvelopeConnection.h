@@ -19,24 +19,27 @@
 #include <string>
 #include <vector>
 
-/// What a peer may ask of a connection before it is closed.
+/// Limits of one connection; a peer that exceeds one of them is disconnected.
 struct SConnectionLimits {
+    /// Maximum length of a received body, in bytes.
     std::size_t maxBodyBytes = Envelope::kMaxRequestBodyBytes;
-    /// A peer that doesn't read: room for the largest reply, no more.
+    /// Maximum size of the unsent replies, in bytes: enough for the largest reply.
     std::size_t maxQueuedBytes = Envelope::kMaxReplyBodyBytes;
-    /// How long an envelope may wait for the peer's next bytes until it is complete; the time that the host takes
-    /// doesn't count. So must our last replies be taken, once the peer has ended its side.
+    /// Time that the peer has to complete an envelope; the time that the host needs is not counted. Also the time that
+    /// a peer that has shut down its side has to read the last replies.
     std::chrono::milliseconds deadline = std::chrono::seconds(10);
 };
 
-/// One TCP connection that carries app envelopes. Its frame callbacks run one after the other, on the thread that read
-/// them; replies that are sent from within go out together when the bytes at hand are dealt with. Send and Close may be
-/// called from any thread and never wait.
+/// One TCP connection that carries app envelopes.
+///
+/// The frame callbacks of a connection run one after the other, on the I/O thread that read the frame. Replies that a
+/// callback sends are written together when all bytes read so far have been handled. Send and Close never wait; any
+/// thread may call them.
 class CEnvelopeConnection : public std::enable_shared_from_this<CEnvelopeConnection> {
 public:
     using Ptr = std::shared_ptr<CEnvelopeConnection>;
     using FrameCallback = std::function<void(const Ptr&, std::string frame)>;
-    /// The connection has ended; no frame follows.
+    /// Called once when the connection has ended; no frame callback follows.
     using EndCallback = std::function<void(const Ptr&, const std::string& reason)>;
     using Clock = std::chrono::steady_clock;
 
@@ -47,24 +50,27 @@ public:
     std::uint16_t RemotePort() const { return m_remotePort; }
     std::string RemoteText() const { return AddressText(m_remoteIp, m_remotePort); }
 
-    /// Begins to read.
+    /// Starts reading. To be called once.
     void Start();
-    /// False when nothing can be sent any more.
+    /// Queues the package and writes what the system accepts at once. Any thread.
+    /// \return false when the connection can't send any more
     bool Send(std::shared_ptr<const Comm::RequestPackage> package);
+    /// Closes the connection; unsent replies are dropped. The first reason is reported. Any thread.
     void Close(const std::string& reason);
-    /// Closes the connection if it has waited for its peer for longer than the limits allow. To be called at
-    /// intervals, which are the resolution of IdleSince.
+    /// Closes the connection when it has waited for its peer longer than the limits allow. To be called periodically;
+    /// the period is the resolution of IdleSince.
     void CheckDeadline(Clock::time_point now);
 
-    /// The memory that the unfinished envelope and the unsent replies take. Any thread.
+    /// Memory of the incomplete envelope, in bytes. Any thread.
     std::size_t InputBytes() const { return m_input.Bytes(); }
+    /// Memory of the unsent replies, in bytes. Any thread.
     std::size_t OutputBytes() const { return m_output.Bytes(); }
-    /// When it last had a request, or was opened. Nothing while it is handling one or has unsent replies, or is
-    /// closed. Any thread.
+    /// Returns the time of the last request, or of the opening when there was none; nullopt while the connection
+    /// handles a request, has unsent replies or is closed. Any thread.
     std::optional<Clock::time_point> IdleSince() const;
-    /// From now on it isn't closed to make room for a new connection. Any thread.
-    void Spare() { m_isSpared = true; }
-    bool IsSpared() const { return m_isSpared; }
+    /// Excludes the connection from being closed in favour of a new one. Any thread.
+    void Protect() { m_isProtected = true; }
+    bool IsProtected() const { return m_isProtected; }
 
 private:
     void WaitForBytes();
@@ -75,7 +81,7 @@ private:
     void End();
 
     void FlushLocked();
-    void WaitForRoomLocked();
+    void WaitForSpaceLocked();
     void WriteLocked();
     void EndSendingLocked(const std::string& reason);
     void DropQueueLocked();
@@ -90,27 +96,28 @@ private:
     std::string m_remoteIp;
     std::uint16_t m_remotePort = 0;
 
-    CFrameReader m_reader; ///< used by the reading thread alone while it takes bytes, else under the mutex
+    CFrameReader m_reader; ///< used by the reading thread while m_takingBytes, otherwise under the mutex
     std::array<char, 512> m_firstBytes;
-    std::atomic<bool> m_isSpared{false};
+    std::atomic<bool> m_isProtected{false}; ///< not to be closed in favour of a new connection
 
-    mutable std::mutex m_mutex; ///< guards the socket and what follows
+    mutable std::mutex m_mutex; ///< guards the members below
     CMemoryBudget::CShare m_input;
     CMemoryBudget::CShare m_output;
     asio::ip::tcp::socket m_socket;
     std::deque<std::shared_ptr<const Comm::RequestPackage>> m_queue;
-    std::vector<asio::const_buffer> m_gather;
-    std::size_t m_sentOfFirst = 0;
-    std::size_t m_queuedBytes = 0;
-    bool m_takingBytes = false;  ///< frames are being handled: what they send is flushed once at the end
-    bool m_waitsForRoom = false; ///< the kernel's buffer is full
-    bool m_peerEnded = false;    ///< nothing more comes in; replies may still go out
-    bool m_sendingEnded = false; ///< nothing more goes out; what has arrived is still read
-    bool m_insideFrame = false;
-    bool m_ended = false;
-    Clock::time_point m_unfinishedSince;
-    std::size_t m_frames = 0;     ///< received so far
-    std::size_t m_seenFrames = 0; ///< at the last check of the deadline
-    Clock::time_point m_activeAt = Clock::now();
-    std::string m_closeReason;
+    std::vector<asio::const_buffer> m_gather; ///< buffers of the current write; a member to reuse its memory
+    std::size_t m_sentOfFirst = 0;            ///< bytes of the first queued package that are already sent
+    std::size_t m_queuedBytes = 0;            ///< unsent bytes in the queue
+    bool m_takingBytes = false;               ///< received bytes are being handled; replies are written when that ends
+    bool m_waitsForSpace = false;             ///< the socket's send buffer is full; a wait for space is pending
+    bool m_peerEnded = false;                 ///< the peer has shut down its sending side; replies may still be sent
+    bool m_sendingEnded = false;              ///< sending has failed; bytes that have arrived are still read
+    bool m_insideFrame = false;               ///< an envelope has been received in part
+    bool m_ended = false;                     ///< the end has been reported
+    Clock::time_point
+        m_unfinishedSince;        ///< start of the time limit: of an incomplete envelope, or after the peer's end
+    std::size_t m_frames = 0;     ///< number of envelopes received so far
+    std::size_t m_seenFrames = 0; ///< value of m_frames at the last CheckDeadline
+    Clock::time_point m_activeAt = Clock::now(); ///< last CheckDeadline that found a new envelope
+    std::string m_closeReason;                   ///< the first reason
 };

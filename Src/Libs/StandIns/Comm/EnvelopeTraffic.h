@@ -7,12 +7,12 @@
 
 class CEnvelopeConnection;
 
-/// Envelopes as people read them in the log.
+/// Descriptions of envelopes for the log.
 namespace EnvelopeTraffic {
 
-/// "set-host-name (0x004), 34 bytes" of a whole envelope.
+/// Describes a complete envelope, such as "set-host-name (0x004), 34 bytes".
 std::string TextOf(std::string_view envelope);
-/// Tells that an envelope was received or sent, if anyone wants to know.
+/// Publishes that an envelope was received or sent, if the event sink wants traffic. Any thread.
 void Publish(SChannelEvent::Kind kind, const char* channel, const CEnvelopeConnection& connection,
              std::string_view envelope);
 

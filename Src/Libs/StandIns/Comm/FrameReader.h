@@ -7,24 +7,25 @@
 #include <string_view>
 #include <vector>
 
-/// Cuts a byte stream into whole envelopes of the code form, however the bytes arrive. Single-threaded.
+/// Splits a byte stream into complete envelopes of the code form. The bytes may arrive in pieces of any size.
+/// Not thread-safe.
 class CFrameReader {
 public:
     enum class Result {
         Ok,
-        WrongMark, ///< the stream is not made of envelopes
-        TooLong,   ///< an envelope claims a body beyond the limit
-        Stopped,   ///< onFrame wanted no more
+        WrongMark, ///< the bytes are not an envelope
+        TooLong,   ///< the header of an envelope gives a body length above the limit
+        Stopped,   ///< onFrame returned false
     };
 
     explicit CFrameReader(std::size_t maxBodyBytes = Envelope::kMaxReplyBodyBytes) : m_maxBodyBytes(maxBodyBytes) {}
 
-    /// Calls onFrame(std::string_view) -> bool with each envelope that is complete, header included, for as long as it
-    /// returns true. After a result other than Ok the reader is of no more use.
+    /// Calls onFrame(std::string_view) -> bool with each complete envelope, including the header, until it returns
+    /// false. After a result other than Ok the reader can't be used any more.
     template <class OnFrame>
     Result Feed(std::string_view bytes, OnFrame&& onFrame)
     {
-        // Most reads hold whole envelopes only: those are never copied.
+        // Most reads contain complete envelopes only, which are not copied.
         const bool fromPending = !m_pending.empty();
         if (fromPending) {
             AppendToPending(bytes);
@@ -47,24 +48,25 @@ public:
             rest.remove_prefix(frame);
             ++m_frames;
         }
-        // A new buffer: that of a large envelope isn't retained for the small one that follows.
+        // A new buffer, so that the memory of a large envelope is freed before a small one follows.
         if (!fromPending || rest.size() < bytes.size())
             m_pending = std::vector<char>(rest.begin(), rest.end());
         return Result::Ok;
     }
 
-    /// Frees what an unfinished envelope holds. The reader is of no more use.
+    /// Frees the memory of an incomplete envelope. The reader can't be used any more.
     void Release() { m_pending = {}; }
 
-    /// Whether an envelope has begun and not ended.
+    /// Whether an envelope has been received in part.
     bool IsInsideFrame() const { return !m_pending.empty(); }
-    /// The memory that the unfinished envelope takes.
+    /// Memory of the incomplete envelope, in bytes.
     std::size_t HeldBytes() const { return m_pending.capacity(); }
-    /// How many envelopes there were so far.
+    /// Number of envelopes received so far.
     std::size_t Frames() const { return m_frames; }
 
 private:
-    /// Grows by doubling, but never beyond the envelope that is being received, whatever its header claims.
+    /// Doubles the capacity as bytes arrive, but not beyond the length in the header: a header alone must not allocate
+    /// memory for the whole body.
     void AppendToPending(std::string_view bytes)
     {
         const std::size_t size = m_pending.size() + bytes.size();

@@ -7,12 +7,13 @@
 
 namespace {
 
-/// A call that lasts from one look of the watcher to the next is slow: long against any query, short against what an
-/// operator notices.
-constexpr std::chrono::milliseconds kLookPeriod(5);
-/// Looks without any call in between, after which the watcher sleeps until the next one: an idle host never wakes up.
-constexpr int kQuietLooks = 40;
-/// So many slow calls at once run side by side; further ones wait for a thread.
+/// A callback that runs from one check of the watcher to the next is slow. Longer than any query needs, shorter than
+/// what an operator notices.
+constexpr std::chrono::milliseconds kCheckPeriod(5);
+/// After this many checks without a callback the watcher sleeps until the next callback, so that an idle host does not
+/// wake up.
+constexpr int kMaxIdleChecks = 40;
+/// Maximum number of slow callbacks that run in parallel; further ones wait for a thread.
 constexpr std::size_t kMaxThreads = 64;
 
 } // namespace
@@ -45,7 +46,7 @@ void CIoThreads::Stop()
         m_watchWake.notify_all();
         m_parkWake.notify_all();
     }
-    // The watcher makes workers: once it is gone their list stands, for none retires any more.
+    // The watcher creates workers. After it has ended the list does not change: no worker retires while stopping.
     if (m_watcher.joinable())
         m_watcher.join();
     for (const auto* workers : {&m_workers, &m_retired}) {
@@ -82,8 +83,8 @@ void CIoThreads::Work(SWorker& worker)
     }
 }
 
-/// Another thread took over while this one was in a slow call: one of the two is too many now. Returns false when it
-/// has not been needed for so long that it is to end.
+/// Another thread took over while this one was in a slow callback, so one of the two is not needed now. Waits until the
+/// thread is needed again. Returns false when it has not been needed for the rest time and is to end.
 bool CIoThreads::Park(SWorker& worker)
 {
     std::unique_lock lock(m_mutex);
@@ -114,20 +115,20 @@ void CIoThreads::Retire(SWorker& worker)
 void CIoThreads::Watch()
 {
     std::unique_lock lock(m_mutex);
-    int quietLooks = 0;
+    int idleChecks = 0;
     while (!m_stopping) {
         JoinRetired(lock);
-        quietLooks = LookForSlowCalls() ? 0 : quietLooks + 1;
-        if (quietLooks < kQuietLooks) {
-            m_watchWake.wait_for(lock, kLookPeriod);
+        idleChecks = FindSlowCallbacks() ? 0 : idleChecks + 1;
+        if (idleChecks < kMaxIdleChecks) {
+            m_watchWake.wait_for(lock, kCheckPeriod);
             continue;
         }
-        // Announce the sleep first and look once more then: a call that begins now either is seen or wakes us.
+        // Set the flag before the last check: a callback that begins now is either found here or wakes this thread.
         m_watcherSleeps = true;
-        if (!LookForSlowCalls())
+        if (!FindSlowCallbacks())
             m_watchWake.wait(lock, [this] { return m_stopping || !m_watcherSleeps; });
         m_watcherSleeps = false;
-        quietLooks = 0;
+        idleChecks = 0;
     }
 }
 
@@ -142,15 +143,16 @@ void CIoThreads::JoinRetired(std::unique_lock<std::mutex>& lock)
     lock.lock();
 }
 
-/// Returns whether there was any call since the last look.
-bool CIoThreads::LookForSlowCalls()
+/// Marks the workers whose callback is slow and has another worker take over if all are slow. Returns whether there was
+/// any callback since the last check.
+bool CIoThreads::FindSlowCallbacks()
 {
-    bool anyCall = false;
+    bool anyCallback = false;
     for (const auto& worker : m_workers) {
         const std::uint32_t turn = worker->turn;
-        const bool inCall = turn % 2 != 0;
-        anyCall = anyCall || inCall || turn != worker->seenTurn;
-        if (inCall && turn == worker->seenTurn && !worker->slow) {
+        const bool inCallback = turn % 2 != 0;
+        anyCallback = anyCallback || inCallback || turn != worker->seenTurn;
+        if (inCallback && turn == worker->seenTurn && !worker->slow) {
             worker->slow = true;
             ++m_slow;
         }
@@ -158,7 +160,7 @@ bool CIoThreads::LookForSlowCalls()
     }
     if (m_running == m_slow)
         TakeOver();
-    return anyCall;
+    return anyCallback;
 }
 
 void CIoThreads::TakeOver()
@@ -171,7 +173,7 @@ void CIoThreads::TakeOver()
         try {
             AddWorker();
         } catch (const std::exception&) {
-            // The system has no thread or no memory to give now. The next look tries again.
+            // The system has no thread or no memory available now. The next check tries again.
         }
     }
 }

@@ -12,22 +12,23 @@
 #include <thread>
 #include <vector>
 
-/// Runs an io_context on one thread for as long as the calls out of it are quick, and lets another thread take over
-/// while a call is slow. So a quick request never pays for waking a second thread, and a slow one holds up nobody.
+/// Runs an io_context on one thread while its callbacks are fast. When a callback is slow, another thread takes over
+/// the io_context. So a fast request never has to wake a second thread, and a slow one does not delay the others.
 class CIoThreads {
 public:
-    /// restTime: a thread that has not been needed for so long ends.
+    /// \param restTime a thread that has not been needed for this time ends
     explicit CIoThreads(std::chrono::milliseconds restTime = std::chrono::seconds(10));
     ~CIoThreads();
     CIoThreads(const CIoThreads&) = delete;
     CIoThreads& operator=(const CIoThreads&) = delete;
 
     asio::io_context& Context() { return m_context; }
+    /// Starts the first thread and the watcher. To be called once.
     void Start();
-    /// Ends the threads and waits for them. Not to be called on one of them.
+    /// Ends the threads and waits for them. Must not be called on one of them.
     void Stop();
 
-    /// Stands around each call out of the io_context that may be slow.
+    /// To be created on the stack around each callback that may be slow. On other threads it has no effect.
     class CCallbackScope {
     public:
         explicit CCallbackScope(CIoThreads& threads);
@@ -38,9 +39,9 @@ public:
 
 private:
     struct SWorker {
-        std::atomic<std::uint32_t> turn{0}; ///< odd while it is inside a call out
-        std::atomic<bool> slow{false};      ///< its call out was found slow; another thread took over
-        std::uint32_t seenTurn = 0;
+        std::atomic<std::uint32_t> turn{0}; ///< incremented at begin and end of a callback: odd inside one
+        std::atomic<bool> slow{false};      ///< its callback is slow; another thread may have taken over
+        std::uint32_t seenTurn = 0;         ///< turn at the last check
         std::thread thread;
     };
 
@@ -49,7 +50,7 @@ private:
     void Retire(SWorker& worker);
     void Watch();
     void JoinRetired(std::unique_lock<std::mutex>& lock);
-    bool LookForSlowCalls();
+    bool FindSlowCallbacks();
     void TakeOver();
     void AddWorker();
 
@@ -62,11 +63,11 @@ private:
     std::condition_variable m_watchWake;
     std::condition_variable m_parkWake;
     std::vector<std::unique_ptr<SWorker>> m_workers;
-    std::vector<std::unique_ptr<SWorker>> m_retired; ///< their threads end; the watcher joins them
+    std::vector<std::unique_ptr<SWorker>> m_retired; ///< their threads are ending; the watcher joins them
     std::thread m_watcher;
     std::atomic<bool> m_watcherSleeps{false};
     int m_running = 0;   ///< workers in the io_context, slow ones included
-    int m_slow = 0;      ///< of those, the ones in a slow call
-    int m_takeOvers = 0; ///< parked workers that are called back
+    int m_slow = 0;      ///< of those, the workers in a slow callback
+    int m_takeOvers = 0; ///< number of parked workers that are to resume
     bool m_stopping = false;
 };

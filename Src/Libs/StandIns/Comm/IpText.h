@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// The address as text. An IPv4-mapped IPv6 address (RFC 4291, 2.5.5.2), which is how a socket that serves both
-/// families sees IPv4 peers, is given in the dotted form of IPv4: a peer has one name whatever the host listens on.
+/// Returns the address as text. An IPv4-mapped IPv6 address (RFC 4291, 2.5.5.2) is returned in dotted IPv4 form: a
+/// socket that serves both families reports IPv4 peers as mapped addresses, and a peer must have one name only.
 inline std::string IpText(const asio::ip::address& address)
 {
     if (address.is_v6() && address.to_v6().is_v4_mapped())

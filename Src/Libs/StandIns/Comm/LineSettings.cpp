@@ -72,17 +72,17 @@ std::optional<SLineSettings> ReadLineSettings(const std::string& text, std::stri
     if (text.empty())
         return settings;
     const QStringList parts = QString::fromStdString(text).split(QLatin1Char(','));
-    const auto has = [&](int place) { return place < parts.size(); };
-    const auto part = [&](int place) { return parts[place].trimmed(); };
-    const bool sound = ReadBaudRate(part(0), settings.baudRate, reason) &&
+    const auto has = [&](int index) { return index < parts.size(); };
+    const auto part = [&](int index) { return parts[index].trimmed(); };
+    const bool valid = ReadBaudRate(part(0), settings.baudRate, reason) &&
                        (!has(1) || ReadWord(part(1), kDataBits, "number of data bits", settings.dataBits, reason)) &&
                        (!has(2) || ReadWord(part(2), kParities, "parity", settings.parity, reason)) &&
                        (!has(3) || ReadWord(part(3), kStopBits, "number of stop bits", settings.stopBits, reason)) &&
                        (!has(4) || ReadWord(part(4), kFlowControls, "flow control", settings.flowControl, reason));
-    if (!sound)
+    if (!valid)
         return std::nullopt;
     if (has(kMaxParts)) {
-        reason = "there are more than five parts";
+        reason = "expected at most five values separated by commas";
         return std::nullopt;
     }
     return settings;

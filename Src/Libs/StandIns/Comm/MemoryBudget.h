@@ -3,14 +3,15 @@
 #include <atomic>
 #include <cstddef>
 
-/// Counts the bytes that several holders keep, against one limit for all of them. Any thread.
+/// Counts the bytes that several holders use together, and compares them with one limit. Does not allocate or free
+/// anything itself. Any thread.
 class CMemoryBudget {
 public:
     explicit CMemoryBudget(std::size_t maxBytes) : m_maxBytes(maxBytes) {}
 
     bool IsExceeded() const { return m_bytes.load(std::memory_order_relaxed) > m_maxBytes; }
 
-    /// The part of one holder. Must not outlive the budget.
+    /// The bytes of one holder; the destructor returns them to the budget. Must not outlive the budget.
     class CShare {
     public:
         explicit CShare(CMemoryBudget& budget) : m_budget(budget) {}
@@ -18,7 +19,7 @@ public:
         CShare(const CShare&) = delete;
         CShare& operator=(const CShare&) = delete;
 
-        /// One thread at a time.
+        /// Sets the bytes that the holder uses now. Calls for one share must not overlap.
         void Set(std::size_t bytes)
         {
             const std::size_t before = m_bytes.load(std::memory_order_relaxed);

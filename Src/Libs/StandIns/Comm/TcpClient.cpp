@@ -32,7 +32,7 @@ void CTcpClient::Stop()
     const CEnvelopeConnection::Ptr connection = m_connection;
     lock.unlock();
     if (connection)
-        connection->Close("the host stops serving");
+        connection->Close("the host stopped the client");
     lock.lock();
     m_ended.wait(lock, [this] { return !m_isUnended; });
 }
@@ -73,7 +73,7 @@ void CTcpClient::Connect(const std::vector<Tcp::endpoint>& endpoints)
     asio::async_connect(m_socket, endpoints,
                         asio::bind_executor(m_strand, [this](const asio::error_code& error, const Tcp::endpoint&) {
                             m_connecting = false;
-                            // Nobody but the timer ends the attempt.
+                            // Only the timer aborts the attempt.
                             Connected(error == asio::error::operation_aborted ? asio::error::timed_out : error);
                         }));
     m_timer.expires_after(m_options.timeouts.connect);
@@ -93,7 +93,7 @@ void CTcpClient::Connected(const asio::error_code& error)
     }
     asio::error_code local, remote;
     const bool isOwnEnd = m_socket.local_endpoint(local) == m_socket.remote_endpoint(remote);
-    // To a port of this machine that nobody serves the system may one day connect a socket with itself.
+    // When no server listens on a port of this machine, the system may connect the socket to itself.
     if (isOwnEnd && !local && !remote)
         Failed(asio::error::connection_refused);
     else
@@ -142,7 +142,7 @@ void CTcpClient::Failed(const asio::error_code& error)
 {
     if (std::exchange(m_lastFailure, error.message()) != error.message())
         Publish(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
-                "can't connect and keeps trying: " + error.message());
+                "connection failed, retrying: " + error.message());
     TryLater();
 }
 

@@ -16,24 +16,24 @@
 #include <string>
 #include <vector>
 
-/// Keeps one connection that carries app envelopes: connects, and connects again whenever that fails or the connection
-/// ends.
+/// Maintains one connection that carries app envelopes: connects, and connects again after a failure or when the
+/// connection has ended.
 class CTcpClient {
 public:
-    /// How long it waits for a connection, and before it tries again.
+    /// Time limit of an attempt to connect, and the pauses between attempts.
     struct STimeouts {
         std::chrono::milliseconds connect = std::chrono::seconds(10);
-        std::chrono::milliseconds firstPause = std::chrono::milliseconds(250);
+        std::chrono::milliseconds firstPause = std::chrono::milliseconds(250); ///< doubled after each failure
         std::chrono::milliseconds longestPause = std::chrono::seconds(10);
     };
     struct SOptions {
-        std::string channel; ///< its name in events
-        std::string host;    ///< an address or a name
+        std::string channel; ///< name of the channel in events
+        std::string host;    ///< an IP address or a host name
         std::uint16_t port = 0;
         STimeouts timeouts;
         SConnectionLimits limits;
     };
-    /// Both run on the threads, one after the other; ended is the last of a connection.
+    /// Both run on the I/O threads, one after the other; ended is the last callback of a connection.
     struct SCallbacks {
         CEnvelopeConnection::FrameCallback frame;
         std::function<void(const CEnvelopeConnection::Ptr&)> ended;
@@ -41,11 +41,12 @@ public:
 
     CTcpClient(CIoThreads& threads, SOptions options, SCallbacks callbacks);
 
+    /// Starts connecting, and returns at once. To be called once.
     void Start();
-    /// Closes the connection; requests that are not yet being handled are dropped. Returns when the connection's ended
-    /// callback has returned. Not to be called on the threads.
+    /// Closes the connection; requests whose handling has not begun are dropped. Returns when the connection's ended
+    /// callback has returned. Must not be called on the I/O threads.
     void Stop();
-    /// The open connection, or null.
+    /// Returns the open connection, or null. Any thread.
     CEnvelopeConnection::Ptr Connection() const;
 
 private:
@@ -65,18 +66,18 @@ private:
     const SOptions m_options;
     const SCallbacks m_callbacks;
 
-    asio::strand<asio::io_context::executor_type> m_strand; ///< what follows is used on it alone
+    asio::strand<asio::io_context::executor_type> m_strand; ///< serializes access to the members up to m_lastFailure
     Tcp::resolver m_resolver;
-    Tcp::socket m_socket; ///< while it connects
+    Tcp::socket m_socket; ///< of the current attempt to connect
     asio::steady_timer m_timer;
     bool m_connecting = false;
     CBackOff m_pauses;
-    std::string m_lastFailure; ///< told once, not at every try
+    std::string m_lastFailure; ///< to publish a repeated failure once only
 
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex; ///< guards the connection and the flags below
     CEnvelopeConnection::Ptr m_connection;
     bool m_stopping = false;
-    bool m_isUnended = false; ///< the ended callback of a connection has not returned
+    bool m_isUnended = false; ///< there is a connection whose ended callback has not returned
     std::condition_variable m_ended;
     const std::shared_ptr<CChannelMemory> m_memory;
     CDeadlineWatch m_deadlines;

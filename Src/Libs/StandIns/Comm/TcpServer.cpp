@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Out of descriptors: wait for some to be freed rather than ask again at once.
+/// Pause after accept has failed, for example because the process has no free descriptor.
 constexpr std::chrono::milliseconds kAcceptPause(100);
 
 } // namespace
@@ -51,7 +51,7 @@ void CTcpServer::Close()
         m_acceptor.close(ignored);
     }
     for (const CEnvelopeConnection::Ptr& connection : Connections())
-        connection->Close("the host stops serving");
+        connection->Close("the host stopped the server");
 }
 
 void CTcpServer::WaitForEnd()
@@ -94,9 +94,9 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
     auto connection = std::make_shared<CEnvelopeConnection>(
         m_threads, std::move(socket), m_options.limits, m_memory, m_callbacks.frame,
         [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
-    if (!MakeRoom()) {
+    if (!EnsureCapacity()) {
         Publish(SChannelEvent::Kind::Note, connection->RemoteText(),
-                "refused: there are " + std::to_string(m_options.maxConnections) + " connections and none is idle");
+                "refused: " + std::to_string(m_options.maxConnections) + " connections are open and none is idle");
         return;
     }
     {
@@ -114,8 +114,8 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
     });
 }
 
-/// False when no connection can give way to a new one.
-bool CTcpServer::MakeRoom()
+/// Closes the longest idle connection if the maximum is reached. Returns false when none may be closed.
+bool CTcpServer::EnsureCapacity()
 {
     const auto connections = Connections();
     if (connections.size() < m_options.maxConnections)
@@ -123,7 +123,7 @@ bool CTcpServer::MakeRoom()
     CEnvelopeConnection::Ptr longestIdle;
     auto idleSince = CEnvelopeConnection::Clock::time_point::max();
     for (const CEnvelopeConnection::Ptr& connection : connections) {
-        const auto since = connection->IsSpared() ? std::nullopt : connection->IdleSince();
+        const auto since = connection->IsProtected() ? std::nullopt : connection->IdleSince();
         if (since && *since < idleSince) {
             longestIdle = connection;
             idleSince = *since;
@@ -131,7 +131,7 @@ bool CTcpServer::MakeRoom()
     }
     if (!longestIdle)
         return false;
-    longestIdle->Close("gives way to a new connection");
+    longestIdle->Close("idle for the longest time, closed to accept a new connection");
     Forget(longestIdle);
     return true;
 }
@@ -140,7 +140,7 @@ void CTcpServer::Forget(const CEnvelopeConnection::Ptr& connection)
 {
     const std::lock_guard lock(m_mutex);
     const auto found = m_connections.find({connection->RemoteIp(), connection->RemotePort()});
-    // The peer may have come back from the same port meanwhile.
+    // The peer may have connected again from the same port in the meantime.
     if (found != m_connections.end() && found->second == connection)
         m_connections.erase(found);
 }

@@ -17,21 +17,23 @@
 #include <utility>
 #include <vector>
 
-/// Accepts connections that carry app envelopes. When there are as many as there may be, a new one takes the place of
-/// the one that has been idle longest; one that is handling a request, has unsent replies or is spared
-/// (CEnvelopeConnection::Spare) isn't closed for it, and if all are such, the new one is refused.
+/// Accepts connections that carry app envelopes.
+///
+/// When the maximum number of connections is reached, the server closes the one that has been idle for the longest time
+/// to accept a new one. A connection that handles a request, has unsent replies or is protected
+/// (CEnvelopeConnection::Protect) is not closed; if all are such connections, the new one is refused.
 class CTcpServer {
 public:
     struct SOptions {
-        std::string channel; ///< its name in events
-        std::string address;
+        std::string channel; ///< name of the channel in events
+        std::string address; ///< IP address to listen on
         std::uint16_t port = 0;
         SConnectionLimits limits;
         SChannelLimits channelLimits = {};
         std::size_t maxConnections = 1000;
     };
-    /// All run on the threads; those of one connection one after the other, opened first and ended last. Opened and
-    /// ended of all connections run one after the other too.
+    /// All run on the I/O threads. The callbacks of one connection run one after the other, opened first and ended
+    /// last. The opened and ended callbacks of all connections run one after the other as well.
     struct SCallbacks {
         std::function<void(const CEnvelopeConnection::Ptr&)> opened;
         CEnvelopeConnection::FrameCallback frame;
@@ -40,21 +42,23 @@ public:
 
     CTcpServer(CIoThreads& threads, SOptions options, SCallbacks callbacks);
 
-    /// Listens and accepts; false when the address can't be had, which is told as an event.
+    /// Listens and starts accepting. To be called once.
+    /// \return false when listening fails; the reason is published as an event
     bool Start();
-    /// Accepts no further connection and closes all; requests that are not yet being handled are dropped. Any thread.
+    /// Stops accepting and closes all connections; requests whose handling has not begun are dropped. Any thread.
     void Close();
-    /// After Close: returns when the last ended callback has returned. Not to be called on the threads.
+    /// After Close: returns when the last ended callback has returned. Must not be called on the I/O threads.
     void WaitForEnd();
-    /// The open connection of this peer, or null.
+    /// Returns the open connection of the peer, or null. Any thread.
     CEnvelopeConnection::Ptr Find(const std::string& ip, std::uint16_t port) const;
+    /// Returns all open connections. Any thread.
     std::vector<CEnvelopeConnection::Ptr> Connections() const;
 
 private:
     void Accept();
     void AcceptLater();
     void Open(asio::ip::tcp::socket socket);
-    bool MakeRoom();
+    bool EnsureCapacity();
     void Forget(const CEnvelopeConnection::Ptr& connection);
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
     void Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
@@ -65,7 +69,7 @@ private:
     const std::shared_ptr<CChannelMemory> m_memory; ///< shared with the connections, which may outlive the server
     asio::steady_timer m_acceptTimer;
     asio::strand<asio::io_context::executor_type> m_notices;
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex; ///< guards the members below
     asio::ip::tcp::acceptor m_acceptor;
     std::map<std::pair<std::string, std::uint16_t>, CEnvelopeConnection::Ptr> m_connections;
     bool m_closing = false;

@@ -10,13 +10,15 @@
 
 namespace {
 
-/// The largest datagram that IPv4 carries fits.
+/// Large enough for the largest UDP datagram.
 constexpr std::size_t kBufferBytes = 65536;
-/// Asked of the system, which may give less: what comes while no thread is free to receive waits there.
+/// Requested size of the system's receive buffer, which holds datagrams while no thread is free. The system may limit
+/// it.
 constexpr int kSystemBufferBytes = 4 << 20;
-/// What one peer may have waiting for its earlier datagrams: many times what an honest one has in flight.
+/// Maximum size of the queued datagrams of one peer: many times what a correct peer sends before it gets a reply.
 constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 20;
-/// What all peers may have waiting together. A source address is easily forged, so there may be any number of peers.
+/// Maximum size of the queued datagrams of all peers. A source address is easily forged, so the number of peers is
+/// unlimited.
 constexpr std::size_t kMaxWaitingBytesOfAll = std::size_t{16} << 20;
 
 std::size_t CostOf(const std::string& datagram)
@@ -67,7 +69,7 @@ void CUdpSocket::Receive()
                                 [this](const asio::error_code& error, std::size_t count) {
                                     if (error == asio::error::operation_aborted || error == asio::error::bad_descriptor)
                                         return;
-                                    // Other errors are about an earlier datagram that found nobody.
+                                    // Other errors report that an earlier datagram could not be delivered.
                                     if (error) {
                                         Receive();
                                         return;
@@ -75,15 +77,16 @@ void CUdpSocket::Receive()
                                     const Endpoint peer = m_remote;
                                     std::string datagram(m_buffer.data(), count);
                                     const bool taken = TakeOrQueue(peer, datagram);
-                                    // Before this one is dealt with: should that take long, another thread goes on
-                                    // here.
+                                    // Receive before handling this datagram: if the handling is slow, another thread
+                                    // continues to receive.
                                     Receive();
                                     if (taken)
                                         Handle(peer, std::move(datagram));
                                 });
 }
 
-/// True when the datagram is to be handled now. Otherwise its turn comes after the peer's earlier ones.
+/// Returns true when the datagram is to be handled now. Otherwise it is queued until the peer's earlier datagrams have
+/// been handled, or dropped if the queue is full.
 bool CUdpSocket::TakeOrQueue(const Endpoint& peer, std::string& datagram)
 {
     {
@@ -102,7 +105,8 @@ bool CUdpSocket::TakeOrQueue(const Endpoint& peer, std::string& datagram)
         if (std::exchange(busy.drops, true))
             return false;
     }
-    Note(AddressText(IpText(peer.address()), peer.port()), "sends faster than it is answered; datagrams are lost");
+    Note(AddressText(IpText(peer.address()), peer.port()),
+         "datagrams dropped: the peer sends faster than they are handled");
     return false;
 }
 
@@ -113,7 +117,7 @@ void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
         const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_onDatagram(std::move(datagram), ip, peer.port());
     } catch (const std::bad_alloc&) {
-        Note(AddressText(ip, peer.port()), "a datagram is lost: not enough memory");
+        Note(AddressText(ip, peer.port()), "datagram dropped: not enough memory");
     }
     const std::lock_guard lock(m_busyMutex);
     const auto found = m_busy.find(peer);
@@ -145,7 +149,7 @@ void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::u
         address = asio::ip::make_address_v6(asio::ip::v4_mapped, address.to_v4());
     const Endpoint remote(address, port);
     if (error || port == 0) {
-        Note(AddressText(ip, port), "datagram not sent: there is no such address");
+        Note(AddressText(ip, port), "datagram not sent: invalid address");
         return;
     }
     {

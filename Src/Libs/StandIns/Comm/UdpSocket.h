@@ -12,27 +12,29 @@
 #include <string>
 #include <vector>
 
-/// A bound UDP socket. Its callbacks run on the threads, those of one peer one after the other in the order in which
-/// the datagrams came: a peer whose datagram takes long to deal with holds up no other peer.
+/// A bound UDP socket. The callbacks run on the I/O threads; those of one peer run one after the other, in the order in
+/// which the datagrams arrived. A datagram that is slow to handle delays the same peer only.
 class CUdpSocket {
 public:
     using DatagramCallback = std::function<void(std::string datagram, const std::string& ip, std::uint16_t port)>;
 
     CUdpSocket(CIoThreads& threads, std::string channel, DatagramCallback onDatagram);
 
-    /// Binds and receives; false when the address can't be had, which is told as an event.
+    /// Binds the socket and starts receiving. To be called once.
+    /// \return false when binding fails; the reason is published as an event
     bool Start(const std::string& address, std::uint16_t port);
-    /// Sends at once or not at all: a datagram that finds no room is lost, as it could be on the way. Any thread.
+    /// Sends without waiting: if the system's send buffer is full, the datagram is dropped and the error is published
+    /// as an event. Any thread.
     void Send(const std::string& datagram, const std::string& ip, std::uint16_t port);
 
 private:
     using Endpoint = asio::ip::udp::endpoint;
 
-    /// What came from a peer while an earlier datagram of its is dealt with.
+    /// Datagrams queued while an earlier datagram from the same peer is handled.
     struct SBusyPeer {
         std::list<std::string> waiting;
         std::size_t waitingBytes = 0;
-        bool drops = false;
+        bool drops = false; ///< a datagram was dropped, which is published once only
     };
 
     void Receive();
@@ -45,11 +47,11 @@ private:
     const std::string m_channel;
     const DatagramCallback m_onDatagram;
     asio::ip::udp::socket m_socket;
-    bool m_servesIPv6 = false; ///< such a socket takes IPv4 addresses in their mapped form only
+    bool m_servesIPv6 = false; ///< the socket requires IPv4 addresses in their IPv4-mapped form
     std::mutex m_sendMutex;
-    std::vector<char> m_buffer; ///< with the peer used by one receive operation at a time
+    std::vector<char> m_buffer; ///< with m_remote used by one receive operation at a time
     Endpoint m_remote;
     std::mutex m_busyMutex;
-    std::map<Endpoint, SBusyPeer> m_busy; ///< those with a datagram that is being dealt with or waits for it
-    std::size_t m_waitingBytes = 0;       ///< of all of them
+    std::map<Endpoint, SBusyPeer> m_busy; ///< the peers with a datagram that is being handled or queued
+    std::size_t m_waitingBytes = 0;       ///< of all peers
 };
