@@ -39,7 +39,7 @@ void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
     RemoveSingle(gone.channel, ip, connection.get());
 }
 
-/// Addresses that nobody has any more are forgotten: a host meets many in its life.
+/// Removes the entry of an address without connections: a host that runs for months meets many addresses.
 void CAppPeers::RemoveSingle(std::size_t channel, const std::string& ip, const CEnvelopeConnection* connection)
 {
     auto& single = m_single[channel][ip];

@@ -7,17 +7,20 @@
 #include <mutex>
 #include <vector>
 
-/// Knows which connections of the two channels belong to one app. An app says nowhere that it does: a connection is
-/// taken together with the newest one of the same address on the other channel that has no partner yet. Any thread.
+/// Records which connections of the two channels belong to the same app. The protocol does not identify an app, so a
+/// connection is paired with the newest connection from the same address on the other channel that has no partner yet.
+/// Any thread.
 class CAppPeers {
 public:
-    /// The channel is 0 or 1.
+    /// Adds a connection and pairs it if possible.
+    /// \param channel 0 or 1
     void Add(std::size_t channel, const CEnvelopeConnection::Ptr& connection);
+    /// Removes a connection; its partner can be paired again.
     void Remove(const CEnvelopeConnection::Ptr& connection);
-    /// The app has logged in on this connection: from now on none of its connections is closed to make room for others,
-    /// nor is one that it opens later on the other channel.
+    /// To be called when the app has logged in on this connection: from now on its connections are not closed in favour
+    /// of new ones. This includes a connection that the app opens later on the other channel.
     void LogIn(const CEnvelopeConnection::Ptr& connection);
-    /// The app's connection on the other channel, or null.
+    /// Returns the app's connection on the other channel, or null.
     CEnvelopeConnection::Ptr PartnerOf(const CEnvelopeConnection* connection) const;
 
 private:
@@ -31,6 +34,6 @@ private:
 
     mutable std::mutex m_mutex;
     std::map<const CEnvelopeConnection*, SPeer> m_peers;
-    /// Without a partner, by channel and address, the newest last.
+    /// The connections without a partner, by channel and address, the newest last.
     std::array<std::map<std::string, std::vector<const CEnvelopeConnection*>>, 2> m_single;
 };

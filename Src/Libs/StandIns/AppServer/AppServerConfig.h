@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
-/// What the app server needs to know before it starts; the host sets it, since the module makes the server itself.
+/// Configuration of the app server. The host sets it in advance, because the module creates the server.
 struct SAppServerConfig {
-    std::string listenAddress = "127.0.0.1";
+    std::string listenAddress = "127.0.0.1"; ///< IP address of all channels
     std::string ftpUser;
     std::string ftpPassword;
-    std::string uploadFolder;
+    std::string uploadFolder; ///< created if it does not exist
 };
 
 namespace AppServer {
@@ -20,7 +20,7 @@ constexpr std::uint16_t kFtpPort = 25521;
 constexpr std::uint16_t kFirstPassivePort = 25530;
 constexpr std::uint16_t kLastPassivePort = 25549;
 
-/// Holds for servers that are started later.
+/// The configuration; a change applies to servers that are started afterwards.
 CConfigBox<SAppServerConfig>& Config();
 
 } // namespace AppServer

@@ -23,23 +23,24 @@ namespace {
 constexpr std::array kChannelNames = {"app control", "app bulk"};
 constexpr std::array kChannelPorts = {AppServer::kControlPort, AppServer::kBulkPort};
 
-/// The connection whose request this thread is handling.
-thread_local const CEnvelopeConnection::Ptr* t_asking = nullptr;
-thread_local int t_askingChannel = 0;
+/// The connection whose request this thread is handling, and its channel; null outside a request.
+thread_local const CEnvelopeConnection::Ptr* t_requester = nullptr;
+thread_local int t_requesterChannel = 0;
 
-class CAsking {
+/// Sets the current requester of this thread for its lifetime.
+class CRequestScope {
 public:
-    CAsking(const CEnvelopeConnection::Ptr& connection, int channel)
+    CRequestScope(const CEnvelopeConnection::Ptr& connection, int channel)
     {
-        t_asking = &connection;
-        t_askingChannel = channel;
+        t_requester = &connection;
+        t_requesterChannel = channel;
     }
-    ~CAsking() { t_asking = nullptr; }
-    CAsking(const CAsking&) = delete;
-    CAsking& operator=(const CAsking&) = delete;
+    ~CRequestScope() { t_requester = nullptr; }
+    CRequestScope(const CRequestScope&) = delete;
+    CRequestScope& operator=(const CRequestScope&) = delete;
 };
 
-/// Logins are the module's: the channel recognises a successful one by its reply.
+/// The module handles logins; the channel recognises a successful login by its reply.
 bool IsLoginSuccess(const std::string& envelope)
 {
     if (envelope.size() < Envelope::kCodeHeaderBytes ||
@@ -62,7 +63,7 @@ struct SCallbacks {
     CAPPServerManager::ConnectedCallback connected;
 };
 
-/// All channels from one start to the next stop.
+/// All channels between one start and the next stop.
 class CService {
 public:
     CService(const SCallbacks& callbacks, const SAppServerConfig& config)
@@ -87,11 +88,12 @@ public:
                 FtpOptionsOf(m_config), m_callbacks.uploadEnd,
                 [this](bool listening, const std::string& reason) { PublishUploadState(listening, reason); });
         }
-        m_ftp->Start(); // tells its state while it starts: not under the lock
+        m_ftp->Start(); // publishes its state meanwhile, so not under the lock
         m_threads.Start();
     }
 
-    /// Every connection's close is notified; no callback runs once it has returned. Not to be called from one.
+    /// Closes all connections with a notification each. When it returns no callback runs any more. Must not be called
+    /// from a callback.
     void Stop()
     {
         for (CTcpServer& server : m_servers)
@@ -114,8 +116,9 @@ public:
             return;
         if (!ip.empty() || port != AppServer::kConnectedApp)
             SendTo(ServerOf(channel).Find(ip, port), channel, package);
-        else if (t_asking)
-            SendTo(channel == t_askingChannel ? *t_asking : m_peers.PartnerOf(t_asking->get()), channel, package);
+        else if (t_requester)
+            SendTo(channel == t_requesterChannel ? *t_requester : m_peers.PartnerOf(t_requester->get()), channel,
+                   package);
         else {
             for (const CEnvelopeConnection::Ptr& connection : ServerOf(channel).Connections())
                 SendTo(connection, channel, package);
@@ -133,10 +136,10 @@ public:
             const auto connection = server.Find(ip, port);
             if (!connection)
                 continue;
-            // An app that is given up on one channel is no good on the other.
+            // An app needs both channels: disconnect it on the other one as well.
             if (const auto partner = m_peers.PartnerOf(connection.get()))
-                partner->Close("the host disconnected it");
-            connection->Close("the host disconnected it");
+                partner->Close("disconnected by the host");
+            connection->Close("disconnected by the host");
         }
     }
 
@@ -184,7 +187,7 @@ private:
             },
             [this, channel](const CEnvelopeConnection::Ptr& connection, std::string frame) {
                 PublishTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
-                const CAsking asking(connection, channel);
+                const CRequestScope requestScope(connection, channel);
                 Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
                                           kChannelPorts[static_cast<std::size_t>(channel)]});
             },
@@ -219,7 +222,7 @@ private:
     CTcpServer& ServerOf(int channel) { return m_servers[static_cast<std::size_t>(channel)]; }
 
     const SCallbacks m_callbacks;
-    CIoThreads m_threads; ///< outlives what runs on it
+    CIoThreads m_threads; ///< must be destroyed after the members that use it
     CAppPeers m_peers;
     std::array<CTcpServer, 2> m_servers;
     CUdpSocket m_discovery;
@@ -253,7 +256,7 @@ public:
             const std::lock_guard lock(m_mutex);
             service = std::exchange(m_service, nullptr);
         }
-        // Callbacks may hold the service for a moment longer: it must be still before anyone lets go of it last.
+        // Callbacks may hold a reference for a moment longer: the service must be stopped before its last release.
         if (service)
             service->Stop();
     }

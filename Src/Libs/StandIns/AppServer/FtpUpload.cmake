@@ -1,5 +1,5 @@
-# The FTP upload channel of the target AppServer: the class that runs the server, and the server's scripts, which are
-# found at run time beside the library.
+# Adds the FTP upload channel to the target AppServer: the class that runs the server, and the server's scripts, which
+# are loaded at run time from the folder of the library.
 set(ZENTRAVOX_PYTHON "" CACHE FILEPATH "Python interpreter that has pyftpdlib")
 
 set(candidates /usr/bin/python3 python3 python)

@@ -1,4 +1,5 @@
-"""The files of uploads: complete or not there, one upload of a file at a time, and private to the user."""
+"""Files of uploads: a file appears only when it is complete, is written by one upload at a time, and only its owner may
+read it."""
 
 import fcntl
 import os
@@ -9,14 +10,14 @@ import unicodedata
 import weakref
 from contextlib import suppress
 
-# Uploads that are not complete, on file systems that need a name for them.
+# Names of incomplete uploads, on file systems without unnamed temporary files.
 PART_NAME = re.compile(r"\.[0-9a-f]{16}\.upload")
-# What the copy of an older file delays the other sessions by at a time: a few milliseconds.
+# Copied in one step. A step delays the other sessions by a few milliseconds.
 COPY_BYTES = 4 << 20
 
 
 def is_same_name(folder, one, other):
-    """Whether the folder's file system takes the names for one: some ignore case, or how an accent is encoded."""
+    """Whether both names denote one file in this folder: some file systems ignore case or normalization."""
     def folded(name):
         return unicodedata.normalize("NFD", unicodedata.normalize("NFD", name).casefold())
 
@@ -38,10 +39,11 @@ def is_same_file(one, other):
 
 
 class Upload:
-    """An upload, which appears under its name when it is complete; until then an older file of that name stays.
-    Mode "ab" appends to a copy of that file, "r+b" overwrites a part of one.
+    """The file of one upload. It gets its name when it is complete; until then an older file of that name is unchanged.
+    Mode "ab" appends to a copy of the older file, mode "r+b" overwrites a part of the copy.
 
-    Where the file system can do it, the file has no name before that, so that nothing is left however we end."""
+    If the file system supports it (O_TMPFILE), an incomplete file has no name, so that nothing remains when the process
+    ends in any way."""
 
     _open = weakref.WeakSet()
     _tidied = set()
@@ -82,7 +84,7 @@ class Upload:
         self._offset = offset
 
     def copy_older(self):
-        """Copies a piece of the older file. False when nothing is left to copy."""
+        """Copies the next piece of the older file. Returns False when everything is copied."""
         if self._older is None:
             return False
         if piece := self._older.read(COPY_BYTES):
@@ -102,7 +104,7 @@ class Upload:
             pass
         self._file.flush()
         if not self._part_exists:
-            # Any src_dir_fd makes os.link follow /proc's symbolic link; an absolute path ignores its value.
+            # With src_dir_fd os.link follows the symbolic link in /proc; its value is ignored for an absolute path.
             descriptor = self._file.fileno()
             os.link(f"/proc/self/fd/{descriptor}", self._part, src_dir_fd=descriptor)
             self._part_exists = True
@@ -111,14 +113,14 @@ class Upload:
         self.close()
 
     def close(self):
-        """Drops what has not been committed."""
+        """Closes the file and discards data that has not been committed."""
         self._open.discard(self)
         if self._older is not None:
             self._older.close()
         try:
             self._file.close()
         except OSError:
-            pass  # A full disk was reported when the data was written.
+            pass  # The error of a full disk was reported when the data was written.
         finally:
             if self._part_exists:
                 self._part_exists = False
@@ -126,7 +128,7 @@ class Upload:
 
     @staticmethod
     def _lock(descriptor):
-        """False when the part belongs to another server that is running."""
+        """Locks the file. Returns False when another running server has locked it."""
         try:
             fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError:
@@ -137,7 +139,7 @@ class Upload:
 
     @classmethod
     def _remove_parts(cls, folder):
-        """Removes what servers that were killed have left, when the folder is first used."""
+        """Removes incomplete uploads of servers that were killed, when the folder is used for the first time."""
         if folder in cls._tidied:
             return
         with os.scandir(folder) as entries:

@@ -24,15 +24,15 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// From starting the child to its report that it listens; 50 ms on an idle machine.
+/// Time limit from the start of the child to its event "listening"; on an idle machine it takes 50 ms.
 constexpr auto kStartLimit = 10s;
-/// A child that is still there this long after its stdin was closed is killed. It ends within 50 ms otherwise, and
-/// nothing is lost by the kill.
+/// A child that still runs this long after its stdin was closed is killed. It normally ends within 50 ms; killing it
+/// loses no data.
 constexpr auto kStopLimit = 500ms;
-/// Before a child that ended by itself is started again: doubled each time, up to the longest.
+/// Pause before a child that ended unexpectedly is started again: doubled each time, up to the longest.
 constexpr std::chrono::milliseconds kShortestPause = 500ms;
 constexpr std::chrono::milliseconds kLongestPause = 10s;
-/// A child that has listened this long was sound: the next pause is the shortest again.
+/// After a child has listened for this time, the next pause is the shortest again.
 constexpr std::chrono::milliseconds kSoundAfter = 10s;
 
 int ToMs(std::chrono::milliseconds duration)
@@ -40,13 +40,13 @@ int ToMs(std::chrono::milliseconds duration)
     return static_cast<int>(duration.count());
 }
 
-/// An empty name stays empty rather than becoming the working directory.
+/// Makes the path absolute. An empty path stays empty; QDir would return the working directory.
 QString ToAbsolute(const QString& folder)
 {
     return folder.isEmpty() ? folder : QDir(folder).absolutePath();
 }
 
-/// It lies beside this library, wherever a host's program is.
+/// The path of the script, which is in the folder of this library, not of the host's program.
 QString Script()
 {
     static const char here = 0;
@@ -63,7 +63,7 @@ protected:
 
 } // namespace
 
-/// Lives in the object's thread, and so do its process and timers.
+/// Lives in the thread of the CFtpUploadServer, like its process and timers.
 class CFtpUploadServer::CSupervisor : public QObject {
 public:
     CSupervisor(SOptions options, UploadEndCallback uploadEnd, StateCallback state)
@@ -122,7 +122,7 @@ public:
         }
     }
 
-    /// Runs the call in the object's thread. Any thread.
+    /// Runs the call in the supervisor's thread. Any thread.
     void Post(std::function<void()> call)
     {
         {
@@ -149,10 +149,10 @@ private:
     {
         m_reason.clear();
         m_startLimit.start(kStartLimit);
-        // File names are UTF-8 whatever the locale says, and nothing is cached in the folder of the script.
+        // -X utf8: file names are UTF-8 in every locale. -B: Python writes no cache into the folder of the script.
         m_process.start(QStringLiteral(ZENTRAVOX_PYTHON),
                         {QStringLiteral("-B"), QStringLiteral("-X"), QStringLiteral("utf8"), Script()});
-        // Through stdin, for every user of the machine can read a command line.
+        // The password is passed through stdin: every user of the machine can read a command line.
         WriteLine({{"address", m_options.listenAddress},
                    {"port", m_options.port},
                    {"passivePorts", QJsonArray{m_options.firstPassivePort, m_options.lastPassivePort}},
@@ -222,8 +222,8 @@ private:
     QTimer m_startLimit{this};
     std::chrono::milliseconds m_pause = kShortestPause;
     QElapsedTimer m_listening; ///< valid while the child listens
-    QString m_reason;          ///< why the child is ending, where that is known better than from its exit code
-    std::shared_ptr<std::promise<bool>> m_started; ///< set until the outcome of Start is known
+    QString m_reason;          ///< why the child ends, if there is a better reason than its exit code
+    std::shared_ptr<std::promise<bool>> m_started; ///< set until the result of Start is known
     bool m_stopping = false;
     std::mutex m_mutex;
     std::deque<std::function<void()>> m_calls;

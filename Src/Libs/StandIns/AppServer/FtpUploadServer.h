@@ -7,9 +7,10 @@
 #include <functional>
 #include <string>
 
-/// Runs the FTP server that apps upload to: FtpUploadServer.py, as a child process. A child that ends by itself is
-/// started again; none outlives the host, not even one that is killed.
-/// The callbacks run on the object's own thread; neither may call Start or destroy the object.
+/// Runs the FTP server (RFC 959) for uploads of the app: FtpUploadServer.py, as a child process.
+///
+/// A child that ends unexpectedly is started again. The child ends with the host, even if the host is killed.
+/// The callbacks run on a thread of this object; they must not call Start or destroy the object.
 class CFtpUploadServer {
 public:
     struct SOptions {
@@ -19,25 +20,27 @@ public:
         quint16 lastPassivePort = 0;
         QString user;
         QString password;
-        QString folder; ///< uploads land below it; made where it is missing
-        /// A session that has not logged in by then is closed.
+        QString folder; ///< root of the uploads; created if it does not exist
+        /// Time that a session has to log in before it is closed.
         std::chrono::milliseconds loginLimit{10'000};
     };
-    /// A complete upload's absolute path in UTF-8. Aborted uploads are not told.
+    /// Receives the absolute path, in UTF-8, of a complete upload. Not called for aborted uploads.
     using UploadEndCallback = std::function<void(std::string path)>;
-    /// The reason is empty while the server listens.
+    /// Receives each change of the server's state. The reason is empty while the server listens.
     using StateCallback = std::function<void(bool listening, const std::string& reason)>;
 
     CFtpUploadServer(SOptions options, UploadEndCallback uploadEnd, StateCallback state);
-    /// Ends the child and waits for it. Uploads under way are aborted; no callback runs once it has returned.
+    /// Ends the child process and waits for it. Uploads in progress are aborted. No callback runs after the return.
     ~CFtpUploadServer();
     CFtpUploadServer(const CFtpUploadServer&) = delete;
     CFtpUploadServer& operator=(const CFtpUploadServer&) = delete;
 
-    /// Returns once the server listens (true) or has failed to (false; the state callback was told why before).
-    /// After a failure it stays down until the next Start.
+    /// Starts the server and waits until it listens or has failed. After a failure it is not started again until the
+    /// next call.
+    /// \return false on failure; the state callback has received the reason before
     bool Start();
-    /// Later uploads go below this folder, those of open sessions too. An empty name changes nothing. Any thread.
+    /// Sets the root of the uploads that begin afterwards, including those of open sessions. An empty name is ignored.
+    /// Any thread.
     void SetFolder(const QString& folder);
 
 private:

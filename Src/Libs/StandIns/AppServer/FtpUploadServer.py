@@ -1,12 +1,13 @@
-"""The FTP server that apps upload media to; a child process of the app server.
+"""The FTP server (RFC 959) for media uploads of the app; a child process of the app server.
 
 stdin: first one JSON line with the start parameters
-  {"address": "127.0.0.1", "port": 25521, "passivePorts": [25530, 25549], "user": "...", "password": "...", "root": "/...",
-   "loginSeconds": 10}
-  then commands, one JSON object a line: {"root": "/..."} makes this the folder of the uploads that begin later.
-  The end of stdin ends the server, so it never outlives the process that started it.
-stdout: one JSON line an event: "listening", "upload" and "aborted" with "path", "failed" with "reason" (it ends then).
-stderr: silent unless something is wrong.
+  {"address": "127.0.0.1", "port": 25521, "passivePorts": [25530, 25549], "user": "...", "password": "...",
+   "root": "/...", "loginSeconds": 10}
+  then commands, one JSON object per line: {"root": "/..."} sets the root of the uploads that begin afterwards.
+  The server ends when stdin is closed, so it never runs longer than the process that started it.
+stdout: one JSON object per line and event: "listening", "upload" and "aborted" with "path", "failed" with "reason".
+  After "failed" the server exits with code 1.
+stderr: warnings and errors only.
 
 POSIX only: stdin is polled together with the sockets.
 """
@@ -31,22 +32,24 @@ from pyftpdlib.servers import FTPServer
 
 from FtpUploadFile import PART_NAME, Upload
 
-# Change folder, list, append, make folder, store, set time. Not: retrieve, delete, rename, change mode.
+# Permissions of pyftpdlib: e change folder, l list, a append, m create folder, w store, T set time. Not granted:
+# retrieve, delete, rename, change mode.
 PERMISSIONS = "elamwT"
-# A client that dies closes its data and its control connection together, and the end of the data alone looks like
-# a complete upload. A sound client waits for the reply: it is held back this long, and if the control connection has
-# ended by then, the upload was aborted.
+# A client process that dies closes its data and its control connection together, and the end of the data alone looks
+# like a complete upload. A correct client waits for the reply, so the reply is delayed by this time; if the control
+# connection has ended by then, the upload was aborted.
 REPLY_DELAY_SECONDS = 0.1
 IDLE_SECONDS = 300
-# A client that vanished without closing (out of radio range) sends nothing any more.
+# A client that is out of radio range sends nothing and does not close its connection.
 STALLED_TRANSFER_SECONDS = 60
-# Damps the guessing of passwords: one try a second, three a connection.
+# Slows down password guessing: one attempt per second, three attempts per connection.
 LOGIN_FAILURE_SECONDS = 1
 # Control, data and listening sockets together.
 MAX_SOCKETS = 64
-# An upload whose client announces no data connection, or does not open it, blocks its name no longer than this.
+# Maximum time that an upload without a data connection blocks its file name.
 DATA_CONNECTION_SECONDS = 30
-# Replies that the client has not read: several times what a client needs that sends its commands in one go.
+# Maximum number of replies that the client has not read: several times what a client needs that sends all its commands
+# without waiting for replies.
 MAX_UNREAD_REPLIES = 1000
 DATA_COMMANDS = ("STOR", "APPE", "LIST", "NLST", "MLSD")
 
@@ -57,11 +60,11 @@ def report(event, **details):
     try:
         os.write(1, (json.dumps({"event": event, **details}) + "\n").encode())
     except BrokenPipeError:
-        pass  # The parent has gone; the end of stdin ends us.
+        pass  # The parent process has ended; the end of stdin will end this process.
 
 
 class Account(DummyAuthorizer):
-    """The one user, and the folder that uploads go below."""
+    """The only user account, and the root of the uploads."""
 
     def __init__(self, user, password, folder):
         super().__init__()
@@ -70,7 +73,7 @@ class Account(DummyAuthorizer):
         self.add_user(user, password, self.folder, perm=PERMISSIONS)
 
     def set_folder(self, folder):
-        # Not resolved: uploads are reported below the folder as the parent names it.
+        # Symbolic links are not resolved: uploads are reported with the folder name that the parent process uses.
         if not os.path.isabs(folder):
             raise OSError(errno.EINVAL, "not an absolute path")
         self.folder = os.path.normpath(folder)
@@ -92,11 +95,12 @@ class Account(DummyAuthorizer):
 class UploadFolder(AbstractedFS):
     @property
     def root(self):
-        """The account's present folder, also for sessions that began before it changed."""
+        """The current root of the uploads, also for sessions that began before it changed."""
         return Session.authorizer.folder
 
     def open(self, filename, mode):
-        # Links inside the folder are written through, not replaced; links that lead outside were refused before.
+        # Writing to a symbolic link inside the root changes its target, not the link. Links that point outside the root
+        # have been refused before.
         target = os.path.realpath(filename)
         if PART_NAME.fullmatch(os.path.basename(target)):
             raise FilesystemError("This name is reserved")
@@ -108,7 +112,7 @@ class UploadFolder(AbstractedFS):
         return Upload(filename, target, mode)
 
     def listdir(self, path):
-        """Without links that lead outside: their targets' sizes, times and paths are not for the client."""
+        """Omits links that point outside the root: the client must not see sizes, times or paths of their targets."""
         with os.scandir(path) as entries:
             return [entry.name for entry in entries if not PART_NAME.fullmatch(entry.name)
                     and (not entry.is_symlink() or self.validpath(entry.path))]
@@ -116,7 +120,7 @@ class UploadFolder(AbstractedFS):
     listdirinfo = listdir
 
     def lstat(self, path):
-        """A link inside the folder is shown as what it leads to, not with the host's path of that."""
+        """Lists a link inside the root like its target, without the target's path on the host."""
         return self.stat(path)
 
 
@@ -125,11 +129,11 @@ class DataChannel(DTPHandler):
     _reply_delay = None
 
     def handle_read(self):
-        """Stores the bytes as they come, in ASCII mode too: apps send media, which a change of line ends would break.
-        A reset aborts; the library takes it for the end of a complete upload."""
+        """Stores the bytes unchanged, also in ASCII mode: a conversion of line ends would damage media.
+        A connection reset aborts the upload; the library would treat it as the end of a complete upload."""
         try:
             if self.file_obj.copy_older():
-                return  # What has come stays unread, so that the loop calls again.
+                return  # The received bytes stay unread, so that the loop calls this again.
         except OSError as error:
             log.error("%s: %s", self.file_obj.name, error.strerror)
             self._abort(error)
@@ -190,10 +194,10 @@ class Session(FTPHandler):
     banner = "ready"
     timeout = IDLE_SECONDS
     auth_failed_timeout = LOGIN_FAILURE_SECONDS
-    # STOU would write under its final name from the first byte on.
+    # STOU is not supported: the library would write the file under its final name from the first byte on.
     proto_cmds = {name: command for name, command in FTPHandler.proto_cmds.items() if name != "STOU"}
     login_seconds = 10
-    # The sessions that have not logged in, the oldest first, with the call that ends each.
+    # The sessions that have not logged in, the oldest first, each with the timer that closes it.
     waiting = {}
 
     def handle(self):
@@ -201,9 +205,9 @@ class Session(FTPHandler):
         super().handle()
 
     def _wait_for_login(self):
-        self.waiting[self] = self.ioloop.call_later(self.login_seconds, self.give_way, _errback=self.handle_error)
+        self.waiting[self] = self.ioloop.call_later(self.login_seconds, self.close_waiting, _errback=self.handle_error)
 
-    def give_way(self):
+    def close_waiting(self):
         with suppress(OSError):
             self.socket.send(b"421 Log in without delay; closing the control connection.\r\n", socket.MSG_DONTWAIT)
         self.close()
@@ -226,8 +230,8 @@ class Session(FTPHandler):
             limit.cancel()
 
     def add_channel(self, *args, **kwargs):
-        """A refused password takes the channel out of the loop for a moment: the session may be closed meanwhile, and
-        another one have its descriptor."""
+        """After a refused password the library removes the session from the loop for a moment. A session that is closed
+        in the meantime must not be added again: another session may have its descriptor."""
         if not self._closed:
             super().add_channel(*args, **kwargs)
 
@@ -237,7 +241,7 @@ class Session(FTPHandler):
             self.close()
 
     def is_gone(self):
-        """Whether the client has closed or reset the control connection; what it sent before stays unread."""
+        """Whether the client has closed or reset the control connection. Does not consume received bytes."""
         try:
             return self.socket.recv(1, socket.MSG_PEEK | socket.MSG_DONTWAIT) == b""
         except BlockingIOError:
@@ -246,9 +250,9 @@ class Session(FTPHandler):
             return True
 
     def decode(self, bytes):
-        """A name that is not UTF-8 is refused: replacing what can't be decoded would give two names to one file.
-        Some clients send Telnet's interrupt bytes before ABOR."""
-        # The library would put a line that can't be decoded before the next one.
+        """Decodes a command line. Invalid UTF-8 raises an error: replacing invalid bytes would give one file two names.
+        Removes the Telnet interrupt bytes (RFC 854) that some clients send before ABOR."""
+        # Clear the buffer first: the library would prepend a line that can't be decoded to the next one.
         self._in_buffer, self._in_buffer_len = [], 0
         return bytes.lstrip(b"\xff\xf4\xf2").decode()
 
@@ -256,7 +260,7 @@ class Session(FTPHandler):
         if "\0" in line:
             self.respond("501 A name can't contain a zero byte.")
         elif cmd in DATA_COMMANDS and self.data_channel is not None and self.data_channel.file_obj is not None:
-            # The library would have the upload's data connection serve this one from here on.
+            # The library would use the data connection of the upload for this transfer.
             self.respond("450 A transfer of this session is in progress.")
         else:
             super().pre_process_command(line, cmd, arg)
@@ -269,17 +273,17 @@ class Session(FTPHandler):
             return None
         stored = super().ftp_STOR(file, mode)
         if self._in_dtp_queue is not None:
-            self.ioloop.call_later(DATA_CONNECTION_SECONDS, self._expect_no_longer, self._in_dtp_queue,
+            self.ioloop.call_later(DATA_CONNECTION_SECONDS, self._abort_unconnected, self._in_dtp_queue,
                                    _errback=self.handle_error)
         return stored
 
-    def _expect_no_longer(self, upload):
+    def _abort_unconnected(self, upload):
         if not self._closed and self._in_dtp_queue is upload:
             self._shutdown_connecting_dtp()
             self.respond("425 No data connection was opened.")
 
     def _shutdown_connecting_dtp(self):
-        """The client has given up the data connection that it announced, and with it the upload that waits for it."""
+        """Called when the client abandons the data connection that it announced: drops the upload that waits for it."""
         super()._shutdown_connecting_dtp()
         self._drop_waiting_upload()
 
@@ -300,32 +304,32 @@ class Server(FTPServer):
     max_cons = MAX_SOCKETS
 
     def _map_len(self):
-        # A session whose password was refused leaves the loop for a moment.
+        # A session whose password was refused is not in the loop for a moment.
         return len({*self.ioloop.socket_map.values(), *Session.waiting})
 
     def _accept_new_cons(self):
-        """Sessions that have not logged in give way: of the address that has most of them, the oldest."""
+        """At the maximum, closes the oldest session without a login of the address that has most of them."""
         while Session.waiting and not super()._accept_new_cons():
             (address, _), = Counter(session.remote_ip for session in Session.waiting).most_common(1)
-            next(session for session in Session.waiting if session.remote_ip == address).give_way()
+            next(session for session in Session.waiting if session.remote_ip == address).close_waiting()
         return super()._accept_new_cons()
 
 
 class Loop(IOLoop):
     def poll(self, timeout):
-        """What is due at once comes as 0, which the library takes for no timeout: every timer would wait for traffic.
-        A control connection that ends in a timer's call leaves such a thing behind."""
+        """Replaces a timeout of 0, which means that a call is due at once: the library treats 0 as no timeout, and all
+        timers would wait for traffic. A control connection that ends in a timer callback leaves such a call."""
         super().poll(timeout if timeout is None else max(timeout, 0.001))
 
 
 class Parent:
-    """stdin, as one more channel of the server's loop."""
+    """Reads commands from stdin in the server's loop."""
 
     _fileno = 0
 
     def __init__(self, loop, rest):
         self._buffer = rest
-        self._obey()
+        self._run_commands()
         loop.register(self._fileno, self, loop.READ)
 
     def readable(self):
@@ -336,7 +340,7 @@ class Parent:
         if not data:
             sys.exit()
         self._buffer += data
-        self._obey()
+        self._run_commands()
 
     def handle_close(self):
         sys.exit()
@@ -347,7 +351,7 @@ class Parent:
     def close(self):
         pass
 
-    def _obey(self):
+    def _run_commands(self):
         *lines, self._buffer = self._buffer.split(b"\n")
         for line in lines:
             try:
@@ -356,11 +360,11 @@ class Parent:
             except OSError as error:
                 log.error("%s: cannot make the upload folder: %s", folder, error.strerror)
             except (KeyError, TypeError, ValueError) as error:
-                log.error("not a command: %s", error)
+                log.error("invalid command: %s", error)
 
 
 def read_first_line():
-    """The first line, and what was read beyond it."""
+    """Returns the first line of stdin, and the bytes that were read after it."""
     received = b""
     while b"\n" not in received:
         data = os.read(0, 65536)
@@ -391,7 +395,8 @@ def start():
     first_passive, last_passive = options["passivePorts"]
     Session.passive_ports = range(first_passive, last_passive + 1)
     Session.login_seconds = options["loginSeconds"]
-    # Changing the folder of a session changes the process's for a moment, and back: that has to exist all the time.
+    # The library changes the working directory for a moment and back when a session changes its folder, so the current
+    # one must always exist.
     os.chdir("/")
 
     loop = Loop()
@@ -401,9 +406,9 @@ def start():
 
 
 def main():
-    os.umask(0o077)  # Uploads and their folders are the user's own.
+    os.umask(0o077)  # Only the owner may access uploads and their folders.
     logging.basicConfig(stream=sys.stderr, level=logging.WARNING, format="FTP upload: %(message)s")
-    # Ctrl+C in a terminal reaches the whole process group; the parent decides when we end.
+    # Ctrl+C in a terminal interrupts the whole process group; the parent process decides when this one ends.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit())
     try:
@@ -415,7 +420,7 @@ def main():
     try:
         server.serve_forever(handle_exit=False)
     finally:
-        server.close_all()  # Drops the uploads that are under way.
+        server.close_all()  # Aborts the uploads in progress.
 
 
 main()
