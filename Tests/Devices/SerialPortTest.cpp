@@ -103,7 +103,7 @@ TEST_F(SerialPortTest, SettingsThatMakeNoSenseAreToldAndOpenNothing)
     Open("9600,8,X");
     EXPECT_THAT(m_log.Text(), HasSubstr("not opened: the parity must be one of N, O, E, not \"X\""));
     Open("9599");
-    EXPECT_THAT(m_log.Text(), HasSubstr("can't open it and keeps trying: baud rate: "));
+    EXPECT_THAT(m_log.Text(), HasSubstr("opening failed, retrying: baud rate: "));
 }
 
 TEST_F(SerialPortTest, CommandsWaitForAPortThatIsNotThereUntilTheQueueIsFull)
@@ -114,12 +114,12 @@ TEST_F(SerialPortTest, CommandsWaitForAPortThatIsNotThereUntilTheQueueIsFull)
     const std::string sent = SendCommands(1 << 10, 1 << 10);
     EXPECT_FALSE(m_log.Has("full"));
     m_serial->Send(Package("too much"));
-    EXPECT_THAT(m_log.Text(), HasSubstr("the queue is full, commands are not sent, beginning with: 8 bytes: too much"));
+    EXPECT_THAT(m_log.Text(), HasSubstr("the queue is full, commands are dropped, the first one: 8 bytes: too much"));
     m_serial->Send(Package("too much as well"));
     EXPECT_FALSE(m_log.Has("as well"));
     std::this_thread::sleep_for(1200ms); // two more attempts to open it
     const std::string told = m_log.Text();
-    EXPECT_EQ(told.find("can't open it"), told.rfind("can't open it"));
+    EXPECT_EQ(told.find("opening failed"), told.rfind("opening failed"));
 
     m_port.Plug();
     EXPECT_EQ(m_port.Read(20000), sent.substr(0, 20000));
@@ -136,7 +136,7 @@ TEST_F(SerialPortTest, CommandsWaitForAPortThatWentAway)
     for (int time = 0; time < 2; ++time) {
         m_port.Unplug();
         const std::string sent = SendCommands(100, 20);
-        EXPECT_TRUE(WaitUntil([&] { return m_log.Has("keeps trying"); }));
+        EXPECT_TRUE(WaitUntil([&] { return m_log.Has("retrying"); }));
         m_port.Plug();
         EXPECT_EQ(m_port.Read(sent.size()), sent);
     }
@@ -188,7 +188,7 @@ TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
     m_serial->Send(Package("fresh"));
     m_port.Plug();
     EXPECT_EQ(m_port.Read(5), "fresh");
-    EXPECT_THAT(m_log.Text(), HasSubstr("commands that waited longer than 5 s are not sent: 3\n"));
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands dropped after waiting for more than 5 s: 3\n"));
 
     // The same when the port is there and takes nothing.
     const std::string stuck = Command(0, 900'000);
@@ -198,7 +198,7 @@ TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
     m_passed = 12000;
     m_serial->Send(Package("fresh"));
     EXPECT_EQ(m_port.Read(900'004), stuck.substr(1) + "fresh");
-    EXPECT_THAT(m_log.Text(), HasSubstr("commands that waited longer than 5 s are not sent: 4\n"));
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands dropped after waiting for more than 5 s: 4\n"));
 }
 
 TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
@@ -213,7 +213,7 @@ TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
     m_passed = 1000;
     EXPECT_TRUE(WaitUntil([this] { return m_serial->IsClosed(); }));
 
-    EXPECT_THAT(m_log.Text(), HasSubstr("commands are not sent"));
+    EXPECT_THAT(m_log.Text(), HasSubstr("commands not sent"));
     m_port.ReadAll();
     Open();
     EXPECT_TRUE(m_openedAtOnce);

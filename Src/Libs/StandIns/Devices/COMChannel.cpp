@@ -6,7 +6,7 @@
 #include <exception>
 #include <utility>
 
-/// Destroying the channel waits for no device: the port closes in the background.
+/// The destructor does not wait for the device: the port is closed in the background.
 class Comm::COMChannel::Impl {
 public:
     Impl(std::size_t bufferBytes, const std::string& lineSettings)
@@ -24,7 +24,7 @@ private:
 
 Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSettings)
 {
-    // The callers expect no exceptions: without a descriptor or a thread it is a port that can't be opened.
+    // Callers don't expect exceptions: if no descriptor or thread is available, Open returns false.
     try {
         m_impl = std::make_unique<Impl>(bufferBytes, lineSettings);
     } catch (const std::exception& error) {

@@ -8,11 +8,12 @@
 
 namespace {
 
-/// Four lines of text take half a second at 9600 baud, and the end of the host has to wait for it.
+/// Time to transmit what is queued: 500 bytes take half a second at 9600 baud. The exit of the host waits this long.
 constexpr std::chrono::seconds kMaxClosing(1);
-/// Each has a thread. More than an operator can change by hand: a program updates a device over and over.
+/// Maximum number of closing ports with time to transmit; each one has a thread. An operator can't exceed it by hand,
+/// but a program that updates devices repeatedly can.
 constexpr std::size_t kMaxPorts = 32;
-constexpr std::chrono::milliseconds kLookPeriod(2);
+constexpr std::chrono::milliseconds kPollPeriod(2);
 
 } // namespace
 
@@ -24,7 +25,7 @@ CClosingPorts& CClosingPorts::GetInstance()
 
 CClosingPorts::CClosingPorts()
 {
-    CChannelEvents::GetInstance(); // is destroyed after this: ports report what they lose
+    CChannelEvents::GetInstance(); // create it first, so that it is destroyed last: ports publish events until they end
 }
 
 CClosingPorts::~CClosingPorts()
@@ -32,7 +33,7 @@ CClosingPorts::~CClosingPorts()
     if (WaitForAll())
         return;
     for (std::unique_ptr<CSerialPort>& port : m_ports)
-        port.release(); // its thread can't be waited for
+        port.release(); // leaked: waiting for its thread could block the exit
 }
 
 void CClosingPorts::Add(std::unique_ptr<CSerialPort> port)
@@ -62,14 +63,14 @@ bool CClosingPorts::WaitForAll(std::chrono::milliseconds limit)
     while (Reap()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
-        std::this_thread::sleep_for(kLookPeriod);
+        std::this_thread::sleep_for(kPollPeriod);
     }
     return true;
 }
 
 bool CClosingPorts::Reap()
 {
-    std::list<std::unique_ptr<CSerialPort>> closed; // destroyed without the lock, which their threads may wait for
+    std::list<std::unique_ptr<CSerialPort>> closed; // destroyed after the unlock: their threads may wait for the mutex
     const std::lock_guard lock(m_mutex);
     for (auto port = m_ports.begin(); port != m_ports.end();) {
         const auto next = std::next(port);

@@ -12,13 +12,15 @@
 
 namespace {
 
-/// Long enough to cost nothing, short enough for an operator who has just plugged the device in again.
+/// Pause between attempts to open: long enough to need little CPU time, short enough for an operator who has just
+/// plugged the device in.
 constexpr std::chrono::milliseconds kReopenPause(500);
-/// A thousand commands of a thousand bytes.
+/// Maximum size of the queued commands: about a thousand commands of a thousand bytes.
 constexpr std::size_t kMaxQueuedBytes = 1 << 20;
-/// For a port that is not there or takes nothing. Later, a command does more harm than good.
+/// Maximum time that a command waits for a port that can't be opened or accepts no data. A device should not execute an
+/// older command.
 constexpr std::chrono::seconds kMaxWaiting(5);
-constexpr std::chrono::milliseconds kClosingLook(5);
+constexpr std::chrono::milliseconds kClosingPollPeriod(5);
 
 std::uint64_t NextNumber()
 {
@@ -80,7 +82,7 @@ bool CSerialPort::TryOpen()
     DropOld();
     m_heldUp = CClosingPorts::GetInstance().HasEarlier(*this);
     if (m_heldUp) {
-        TryLater(kClosingLook);
+        TryLater(kClosingPollPeriod);
         return false;
     }
     asio::error_code error;
@@ -89,7 +91,7 @@ bool CSerialPort::TryOpen()
     if (!fault.empty()) {
         m_port.close(error);
         if (std::exchange(m_lastFailure, fault) != fault)
-            Publish(SChannelEvent::Kind::Note, "can't open it and keeps trying: " + fault);
+            Publish(SChannelEvent::Kind::Note, "opening failed, retrying: " + fault);
         if (!m_closing)
             TryLater(kReopenPause);
         return false;
@@ -111,8 +113,8 @@ void CSerialPort::TryLater(std::chrono::milliseconds pause)
     });
 }
 
-/// What a device answers is for the log alone. But only a read reports at once that the port has gone; while it is held
-/// open, an adapter that is plugged in again comes back under another name.
+/// Data from the device is only logged. But a pending read is the only way to notice at once that the port has been
+/// removed. The port must be closed then: while it is open, an adapter that is plugged in again gets another name.
 void CSerialPort::Receive()
 {
     m_port.async_read_some(asio::buffer(m_received), [this](const asio::error_code& error, std::size_t count) {
@@ -135,7 +137,7 @@ void CSerialPort::Send(std::shared_ptr<const Comm::RequestPackage> package)
         m_queuedBytes -= size;
         if (!m_refuses.exchange(true))
             Publish(SChannelEvent::Kind::Note,
-                    "the queue is full, commands are not sent, beginning with: " + TrafficText(package->data));
+                    "the queue is full, commands are dropped, the first one: " + TrafficText(package->data));
         return;
     }
     asio::post(m_context, [this, command = SCommand{std::move(package), m_clock()}]() mutable {
@@ -180,7 +182,8 @@ void CSerialPort::RemoveFirst()
     m_queue.pop_front();
 }
 
-/// For a port that has taken nothing so far: what a slow one is still transmitting may be older.
+/// Drops the commands that have waited too long. Called for a port that has accepted no data meanwhile; commands of a
+/// port that is slow but transmitting may be older.
 void CSerialPort::DropOld()
 {
     const auto oldest = m_clock() - kMaxWaiting;
@@ -192,38 +195,38 @@ void CSerialPort::ReportDropped()
 {
     if (m_dropped > 0)
         Publish(SChannelEvent::Kind::Note,
-                "commands that waited longer than 5 s are not sent: " + std::to_string(std::exchange(m_dropped, 0)));
+                "commands dropped after waiting for more than 5 s: " + std::to_string(std::exchange(m_dropped, 0)));
 }
 
 void CSerialPort::Lose(const asio::error_code& error)
 {
-    // The other one of reading and writing may have reported it already.
+    // The pending read or write may have reported the error already.
     if (!m_port.is_open())
         return;
     asio::error_code ignored;
     m_port.close(ignored);
-    Publish(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", keeps trying"));
+    Publish(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", retrying"));
     if (!m_closing)
         TryLater(kReopenPause);
 }
 
-/// Closes now, or looks again soon if something is on its way and there is time.
+/// Closes the port, or calls itself again later while data is being transmitted and the time limit has not expired.
 void CSerialPort::FinishClosing()
 {
     const bool isOpen = m_port.is_open();
-    const std::size_t underWay = isOpen ? UntransmittedBytes(m_port.native_handle()) : 0;
-    const bool allOut = m_queue.empty() && underWay == 0;
-    if ((isOpen || m_heldUp) && !allOut && m_clock() < m_closeBy) {
-        m_closingTimer.expires_after(kClosingLook);
+    const std::size_t untransmitted = isOpen ? UntransmittedBytes(m_port.native_handle()) : 0;
+    const bool allSent = m_queue.empty() && untransmitted == 0;
+    if ((isOpen || m_heldUp) && !allSent && m_clock() < m_closeBy) {
+        m_closingTimer.expires_after(kClosingPollPeriod);
         m_closingTimer.async_wait([this](const asio::error_code&) { FinishClosing(); });
         return;
     }
-    std::string text = "no device uses it";
-    if (!allOut || m_dropped > 0)
-        text += "; " + std::to_string(m_queue.size() + m_dropped) + " commands are not sent, " +
-                std::to_string(underWay) + " bytes not transmitted";
+    std::string text = "the host closed the port";
+    if (!allSent || m_dropped > 0)
+        text += "; " + std::to_string(m_queue.size() + m_dropped) + " commands not sent, " +
+                std::to_string(untransmitted) + " bytes not transmitted";
     if (isOpen) {
-        if (!allOut)
+        if (!allSent)
             DiscardUntransmitted(m_port.native_handle());
         asio::error_code ignored;
         m_port.close(ignored);

@@ -20,34 +20,38 @@
 #include <thread>
 #include <vector>
 
-/// A serial port that is written to by a thread of its own, in the order given. A port that can't be opened or goes
-/// away is tried again every half second; meanwhile commands wait for it, 5 s at most: a device must not act on what is
-/// long past. A command that was being written when the port went away is written again from its start.
+/// A serial port with a thread that writes the queued commands in their order.
+///
+/// If the port can't be opened or is removed, the thread tries to open it every half second. Commands wait at most 5 s
+/// for it, because a device must not execute outdated commands. A command that was being written when the port was
+/// removed is written again from its start.
 class CSerialPort {
 public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
     CSerialPort(std::size_t bufferBytes, const std::string& lineSettings,
                 Clock clock = &std::chrono::steady_clock::now);
-    /// Closes and waits for it. What is queued is lost, unless Close came before.
+    /// Closes the port and waits for its thread. Queued commands are dropped, unless Close was called before.
     ~CSerialPort();
     CSerialPort(const CSerialPort&) = delete;
     CSerialPort& operator=(const CSerialPort&) = delete;
 
-    /// Call it once. Returns whether the port is open right away. False as well while an earlier port of the name is
-    /// closing, whose commands go out first. If the line settings make no sense, nothing is ever sent.
+    /// Starts the thread and tries to open the port. To be called once. If the line settings are invalid, the port is
+    /// not opened and no command is sent. \return whether the port is open now; false also while an earlier port with
+    /// this name is closing, whose commands
+    ///         are sent first
     bool Open(const std::string& name);
-    /// Any thread. What finds the queue full is not sent, which is logged.
+    /// Queues a command. If the queue is full the command is dropped, which is logged. Any thread.
     void Send(std::shared_ptr<const Comm::RequestPackage> package);
-    /// Returns at once; the port's thread gives what is queued this time to go out if it can, closes the port and logs
-    /// what is lost. The caller sends nothing afterwards.
+    /// Returns at once. The port's thread transmits queued commands for at most this time, closes the port and logs
+    /// what was not sent. Send must not be called afterwards.
     void Close(std::chrono::milliseconds limit);
-    /// Whether its thread has ended, or never begun. Any thread.
+    /// Whether the thread has ended or was never started. Any thread.
     bool IsClosed() const { return m_closed; }
-    /// Nothing for settings that make no sense.
+    /// Returns nullopt if the settings are invalid.
     const std::optional<SLineSettings>& Settings() const { return m_settings; }
     const std::string& Name() const { return m_name; }
-    /// Larger than that of each port that was made before.
+    /// Returns the serial number of the object, which is larger than those of all objects created before.
     std::uint64_t Number() const { return m_number; }
 
 private:
@@ -56,7 +60,7 @@ private:
         std::chrono::steady_clock::time_point since;
     };
 
-    // All these run on the thread, except for the first attempt to open.
+    // These functions run on the port's thread, except for the first call of TryOpen.
     bool TryOpen();
     void TryLater(std::chrono::milliseconds pause);
     void Receive();
@@ -75,21 +79,22 @@ private:
     const std::optional<SLineSettings> m_settings;
     std::string m_name;
     std::atomic<std::size_t> m_queuedBytes{0};
-    std::atomic<bool> m_refuses{false}; ///< a command found the queue full; until the queue is empty
+    std::atomic<bool> m_refuses{
+        false}; ///< a command was dropped because the queue was full; reset when the queue is empty
     std::atomic<bool> m_closed{true};
 
     asio::io_context m_context;
     asio::executor_work_guard<asio::io_context::executor_type> m_workGuard;
     asio::serial_port m_port;
-    asio::steady_timer m_timer; ///< until the next attempt to open
+    asio::steady_timer m_timer; ///< runs until the next attempt to open
     asio::steady_timer m_closingTimer;
     std::deque<SCommand> m_queue;
-    std::size_t m_dropped = 0; ///< commands that waited too long, until that is logged
+    std::size_t m_dropped = 0; ///< commands that waited too long and are not logged yet
     std::vector<char> m_received;
     std::string m_lastFailure; ///< logged once, not at each attempt
     bool m_writing = false;
     std::chrono::steady_clock::time_point m_writingSince;
-    bool m_heldUp = false; ///< by an earlier port of the name that is closing
+    bool m_heldUp = false; ///< opening waits for an earlier port with the same name to close
     bool m_closing = false;
     std::chrono::steady_clock::time_point m_closeBy;
     std::thread m_thread;

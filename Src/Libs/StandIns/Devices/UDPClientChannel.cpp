@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Asked of the system, which may give less: some hundred commands in one go.
+/// Requested size of the system's send buffer: enough for some hundred commands at once. The system may limit it.
 constexpr int kSendBufferBytes = 1 << 20;
 
 void Note(const std::string& peer, const std::string& text)
@@ -22,8 +22,8 @@ void Note(const std::string& peer, const std::string& text)
     CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "UDP device", peer, text});
 }
 
-/// A local port that datagrams leave from, shared by all channels that name it: what is wrong with it is reported once.
-/// What arrives there is not read. Any thread.
+/// A local port that datagrams are sent from. All channels with the same address and port share it, so that a failure
+/// is reported once. Received datagrams are not read. Any thread.
 class CLocalPort {
 public:
     CLocalPort(const std::string& ip, unsigned short port) : m_ip(ip), m_port(port) {}
@@ -40,14 +40,15 @@ public:
         return shared;
     }
 
-    /// Binds if that is still to be done. False while the port can't be used.
+    /// Binds the port if it is not bound. Returns false when that fails.
     bool Open()
     {
         const std::lock_guard lock(m_mutex);
         return OpenLocked();
     }
 
-    /// While the port can't be used, each datagram is lost, and tries to bind it before.
+    /// Sends a datagram. Tries to bind the port first if it is not bound; the datagram is lost when that fails.
+    /// \param error set when sending fails, but not when binding fails
     bool Send(const std::string& datagram, const asio::ip::udp::endpoint& remote, asio::error_code& error)
     {
         const std::lock_guard lock(m_mutex);
@@ -81,12 +82,12 @@ private:
         const auto address = m_ip.empty() ? asio::ip::address_v4::any() : asio::ip::make_address_v4(m_ip, error);
         if (!error)
             m_socket.open(asio::ip::udp::v4(), error);
-        // Another host on this machine may have its devices know it by the same port.
+        // Another host on this machine may use the same local port for its devices.
         if (!error)
             m_socket.set_option(asio::socket_base::reuse_address(true), error);
         if (!error)
             m_socket.set_option(asio::socket_base::broadcast(true), error);
-        // A network that takes nothing must not hold up the other devices.
+        // A network that accepts no data must not delay the other devices.
         if (!error)
             m_socket.non_blocking(true, error);
         m_socket.set_option(asio::socket_base::send_buffer_size(kSendBufferBytes), ignored);
@@ -108,7 +109,7 @@ private:
 
 } // namespace
 
-/// Sends at once, on the caller's thread.
+/// Sends on the caller's thread, without waiting.
 class Comm::UDPClientChannel::Impl {
 public:
     bool Open(const std::string& localIp, unsigned short localPort)
@@ -127,7 +128,7 @@ public:
         asio::error_code error;
         const asio::ip::udp::endpoint remote(asio::ip::make_address_v4(remoteIp, error), remotePort);
         const std::shared_ptr<CLocalPort> port = Port();
-        // What the system makes of port 0 differs.
+        // The behaviour for port 0 depends on the system.
         if (!error && (remotePort == 0 || !port))
             error = asio::error::invalid_argument;
         const bool sent = !error && port->Send(datagram, remote, error);
@@ -152,7 +153,7 @@ private:
 
 Comm::UDPClientChannel::UDPClientChannel(std::size_t)
 {
-    // The callers expect no exceptions: without a descriptor it is a socket that can't be bound.
+    // Callers don't expect exceptions: if no descriptor is available, Init and SendTo return false.
     try {
         m_impl = std::make_unique<Impl>();
     } catch (const std::exception& error) {
