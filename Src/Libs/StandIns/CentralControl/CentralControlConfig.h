@@ -5,16 +5,16 @@
 #include <cstdint>
 #include <string>
 
-/// What the central-control server needs to know; the host sets it, since the module makes the server itself.
+/// Configuration of the central-control server. The host sets it in advance, because the module creates the server.
 struct SCentralControlConfig {
-    std::string listenAddress = "127.0.0.1";
+    std::string listenAddress = "127.0.0.1"; ///< IP address to bind to
 };
 
 namespace CentralControl {
 
 constexpr std::uint16_t kPort = 25509;
 
-/// Holds for servers that are made later.
+/// The configuration; a change applies to servers that are created afterwards.
 CConfigBox<SCentralControlConfig>& Config();
 
 } // namespace CentralControl

@@ -63,7 +63,7 @@ private:
             Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
         if (command.message.isEmpty() || !callback)
             return;
-        // A datagram can't be trusted to name its sender.
+        // Always use the sender's address: the content of a datagram may name another one.
         command.message.insert(QLatin1String("remoteIp"), QString::fromStdString(ip));
         command.message.insert(QLatin1String("remotePort"), int{port});
         const CShowReading reading;
@@ -71,7 +71,7 @@ private:
     }
 
     const std::string m_listenAddress = CentralControl::Config().Get().listenAddress;
-    CIoThreads m_threads; ///< outlives what runs on it
+    CIoThreads m_threads; ///< must be destroyed after the members that use it
     CUdpSocket m_socket;
     std::once_flag m_started;
 };

@@ -13,7 +13,7 @@ const QLatin1String kKeyword("cmd");
 const QLatin1String kCode("cmdType");
 const QLatin1String kErrorText("errorMsg");
 
-/// What is longer is no keyword; an unknown one is repeated in the answer, which has to fit a datagram.
+/// A longer text is not a keyword. An unknown keyword is repeated in the reply, which must fit into a datagram.
 constexpr int kMaxKeywordCharacters = 255;
 
 bool IsWordCharacter(char c)
@@ -21,10 +21,10 @@ bool IsWordCharacter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
 }
 
-/// Undefined when the text is neither one JSON value nor one word.
+/// Returns a value of type Undefined when the text is neither one JSON value nor one word.
 QJsonValue ReadBareKeyword(const QByteArray& text)
 {
-    // Qt reads no JSON text that is neither an object nor a list.
+    // QJsonDocument accepts only objects and arrays as a document.
     const QJsonArray wrapped = ReadJson('[' + text + ']').array();
     if (wrapped.size() == 1)
         return wrapped[0];
@@ -44,7 +44,8 @@ QJsonObject ReadMessage(const std::string& datagram)
 
 STextCommand Refuse(const QJsonObject& message, QJsonObject refusal, ResultText::Index result)
 {
-    // An error is not answered by an error: two hosts, or one and a forged sender, would go on with that for ever.
+    // An error is not answered with an error: two hosts, or a host and a forged sender, would exchange errors
+    // indefinitely.
     if (message.contains(kErrorText))
         return {};
     refusal.insert(QLatin1String("result"), int{result});
@@ -71,7 +72,7 @@ STextCommand TextCommand::Read(const std::string& datagram)
 std::string TextCommand::Describe(const STextCommand& command)
 {
     if (command.message.isEmpty())
-        return "no command, ";
+        return "not a command, ";
     return QStringLiteral("%1 (0x%2), ")
         .arg(command.message.value(kKeyword).toString())
         .arg(command.message.value(kCode).toInt(), 3, 16, QLatin1Char('0'))

@@ -4,17 +4,18 @@
 
 #include <string>
 
-/// What a datagram of central control asks for. Neither a message nor a refusal: it is to be passed over.
+/// Content of a datagram from central control. If both members are empty the datagram is to be ignored.
 struct STextCommand {
-    QJsonObject message; ///< as it came, "cmd" and "cmdType" set
-    QJsonObject refusal; ///< the answer to what is no command
+    QJsonObject message; ///< the received object, with "cmd" and "cmdType" set
+    QJsonObject refusal; ///< the reply to a datagram that is not a known command
 };
 
 namespace TextCommand {
 
-/// Reads a datagram: a JSON object with the keyword in "cmd", or the keyword alone, as a JSON text or bare.
+/// Reads a datagram: a JSON object with the keyword in "cmd", or only the keyword, as a JSON string or without quotes.
 STextCommand Read(const std::string& datagram);
-/// "getHDR (0x196), " for the log; never what only the peer says.
+/// Describes a command for the log, such as "getHDR (0x196), ". Contains known keywords only, no other text of the
+/// peer.
 std::string Describe(const STextCommand& command);
 
 } // namespace TextCommand

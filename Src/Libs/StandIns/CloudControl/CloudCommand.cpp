@@ -9,18 +9,18 @@ QJsonObject CloudCommand::Read(const QByteArray& frame, QString& refusal)
 {
     QJsonObject command = ReadJson(frame).object();
     if (command.isEmpty()) {
-        refusal = QStringLiteral("no JSON object");
+        refusal = QStringLiteral("not a JSON object");
         return {};
     }
     const QJsonValue keyword = command.value(QLatin1String("cmd"));
     if (!keyword.isString()) {
         if (!command.value(QLatin1String("cmdType")).isDouble())
-            refusal = QStringLiteral("neither cmd nor cmdType");
+            refusal = QStringLiteral("cmd is not a string and cmdType is not a number");
         return refusal.isEmpty() ? command : QJsonObject();
     }
     const auto known = CloudControlCmdMap.find(keyword.toString());
     if (known == CloudControlCmdMap.end()) {
-        refusal = QStringLiteral("an unknown keyword");
+        refusal = QStringLiteral("unknown keyword");
         return {};
     }
     command.insert(QLatin1String("cmdType"), known->second);

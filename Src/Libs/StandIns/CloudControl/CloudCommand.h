@@ -8,10 +8,11 @@
 
 namespace CloudCommand {
 
-/// A command as the module takes it: an object with "cmdType", which the keyword in "cmd" stands for if there is one.
-/// Empty for a frame that is no command; refusal says why then.
+/// Reads a text frame and returns the command in the module's form: a JSON object with the code in "cmdType". The
+/// keyword in "cmd", if there is one, determines the code. \return an empty object when the frame is not a command;
+/// refusal is set to the reason then
 QJsonObject Read(const QByteArray& frame, QString& refusal);
-/// A reply as the cloud takes it: {"route": ..., "data": "..."}.
+/// Returns a reply in the form that the cloud service expects: {"route": ..., "data": "..."}.
 QString Reply(int route, const std::string& data);
 
 } // namespace CloudCommand

@@ -7,31 +7,31 @@
 #include <cstdint>
 #include <string>
 
-/// Where the cloud service is and how long to wait for it; the host sets it, since the module makes the client itself.
+/// Configuration of the cloud client. The host sets it in advance, because the module creates the client.
 struct SCloudControlConfig {
-    std::string url = "wss://127.0.0.1:25511"; ///< "wss://host:port" or "ws://host:port"; a path in it is not used
-    std::string caFile;       ///< PEM certificates that are trusted instead of the system's; empty: the system's
-    bool verifiesPeer = true; ///< off: any certificate will do
-    std::chrono::milliseconds firstPause{500};
+    std::string url = "wss://127.0.0.1:25511"; ///< "wss://host:port" or "ws://host:port"; a path is ignored
+    std::string caFile;                        ///< PEM file of trusted certificates; empty: the system's certificates
+    bool verifiesPeer = true;                  ///< false: every certificate is accepted
+    std::chrono::milliseconds firstPause{500}; ///< before connecting again; doubled after each failure
     std::chrono::milliseconds longestPause{30'000};
-    std::chrono::milliseconds pingPeriod{10'000}; ///< one that doesn't answer for as long is taken for dead
+    std::chrono::milliseconds pingPeriod{10'000}; ///< a service that does not reply within it is disconnected
 };
 
 namespace CloudControl {
 
-constexpr char kChannelName[] = "cloud"; ///< in the log
+constexpr char kChannelName[] = "cloud"; ///< name of the channel in events
 constexpr std::uint16_t kDefaultPort = 25511;
-/// What waits for a cloud that is slow or away.
+/// Maximum size of the queued replies while the service is slow or not connected.
 constexpr std::size_t kMaxQueuedBytes = std::size_t{64} << 20;
-/// A longer command is ignored.
+/// Longer commands are ignored.
 constexpr std::size_t kMaxCommandBytes = std::size_t{4} << 20;
-/// A longer frame or message isn't received to its end: the connection is closed.
+/// A longer frame or message closes the connection before it is received completely.
 constexpr std::size_t kMaxMessageBytes = 4 * kMaxCommandBytes;
-/// Commands that wait for the current one, and the text of them; more are dropped.
+/// Maximum number and size of the commands that wait for the current one; further ones are dropped.
 constexpr std::size_t kMaxWaitingCommands = 64;
 constexpr std::size_t kMaxWaitingBytes = 4 * kMaxCommandBytes;
 
-/// Holds for connections that are made later.
+/// The configuration; a change applies to connections that are opened afterwards.
 CConfigBox<SCloudControlConfig>& Config();
 
 } // namespace CloudControl

@@ -31,13 +31,13 @@ void Note(const std::string& text)
     CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
 }
 
-/// Whether a command is answered and changes nothing.
+/// Whether a command only causes a reply and changes nothing.
 bool IsQuery(int cmdCode)
 {
     return cmdCode == Command::Refresh || AnswererOf(cmdCode, Source::CloudControl) == Answerer::Sender;
 }
 
-/// The connection that the command at hand came on; 0 on a thread that carries none out.
+/// The connection of the current command; 0 on a thread that executes no commands.
 thread_local std::uint64_t t_connection = 0;
 
 QString Encoded(const QString& text)
@@ -48,14 +48,14 @@ QString Encoded(const QString& text)
 QUrl UrlOf(const CloudControl::SCloudUserInfo& user, const SCloudControlConfig& config)
 {
     QUrl server(QString::fromStdString(config.url));
-    // The last text may hold the mark of the first: both are put in at once.
+    // One call with two arguments: the user name may contain a place marker such as %2.
     const QString path = kCloudPath.arg(Encoded(user.first), Encoded(user.password));
     return QUrl(server.scheme() + "://" + server.authority(QUrl::FullyEncoded) + path, QUrl::StrictMode);
 }
 
 } // namespace
 
-/// Two threads: one has the socket, the other carries commands out, so that replies leave while a long command runs.
+/// Uses two threads: one for the socket and one that executes commands, so that replies are sent while a command runs.
 class CCloudControlManager::Impl {
 public:
     ~Impl()
@@ -79,7 +79,7 @@ public:
             std::promise<void> ready;
             m_loopThread = std::thread([&] { RunLink(ready); });
             ready.get_future().wait();
-            m_commandThread = std::thread([this] { CarryOut(); });
+            m_commandThread = std::thread([this] { RunCommands(); });
         });
     }
 
@@ -88,7 +88,7 @@ public:
         const std::size_t dropped =
             m_outbox.Put({route, data}, t_connection != 0 ? t_connection : m_outbox.Connection());
         if (dropped != 0)
-            Note(std::to_string(dropped) + " messages dropped: the cloud doesn't take them");
+            Note(std::to_string(dropped) + " messages dropped: the cloud service does not receive them");
         if (CCloudLink* link = Link())
             link->Send();
     }
@@ -122,7 +122,7 @@ private:
         SWaitingCommand taken = {m_outbox.Connection(), CloudCommand::Read(frame, refusal),
                                  static_cast<std::size_t>(frame.size())};
         if (!refusal.isEmpty()) {
-            Note("a frame passed over: " + refusal.toStdString());
+            Note("frame ignored: " + refusal.toStdString());
             return;
         }
         bool isFull = false;
@@ -136,11 +136,11 @@ private:
                 m_commands.push_back(std::move(taken));
         }
         if (isFull)
-            Note("a command dropped: too many are waiting");
+            Note("command dropped: too many commands are waiting");
         m_wake.notify_one();
     }
 
-    void CarryOut()
+    void RunCommands()
     {
         std::unique_lock lock(m_mutex);
         for (;;) {
@@ -161,8 +161,8 @@ private:
         }
     }
 
-    /// The connection has ended: their answers would go nowhere, and the next one's commands would wait for them. What
-    /// does more than answer is still carried out.
+    /// Removes the waiting queries when the connection has ended: their replies could not be sent, and commands of the
+    /// next connection would wait for them. Commands that change something are still executed.
     void ForgetQueries()
     {
         const std::lock_guard lock(m_mutex);
@@ -175,7 +175,7 @@ private:
     std::thread m_loopThread;
     std::thread m_commandThread;
     QEventLoop* m_loop = nullptr;
-    std::atomic<CCloudLink*> m_link{nullptr}; ///< a reply may go out before there is one
+    std::atomic<CCloudLink*> m_link{nullptr}; ///< null before RunLink; Send may be called earlier
 
     std::mutex m_mutex;
     std::condition_variable m_wake;

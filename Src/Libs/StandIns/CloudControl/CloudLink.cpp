@@ -14,13 +14,13 @@
 
 namespace {
 
-// Of an address that names none.
+// Default ports of the URL schemes ws and wss (RFC 6455, 3).
 constexpr int kPlainPort = 80;
 constexpr int kTlsPort = 443;
-/// Handed to the socket ahead of what it has sent.
+/// Maximum number of bytes that are passed to the socket and not yet sent.
 constexpr qint64 kMaxUnsentBytes = 4 << 20;
 
-/// Without the path, in which the password is.
+/// Returns host and port only: the path of the URL contains the password.
 std::string PeerText(const QUrl& url)
 {
     return AddressText(url.host().toStdString(),
@@ -36,8 +36,9 @@ QString ReasonOf(const QWebSocket& socket)
 {
     if (!socket.closeReason().isEmpty())
         return socket.closeReason();
-    return socket.error() == QAbstractSocket::UnknownSocketError ? QStringLiteral("the cloud closed")
-                                                                 : socket.errorString();
+    return socket.error() == QAbstractSocket::UnknownSocketError
+               ? QStringLiteral("the cloud service closed the connection")
+               : socket.errorString();
 }
 
 void Prepare(QWebSocket& socket, const SCloudControlConfig& config)
@@ -65,8 +66,8 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     connect(&m_socket, &QWebSocket::textMessageReceived, this,
             [this](const QString& text) { TakeText(text.toUtf8()); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
-            [this] { Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(), "a binary frame, ignored"); });
-    // Either or both come, in either order.
+            [this] { Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(), "binary frame ignored"); });
+    // One or both signals are emitted, in any order.
     connect(&m_socket, &QWebSocket::disconnected, this, [this] { TakeEnd(ReasonOf(m_socket)); });
     connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
             [this] { TakeEnd(ReasonOf(m_socket)); });
@@ -74,7 +75,7 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
 
 CCloudLink::~CCloudLink()
 {
-    // The socket tells of its end when it is destroyed, and what would hear it is destroyed before it.
+    // The socket emits a signal when it is destroyed, which is after the members that the slots use.
     m_socket.disconnect(this);
 }
 
@@ -129,11 +130,11 @@ void CCloudLink::customEvent(QEvent*)
     if (toValidate)
         StartValidation(*toValidate);
     if (asked) {
-        // An end without a target is not followed by another try.
+        // Without a target TakeEnd starts no further attempt.
         m_target.reset();
         m_retry.stop();
         m_socket.abort();
-        TakeEnd(QStringLiteral("closed by the host"));
+        TakeEnd(QStringLiteral("the host closed the connection"));
         m_target = *asked;
         if (m_target) {
             m_pauses = CBackOff(m_target->config.firstPause, m_target->config.longestPause);
@@ -147,7 +148,7 @@ void CCloudLink::Open()
 {
     m_isOpen = true;
     m_hasAnswered = false;
-    // The socket itself would wait for the far end's half of the handshake for ever.
+    // Limits the handshake as well: the socket itself would wait for the peer's part indefinitely.
     m_ping.start(m_target->config.pingPeriod);
     Prepare(m_socket, m_target->config);
     m_socket.open(m_target->url);
@@ -169,7 +170,7 @@ void CCloudLink::TakeText(const QByteArray& frame)
         m_callbacks.received(frame);
     else
         Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(),
-                QStringLiteral("a frame of %1 bytes, ignored: a command has at most %2")
+                QStringLiteral("frame of %1 bytes ignored: a command has at most %2 bytes")
                     .arg(frame.size())
                     .arg(CloudControl::kMaxCommandBytes));
 }
@@ -187,11 +188,11 @@ void CCloudLink::TakeEnd(const QString& why)
         m_retry.start(m_pauses.Next());
 }
 
-/// A peer that is gone without a word is noticed by its silence.
+/// Sends a ping, or closes the connection if the peer has not replied to the last one (RFC 6455, 5.5.2).
 void CCloudLink::Ping()
 {
     if (!std::exchange(m_hasAnswered, false)) {
-        // First, so that this is what is told of the end.
+        // Before abort, so that this is the published reason.
         TakeEnd("no answer");
         m_socket.abort();
         return;

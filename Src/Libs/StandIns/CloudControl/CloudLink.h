@@ -16,29 +16,34 @@
 #include <optional>
 #include <string>
 
-/// The WebSocket to the cloud. It lives on a thread with an event loop; what other threads want of it they ask by the
-/// functions that say so, and it does it there.
+/// The WebSocket (RFC 6455) to the cloud service. It connects again after a failure or when the connection has ended.
+///
+/// The object lives on a thread with an event loop. Other threads may call the functions marked so; they store the
+/// request, and the object's thread executes it.
 class CCloudLink : public QObject {
 public:
-    /// On the link's thread.
+    /// All run on the thread of the object.
     struct SCallbacks {
-        /// A text frame of at most CloudControl::kMaxCommandBytes.
+        /// Receives a text frame of at most CloudControl::kMaxCommandBytes.
         std::function<void(const QByteArray& frame)> received;
-        /// The connection, or the try for one.
+        /// Called when the connection, or the attempt to connect, has ended.
         std::function<void()> ended;
     };
 
     CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks);
     ~CCloudLink() override;
 
-    // Any thread.
+    // Any thread may call the following functions; they return at once.
+
+    /// Closes the current connection and connects to the URL.
     void Connect(const QUrl& url, const SCloudControlConfig& config);
+    /// Closes the connection and stops connecting.
     void Close();
-    /// Tells in the log whether the service lets such a user in.
+    /// Opens a second connection to check the login in the URL, logs the result and closes it.
     void Validate(const QUrl& url, const SCloudControlConfig& config);
-    /// There is something in the outbox.
+    /// To be called when a message was added to the outbox.
     void Send();
-    /// Whether there is a connection, or one is tried for.
+    /// Whether there is a connection or an attempt to connect.
     bool IsWanted() const { return m_isWanted; }
 
 protected:
@@ -62,17 +67,17 @@ private:
     CCloudOutbox& m_outbox;
     const SCallbacks m_callbacks;
 
-    std::mutex m_mutex;                            ///< guards what other threads ask for
-    std::optional<std::optional<STarget>> m_asked; ///< a new target, or none
+    std::mutex m_mutex;                            ///< guards the requests of other threads
+    std::optional<std::optional<STarget>> m_asked; ///< a requested change: a new target, or nullopt to close
     std::optional<STarget> m_toValidate;
 
-    std::optional<STarget> m_target; ///< without one the link stays closed
+    std::optional<STarget> m_target; ///< nullopt: not to be connected
     QWebSocket m_socket;
     QTimer m_retry;
     QTimer m_ping;
     CBackOff m_pauses{std::chrono::milliseconds(0), std::chrono::milliseconds(0)};
-    bool m_hasAnswered = false; ///< since the last ping, or to the handshake
-    bool m_isOpen = false;      ///< from Open to its end, so that an end is taken once
-    bool m_isConnected = false;
+    bool m_hasAnswered = false; ///< the peer has replied since the last ping
+    bool m_isOpen = false;      ///< from Open to TakeEnd, so that an end is handled once
+    bool m_isConnected = false; ///< the handshake is complete
     std::atomic<bool> m_isWanted{false};
 };

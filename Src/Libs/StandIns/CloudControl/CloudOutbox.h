@@ -9,25 +9,28 @@
 #include <optional>
 #include <string>
 
+/// A message to the cloud service.
 struct SCloudMessage {
     CloudControl::EROUTE_TYPE route;
     std::string data;
 };
 
-/// What is on its way to the cloud, in its order. Any thread.
+/// Queue of messages to the cloud service. Any thread.
 ///
-/// When it is full the oldest pictures go first, and only when none is left the oldest of the others. What was made for
-/// a connection is dropped with it: a message names the connection for which it is, counted from 1.
+/// When it is full, the oldest pictures are dropped first, then the oldest other messages. Each message belongs to one
+/// connection and is dropped when that connection ends. Connections are numbered from 1.
 class CCloudOutbox {
 public:
     explicit CCloudOutbox(std::size_t maxBytes) : m_maxBytes(maxBytes) {}
 
-    /// The connection that there is now, or that there will be next.
+    /// Returns the number of the current connection or, if there is none, of the next one.
     std::uint64_t Connection() const;
-    /// The current connection has ended.
+    /// To be called when the current connection has ended. Drops its messages.
     void EndConnection();
-    /// Returns how many messages had to go for it. A message of an earlier connection is dropped itself.
+    /// Appends a message.
+    /// \return the number of dropped messages; 1 when the message itself is dropped because its connection has ended
     std::size_t Put(SCloudMessage message, std::uint64_t connection);
+    /// Removes and returns the oldest message, or nullopt.
     std::optional<SCloudMessage> Take();
 
 private:

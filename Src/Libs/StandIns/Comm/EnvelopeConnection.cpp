@@ -157,7 +157,7 @@ void CEnvelopeConnection::PeerEnded()
         FlushLocked();
         if (IsOpenLocked() && !m_queue.empty())
             return; // the connection ends when the queue has been written
-        CloseLocked("closed by the peer");
+        CloseLocked("the peer closed the connection");
     }
     End();
 }

@@ -114,10 +114,9 @@ private:
     bool m_sendingEnded = false;              ///< sending has failed; bytes that have arrived are still read
     bool m_insideFrame = false;               ///< an envelope has been received in part
     bool m_ended = false;                     ///< the end has been reported
-    Clock::time_point
-        m_unfinishedSince;        ///< start of the time limit: of an incomplete envelope, or after the peer's end
-    std::size_t m_frames = 0;     ///< number of envelopes received so far
-    std::size_t m_seenFrames = 0; ///< value of m_frames at the last CheckDeadline
+    Clock::time_point m_unfinishedSince;      ///< since when the peer's next bytes, or its last reads, are awaited
+    std::size_t m_frames = 0;                 ///< number of envelopes received so far
+    std::size_t m_seenFrames = 0;             ///< value of m_frames at the last CheckDeadline
     Clock::time_point m_activeAt = Clock::now(); ///< last CheckDeadline that found a new envelope
     std::string m_closeReason;                   ///< the first reason
 };

@@ -131,7 +131,7 @@ bool CTcpServer::EnsureCapacity()
     }
     if (!longestIdle)
         return false;
-    longestIdle->Close("idle for the longest time, closed to accept a new connection");
+    longestIdle->Close("idle for the longest time, replaced by a new connection");
     Forget(longestIdle);
     return true;
 }

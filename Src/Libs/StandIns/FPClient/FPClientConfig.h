@@ -13,16 +13,16 @@ constexpr std::uint16_t kDefaultPort = 25510;
 
 } // namespace FPClient
 
-/// Where the FP controller is; the host sets it, since the module makes the client itself.
+/// Configuration of the FP client. The host sets it in advance, because the module creates the client.
 struct SFPClientConfig {
-    std::string host = FPClient::kDefaultHost; ///< an address or a name
+    std::string host = FPClient::kDefaultHost; ///< an IP address or a host name
     std::uint16_t port = FPClient::kDefaultPort;
     CTcpClient::STimeouts timeouts;
 };
 
 namespace FPClient {
 
-/// Holds for clients that are made later.
+/// The configuration; a change applies to clients that are created afterwards.
 CConfigBox<SFPClientConfig>& Config();
 
 } // namespace FPClient

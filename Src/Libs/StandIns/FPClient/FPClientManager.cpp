@@ -74,7 +74,7 @@ private:
             callback(std::make_shared<Comm::ResponsePackage>(std::move(package)));
     }
 
-    CIoThreads m_threads; ///< outlives what runs on it
+    CIoThreads m_threads; ///< must be destroyed after the members that use it
     CTcpClient m_client;
     std::once_flag m_started;
 };

@@ -91,7 +91,7 @@ public:
     }
 
 private:
-    /// A write may take a part; what can't be written waits for the next one.
+    /// Writes the waiting lines. A write may be partial; the rest waits for the next call.
     void WriteWaiting()
     {
         if (!m_file.isOpen() || m_waiting.isEmpty())

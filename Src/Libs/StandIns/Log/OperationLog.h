@@ -4,8 +4,9 @@
 
 namespace OperationLog {
 
-/// Lines go to the end of this file from now on; nowhere when the name is empty. False when it can't be opened. Lines
-/// that can't be written, for example because the disk is full, wait in memory, up to 1 MiB, until the next one can be.
+/// Opens the file to which lines are appended from now on. An empty name closes the log. Lines that can't be written,
+/// for example because the disk is full, wait in memory, up to 1 MiB, and are written with the next line. Any thread.
+/// \return false when the file can't be opened
 bool Open(const std::string& file);
 
 } // namespace OperationLog

@@ -23,7 +23,7 @@ constexpr char kTables[] = R"(
     CREATE TABLE IF NOT EXISTS operations (time TEXT, module TEXT, function TEXT, description TEXT, source INTEGER);
     CREATE INDEX IF NOT EXISTS doneAt ON operations (time);
 )";
-/// Of the same form, in memory: what the file didn't take.
+/// Temporary tables of the same form, in memory: the records that could not be written to the file.
 constexpr char kWaitingTables[] = R"(
     PRAGMA temp_store=MEMORY;
     CREATE TABLE temp.played AS SELECT * FROM main.played WHERE 0;
@@ -37,11 +37,11 @@ constexpr char kWriteWaiting[] = R"(
     DELETE FROM temp.operations;
     COMMIT;
 )";
-/// About 20 MB: days of a busy show. More are lost.
+/// Maximum number of waiting records: about 20 MB, several days of a busy show. Further records are lost.
 constexpr int kMaxWaiting = 100'000;
 constexpr char kPrivateFileSuffixes[][9] = {"", "-wal", "-shm", "-journal"};
 
-/// One statement, with its values bound in the order of the calls.
+/// One SQL statement. Bind sets the parameters in the order of its calls.
 class CStatement {
 public:
     CStatement(sqlite3* database, const std::string& sql) : m_database(database)
@@ -65,9 +65,9 @@ public:
         return *this;
     }
 
-    /// A statement without rows; its failure is the caller's to report.
+    /// Executes a statement without result rows. The caller reports a failure.
     bool Execute() { return sqlite3_step(m_statement) == SQLITE_DONE; }
-    /// True while there is a row.
+    /// Reads the next row. Returns false after the last row, and on an error, which is logged.
     bool Step()
     {
         const int result = sqlite3_step(m_statement);
@@ -83,14 +83,14 @@ public:
     int Number(int column) const { return sqlite3_column_int(m_statement, column); }
 
 private:
-    void LogError() const { qCWarning(lcLog) << "the show log:" << sqlite3_errmsg(m_database); }
+    void LogError() const { qCWarning(lcLog) << "show log:" << sqlite3_errmsg(m_database); }
 
     sqlite3* m_database;
     sqlite3_stmt* m_statement = nullptr;
     int m_bound = 0;
 };
 
-/// The databases whose tables hold the records, in the order in which a query lists them.
+/// The databases that contain the records, in the order in which a query lists them.
 std::array<std::string, 2> Databases(bool descending)
 {
     if (descending)
@@ -98,7 +98,7 @@ std::array<std::string, 2> Databases(bool descending)
     return {"main", "temp"};
 }
 
-/// "SELECT * FROM main.played WHERE ... ORDER BY rowid ASC"; names and order can't be bound.
+/// Returns "SELECT * FROM main.played WHERE ... ORDER BY rowid ASC". Names and order can't be bound as parameters.
 std::string Selection(const std::string& database, const char* rest, bool descending)
 {
     return "SELECT * FROM " + database + rest + " ORDER BY rowid" + (descending ? " DESC" : " ASC");
@@ -151,12 +151,13 @@ std::string CShowLog::Open(const std::string& file)
     Database database(opened);
     if (result != SQLITE_OK || sqlite3_exec(opened, kTables, nullptr, nullptr, nullptr) != SQLITE_OK)
         return sqlite3_errmsg(opened);
-    // Such a file opens, and takes tables that it has already.
+    // Opening a read-only file succeeds, and so does creating tables that exist already.
     if (sqlite3_db_readonly(opened, "main") != 0)
-        return "it is write-protected";
+        return "the file is write-protected";
     for (const char* suffix : kPrivateFileSuffixes)
         MakePrivate(file + suffix);
-    // A record costs no wait for the disk: a power cut may cost the last ones, but doesn't damage the file.
+    // Writing a record does not wait for the disk. A power failure may lose the last records but does not damage the
+    // file.
     sqlite3_exec(opened, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
     sqlite3_exec(opened, kWaitingTables, nullptr, nullptr, nullptr);
     const std::lock_guard lock(m_mutex);
@@ -195,7 +196,7 @@ void CShowLog::Insert(const Record& record)
         ++m_waiting;
 }
 
-/// Moves the records that wait to the file. False when some still wait.
+/// Moves the waiting records to the file. Returns false when that fails.
 bool CShowLog::WriteWaiting()
 {
     if (m_waiting == 0)
@@ -204,7 +205,7 @@ bool CShowLog::WriteWaiting()
         m_waiting = 0;
         return true;
     }
-    // A full disk has rolled the transaction back already.
+    // If the disk is full, SQLite has rolled back the transaction already.
     if (sqlite3_get_autocommit(m_database.get()) == 0)
         sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
     return false;

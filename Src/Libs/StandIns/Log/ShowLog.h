@@ -8,20 +8,23 @@
 
 struct sqlite3;
 
-/// The show log: what was played and what was done, in an SQLite file that outlives the host. Any thread. While the
-/// file can't be written, for example because the disk is full, records wait in memory, where queries find them as
-/// well; that is logged once, and once more when the file is written again.
+/// The show log: records of played media and of operations, in an SQLite file. Any thread.
+///
+/// While the file can't be written, for example because the disk is full, records wait in memory; queries include them.
+/// The first failure and the first success after it are logged.
 class CShowLog : public CLogModel {
 public:
-    /// In memory, until Open.
+    /// Creates a log in memory. Records that are added before Open are lost.
     CShowLog();
     ~CShowLog() override;
     CShowLog(const CShowLog&) = delete;
     CShowLog& operator=(const CShowLog&) = delete;
 
-    /// Goes on in this file, which is made if it isn't there, readable by its owner only. When that can't be, nothing
-    /// has changed, and it returns why; else an empty text.
+    /// Opens the file for all further records. A file that does not exist is created; only its owner can read it. On
+    /// failure the log is unchanged.
+    /// \return the error, or an empty text on success
     std::string Open(const std::string& file);
+    /// Adds a record.
     void Add(const SPlayRecord& record);
     void Add(const SOPRecord& record);
 
@@ -48,5 +51,5 @@ private:
     QList<SOPRecord> m_operations;
 };
 
-/// How the log writes times: they sort as texts.
+/// Format of times in the log. Their alphabetical order is their chronological order.
 constexpr char kLogTimeFormat[] = "yyyy-MM-dd hh:mm:ss";

@@ -9,13 +9,13 @@
 
 namespace {
 
-// EVP counts in int, so a long input goes in pieces. Whole groups of three bytes: only the last piece may be padded.
+// EVP lengths are int, so a long input is encoded in pieces. A multiple of three bytes: only the last piece is padded.
 constexpr std::size_t kPieceBytes = std::size_t{3} << 20;
 
 } // namespace
 
-/// EVP ends every piece with a zero: the caller's buffer needs one byte more than the text.
-/// The length of a text beyond INT_MAX characters comes back wrapped; the text itself is whole.
+/// Encodes bytes in base64 (RFC 4648). EVP appends a zero byte, so the buffer must have one byte more than the text.
+/// For a text of more than INT_MAX characters the returned length is truncated; the text is complete.
 extern "C" int hv_base64_encode(const unsigned char* in, unsigned int inlen, char* out)
 {
     std::size_t written = 0;

@@ -7,7 +7,7 @@
 
 void KeepDescriptorsFromChild()
 {
-    // Elsewhere children inherit nothing that isn't marked for them.
+    // On other systems children inherit only what is marked as inheritable.
 #if defined(CLOSE_RANGE_CLOEXEC)
     close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
 #endif

@@ -1,6 +1,8 @@
 #pragma once
 
-/// For the child between fork and exec: keeps what the parent has open, apart from the standard streams, out of the
-/// program that the child becomes. Not all of it is opened close-on-exec, and a connection that the parent closes would
-/// stay open for its peer, and a port taken, for as long as the child runs.
+/// Marks all open descriptors except the standard streams close-on-exec. To be called in the child between fork and
+/// exec.
+///
+/// Not all descriptors are opened close-on-exec. If the child inherited a socket, a connection that the parent closes
+/// would stay open, and a port would stay in use, as long as the child runs.
 void KeepDescriptorsFromChild();

@@ -2,5 +2,6 @@
 
 #include <filesystem>
 
-/// The folder of the library or program that holds the code or data at the address; empty when the system doesn't tell.
+/// Returns the absolute path of the folder of the library or program that contains the code or data at the address.
+/// Returns an empty path on failure.
 std::filesystem::path CodeFolder(const void* address);

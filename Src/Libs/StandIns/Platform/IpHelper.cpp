@@ -21,7 +21,7 @@
 
 namespace {
 
-// What Windows gives for an adapter without an address, and for one without a gateway.
+// Windows returns this for an adapter without an address or without a gateway.
 constexpr char kNoAddress[] = "0.0.0.0";
 
 struct SAddress {
@@ -37,7 +37,7 @@ struct SAdapter {
     std::string gateway = kNoAddress;
 };
 
-/// By interface index, which is the order in which they are listed.
+/// Adapters by interface index. They are listed in this order.
 using Adapters = std::map<unsigned int, SAdapter>;
 
 std::string Text(in_addr address)
@@ -54,7 +54,7 @@ std::string Text(const sockaddr* address)
 
 void ReadEntry(const ifaddrs& entry, SAdapter& adapter)
 {
-    // An entry may stand for its interface alone.
+    // An entry may describe an interface without an address.
     if (!entry.ifa_addr)
         return;
     if (entry.ifa_addr->sa_family == AF_INET)
@@ -67,13 +67,13 @@ void ReadEntry(const ifaddrs& entry, SAdapter& adapter)
     }
 }
 
-/// Each adapter's default gateway. The kernel lists the routes to one destination by rising metric: the first counts
-/// that has a gateway at all (those without have 0.0.0.0 here too).
+/// Reads the default gateway of each adapter. The kernel lists the routes to a destination in order of increasing
+/// metric, so the first route with a gateway is used. A route without a gateway has 0.0.0.0 in its column.
 void ReadGateways(Adapters& adapters)
 {
     std::ifstream routes("/proc/net/route");
     std::string line;
-    std::getline(routes, line); // the titles
+    std::getline(routes, line); // the column titles
     while (std::getline(routes, line)) {
         std::istringstream columns(line);
         std::string name;
@@ -81,7 +81,7 @@ void ReadGateways(Adapters& adapters)
         in_addr gateway{};
         in_addr mask{};
         std::string flags, references, uses, metric;
-        // The words are printed as they lie in memory, so they are in network order already.
+        // The kernel prints the addresses as they are in memory, so they are in network byte order.
         columns >> name >> std::hex >> destination.s_addr >> gateway.s_addr;
         columns >> flags >> references >> uses >> metric >> mask.s_addr;
         if (!columns || destination.s_addr != 0 || mask.s_addr != 0)
@@ -101,7 +101,7 @@ std::optional<Adapters> ReadAdapters()
 
     Adapters adapters;
     for (const ifaddrs* entry = first; entry; entry = entry->ifa_next) {
-        // "eth0:1" labels a further address of eth0.
+        // "eth0:1" is the label of an additional address of eth0.
         const std::string label = entry->ifa_name;
         const std::string name = label.substr(0, label.find(':'));
         const unsigned int index = if_nametoindex(name.c_str());
@@ -115,7 +115,7 @@ std::optional<Adapters> ReadAdapters()
     return adapters;
 }
 
-/// The records, and behind the last one every adapter's addresses after its first.
+/// Size of the records, which are followed by the additional addresses of all adapters.
 ULONG NeededBytes(const Adapters& adapters)
 {
     std::size_t bytes = 0;
@@ -138,7 +138,7 @@ void Put(IP_ADDR_STRING& field, const SAddress& address)
     Put(field.IpMask.String, address.mask);
 }
 
-/// Takes the places of the addresses after the first from the caller's buffer and moves the pointer past them.
+/// Fills one record. Creates the additional addresses at furtherAddress and advances the pointer past them.
 void FillRecord(IP_ADAPTER_INFO& record, unsigned int index, const SAdapter& adapter, IP_ADDR_STRING*& furtherAddress)
 {
     Put(record.AdapterName, adapter.name);

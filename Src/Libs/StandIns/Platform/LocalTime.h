@@ -2,5 +2,5 @@
 
 #include <ctime>
 
-/// The time by the machine's clock and time zone. Any thread.
+/// Converts the time to the local time zone. Any thread.
 std::tm LocalTime(std::time_t time);

@@ -52,7 +52,7 @@ std::string MakePrivate(const std::string& path)
 
 bool FlushToDisk(int fileDescriptor)
 {
-    // Some file systems can't: EINVAL is not a failure of the disk.
+    // EINVAL and ENOTSUP: the file system does not support it, which is not an error of the disk.
     return fsync(fileDescriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 

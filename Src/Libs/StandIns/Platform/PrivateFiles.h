@@ -2,15 +2,19 @@
 
 #include <string>
 
-// Files and folders that other users of the machine may not read. On Windows they are what their folder makes them: a
-// user's own folders are private there.
+// Files and folders that other users of the machine can't access. On Windows these functions change nothing: files have
+// the access rights of their folder, and a user's own folders are private there.
 
-/// From now on what this process, in any thread, and its children create is for its user alone.
+/// Sets the umask so that only the user can access the files and folders that this process and its children create from
+/// now on. Affects all threads.
 void CreatePrivateFiles();
-/// Takes the rights to an existing file or folder from everybody but its owner. Returns why that is not possible, else
-/// an empty text; a folder with the sticky bit, such as /tmp, is shared on purpose and left as it is.
+/// Removes the access rights of all users except the owner from an existing file or folder. A folder with the sticky
+/// bit, such as /tmp, is intentionally shared: its rights are not changed, and an error is returned. \return the error,
+/// or an empty text on success
 std::string MakePrivate(const std::string& path);
-/// Returns when the open file's content has reached the disk; the file was created or replaced for good once its folder
-/// has been flushed as well. False when the disk reports an error.
+/// Writes the content of an open file to the disk and waits for it (fsync). After creating or replacing a file, call
+/// FlushFolderToDisk as well, so that its name is on the disk.
+/// \return false when the disk reports an error
 bool FlushToDisk(int fileDescriptor);
+/// Writes the entries of a folder to the disk and waits for it. Errors are ignored.
 void FlushFolderToDisk(const std::string& folder);

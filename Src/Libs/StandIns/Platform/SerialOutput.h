@@ -2,14 +2,15 @@
 
 #include <cstddef>
 
-// What a serial port still has to transmit of what was written to it. port: the system's handle.
+// The data that was written to a serial port and is not transmitted yet. port: the native handle of the port.
 #if defined(_WIN32)
 using SerialHandle = void*;
 #else
 using SerialHandle = int;
 #endif
 
-/// 0 when the system doesn't tell.
+/// Returns the number of bytes that are not transmitted yet; 0 if the system does not report it.
 std::size_t UntransmittedBytes(SerialHandle port);
-/// Without this closing the port waits for a device that takes nothing, on Linux for half a minute.
+/// Discards the data that is not transmitted yet. Otherwise closing the port waits while the device accepts no data, on
+/// Linux for 30 s.
 void DiscardUntransmitted(SerialHandle port);
