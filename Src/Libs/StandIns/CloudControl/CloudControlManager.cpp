@@ -48,7 +48,7 @@ QString Encoded(const QString& text)
 QUrl UrlOf(const CloudControl::SCloudUserInfo& user, const SCloudControlConfig& config)
 {
     QUrl server(QString::fromStdString(config.url));
-    // One call with two arguments: the user name may contain a place marker such as %2.
+    // One call with two arguments: the encoded user name may contain a place marker such as %2.
     const QString path = kCloudPath.arg(Encoded(user.first), Encoded(user.password));
     return QUrl(server.scheme() + "://" + server.authority(QUrl::FullyEncoded) + path, QUrl::StrictMode);
 }

@@ -196,7 +196,7 @@ bool CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> packa
     return true;
 }
 
-/// Replies that can be written at once are not counted in the channel's memory, which saves small requests that cost.
+/// Replies that can be written at once are not counted in the channel's memory, so small requests avoid that cost.
 void CEnvelopeConnection::FlushLocked()
 {
     WriteLocked();

@@ -118,5 +118,5 @@ private:
     std::size_t m_frames = 0;                 ///< number of envelopes received so far
     std::size_t m_seenFrames = 0;             ///< value of m_frames at the last CheckDeadline
     Clock::time_point m_activeAt = Clock::now(); ///< last CheckDeadline that found a new envelope
-    std::string m_closeReason;                   ///< the first reason
+    std::string m_closeReason;                   ///< the first reason to close
 };

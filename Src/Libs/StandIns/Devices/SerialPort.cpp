@@ -80,8 +80,8 @@ bool CSerialPort::Open(const std::string& name)
 bool CSerialPort::TryOpen()
 {
     DropOld();
-    m_heldUp = CClosingPorts::GetInstance().HasEarlier(*this);
-    if (m_heldUp) {
+    m_waitsForEarlierPort = CClosingPorts::GetInstance().HasEarlier(*this);
+    if (m_waitsForEarlierPort) {
         TryLater(kClosingPollPeriod);
         return false;
     }
@@ -216,7 +216,7 @@ void CSerialPort::FinishClosing()
     const bool isOpen = m_port.is_open();
     const std::size_t untransmitted = isOpen ? UntransmittedBytes(m_port.native_handle()) : 0;
     const bool allSent = m_queue.empty() && untransmitted == 0;
-    if ((isOpen || m_heldUp) && !allSent && m_clock() < m_closeBy) {
+    if ((isOpen || m_waitsForEarlierPort) && !allSent && m_clock() < m_closeBy) {
         m_closingTimer.expires_after(kClosingPollPeriod);
         m_closingTimer.async_wait([this](const asio::error_code&) { FinishClosing(); });
         return;

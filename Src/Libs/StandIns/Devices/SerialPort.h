@@ -37,9 +37,9 @@ public:
     CSerialPort& operator=(const CSerialPort&) = delete;
 
     /// Starts the thread and tries to open the port. To be called once. If the line settings are invalid, the port is
-    /// not opened and no command is sent. \return whether the port is open now; false also while an earlier port with
-    /// this name is closing, whose commands
-    ///         are sent first
+    /// not opened and no command is sent.
+    /// \return whether the port is open now. False also while an earlier port with this name is closing, whose
+    /// commands are sent first.
     bool Open(const std::string& name);
     /// Queues a command. If the queue is full the command is dropped, which is logged. Any thread.
     void Send(std::shared_ptr<const Comm::RequestPackage> package);
@@ -79,8 +79,7 @@ private:
     const std::optional<SLineSettings> m_settings;
     std::string m_name;
     std::atomic<std::size_t> m_queuedBytes{0};
-    std::atomic<bool> m_refuses{
-        false}; ///< a command was dropped because the queue was full; reset when the queue is empty
+    std::atomic<bool> m_refuses{false}; ///< a command was dropped: the queue was full; reset when it is empty
     std::atomic<bool> m_closed{true};
 
     asio::io_context m_context;
@@ -94,7 +93,7 @@ private:
     std::string m_lastFailure; ///< logged once, not at each attempt
     bool m_writing = false;
     std::chrono::steady_clock::time_point m_writingSince;
-    bool m_heldUp = false; ///< opening waits for an earlier port with the same name to close
+    bool m_waitsForEarlierPort = false; ///< opening waits for an earlier port with the same name to close
     bool m_closing = false;
     std::chrono::steady_clock::time_point m_closeBy;
     std::thread m_thread;

@@ -9,8 +9,8 @@
 /// now on. Affects all threads.
 void CreatePrivateFiles();
 /// Removes the access rights of all users except the owner from an existing file or folder. A folder with the sticky
-/// bit, such as /tmp, is intentionally shared: its rights are not changed, and an error is returned. \return the error,
-/// or an empty text on success
+/// bit, such as /tmp, is intentionally shared: its rights are not changed, and an error is returned.
+/// \return the error, or an empty text on success
 std::string MakePrivate(const std::string& path);
 /// Writes the content of an open file to the disk and waits for it (fsync). After creating or replacing a file, call
 /// FlushFolderToDisk as well, so that its name is on the disk.
