@@ -30,7 +30,7 @@ public:
     Impl()
         : m_socket(m_threads, kChannelName,
                    [this](const std::string& datagram, const std::string& ip, std::uint16_t port) {
-                       Take(datagram, ip, port);
+                       OnDatagram(datagram, ip, port);
                    })
     {}
 
@@ -54,7 +54,7 @@ public:
     MessageCallback callback;
 
 private:
-    void Take(const std::string& datagram, const std::string& ip, std::uint16_t port)
+    void OnDatagram(const std::string& datagram, const std::string& ip, std::uint16_t port)
     {
         STextCommand command = TextCommand::Read(datagram);
         if (CChannelEvents::GetInstance().WantsTraffic())

@@ -101,7 +101,7 @@ private:
     struct SWaitingCommand {
         std::uint64_t connection;
         QJsonObject command;
-        std::size_t bytes; ///< of its text
+        std::size_t bytes; ///< size of its text
 
         int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
     };
@@ -109,18 +109,18 @@ private:
     void RunLink(std::promise<void>& ready)
     {
         QEventLoop loop;
-        CCloudLink link(m_outbox, {[this](const QByteArray& frame) { Take(frame); }, [this] { ForgetQueries(); }});
+        CCloudLink link(m_outbox, {[this](const QByteArray& frame) { OnFrame(frame); }, [this] { ForgetQueries(); }});
         m_loop = &loop;
         m_link = &link;
         ready.set_value();
         loop.exec();
     }
 
-    void Take(const QByteArray& frame)
+    void OnFrame(const QByteArray& frame)
     {
         QString refusal;
-        SWaitingCommand taken = {m_outbox.Connection(), CloudCommand::Read(frame, refusal),
-                                 static_cast<std::size_t>(frame.size())};
+        SWaitingCommand received = {m_outbox.Connection(), CloudCommand::Read(frame, refusal),
+                                    static_cast<std::size_t>(frame.size())};
         if (!refusal.isEmpty()) {
             Note("frame ignored: " + refusal.toStdString());
             return;
@@ -129,11 +129,11 @@ private:
         {
             const std::lock_guard lock(m_mutex);
             const std::size_t bytes =
-                std::accumulate(m_commands.begin(), m_commands.end(), taken.bytes,
+                std::accumulate(m_commands.begin(), m_commands.end(), received.bytes,
                                 [](std::size_t sum, const SWaitingCommand& waiting) { return sum + waiting.bytes; });
             isFull = m_commands.size() >= CloudControl::kMaxWaitingCommands || bytes > CloudControl::kMaxWaitingBytes;
             if (!isFull)
-                m_commands.push_back(std::move(taken));
+                m_commands.push_back(std::move(received));
         }
         if (isFull)
             Note("command dropped: too many commands are waiting");

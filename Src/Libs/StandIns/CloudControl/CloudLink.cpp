@@ -60,17 +60,16 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, [this] { Open(); });
     connect(&m_ping, &QTimer::timeout, this, [this] { Ping(); });
-    connect(&m_socket, &QWebSocket::connected, this, [this] { TakeConnected(); });
+    connect(&m_socket, &QWebSocket::connected, this, [this] { OnConnected(); });
     connect(&m_socket, &QWebSocket::pong, this, [this] { m_hasAnswered = true; });
     connect(&m_socket, &QWebSocket::bytesWritten, this, [this] { SendWaiting(); });
-    connect(&m_socket, &QWebSocket::textMessageReceived, this,
-            [this](const QString& text) { TakeText(text.toUtf8()); });
+    connect(&m_socket, &QWebSocket::textMessageReceived, this, [this](const QString& text) { OnText(text.toUtf8()); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
             [this] { Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(), "binary frame ignored"); });
     // One or both signals are emitted, in any order.
-    connect(&m_socket, &QWebSocket::disconnected, this, [this] { TakeEnd(ReasonOf(m_socket)); });
+    connect(&m_socket, &QWebSocket::disconnected, this, [this] { OnEnded(ReasonOf(m_socket)); });
     connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
-            [this] { TakeEnd(ReasonOf(m_socket)); });
+            [this] { OnEnded(ReasonOf(m_socket)); });
 }
 
 CCloudLink::~CCloudLink()
@@ -84,7 +83,7 @@ void CCloudLink::Connect(const QUrl& url, const SCloudControlConfig& config)
     m_isWanted = true;
     {
         const std::lock_guard lock(m_mutex);
-        m_asked = STarget{url, config};
+        m_requestedTarget = STarget{url, config};
     }
     Wake();
 }
@@ -94,7 +93,7 @@ void CCloudLink::Close()
     m_isWanted = false;
     {
         const std::lock_guard lock(m_mutex);
-        m_asked.emplace(std::nullopt);
+        m_requestedTarget.emplace(std::nullopt);
     }
     Wake();
 }
@@ -120,22 +119,22 @@ void CCloudLink::Wake()
 
 void CCloudLink::customEvent(QEvent*)
 {
-    std::optional<std::optional<STarget>> asked;
+    std::optional<std::optional<STarget>> requested;
     std::optional<STarget> toValidate;
     {
         const std::lock_guard lock(m_mutex);
-        std::swap(asked, m_asked);
+        std::swap(requested, m_requestedTarget);
         std::swap(toValidate, m_toValidate);
     }
     if (toValidate)
         StartValidation(*toValidate);
-    if (asked) {
-        // Without a target TakeEnd starts no further attempt.
+    if (requested) {
+        // Without a target OnEnded starts no further attempt.
         m_target.reset();
         m_retry.stop();
         m_socket.abort();
-        TakeEnd(QStringLiteral("the host closed the connection"));
-        m_target = *asked;
+        OnEnded(QStringLiteral("the host closed the connection"));
+        m_target = *requested;
         if (m_target) {
             m_pauses = CBackOff(m_target->config.firstPause, m_target->config.longestPause);
             Open();
@@ -154,7 +153,7 @@ void CCloudLink::Open()
     m_socket.open(m_target->url);
 }
 
-void CCloudLink::TakeConnected()
+void CCloudLink::OnConnected()
 {
     m_isConnected = true;
     m_hasAnswered = true;
@@ -164,7 +163,7 @@ void CCloudLink::TakeConnected()
     SendWaiting();
 }
 
-void CCloudLink::TakeText(const QByteArray& frame)
+void CCloudLink::OnText(const QByteArray& frame)
 {
     if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes)
         m_callbacks.received(frame);
@@ -175,7 +174,7 @@ void CCloudLink::TakeText(const QByteArray& frame)
                     .arg(CloudControl::kMaxCommandBytes));
 }
 
-void CCloudLink::TakeEnd(const QString& why)
+void CCloudLink::OnEnded(const QString& why)
 {
     if (!std::exchange(m_isOpen, false))
         return;
@@ -193,7 +192,7 @@ void CCloudLink::Ping()
 {
     if (!std::exchange(m_hasAnswered, false)) {
         // Before abort, so that this is the published reason.
-        TakeEnd("no answer");
+        OnEnded("no answer");
         m_socket.abort();
         return;
     }

@@ -57,9 +57,9 @@ private:
 
     void Wake();
     void Open();
-    void TakeConnected();
-    void TakeText(const QByteArray& frame);
-    void TakeEnd(const QString& why);
+    void OnConnected();
+    void OnText(const QByteArray& frame);
+    void OnEnded(const QString& why);
     void Ping();
     void SendWaiting();
     void StartValidation(const STarget& target);
@@ -67,8 +67,8 @@ private:
     CCloudOutbox& m_outbox;
     const SCallbacks m_callbacks;
 
-    std::mutex m_mutex;                            ///< guards the requests of other threads
-    std::optional<std::optional<STarget>> m_asked; ///< a requested change: a new target, or nullopt to close
+    std::mutex m_mutex;                                      ///< guards the requests of other threads
+    std::optional<std::optional<STarget>> m_requestedTarget; ///< a requested change: a new target, or nullopt to close
     std::optional<STarget> m_toValidate;
 
     std::optional<STarget> m_target; ///< nullopt: not to be connected
@@ -77,7 +77,7 @@ private:
     QTimer m_ping;
     CBackOff m_pauses{std::chrono::milliseconds(0), std::chrono::milliseconds(0)};
     bool m_hasAnswered = false; ///< the peer has replied since the last ping
-    bool m_isOpen = false;      ///< from Open to TakeEnd, so that an end is handled once
+    bool m_isOpen = false;      ///< from Open to OnEnded, so that an end is handled once
     bool m_isConnected = false; ///< the handshake is complete
     std::atomic<bool> m_isWanted{false};
 };

@@ -77,7 +77,7 @@ void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
         m_takingBytes = true;
     }
     if (!error && TakeBytes({m_firstBytes.data(), count}) && count == m_firstBytes.size())
-        error = ReadOn();
+        error = ReadMore();
     if (error == asio::error::eof) {
         PeerEnded();
         return;
@@ -93,7 +93,7 @@ void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
 }
 
 /// Reads the bytes that follow a full first buffer, without waiting for more.
-asio::error_code CEnvelopeConnection::ReadOn()
+asio::error_code CEnvelopeConnection::ReadMore()
 {
     thread_local std::array<char, kReadBytes> bytes;
     asio::error_code error;

@@ -75,7 +75,7 @@ public:
 private:
     void WaitForBytes();
     void ReadBytes(asio::error_code error, std::size_t count);
-    asio::error_code ReadOn();
+    asio::error_code ReadMore();
     bool TakeBytes(std::string_view bytes);
     void PeerEnded();
     void End();

@@ -119,7 +119,7 @@ void CSerialPort::Receive()
 {
     m_port.async_read_some(asio::buffer(m_received), [this](const asio::error_code& error, std::size_t count) {
         if (error) {
-            Lose(error);
+            OnLost(error);
             return;
         }
         if (CChannelEvents::GetInstance().WantsTraffic())
@@ -158,7 +158,7 @@ void CSerialPort::Write()
                       [this](const asio::error_code& error, std::size_t) {
                           m_writing = false;
                           if (error)
-                              Lose(error);
+                              OnLost(error);
                           else
                               OnWritten();
                       });
@@ -198,7 +198,7 @@ void CSerialPort::ReportDropped()
                 "commands dropped after waiting for more than 5 s: " + std::to_string(std::exchange(m_dropped, 0)));
 }
 
-void CSerialPort::Lose(const asio::error_code& error)
+void CSerialPort::OnLost(const asio::error_code& error)
 {
     // The pending read or write may have reported the error already.
     if (!m_port.is_open())

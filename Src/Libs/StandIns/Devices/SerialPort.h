@@ -66,7 +66,7 @@ private:
     void Receive();
     void Write();
     void OnWritten();
-    void Lose(const asio::error_code& error);
+    void OnLost(const asio::error_code& error);
     void RemoveFirst();
     void DropOld();
     void ReportDropped();
