@@ -72,17 +72,17 @@ void CMsgSenderBase::SendToCloud(const std::string& text, CloudControl::EROUTE_T
         m_pCloudControl->SendData(text, route);
 }
 
-void CMsgSenderBase::ReplyToApp(int cmdCode, CReply reply)
+void CMsgSenderBase::SendReplyToApp(int cmdCode, CReply reply)
 {
     SendToApp(Command::ReplyTo(cmdCode), std::move(reply).TakeText());
 }
 
-void CMsgSenderBase::ReplyToFP(int cmdCode, const CReply& reply)
+void CMsgSenderBase::SendReplyToFP(int cmdCode, const CReply& reply)
 {
     SendToFP(static_cast<unsigned int>(cmdCode), reply.Text());
 }
 
-void CMsgSenderBase::ReplyToCentralControl(const SOperation& request, const CReply& reply)
+void CMsgSenderBase::SendReplyToCentralControl(const SOperation& request, const CReply& reply)
 {
     const Endpoint to = RemoteOf(request);
     SendToCentralControl(reply.Text().toStdString(), to.ip, to.port);
@@ -93,43 +93,43 @@ void CMsgSenderBase::SendPictureToApp(int cmdCode, const QUuid& id, const QByteA
     SendToApp(Command::ReplyTo(cmdCode), CAppDataPack(id, picture).GetData(), AppServer::Bulk);
 }
 
-void CMsgSenderBase::AnswerApp(const SOperation& request, const CReply& reply)
+void CMsgSenderBase::ReplyToAppIfAsked(const SOperation& request, const CReply& reply)
 {
     if (request.nSourceFlags & Source::App)
-        ReplyToApp(request.nCmdCode, reply);
+        SendReplyToApp(request.nCmdCode, reply);
 }
 
-void CMsgSenderBase::AnswerFP(const SOperation& request, const CReply& reply)
+void CMsgSenderBase::ReplyToFPIfAsked(const SOperation& request, const CReply& reply)
 {
     if (request.nSourceFlags & Source::FP)
-        ReplyToFP(request.nCmdCode, reply);
+        SendReplyToFP(request.nCmdCode, reply);
 }
 
-void CMsgSenderBase::AnswerCentralControl(const SOperation& request, const CReply& reply)
+void CMsgSenderBase::ReplyToCentralControlIfAsked(const SOperation& request, const CReply& reply)
 {
     if (request.nSourceFlags & Source::CentralControl)
-        ReplyToCentralControl(request, reply);
+        SendReplyToCentralControl(request, reply);
 }
 
-void CMsgSenderBase::RelayToCentralControl(const SOperation& request, const QByteArray& text)
+void CMsgSenderBase::SendHostTextToCentralControl(const SOperation& request, const QByteArray& text)
 {
     const Endpoint to = RemoteOf(request);
     if (!to.ip.empty())
         SendToCentralControl(text.toStdString(), to.ip, to.port);
 }
 
-void CMsgSenderBase::EchoToAppAndFP(const SOperation& request)
+void CMsgSenderBase::EchoToAppAndFPIfAsked(const SOperation& request)
 {
-    AnswerApp(request, request.jsonBody);
-    AnswerFP(request, request.jsonBody);
+    ReplyToAppIfAsked(request, request.jsonBody);
+    ReplyToFPIfAsked(request, request.jsonBody);
 }
 
-bool CMsgSenderBase::EchoToAppOrFP(const SOperation& request)
+bool CMsgSenderBase::EchoToAppOrFPIfAsked(const SOperation& request)
 {
     if (request.nSourceFlags & Source::App)
-        ReplyToApp(request.nCmdCode, request.jsonBody);
+        SendReplyToApp(request.nCmdCode, request.jsonBody);
     else if (request.nSourceFlags & Source::FP)
-        ReplyToFP(request.nCmdCode, request.jsonBody);
+        SendReplyToFP(request.nCmdCode, request.jsonBody);
     else
         return false;
     return true;

@@ -56,25 +56,25 @@ protected:
     }
 
     // A reply to somebody, whoever asked. A long one that is moved in is gone before its text is packed.
-    void ReplyToApp(int cmdCode, CReply reply);
-    void ReplyToFP(int cmdCode, const CReply& reply);
+    void SendReplyToApp(int cmdCode, CReply reply);
+    void SendReplyToFP(int cmdCode, const CReply& reply);
     /// Answers to the address in the request body's "remoteIp" and "remotePort".
-    void ReplyToCentralControl(const SOperation& request, const CReply& reply);
+    void SendReplyToCentralControl(const SOperation& request, const CReply& reply);
     /// A picture of what has the id.
     void SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture);
 
     // A reply under the request's own code to one who asked; nothing if that one did not.
-    void AnswerApp(const SOperation& request, const CReply& reply);
-    void AnswerFP(const SOperation& request, const CReply& reply);
-    void AnswerCentralControl(const SOperation& request, const CReply& reply);
+    void ReplyToAppIfAsked(const SOperation& request, const CReply& reply);
+    void ReplyToFPIfAsked(const SOperation& request, const CReply& reply);
+    void ReplyToCentralControlIfAsked(const SOperation& request, const CReply& reply);
 
     /// Passes on the text that the host put into the request body, unless the body names no address.
-    void RelayToCentralControl(const SOperation& request, const QByteArray& text);
+    void SendHostTextToCentralControl(const SOperation& request, const QByteArray& text);
 
     /// The request body comes back to the app and to the FP client, whichever asked.
-    void EchoToAppAndFP(const SOperation& request);
+    void EchoToAppAndFPIfAsked(const SOperation& request);
     /// The request body comes back to the app or else to the FP client; true if either asked.
-    bool EchoToAppOrFP(const SOperation& request);
+    bool EchoToAppOrFPIfAsked(const SOperation& request);
 
     int m_nSenderType = SenderType::None;
     CAPPServerManager* m_pAppServer;

@@ -52,7 +52,7 @@ CProjectDataMsgSender::CProjectDataMsgSender(CAPPServerManager* appServer, IFPCl
 
 bool CProjectDataMsgSender::HandleMsg(SOperation request)
 {
-    return Dispatch(*this, s_handlers, request, &CProjectDataMsgSender::EchoToAppAndFP);
+    return Dispatch(*this, s_handlers, request, &CProjectDataMsgSender::EchoToAppAndFPIfAsked);
 }
 
 /// An empty name is not stored and gets no answer of its own, but the name in force is told either way.
@@ -62,7 +62,7 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
     if (!name.isEmpty()) {
         if (const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting))
             setting->SaveHostName(name);
-        ReplyToApp(Command::SetHostName, {{"result", 1}});
+        SendReplyToApp(Command::SetHostName, {{"result", 1}});
     }
     SendHostNameAndVersion(request);
 }
@@ -70,12 +70,12 @@ void CProjectDataMsgSender::SetHostName(const SOperation& request)
 void CProjectDataMsgSender::SendHostNameAndVersion(const SOperation&)
 {
     const QString version = ReadFrom(CGlobalModel::GetInstance(), &CGlobalModel::GetAppFormatName);
-    ReplyToApp(Command::HostNameAndVersion, {{"result", 1}, {"name", GetHostName()}, {"version", version}});
+    SendReplyToApp(Command::HostNameAndVersion, {{"result", 1}, {"name", GetHostName()}, {"version", version}});
 }
 
 void CProjectDataMsgSender::SendLoginIdentity(const SOperation&)
 {
-    ReplyToApp(Command::LoginIdentity, {{"result", 1}, {"user", kEditionName}, {"password", kLoginPassword}});
+    SendReplyToApp(Command::LoginIdentity, {{"result", 1}, {"user", kEditionName}, {"password", kLoginPassword}});
 }
 
 void CProjectDataMsgSender::CheckAppId(const SOperation& request)
@@ -85,7 +85,7 @@ void CProjectDataMsgSender::CheckAppId(const SOperation& request)
         return;
     const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
     const bool isCurrent = id == ReadFrom(setting, &CZXSoftwareSettingData::GetCurLoginAPPId);
-    ReplyToApp(Command::CheckAppId, {{"result", 1}, {"res", isCurrent ? 1 : 0}});
+    SendReplyToApp(Command::CheckAppId, {{"result", 1}, {"res", isCurrent ? 1 : 0}});
 }
 
 /// What the controller shows as a code for the app to read: where the host is and whom to log in as.
@@ -95,7 +95,7 @@ void CProjectDataMsgSender::SendFPPairingCode(const SOperation& request)
     const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
     const bool isThere = users && users->GetFirstUserForFPQRCode(user);
     const QString code = isThere ? GetLocalIPv4() + ',' + user.password + ',' + user.name : QString();
-    AnswerFP(request, {{"AppQRCode", code}});
+    ReplyToFPIfAsked(request, {{"AppQRCode", code}});
 }
 
 void CProjectDataMsgSender::SendAppConnectState(const SOperation& request)
@@ -103,13 +103,14 @@ void CProjectDataMsgSender::SendAppConnectState(const SOperation& request)
     const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
     if (!users)
         return;
-    AnswerCentralControl(request, {{"AppConnectState", users->GetConnectState() ? "Connected" : "NotConnected"}});
+    ReplyToCentralControlIfAsked(request,
+                                 {{"AppConnectState", users->GetConnectState() ? "Connected" : "NotConnected"}});
 }
 
 void CProjectDataMsgSender::SendProjectName(const SOperation& request)
 {
     const QString name = ReadFrom(GetModel(&CGlobalModel::GetZXProject), &CZXProject::GetProjectName);
-    AnswerCentralControl(request, {{"ProjectName", name + QStringLiteral(".zxc")}});
+    ReplyToCentralControlIfAsked(request, {{"ProjectName", name + QStringLiteral(".zxc")}});
 }
 
 void CProjectDataMsgSender::SendScreenState(const SOperation& request)
@@ -117,8 +118,8 @@ void CProjectDataMsgSender::SendScreenState(const SOperation& request)
     CScreenModel* screens = CScreenModel::GetInstance();
     if (!screens)
         return;
-    AnswerCentralControl(request,
-                         {{"screenState", StateText(screens->GetAllScreen(), request.jsonBody["param"].toInt())}});
+    ReplyToCentralControlIfAsked(
+        request, {{"screenState", StateText(screens->GetAllScreen(), request.jsonBody["param"].toInt())}});
 }
 
 void CProjectDataMsgSender::SendSystemInformation(const SOperation&)

@@ -112,7 +112,7 @@ CResourceMsgSender::CResourceMsgSender(CAPPServerManager* appServer, IFPClientMa
 
 bool CResourceMsgSender::HandleMsg(SOperation request)
 {
-    return Dispatch(*this, s_handlers, request, &CResourceMsgSender::EchoToOneSource);
+    return Dispatch(*this, s_handlers, request, &CResourceMsgSender::EchoToOneAsker);
 }
 
 void CResourceMsgSender::ModifyAppSharedPath(const QString& path)
@@ -136,7 +136,7 @@ void CResourceMsgSender::SendResourceList(const SOperation&)
     }
     CReply reply = {{"result", 1}, {"count", items.size()}};
     reply.Set("resourceMgrData", std::move(items));
-    ReplyToApp(Command::ResourceList, std::move(reply));
+    SendReplyToApp(Command::ResourceList, std::move(reply));
 }
 
 void CResourceMsgSender::SendResourceItem(const SOperation& request)
@@ -153,7 +153,7 @@ void CResourceMsgSender::SendResourceItem(const SOperation& request)
     CReply reply = request.jsonBody;
     reply.Set("resourceData", ResourceObject(resource, {}, groupType));
     reply.Remove("resourceId");
-    AnswerApp(request, reply);
+    ReplyToAppIfAsked(request, reply);
 }
 
 void CResourceMsgSender::SendResourceThumbnail(const SOperation& request)
@@ -172,28 +172,28 @@ void CResourceMsgSender::SendTextResource(const SOperation& request)
     CResourceBase resource;
     CTextResource text;
     if (!model || !model->GetTextResourceNode(id, resource, text)) {
-        ReplyToApp(Command::TextResource, {{"result", kNoTextResource}});
+        SendReplyToApp(Command::TextResource, {{"result", kNoTextResource}});
         return;
     }
     CReply reply = TextObject(id, text);
     if (const auto shared = ReadFrom(player, &CPlayController::GetMediaSharePty, id, false))
         AddScroll(reply, shared->scroll);
-    ReplyToApp(Command::TextResource, std::move(reply));
+    SendReplyToApp(Command::TextResource, std::move(reply));
 }
 
 void CResourceMsgSender::SendFontList(const SOperation&)
 {
-    ReplyToApp(Command::FontList, {{"fontFamilies", ToArray(QFontDatabase().families())}});
+    SendReplyToApp(Command::FontList, {{"fontFamilies", ToArray(QFontDatabase().families())}});
 }
 
 void CResourceMsgSender::SendSupportedFileTypes(const SOperation&)
 {
-    ReplyToApp(Command::SupportedFileTypes, {{"supportList", ToArray(AllSuffixList)},
-                                             {"supportVideoType", ToArray(VideoSuffixList)},
-                                             {"supportAudioType", ToArray(AudioSuffixList)},
-                                             {"supportPicType", ToArray(PictureSuffixList)},
-                                             {"supportDocType", ToArray(OfficeSuffixList)},
-                                             {"supportOther", ToArray(TextSuffixList)}});
+    SendReplyToApp(Command::SupportedFileTypes, {{"supportList", ToArray(AllSuffixList)},
+                                                 {"supportVideoType", ToArray(VideoSuffixList)},
+                                                 {"supportAudioType", ToArray(AudioSuffixList)},
+                                                 {"supportPicType", ToArray(PictureSuffixList)},
+                                                 {"supportDocType", ToArray(OfficeSuffixList)},
+                                                 {"supportOther", ToArray(TextSuffixList)}});
 }
 
 /// One message a type, on the bulk channel, since the pictures travel as text.
@@ -222,15 +222,15 @@ void CResourceMsgSender::SendSharedFolderList(const SOperation&)
     reply.AddNumbered(files, [](const SSharedFile& file) {
         return CReply{{"resPath", file.path}, {"resType", file.type}};
     });
-    ReplyToApp(Command::SharedFolderList, std::move(reply));
+    SendReplyToApp(Command::SharedFolderList, std::move(reply));
 }
 
 void CResourceMsgSender::EchoToApp(const SOperation& request)
 {
-    ReplyToApp(request.nCmdCode, request.jsonBody);
+    SendReplyToApp(request.nCmdCode, request.jsonBody);
 }
 
-void CResourceMsgSender::EchoToOneSource(const SOperation& request)
+void CResourceMsgSender::EchoToOneAsker(const SOperation& request)
 {
-    EchoToAppOrFP(request);
+    EchoToAppOrFPIfAsked(request);
 }

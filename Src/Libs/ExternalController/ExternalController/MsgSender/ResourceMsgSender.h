@@ -32,7 +32,7 @@ private:
     void SendSharedTypeThumbnails(const SOperation& request);
     void SendSharedFolderList(const SOperation& request);
     void EchoToApp(const SOperation& request);
-    void EchoToOneSource(const SOperation& request);
+    void EchoToOneAsker(const SOperation& request);
 
     std::mutex m_sharedPathMutex; ///< the host changes the path while channels ask for the list
     QString m_sharedPath;

@@ -91,7 +91,7 @@ bool CSceneMsgSender::HandleMsg(SOperation request)
     // The one request that a sender turns down.
     if (request.nCmdCode == Command::SceneThumbnail)
         return SendSceneThumbnail(request);
-    return Dispatch(*this, s_handlers, request, &CSceneMsgSender::EchoToOneSource);
+    return Dispatch(*this, s_handlers, request, &CSceneMsgSender::EchoToOneAsker);
 }
 
 void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
@@ -108,8 +108,8 @@ void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
                          {"count", groupIds.size()},
                          {"sceneGroupDataList", groups}};
     if (request.nSourceFlags & Source::App)
-        ReplyToApp(Command::SceneManagerData, {{"sceneMgrData", ForLoggedInApp(data, groupIds)}});
-    AnswerFP(request, {{"sceneMgrData", data}});
+        SendReplyToApp(Command::SceneManagerData, {{"sceneMgrData", ForLoggedInApp(data, groupIds)}});
+    ReplyToFPIfAsked(request, {{"sceneMgrData", data}});
 }
 
 void CSceneMsgSender::SendMainSceneGroup(const SOperation& request)
@@ -117,10 +117,10 @@ void CSceneMsgSender::SendMainSceneGroup(const SOperation& request)
     CSceneMgrModel* model = CSceneMgrModel::GetInstance();
     CReply reply = request.jsonBody;
     reply.Set("sceneGroupData", GroupObject(model, ReadFrom(model, &CSceneMgrModel::GetMainKVId)));
-    AnswerApp(request, reply);
+    ReplyToAppIfAsked(request, reply);
     // The FP controller knows one of the two codes.
     if (request.nSourceFlags & Source::FP)
-        ReplyToFP(Command::MainSceneGroup, reply);
+        SendReplyToFP(Command::MainSceneGroup, reply);
 }
 
 void CSceneMsgSender::SendPlayingChapter(const SOperation& request)
@@ -129,8 +129,8 @@ void CSceneMsgSender::SendPlayingChapter(const SOperation& request)
         return;
     CPlayController* player = GetPlayController();
     const SChapter chapter = PlayingChapter(player, CSceneMgrModel::GetInstance());
-    ReplyToCentralControl(request,
-                          {{"playingChapter", CReply{{"sceneGrpCol", chapter.group}, {"sceneCol", chapter.scene}}}});
+    SendReplyToCentralControl(
+        request, {{"playingChapter", CReply{{"sceneGrpCol", chapter.group}, {"sceneCol", chapter.scene}}}});
 }
 
 bool CSceneMsgSender::SendSceneThumbnail(const SOperation& request)
@@ -146,8 +146,8 @@ bool CSceneMsgSender::SendSceneThumbnail(const SOperation& request)
     return true;
 }
 
-void CSceneMsgSender::EchoToOneSource(const SOperation& request)
+void CSceneMsgSender::EchoToOneAsker(const SOperation& request)
 {
-    if (!EchoToAppOrFP(request) && (request.nSourceFlags & Source::CentralControl))
-        RelayToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
+    if (!EchoToAppOrFPIfAsked(request) && (request.nSourceFlags & Source::CentralControl))
+        SendHostTextToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
 }

@@ -26,5 +26,5 @@ private:
     void SendMainSceneGroup(const SOperation& request);
     void SendPlayingChapter(const SOperation& request);
     bool SendSceneThumbnail(const SOperation& request);
-    void EchoToOneSource(const SOperation& request);
+    void EchoToOneAsker(const SOperation& request);
 };

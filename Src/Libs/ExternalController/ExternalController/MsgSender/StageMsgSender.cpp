@@ -88,8 +88,8 @@ const CStageMsgSender::Handlers CStageMsgSender::s_handlers = {
     {Command::StagePreviewPush, &CStageMsgSender::PushStagePreview},
     {Command::WindowStreamPath, &CStageMsgSender::StaySilent},
     // changes that the host makes: the FP controller gets its own request back
-    {Command::BlackScreen, &CStageMsgSender::EchoToFP},
-    {Command::Volume, &CStageMsgSender::EchoToFP},
+    {Command::BlackScreen, &CStageMsgSender::EchoToFPIfAsked},
+    {Command::Volume, &CStageMsgSender::EchoToFPIfAsked},
 };
 
 CStageMsgSender::CStageMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
@@ -101,7 +101,7 @@ CStageMsgSender::CStageMsgSender(CAPPServerManager* appServer, IFPClientManager*
 
 bool CStageMsgSender::HandleMsg(SOperation request)
 {
-    return Dispatch(*this, s_handlers, request, &CStageMsgSender::EchoToEverySource);
+    return Dispatch(*this, s_handlers, request, &CStageMsgSender::EchoToAskers);
 }
 
 void CStageMsgSender::SendStageSnapshot(const SOperation& request)
@@ -132,7 +132,7 @@ void CStageMsgSender::SendStageSnapshot(const SOperation& request)
                           {"stageColorR", color.red()},
                           {"stageColorG", color.green()},
                           {"stageColorB", color.blue()}};
-    ReplyToApp(request.nCmdCode, {{"stageData", stage}});
+    SendReplyToApp(request.nCmdCode, {{"stageData", stage}});
 }
 
 void CStageMsgSender::SendPlayStateText(const SOperation& request)
@@ -141,13 +141,13 @@ void CStageMsgSender::SendPlayStateText(const SOperation& request)
     if (!player)
         return;
     const char* state = player->GetStageIsPlaying() ? "Play" : player->GetStageIsPausing() ? "Pause" : "Stop";
-    AnswerCentralControl(request, {{"GlobalPlayState", state}});
+    ReplyToCentralControlIfAsked(request, {{"GlobalPlayState", state}});
 }
 
 void CStageMsgSender::SendPlayStateNumber(const SOperation& request)
 {
     if (CPlayController* player = GetPlayController())
-        AnswerFP(request, {{"globalPlayState", player->GetGlobalPlayState()}});
+        ReplyToFPIfAsked(request, {{"globalPlayState", player->GetGlobalPlayState()}});
 }
 
 void CStageMsgSender::SendVolume(const SOperation& request)
@@ -155,7 +155,7 @@ void CStageMsgSender::SendVolume(const SOperation& request)
     const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
-    AnswerFP(request, {{"globalVolume", effect->GetVolume()}});
+    ReplyToFPIfAsked(request, {{"globalVolume", effect->GetVolume()}});
 }
 
 void CStageMsgSender::SendMuteState(const SOperation& request)
@@ -163,7 +163,7 @@ void CStageMsgSender::SendMuteState(const SOperation& request)
     const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
     if (!effect)
         return;
-    AnswerCentralControl(request, {{"globalMuteState", effect->IsMute() ? "mute" : "unmute"}});
+    ReplyToCentralControlIfAsked(request, {{"globalMuteState", effect->IsMute() ? "mute" : "unmute"}});
 }
 
 /// One of those who asked is enough.
@@ -174,9 +174,9 @@ void CStageMsgSender::SendBlackScreenState(const SOperation& request)
         return;
     const CReply reply = {{"blackState", effect->IsBlack() ? "balck" : "unBlack"}};
     if (request.nSourceFlags & Source::CentralControl)
-        ReplyToCentralControl(request, reply);
+        SendReplyToCentralControl(request, reply);
     else
-        AnswerFP(request, reply);
+        ReplyToFPIfAsked(request, reply);
 }
 
 /// Central control and the FP controller get the brightness alone, and only when nobody else asked with them.
@@ -186,18 +186,18 @@ void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
     if (!effect)
         return;
     if (request.nSourceFlags == Source::CentralControl)
-        ReplyToCentralControl(request, {{"globalBrightness", Percent(effect->GetLuminance())}});
+        SendReplyToCentralControl(request, {{"globalBrightness", Percent(effect->GetLuminance())}});
     else if (request.nSourceFlags == Source::FP)
-        ReplyToFP(Command::PictureAdjustment, {{"globalBrightness", Percent(effect->GetLuminance())}});
+        SendReplyToFP(Command::PictureAdjustment, {{"globalBrightness", Percent(effect->GetLuminance())}});
     else
-        ReplyToApp(Command::PictureAdjustment, ColorKeys(*effect, kBias));
+        SendReplyToApp(Command::PictureAdjustment, ColorKeys(*effect, kBias));
 }
 
 void CStageMsgSender::SendHdrState(const SOperation& request)
 {
     const auto setting = GetModel(&CGlobalModel::GetProjectSetting);
     const auto [on, kind] = ReadFrom(setting, &CZXProjectSettingData::LoadHDRSetting);
-    AnswerCentralControl(
+    ReplyToCentralControlIfAsked(
         request, {{"HDRState", on ? "opened" : "closed"}, {"HDRType", kind == kSoftwareHdr ? "software" : "hardware"}});
 }
 
@@ -212,8 +212,8 @@ void CStageMsgSender::SendProjectList(const SOperation& request)
     reply.AddNumbered(projects, [](const SProjectMgrNode& project) {
         return CReply{{"projectName", project.name}, {"projectId", project.id}};
     });
-    AnswerApp(request, reply);
-    AnswerFP(request, reply);
+    ReplyToAppIfAsked(request, reply);
+    ReplyToFPIfAsked(request, reply);
 }
 
 void CStageMsgSender::SendScreenList(const SOperation&)
@@ -221,20 +221,20 @@ void CStageMsgSender::SendScreenList(const SOperation&)
     const auto screens = ReadFrom(CScreenModel::GetInstance(), &CScreenModel::GetAllScreen);
     CReply list = {{"result", 1}, {"count", screens.size()}};
     list.AddNumbered(screens, [](const auto& screen) { return ScreenObject(*screen); });
-    ReplyToApp(Command::ScreenList, {{"screenMgrData", list}});
+    SendReplyToApp(Command::ScreenList, {{"screenMgrData", list}});
 }
 
 void CStageMsgSender::SendAppControlMode(const SOperation& request)
 {
     const int mode = ReadFrom(GetModel(&CGlobalModel::GetZXProject), &CZXProject::GetAppCtrlMode);
-    AnswerApp(request, {{"mode", mode}, {"result", 1}});
+    ReplyToAppIfAsked(request, {{"mode", mode}, {"result", 1}});
 }
 
 void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
 {
     const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
     const int mode = ReadFrom(setting, &CZXSoftwareSettingData::LoadStagePreviewMode);
-    AnswerApp(request, {{"mode", mode}, {"result", 1}});
+    ReplyToAppIfAsked(request, {{"mode", mode}, {"result", 1}});
 }
 
 /// All of the stage's media or none: an app takes a list with gaps for the whole stage.
@@ -249,7 +249,7 @@ void CStageMsgSender::SendMediaList(const SOperation&)
     }
     CReply list = {{"result", 1}, {"count", objects.size()}};
     list.AddNumbered(objects, [](const CReply& object) { return object; });
-    ReplyToApp(Command::MediaList, {{"mediaList", list}});
+    SendReplyToApp(Command::MediaList, {{"mediaList", list}});
 }
 
 void CStageMsgSender::SendMediaData(const SOperation& request)
@@ -266,7 +266,7 @@ void CStageMsgSender::SendMediaData(const SOperation& request)
         reply.Remove("mediaId");
         reply.Set("mediaData", view.Describe(*found));
     }
-    AnswerApp(request, reply);
+    ReplyToAppIfAsked(request, reply);
 }
 
 void CStageMsgSender::SendMediaThumbnail(const SOperation& request)
@@ -279,7 +279,7 @@ void CStageMsgSender::SendMediaThumbnail(const SOperation& request)
 
 void CStageMsgSender::SendPreviewPath(const SOperation& request)
 {
-    AnswerCentralControl(request, {{"port", kPreviewPort}, {"previewPath", kPreviewPath}});
+    ReplyToCentralControlIfAsked(request, {{"port", kPreviewPort}, {"previewPath", kPreviewPath}});
 }
 
 void CStageMsgSender::PushStagePreview(const SOperation&)
@@ -289,21 +289,21 @@ void CStageMsgSender::PushStagePreview(const SOperation&)
         SendToCloud(CloudPicture("preview", {}, image), CloudControl::ClipAndChapterData);
 }
 
-void CStageMsgSender::EchoToFP(const SOperation& request)
+void CStageMsgSender::EchoToFPIfAsked(const SOperation& request)
 {
-    AnswerFP(request, request.jsonBody);
+    ReplyToFPIfAsked(request, request.jsonBody);
 }
 
 /// Central control gets what the host put in for it: its answer, or else an error text.
-void CStageMsgSender::EchoToEverySource(const SOperation& request)
+void CStageMsgSender::EchoToAskers(const SOperation& request)
 {
-    EchoToAppAndFP(request);
+    EchoToAppAndFPIfAsked(request);
     if (!(request.nSourceFlags & Source::CentralControl))
         return;
     if (request.jsonBody.contains(QLatin1String("respon")))
-        RelayToCentralControl(request, CReply(request.jsonBody["respon"].toObject()).Text());
+        SendHostTextToCentralControl(request, CReply(request.jsonBody["respon"].toObject()).Text());
     else
-        RelayToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
+        SendHostTextToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
 }
 
 void CStageMsgSender::StaySilent(const SOperation&) {}

@@ -44,7 +44,7 @@ private:
     void SendPreviewPath(const SOperation& request);
     void PushStagePreview(const SOperation& request);
 
-    void EchoToFP(const SOperation& request);
-    void EchoToEverySource(const SOperation& request);
+    void EchoToFPIfAsked(const SOperation& request);
+    void EchoToAskers(const SOperation& request);
     void StaySilent(const SOperation& request);
 };
