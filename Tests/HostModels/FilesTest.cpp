@@ -34,7 +34,7 @@ TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
     EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": 5}"), "name: must be a text");
     EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is no object");
     EXPECT_THAT(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
-    EXPECT_EQ(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n\"name\": \"b\"}"), "line 3: the key \"name\" comes twice");
+    EXPECT_EQ(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n\"name\": \"b\"}"), "line 3: duplicate key \"name\"");
     EXPECT_EQ(Complaint(Read, QByteArray(65, '[')), "line 1: nested deeper than 64 levels");
     EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
     EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a number from 1 to 65535");

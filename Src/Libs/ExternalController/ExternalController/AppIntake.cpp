@@ -18,12 +18,12 @@ namespace {
 constexpr char kControllerId[] = "3F2C9D41-7B0E-4A65-9C13-D85E2F07A6B4";
 constexpr double kDiscoveryVersion = 2.0;
 
-/// Room for ten adapters. A machine with more lists none: apps tell such a host by its name alone.
+/// The size of ten records. On a machine with more adapters, none is listed: apps identify this host by its name only.
 constexpr ULONG kAdapterBufferBytes = 7040;
 
 struct SAdapterMacs {
     QJsonArray all;
-    QString ofAddress; ///< of the last adapter that has the address
+    QString ofAddress; ///< the MAC of the last adapter with the local address
 };
 
 SAdapterMacs ReadAdapterMacs(const QString& localAddress)

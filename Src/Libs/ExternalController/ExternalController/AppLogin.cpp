@@ -35,7 +35,7 @@ void CExternalController::ResponPublickey(std::string remoteIp, unsigned short r
 
 void CExternalController::LogInApp(const SOperation& request, const std::string& remoteIp, unsigned short remotePort)
 {
-    // Two apps that log in at the same moment must not both find the place free.
+    // If two apps log in at the same time, only one of them may find that no app is logged in.
     const std::lock_guard login(m_loginMutex);
     if (ResponAPPLogin(request.jsonBody, remoteIp, remotePort))
         ReportToHost(request, !request.jsonBody.isEmpty());
@@ -49,7 +49,7 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
     DebugLog() << "decryptPassword" << password.c_str();
 
     const Users users = GetModel(&CGlobalModel::GetAPPUserModel);
-    const auto takePlace = [&] {
+    const auto storeLogin = [&] {
         users->SetLoginState(true);
         users->SetCurrentLoginUser(user);
     };
@@ -67,14 +67,15 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
                     m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::AppGone), {}), AppServer::Control,
                                              displaced.ip, displaced.port);
                 }
-                // Once for the takeover and once more for the login below: the stream starts anew for the new app.
-                takePlace();
+                // Emitted here for the takeover and again below for the login: the host restarts the stream for the
+                // new app.
+                storeLogin();
                 emit signalStartPushStream(std::string());
             }
         }
     }
     if (error == LoginResult::Success) {
-        takePlace();
+        storeLogin();
         users->SetCurLoginAppVersion(body["appVersion"].toString());
         users->SetCurLoginAppType(body["appType"].toInt());
         emit signalStartPushStream(std::string());

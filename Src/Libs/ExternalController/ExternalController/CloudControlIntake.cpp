@@ -15,7 +15,7 @@
 namespace {
 
 constexpr int kProjectLoaded = 1;
-/// The kind of the log's events that tell of the whole program.
+/// The kind of log events that concern the whole program.
 constexpr int kGlobalLogKind = 4;
 
 void CloseLink(CCloudControlManager& cloud)
@@ -85,7 +85,7 @@ void CExternalController::RecvCloudControlMsg(QJsonObject& message)
         break;
     case Command::SwitchProject:
     case Command::ScenePlay:
-        // There is nothing to switch or play while a project is loading.
+        // Ignored while a project is loading: its scenes can't be played yet.
         if (m_prjLoadState == kProjectLoaded)
             ReportToHost(request);
         break;

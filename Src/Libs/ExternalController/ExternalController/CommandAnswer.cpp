@@ -7,14 +7,14 @@ SOperation CExternalController::MakeAnswer(const SResultData& command, ResultTex
     SOperation answer = {SenderType::ProjectData, command.nCmdCode, command.jsonBody, command.nSourceFlags};
     answer.jsonBody["result"] = result;
     answer.jsonBody["errorMsg"] = QString::fromStdString(ResultTextMap.at(result));
-    // The senders would take it for a reply of the host's own making.
+    // The stage sender would send this value, which came from the peer, to central control as the host's reply.
     answer.jsonBody.remove("respon");
 
-    // A sender relays the answer if it has no handler for the code: the project data sender has none for the other
-    // senders' codes, and the stage sender has none for the project data sender's.
+    // A sender returns the answer to the peer only if it has no handler for the code. The project data sender has no
+    // handlers for the codes of other senders, and the stage sender has none for those of the project data sender.
     if ((command.nCmdCode & Command::kSenderMask) == SenderType::ProjectData)
         answer.nSenderType = SenderType::Stage;
-    // Central control gets the text alone, without a code, and only the stage sender relays it.
+    // Central control gets only the text, without a code. Of the two senders only the stage sender sends it.
     if (command.nSourceFlags & Source::CentralControl) {
         answer.nSenderType = SenderType::Stage;
         answer.nCmdCode = Command::PlayControl;

@@ -11,7 +11,7 @@
 IMsgSenderBase* CExternalController::FindDeviceSender() const
 {
     Q_ASSERT_X(QThread::currentThread() == thread(), "CExternalController",
-               "devices are the controller's thread's alone: their channels are not locked");
+               "use devices on the controller's thread only: their channels are not locked");
     return FindSender(SenderType::ExControlDev);
 }
 

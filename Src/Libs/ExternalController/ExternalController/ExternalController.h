@@ -32,63 +32,85 @@ namespace ResultText {
 enum Index : int;
 }
 
-/// The module's one object: owns the channels to the remote controllers and the senders that answer them.
+/// The controller: owns the channels to the remote controllers and the senders that answer their requests.
 ///
-/// The host's order is InitExternalController, Init, use, StopExternalController, UninitExternalController, all on one
-/// thread, which is also the thread of its slots. Write may be called from any thread; requests from the channels
-/// arrive on the channels' threads, and a signal is emitted on the thread of the request that caused it. The signals of
-/// logins and logouts come one at a time, in their order. No operation throws.
+/// The host calls InitExternalController, Init, then the operations that it needs, then StopExternalController and
+/// UninitExternalController. It makes all these calls on one thread, the controller's thread, on which the slots also
+/// run; only Write may be called from any thread. Requests from a channel are handled on the channel's threads. A
+/// signal is emitted on the thread of the request that caused it. The signals of logins and logouts are emitted one
+/// after the other, in the order of the logins and logouts. No operation throws.
 class EXTERNALCONTROLLER_EXPORT CExternalController : public QObject {
     Q_OBJECT
 
 public:
     CExternalController();
-    /// With a pause of the caller's between two checks of the app's heartbeat.
+    /// For tests: waits in the given pause, instead of for one second, between two checks of the app's heartbeat.
     explicit CExternalController(std::unique_ptr<IPause> heartBeatPause);
     ~CExternalController() override;
 
-    /// Creates the channels, starts those that the software settings switch on, and connects the host's signals.
+    /// Creates all channels and starts the FP and the central-control channel; starts the app server and the cloud
+    /// connection if the software settings switch them on. Then creates the senders and calls CreateConnection.
+    /// Call it once.
     void Init();
-    /// Stops the app server and its supervision. Not to be called from a channel's callback.
+    /// Stops the app server and the supervision of the app's heartbeat; the other channels continue.
+    /// Waits for callbacks of the app server to return, so it must not be called from a channel's callback.
     void Stop();
+    /// Connects the signals of the host's play controller and resource model to the controller's slots.
+    /// Called by Init; a second call would connect the signals twice.
     void CreateConnection();
-    /// Switches the app server on or off at run time, once Init has run. Not to be called from a channel's callback.
+    /// Starts or stops the app server at run time, whatever the software settings say. Call it after Init.
+    /// Stopping waits for callbacks of the app server to return, so it must not be called from a channel's callback.
     void AppServerSupport(bool on);
-    /// Later FTP uploads go below this folder.
+    /// Sets the folder below which later FTP uploads are stored. Does nothing before Init.
     void ModifyAppResSavePath(const QString& path);
-    /// The shared folder that the app can list.
+    /// Sets the shared folder whose files the app can list. Does nothing before Init.
     void ModifyAppSharedPath(const QString& path);
-    /// 1 when a project is loaded: only then may the cloud switch projects and play scenes.
+    /// Sets whether a project is loaded.
+    /// \param state 1 if a project is loaded, which is the initial value. With any other value, the cloud's requests to
+    ///              switch the project or to play a scene are ignored.
     void SetPrjLoadState(int state);
 
-    /// Always false: nothing is read through the controller.
+    /// Always returns false: reading through the controller is not supported.
     bool Read(SOperation operation);
-    /// Hands a request to the sender of its type, which answers on the channels of its source flags.
-    /// Returns what the sender returns, and false when no sender has this type.
+    /// Passes a request to the sender of its type, which replies on the channels that the source flags select.
+    /// May be called from any thread after Init; the request is handled on the calling thread.
+    /// \return the result of the sender, or false if no sender has this type
     bool Write(SOperation operation);
-    /// The operation that answers a command which the host received through CResultModel: hand it to Write.
-    /// The app and the FP client get their request back with "result" and "errorMsg" in it, central control gets the
-    /// text of errorMsg alone, and the cloud gets nothing.
-    /// \param command as the host received it
-    /// \param result  what became of it; a key of ResultTextMap
+    /// Makes the operation that answers a command which the host has received through CResultModel. Pass it to Write.
+    /// The app and the FP client get their request back with "result" and "errorMsg" added, central control gets only
+    /// the text of errorMsg, and the cloud gets no reply.
+    /// \param command the command as the host received it
+    /// \param result  the result of the command: a key of ResultTextMap
     static SOperation MakeAnswer(const SResultData& command, ResultText::Index result);
 
+    /// Connects to the cloud with the login data of the software settings, or closes the connection if the settings
+    /// switch the cloud off or lack login data. Call it after these settings have changed. Does nothing before Init.
     void CloudControlConnect();
+    /// Checks login data with the cloud service, without changing the current connection. Does nothing before Init.
+    /// \param first, second the two login texts, passed to the service unchanged
+    /// \param password      the password in plain text
     void CloudControlLogin(const QString& first, const QString& second, const QString& password);
 
-    // The host's changes to its external control devices, on the controller's thread only: these calls and the scene
-    // slots must not overlap, since the devices' channels are not locked. A debug build aborts on another thread.
-    /// Once the device is in the host's model.
+    // Changes of the host's external control devices. Call these functions on the controller's thread only: they and
+    // the scene slots use the devices' channels without a lock. A debug build aborts on any other thread.
+    /// Opens the channel of a device. Call it after the device has been added to the host's model.
     void CreateExControlDev(const QUuid& devId);
-    /// While the device is still in the model.
+    /// Closes the channel of a device. Call it while the device is still in the model.
     void DelExControlDev(const QUuid& devId);
-    /// Once the model has what is new. A device that changes its type is deleted before and created after that instead.
+    /// Opens the channel of a device again. Call it after the device has been changed in the model. If the type of the
+    /// device changes, call DelExControlDev before the change and CreateExControlDev after it instead.
     void UpdateExControlDev(const QUuid& devId);
 
 signals:
+    /// An app has logged in; the host starts to stream for it. The text is always empty. Emitted twice if the app
+    /// takes over the login of another one.
     void signalStartPushStream(std::string = std::string());
+    /// The app that was logged in has disconnected; the host stops streaming for it.
     void signalStopAppStreamPush();
+    /// A remote requested that the host ends.
+    /// \param closeServer true if the machine is to be shut down, false if only the program is to be closed
     void signalCloseSoftWare(bool closeServer);
+    /// The cloud requested that the host restarts.
     void signalRestartSoftware();
 
 private slots:
@@ -109,18 +131,23 @@ private:
     /// Supervises the app that has just logged in, unless the app server is being stopped.
     void StartHeartBeat(const SAppAddress& app);
     void StopHeartBeat();
-    /// Where the app is that logged in last.
+    /// The address of the app that logged in last.
     SAppAddress LastApp() const;
-    /// The same, if that app has been silent for too long.
+    /// The address of that app if it is still logged in and its heartbeat is overdue.
     std::optional<SAppAddress> SilentApp() const;
-    /// The sender under this key, or null. Never changes the table: channels read it.
+    /// The sender with this key, or null. Must not change the table: the channels' threads read it without a lock.
     IMsgSenderBase* FindSender(int senderType) const;
+    /// The sender for external control devices, or null. On the controller's thread only.
     IMsgSenderBase* FindDeviceSender() const;
     void SendSceneCommands(const QUuid& sceneGroupId, const QUuid& sceneId, int trigger);
-    /// Hands over what the host itself carries out; hasData: what the host is told of the request's body.
+    /// Passes a request that the host executes, or is notified of, to CResultModel.
+    /// \param hasData SResultData::hasData: true if the app or the FP controller sent an envelope with a JSON body that
+    ///                is not empty. Central control and the cloud send no envelopes: their whole message is the body,
+    ///                so the flag carries no information and hosts expect false. The notices that the module itself
+    ///                makes (the end of an upload, a closed app connection) pass false too.
     static void ReportToHost(const SOperation& request, bool hasData = false);
     void NotifyApp(int cmdCode, const QJsonObject& event);
-    /// The receive function as a callable that does nothing once the controller is being destroyed.
+    /// Makes a callable that calls the receive function until the controller is being destroyed, and then does nothing.
     template <class... Args>
     std::function<void(Args...)> Gated(void (CExternalController::*receive)(Args...));
 
@@ -141,36 +168,71 @@ private:
     void ResponPublickey(std::string remoteIp, unsigned short remotePort);
     bool ResponAPPLogin(QJsonObject body, std::string remoteIp, unsigned short remotePort);
 
+    // The members are shared by these threads:
+    //   controller  the thread that calls Init, Stop, AppServerSupport and the destructor
+    //   app         the threads of the app server
+    //   check       the thread of m_heartBeatTimer, which runs AppHeartBeatCheck
+    //   FP, central control, cloud  the threads of these channels
+    // The destructor first closes m_gate, after which no callback of a channel runs, and then ends the check.
+
+    // Channels. No lock: Init sets each one before it starts the channels whose threads use it, and only the destructor
+    // resets it. After Init every thread may read the pointers; the channels lock their own state.
     std::shared_ptr<CAPPServerManager> m_appServer;
     std::shared_ptr<CFPClientManager> m_fpClient;
     std::shared_ptr<CCentralControllerManager> m_centralCtrl;
     std::shared_ptr<CCloudControlManager> m_cloudCtrl;
-    std::map<int, IMsgSenderBase*> m_senders; ///< read by the channels once m_sendersReady is set
-    std::string m_lastAppIp;                  ///< address of the app that last logged in; with its port under m_mutex
+
+    /// The senders by their keys, owned; the stage sender has two keys. No lock: Init fills the table on the controller
+    /// thread and then sets m_sendersReady (release); every other thread reads the table only after it has seen
+    /// m_sendersReady set (acquire). Only the destructor changes it again.
+    std::map<int, IMsgSenderBase*> m_senders;
+
+    // The app that logged in last. Guarded by m_mutex: written and read by app, read by check.
+    std::string m_lastAppIp;
     unsigned short m_lastAppPort = 0;
-    bool m_appLoggedIn = false;               ///< that app has not closed since; under m_mutex
-    std::atomic<bool> m_appConnected{false};  ///< an app has connected or logged in since the last logout
-    std::unique_ptr<CTimer> m_heartBeatTimer; ///< made at the first login, under m_heartBeatMutex
+    bool m_appLoggedIn = false; ///< its connection has not closed since the login
+
+    /// Whether an app has connected or logged in since the last logout; ends AppHeartBeatCheck when false. Atomic:
+    /// written by app and controller, read by check.
+    std::atomic<bool> m_appConnected{false};
+    /// Created at the first login. Guarded by m_heartBeatMutex: used by app (start) and controller (stop).
+    std::unique_ptr<CTimer> m_heartBeatTimer;
+    /// Guards m_lastAppIp, m_lastAppPort and m_appLoggedIn. Held for assignments and copies only.
     mutable std::mutex m_mutex;
-    std::atomic<std::int32_t> m_heartBeatCount{0}; ///< seconds since the app's last heartbeat or its login
+    /// Seconds since the last heartbeat or the login of the app. Atomic: reset by app and check, incremented and read
+    /// by check. A login resets it with m_mutex locked, together with the address that it belongs to.
+    std::atomic<std::int32_t> m_heartBeatCount{0};
+    /// 1 if a project is loaded. Atomic: written by controller, read by cloud.
     std::atomic<int> m_prjLoadState{1};
 
+    /// The wait between two checks. No lock: set by the constructor only. Check waits; app and controller wake it.
     std::unique_ptr<IPause> m_heartBeatPause;
-    std::mutex m_heartBeatMutex; ///< one start or stop of the supervision at a time; its check never takes it
-    std::atomic<bool> m_heartBeatStopped{false}; ///< from a stop of the app server until its next start
-    std::shared_ptr<CCallGate> m_gate; ///< shared with the channels' callbacks, which may outlive the controller
-    /// One login or logout at a time, including its signals, its report to the host and its replies, so that a stop is
-    /// signalled before the next start. No public operation takes it: a slot that runs meanwhile may call them, and may
-    /// block. Recursive, since sending to a displaced app may report its closed connection on the same thread.
+    /// Guards m_heartBeatTimer: app and controller start and stop the timer one at a time. Check must not lock it,
+    /// because stopping the timer waits for the check to end.
+    std::mutex m_heartBeatMutex;
+    /// True from a stop of the app server until its next start. Atomic: written by controller, read by app and check.
+    std::atomic<bool> m_heartBeatStopped{false};
+    /// Rejects callbacks once the controller is being destroyed. No lock: set by the constructor only, and shared with
+    /// the channels' callbacks, which may outlive the controller.
+    std::shared_ptr<CCallGate> m_gate;
+    /// Held by app during one login or logout, including its signals, its report to the host and its replies, so that
+    /// the stop signal of one app precedes the start signal of the next. No public operation locks it: a slot that runs
+    /// during a login may call every public operation, and may block. Recursive, because sending to a displaced app may
+    /// report its closed connection on the same thread.
     std::recursive_mutex m_loginMutex;
+    /// Set when m_senders is complete. Atomic: written by controller, read by every thread.
     std::atomic<bool> m_sendersReady{false};
 };
 
 extern "C" {
-/// Creates the one controller; a second call keeps the first. It is not started: call its Init.
+/// Creates the controller without starting it: call CExternalController::Init next. Does nothing if it exists already.
 EXTERNALCONTROLLER_EXPORT void InitExternalController();
-/// The controller, or null before InitExternalController and after UninitExternalController.
+/// Returns the controller, or null before InitExternalController and after UninitExternalController.
+/// The module owns it.
 EXTERNALCONTROLLER_EXPORT CExternalController* GetExternalController();
+/// Calls CExternalController::Stop if the controller exists.
 EXTERNALCONTROLLER_EXPORT void StopExternalController();
+/// Destroys the controller if it exists. Waits for callbacks of the channels to return, so it must not be called from
+/// one; afterwards no callback runs and no signal is emitted.
 EXTERNALCONTROLLER_EXPORT void UninitExternalController();
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// An app sends a heartbeat a second; after this many without one it is taken for dead.
+/// An app sends one heartbeat per second. After this many seconds without one its connection is closed.
 constexpr int kSilentSeconds = 5;
 constexpr std::chrono::milliseconds kCheckPeriod(1000);
 
@@ -26,7 +26,8 @@ CExternalController::SAppAddress CExternalController::LastApp() const
 
 std::optional<CExternalController::SAppAddress> CExternalController::SilentApp() const
 {
-    // Count and address are read together: an app that has just logged in must not be taken for the silent one before.
+    // Read the count and the address under one lock: otherwise the count of the previous app could be combined with the
+    // address of an app that has just logged in.
     const std::lock_guard lock(m_mutex);
     if (!m_appLoggedIn || m_heartBeatCount <= kSilentSeconds)
         return std::nullopt;
@@ -47,14 +48,14 @@ void CExternalController::StartHeartBeat(const SAppAddress& app)
         m_heartBeatCount = 1;
         m_appLoggedIn = true;
     }
-    // Never wait for a stop: it holds the lock until the check has ended, and the check may wait in DisConnect for a
-    // callback that waits for this login.
+    // Don't block on the mutex: StopHeartBeat holds it until the check has ended, and the check may wait in DisConnect
+    // for a callback that waits for this login.
     std::unique_lock lock(m_heartBeatMutex, std::defer_lock);
     while (!m_heartBeatStopped && !lock.try_lock())
         std::this_thread::yield();
     if (m_heartBeatStopped)
         return;
-    // A connection that closed just before may have cleared it.
+    // A connection that closed just before this login may have cleared the flag.
     m_appConnected = true;
     if (!m_heartBeatTimer) {
         m_heartBeatTimer =
@@ -65,7 +66,7 @@ void CExternalController::StartHeartBeat(const SAppAddress& app)
 
 void CExternalController::StopHeartBeat()
 {
-    // Set before the lock is taken: a login that meets this stop returns instead of waiting.
+    // Set before locking: a concurrent login then returns instead of waiting for the mutex.
     m_heartBeatStopped = true;
     const std::lock_guard lock(m_heartBeatMutex);
     m_appConnected = false;
@@ -90,7 +91,8 @@ void CExternalController::AppHeartBeatCheck()
 
 void CExternalController::OnAppConnectionClosed(const std::string& remoteIp)
 {
-    // The address is compared under the lock: an app that is being displaced often closes while its successor logs in.
+    // Compare the address with the mutex locked: a displaced app often closes its connection while the next app logs
+    // in.
     const std::lock_guard login(m_loginMutex);
     const std::string lastIp = LastApp().ip;
     DebugLog() << "remoteIp" << remoteIp.c_str() << "last ip" << lastIp.c_str();
@@ -98,7 +100,7 @@ void CExternalController::OnAppConnectionClosed(const std::string& remoteIp)
         OnAppClientDisconnect();
 }
 
-/// With m_loginMutex locked.
+/// The caller has locked m_loginMutex.
 void CExternalController::OnAppClientDisconnect()
 {
     m_appConnected = false;

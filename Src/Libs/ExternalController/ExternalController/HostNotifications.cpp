@@ -14,7 +14,7 @@ void CExternalController::NotifyApp(int cmdCode, const QJsonObject& event)
         sender->HandleMsg(std::move(notice));
 }
 
-/// The app only learns that the playing scene changed; it asks for what it needs.
+/// Notifies the app only that the playing scene has changed; the app then requests the data that it needs.
 void CExternalController::slotNotifyScenePlay(const QUuid&, const QUuid&)
 {
     NotifyApp(Command::ScenePlay, {{"result", 1}});

@@ -22,7 +22,7 @@
 
 #include <utility>
 
-// A host that connects a signal to a thread of its own needs the type known for the queue.
+// Queued connections of signalStartPushStream need this type in Qt's meta-object system.
 Q_DECLARE_METATYPE(std::string)
 
 namespace {
@@ -68,7 +68,7 @@ CExternalController::~CExternalController()
     m_heartBeatPause->Wake();
     m_heartBeatTimer.reset();
     for (const auto& [senderType, sender] : m_senders) {
-        if (senderType != SenderType::StageMedia) // the stage sender once more
+        if (senderType != SenderType::StageMedia) // second key of the stage sender
             delete sender;
     }
     m_senders.clear();
@@ -205,7 +205,7 @@ bool CExternalController::Write(SOperation operation)
 
 IMsgSenderBase* CExternalController::FindSender(int senderType) const
 {
-    // The app server already runs while Init makes the senders.
+    // The channels may already deliver requests while Init creates the senders.
     if (!m_sendersReady.load(std::memory_order_acquire))
         return nullptr;
     const auto found = m_senders.find(senderType);

@@ -16,7 +16,7 @@ CAdapters::CAdapters(ULONG bytes)
 
 void CAdapters::Read(ULONG bytes)
 {
-    // Elements of the record's type, for its alignment.
+    // A vector of records instead of bytes, so that the records are aligned.
     m_records.resize((bytes + sizeof(IP_ADAPTER_INFO) - 1) / sizeof(IP_ADAPTER_INFO));
     if (GetAdaptersInfo(m_records.data(), &bytes) != NO_ERROR)
         m_records.clear();

@@ -7,15 +7,15 @@
 #include <cstddef>
 #include <vector>
 
-/// The machine's network adapters.
+/// The network adapters of this machine, as read by the constructor.
 class CAdapters {
 public:
-    /// All of them.
+    /// Reads all adapters.
     CAdapters();
-    /// Those of a machine whose adapters fit into so many bytes; otherwise none.
+    /// Reads all adapters if their records fit into this many bytes; otherwise the list is empty.
     explicit CAdapters(ULONG bytes);
 
-    /// The first of the chain; null when there is none.
+    /// Returns the first adapter of the linked list, or null if the list is empty. This object owns the list.
     const IP_ADAPTER_INFO* First() const { return m_records.empty() ? nullptr : m_records.data(); }
 
 private:
@@ -24,5 +24,5 @@ private:
     std::vector<IP_ADAPTER_INFO> m_records;
 };
 
-/// The first bytes of the hardware address, such as "00-1B-44-11-3A-B7".
+/// Returns the first bytes of the hardware address as text, such as "00-1B-44-11-3A-B7".
 QString MacText(const IP_ADAPTER_INFO& adapter, std::size_t bytes);

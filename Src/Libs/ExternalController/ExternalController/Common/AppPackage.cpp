@@ -14,7 +14,7 @@ std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByte
 
 SOperation ReadAppRequest(const Comm::ResponsePackage& packet, Source::Flag source)
 {
-    // The packet outlives the pack that reads it.
+    // Not copied: the packet exists longer than the pack.
     const CAppDataPack pack(QByteArray::fromRawData(packet.payload.data(), static_cast<int>(packet.payload.size())));
     QJsonObject body;
     pack.ReadJsonFromData(body);

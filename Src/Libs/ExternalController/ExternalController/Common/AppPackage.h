@@ -7,10 +7,10 @@
 
 #include <memory>
 
-/// A fresh package that carries one app envelope with this code and body. A long body that is moved in is gone
-/// before its last copy is made.
+/// Returns a new package with one app envelope of this code and body.
+/// \param json the body; pass a long one with std::move, so that its memory is freed before the package is filled
 std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByteArray json);
 
-/// The request in a received app envelope: code 0 and an empty body for bytes that are none, an empty body for one that
-/// is no JSON object.
+/// Returns the request of a received app envelope. Its body is empty if the envelope's body is not a JSON object. Bytes
+/// that are not an envelope give code 0 and an empty body.
 SOperation ReadAppRequest(const Comm::ResponsePackage& packet, Source::Flag source);

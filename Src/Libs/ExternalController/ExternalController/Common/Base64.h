@@ -2,5 +2,6 @@
 
 #include <string>
 
-/// The base64 text (RFC 4648, padded, one line) of length bytes.
+/// Returns the base64 text (RFC 4648, section 4; padded, without line breaks) of the bytes.
+/// \param length number of bytes
 std::string Base64Encode(const char* data, unsigned int length);

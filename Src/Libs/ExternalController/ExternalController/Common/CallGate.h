@@ -4,11 +4,12 @@
 #include <mutex>
 #include <shared_mutex>
 
-/// Lets calls in until it is closed. Channels outlive the objects that their callbacks use by a moment; the gate keeps
-/// a callback that comes late from touching what is gone. Calls never wait for one another.
+/// Runs callbacks until it is closed. A channel may call back for a short time after the object that its callbacks use
+/// has been destroyed; the gate, which the callbacks share, ignores such late calls. Any thread may call Through. Calls
+/// don't wait for each other.
 class CCallGate {
 public:
-    /// Runs the call unless the gate is closed.
+    /// Runs the call on the calling thread, or returns at once if the gate is closed.
     template <class Call>
     void Through(Call&& call)
     {
@@ -19,10 +20,10 @@ public:
             call();
     }
 
-    /// Returns once no call is inside. Not to be called from inside.
+    /// Closes the gate and waits until no call is running in Through. Must not be called from within such a call.
     void Close()
     {
-        // First turn callers away: an endless stream of them would keep the lock for ever.
+        // Reject new calls first: otherwise a continuous stream of them could hold the shared lock indefinitely.
         m_closed.store(true, std::memory_order_release);
         const std::unique_lock lock(m_inside);
     }

@@ -1,7 +1,8 @@
 #pragma once
 
-/// Request codes of the app protocol, which the other channels' commands are translated into.
-/// The kSenderMask bits select the sender; a reply to the app carries the code with kReplyBit set.
+/// Request codes of the app protocol. The keywords of central control and the cloud are translated into these codes.
+/// The kSenderMask bits select the sender. A reply to the app carries the code with kReplyBit set. A code without a
+/// comment is described in Docs/Protocol.md.
 namespace Command {
 
 constexpr unsigned int kReplyBit = 0x10000000;
@@ -17,7 +18,7 @@ enum Code : int {
     PublicKey = 0x007,
     CheckAppId = 0x010,
     ShutDown = 0x011,
-    AppGone = 0x012, ///< to the host: the app disconnected; to an app: another one took its place
+    AppGone = 0x012, ///< notice to the host: the app disconnected; notice to an app: another app took over its login
     FPPairingCode = 0x013,
     Restart = 0x015,
     SystemInformation = 0x016,
@@ -35,7 +36,7 @@ enum Code : int {
     BlackScreen = 0x103,
     PlayControl = 0x104, ///< play, pause, stop or restart everything
     Volume = 0x105,
-    StageSnapshotAgain = 0x107, ///< answered like StageSnapshot, under its own code
+    StageSnapshotAgain = 0x107, ///< answered like StageSnapshot, but with this code
     OpenScreens = 0x108,
     ProjectList = 0x109,
     PlayNextOrLast = 0x111,
@@ -69,13 +70,13 @@ enum Code : int {
     SwitchSceneGroup = 0x301,
     MainSceneGroup = 0x302,
     MainSceneGroupAgain = 0x304, ///< answered like MainSceneGroup
-    ScenePlay = 0x306,           ///< from central control and the cloud a command, to the app the notice of a change
+    ScenePlay = 0x306,           ///< command to play a scene; notice to the app: another scene plays
     SceneThumbnail = 0x308,
     PlayingChapter = 0x399,
 
     // resources
     ResourceList = 0x400,
-    ResourceItem = 0x401, ///< from the app a query; to the host also the end of an upload
+    ResourceItem = 0x401, ///< query from the app; notice to the host: an upload has ended
     ResourceThumbnail = 0x403,
     TextResource = 0x404,
     FontList = 0x405,
@@ -86,6 +87,7 @@ enum Code : int {
     ResourceDemuxed = 0x422,
 };
 
+/// The code of a reply to the app for a request with this code.
 constexpr unsigned int ReplyTo(int cmdCode)
 {
     return static_cast<unsigned int>(cmdCode) | kReplyBit;

@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/Command.h"
 
-/// What people call the requests: in the tools, their logs and the documentation.
+/// The names of the requests, as the tools, their logs and the documentation use them.
 namespace Command {
 
 struct SName {
@@ -10,12 +10,12 @@ struct SName {
     const char* name;
 };
 
-/// Made from the contract.
+/// Generated from Src/Contract/Contract.json by the build.
 constexpr SName kNames[] = {
 #include "Contract/Names.inc"
 };
 
-/// The name of a request code, or null for a code without one.
+/// Returns the name of a request code, or null if the code is unknown.
 constexpr const char* NameOf(unsigned int code)
 {
     for (const SName& entry : kNames) {

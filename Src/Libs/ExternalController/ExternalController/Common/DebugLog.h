@@ -3,7 +3,8 @@
 #include <QDebug>
 #include <QMessageLogger>
 
-/// The module's debug output. It carries no file and line: the texts are fixed and people search for them.
+/// Returns a stream for one line of debug output. The line has no source file and line number, because log searches
+/// expect these exact texts.
 inline QDebug DebugLog()
 {
     return QMessageLogger().debug();

@@ -1,4 +1,4 @@
 #pragma once
 
-/// The datagram by which an app asks who is there. Any other gets no answer.
+/// The datagram with which an app discovers hosts. Any other datagram is ignored.
 constexpr char kDiscoveryRequest[] = "App Server request Zentravox Controller";

@@ -3,14 +3,14 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/Common/Vocabulary.h"
 
-/// The type of resource that a file would be, by its name alone; -1 for one that is none.
+/// Returns the ResourceType of a file, determined from its name only, or -1 if the file can't be a resource.
 inline int GetFileResType(const QString& fileName)
 {
     struct SFileType {
         const QString& filter;
         int type;
     };
-    // The first that fits decides.
+    // The first match is returned.
     static const SFileType kFileTypes[] = {
         {VideoFileFilter, ResourceType::Video},       {AudioFileFilter, ResourceType::Audio},
         {ImageFileFilter, ResourceType::Picture},     {PptFileFilter, ResourceType::Presentation},
@@ -19,7 +19,7 @@ inline int GetFileResType(const QString& fileName)
     };
     const QString suffix = fileName.mid(fileName.lastIndexOf('.') + 1).toLower();
     for (const SFileType& fileType : kFileTypes) {
-        // A part of a suffix is enough: apps rely on what has always been listed.
+        // A part of a listed suffix also matches, such as "mp": apps rely on these files being listed.
         if (fileType.filter.contains(suffix))
             return fileType.type;
     }

@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// The name that the operator gave this host, or else the machine's own.
+/// Returns the host name from the software settings, or the machine's name if the settings have none.
 QString GetHostName();
 
-/// The first IPv4 address of this machine that isn't loopback's, or 127.0.0.1 when there is none.
+/// Returns the first IPv4 address of this machine other than 127.0.0.1, or 127.0.0.1 if it has no other.
 QString GetLocalIPv4();

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-// A host may lack any of its models: what a missing one would return reads as empty.
+// A host may lack any of the models. Values of a missing model are read as empty values.
 
 /// Calls a function, usually a getter, with the model. Returns its result, or an empty value if the model is null.
 template <class Model, class Read, class... Args>
@@ -16,7 +16,7 @@ auto ReadFrom(const Model& model, Read&& read, Args&&... args)
     return model ? Value(std::invoke(std::forward<Read>(read), *model, std::forward<Args>(args)...)) : Value();
 }
 
-/// The model that a getter of the global model returns, or null.
+/// Returns the model that a getter of the global model returns, or null if either model is missing.
 template <class Getter>
 auto GetModel(Getter get)
 {

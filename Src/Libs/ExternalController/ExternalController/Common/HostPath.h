@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// A path as the cloud shows it, whatever machine the host runs on.
+/// Returns a path with backslashes, the form that the cloud displays for hosts on every operating system.
 inline QString HostPath(QString path)
 {
     return path.replace('/', '\\');

@@ -4,16 +4,19 @@
 #include <QJsonDocument>
 #include <QString>
 
-/// Why a text was not read.
+/// The error that ReadJson has found in a text.
 struct SJsonError {
-    int offset = 0; ///< in bytes: of the offending byte or the one behind it
-    QString reason; ///< such as `the key "a" comes twice`; empty when the text was read
+    int offset = 0; ///< in bytes: the position of the error, or the one after it
+    QString reason; ///< such as `duplicate key "a"`; empty if the text was read
 };
 
-/// Reads JSON from a peer, a file or a command line: every text that this program didn't write itself.
+/// Parses JSON (RFC 8259) that comes from outside this program: from a peer, a file or a command line.
 ///
-/// QJsonDocument::fromJson with two restrictions: arrays and objects are nested at most CJsonScan::kMaxDepth levels
-/// deep, and no object has a key twice. A text that breaks one is malformed like any other. Safe to call from any
-/// thread. \param text  UTF-8, with or without a byte order mark; an object or an array \param error set in every case,
-/// unless null \return a null document if the text is malformed
+/// Calls QJsonDocument::fromJson with two additional restrictions: arrays and objects may be nested at most
+/// CJsonScan::kMaxDepth levels deep, and the keys of an object must be unique. A text that violates one of them is
+/// malformed. May be called from any thread.
+///
+/// \param text  UTF-8, with or without a byte order mark; an object or an array
+/// \param error if not null, set to the error, or to an empty reason on success
+/// \return the document, or a null document if the text is malformed
 QJsonDocument ReadJson(const QByteArray& text, SJsonError* error = nullptr);

@@ -32,7 +32,8 @@ std::uint64_t FindByte(std::uint64_t bytes, char c)
     return (zeroed - kOnes) & ~zeroed & (kOnes << 7);
 }
 
-/// Of the length and the eight bytes at both ends. Keys with equal ones are easily made, but only cost a comparison.
+/// Hashes the length and the first and last eight bytes. Keys with the same hash are easy to construct, but each such
+/// pair costs only one comparison of texts.
 std::uint32_t HashOf(std::string_view text)
 {
     std::uint64_t head = 0;
@@ -58,8 +59,9 @@ const char* FindQuoteOrBackslash(const char* at, const char* end)
     return std::find_if(at, end, [](char c) { return c == '"' || c == '\\'; });
 }
 
-/// at: of the character behind the backslash; moved to the last one of the sequence. As with fromJson, a character that
-/// makes none stands for itself; what is wrong with a code unit fromJson will find.
+/// Decodes an escape sequence. As in fromJson, a character that is not part of a known sequence represents itself. An
+/// invalid \\u sequence is not detected here: fromJson reports it.
+/// \param at position of the character after the backslash; set to the last character of the sequence
 QChar ReadEscapeSequence(const QString& text, int& at)
 {
     switch (text[at].unicode()) {
@@ -99,7 +101,7 @@ bool CJsonScan::Run()
     }
 }
 
-/// Leaves m_at at the last character that it has read.
+/// Sets m_at to the last character that was read.
 bool CJsonScan::Step()
 {
     switch (*m_at) {
@@ -120,7 +122,7 @@ bool CJsonScan::Step()
     }
 }
 
-/// From the opening to the closing quote.
+/// Moves m_at from the opening to the closing quote.
 bool CJsonScan::SkipString()
 {
     m_hasEscape = false;
@@ -150,13 +152,13 @@ bool CJsonScan::Leave()
     if (const SKey* repeated = FindRepeated(m_keys.data() + firstKey, m_keys.end())) {
         const std::string_view text = TextOf(*repeated);
         const QString key = QString::fromUtf8(text.data(), static_cast<int>(text.size()));
-        return Fail(repeated->quote, QStringLiteral("the key \"%1\" comes twice").arg(key));
+        return Fail(repeated->quote, QStringLiteral("duplicate key \"%1\"").arg(key));
     }
     m_keys.resize(firstKey);
     return true;
 }
 
-/// From the brace or comma before the key to the colon behind it. The last member may have none.
+/// Moves m_at from the brace or comma before the key to the colon after it. Before a closing brace there may be no key.
 bool CJsonScan::ReadKey()
 {
     const char* const quote = SkipSpace(m_at + 1);
@@ -171,7 +173,7 @@ bool CJsonScan::ReadKey()
         return false;
     // fromJson compares keys up to the first null character.
     if (m_hasNul && std::find(quote, m_at, '\0') != m_at)
-        return Fail(quote, QStringLiteral("a null character in a key"));
+        return Fail(quote, QStringLiteral("null character in a key"));
     SKey key = {quote, static_cast<int>(m_at - quote - 1), -1, 0};
     if (m_hasEscape && !DecodeKey(key))
         return false;
@@ -183,7 +185,7 @@ bool CJsonScan::ReadKey()
 
 bool CJsonScan::DecodeKey(SKey& key)
 {
-    // With the quote: fromUtf8 and fromUcs4 drop a byte order mark that a text begins with.
+    // Include the quote: fromUtf8 and fromUcs4 remove a byte order mark at the beginning of a text.
     const QString raw = QString::fromUtf8(key.quote, key.size + 1);
     QString units;
     for (int i = 0; i < raw.size(); ++i) {
@@ -191,10 +193,10 @@ bool CJsonScan::DecodeKey(SKey& key)
             units += raw[i];
         else if (++i < raw.size() && raw[i].unicode() <= kMaxAscii)
             units += ReadEscapeSequence(raw, i);
-        else // what fromJson makes of it depends on the platform
+        else // the result of fromJson depends on the platform
             return Fail(key.quote, QJsonParseError{0, QJsonParseError::IllegalEscapeSequence}.errorString());
     }
-    // toUcs4 replaces the halves of surrogate pairs, which fromJson takes for U+FFFD when it compares keys.
+    // toUcs4 replaces unpaired surrogates by U+FFFD; fromJson also treats them as U+FFFD when it compares keys.
     const QVector<uint> points = units.toUcs4();
     const QByteArray decoded = QString::fromUcs4(points.constData(), points.size()).toUtf8().mid(1);
     key.decodedAt = m_decoded.size();
@@ -203,7 +205,7 @@ bool CJsonScan::DecodeKey(SKey& key)
     return true;
 }
 
-/// The later one of two equal keys, null if all differ. Sorts them.
+/// Returns the second of two equal keys, or null if all keys differ. Sorts the keys.
 const CJsonScan::SKey* CJsonScan::FindRepeated(SKey* first, SKey* last)
 {
     if (AreHashesDifferent(first, last))
@@ -222,7 +224,7 @@ const CJsonScan::SKey* CJsonScan::FindRepeated(SKey* first, SKey* last)
     return found->quote < found[1].quote ? found + 1 : found;
 }
 
-/// False if two are equal, or if there are too many for comparing each with each.
+/// Returns false if two hashes are equal, or if there are too many keys for comparing all pairs.
 bool CJsonScan::AreHashesDifferent(const SKey* first, const SKey* last)
 {
     const auto count = static_cast<std::size_t>(last - first);
@@ -233,7 +235,7 @@ bool CJsonScan::AreHashesDifferent(const SKey* first, const SKey* last)
     std::array<std::uint32_t, kInlineKeys> hashes;
     std::transform(first, last, hashes.begin(), [](const SKey& key) { return key.hash; });
     m_comparisons += static_cast<std::int64_t>(count * (count - 1) / 2);
-    bool isAnyEqual = false; // no early return: the compiler makes vector instructions of this
+    bool isAnyEqual = false; // no early return, so that the compiler can use vector instructions
     for (std::size_t i = 1; i < count; ++i) {
         for (std::size_t j = 0; j < i; ++j)
             isAnyEqual |= hashes[i] == hashes[j];

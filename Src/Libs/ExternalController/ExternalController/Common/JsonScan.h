@@ -8,16 +8,16 @@
 #include <cstdint>
 #include <string_view>
 
-/// Looks through a JSON text for what QJsonDocument::fromJson of Qt 5.15 must not be given: it leaks the array or
-/// object of a key that comes again in the same object, and nests 1,024 levels deep, where an indented copy of a text
-/// is thousands of times as long.
+/// Checks a JSON text for two things that must not be passed to QJsonDocument::fromJson of Qt 5.15: duplicate keys in
+/// an object, because fromJson leaks the array or object of the first one, and deep nesting, because fromJson accepts
+/// 1,024 levels and an indented copy of such a text can be thousands of times as long.
 ///
-/// Other errors are left to fromJson, which reads a text as the scan does up to its first error. Keys are compared as
-/// fromJson compares them: decoded, whatever their spelling.
+/// All other errors are left to fromJson; up to the first of them, the scan reads a text exactly as fromJson does. Keys
+/// are compared after decoding their escape sequences, as fromJson compares them.
 ///
-/// Takes time proportional to the length of the text and n log n for an object with n keys, whatever the keys are. Does
-/// not recurse, and allocates no memory while at most kInlineKeys keys of open objects are pending, none of them with
-/// an escape sequence.
+/// The scan takes time proportional to the length of the text, plus n log n for an object with n keys, for any keys. It
+/// doesn't recurse, and it allocates no memory while the objects that are open have at most kInlineKeys keys together
+/// and none of these contains an escape sequence.
 class CJsonScan {
 public:
     static constexpr int kMaxDepth = 64;
@@ -25,12 +25,12 @@ public:
     /// The text must outlive the scan.
     explicit CJsonScan(const QByteArray& text);
 
-    /// Once. False if the text is nested too deep or has a key twice in an object.
+    /// Scans the text. Call it once. Returns false if the text is nested too deeply or has a duplicate key.
     bool Run();
-    /// In bytes.
+    /// The position of the error, in bytes.
     int ErrorOffset() const { return m_errorOffset; }
     const QString& ErrorReason() const { return m_errorReason; }
-    /// How often two keys were compared, by hash or by text.
+    /// The number of key comparisons, by hash or by text.
     std::int64_t Comparisons() const { return m_comparisons; }
 
 private:
@@ -38,13 +38,13 @@ private:
     static constexpr int kArray = -1;
 
     struct SKey {
-        const char* quote; ///< in the text
-        int size;          ///< of the text between the quotes, or of the decoded one
-        int decodedAt;     ///< in m_decoded; -1 if the key has no escape sequence
+        const char* quote; ///< the opening quote, in the scanned text
+        int size;          ///< in bytes: of the text between the quotes, or of the decoded key
+        int decodedAt;     ///< position in m_decoded, or -1 if the key has no escape sequence
         std::uint32_t hash;
     };
 
-    // False ends the scan: what is behind m_at can't matter any more, or the text was found malformed.
+    // These return false to end the scan: Fail has set an error, or fromJson will report an error at this position.
     bool Step();
     bool SkipString();
     bool Enter(int firstKey);
@@ -64,9 +64,9 @@ private:
     const char* const m_begin;
     const char* const m_end;
     const bool m_hasNul;
-    bool m_hasEscape = false; ///< the last string
+    bool m_hasEscape = false; ///< the last string that was read has an escape sequence
     int m_depth = 0;
-    std::array<int, kMaxDepth> m_firstKeys; ///< of each open object, in m_keys; kArray for an array
+    std::array<int, kMaxDepth> m_firstKeys; ///< index in m_keys of each open object's first key; kArray for an array
     QVarLengthArray<SKey, kInlineKeys> m_keys;
     QByteArray m_decoded;
     std::int64_t m_comparisons = 0;

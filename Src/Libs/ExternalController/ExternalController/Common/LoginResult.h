@@ -1,6 +1,6 @@
 #pragma once
 
-/// What an app's login is answered with as "result".
+/// The values of "result" in the reply to an app's login.
 namespace LoginResult {
 enum Code : int {
     Success = 0,

@@ -12,14 +12,14 @@ enum Key : int {
     None = -1, ///< no command code selects it
     ProjectData = 0x000,
     Stage = 0x100,
-    StageMedia = 0x200, ///< the stage sender once more
+    StageMedia = 0x200, ///< second key of the stage sender
     Scene = 0x300,
     Resource = 0x400,
     ExControlDev = 0x500,
 };
 } // namespace SenderType
 
-/// Where a request came from and its reply goes: one hexadecimal digit a channel.
+/// The channels that a request came from, to which the reply is sent. Each flag is one hexadecimal digit.
 namespace Source {
 enum Flag : int {
     App = 0x0001,
@@ -30,15 +30,15 @@ enum Flag : int {
 };
 } // namespace Source
 
-/// A request on its way to the sender that answers it.
+/// A request for a sender.
 struct SOperation {
     int nSenderType = SenderType::None; ///< key of the sender; for a command code its Command::kSenderMask bits
     int nCmdCode = -1;                  ///< the full command code, without the reply bit
-    QJsonObject jsonBody;
-    int nSourceFlags = Source::Every;
+    QJsonObject jsonBody;               ///< central control and the cloud: the whole message
+    int nSourceFlags = Source::Every;   ///< the peers to reply to
 };
 
-/// A request for the sender that its code selects.
+/// Makes a request for the sender that the code selects.
 inline SOperation MakeRequest(int cmdCode, QJsonObject body, int sourceFlags)
 {
     return {cmdCode & Command::kSenderMask, cmdCode, std::move(body), sourceFlags};

@@ -8,7 +8,7 @@ void CPause::WaitFor(std::chrono::milliseconds time, const std::function<bool()>
 
 void CPause::Wake()
 {
-    // Whoever is about to wait has either seen what changed or is waiting once the lock is free.
+    // Lock once, so that no wake-up is lost: a thread in WaitFor has then either seen the change or is already waiting.
     {
         const std::lock_guard lock(m_mutex);
     }

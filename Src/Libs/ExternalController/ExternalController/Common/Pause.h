@@ -5,16 +5,18 @@
 #include <functional>
 #include <mutex>
 
-/// A wait that another thread can end.
+/// A wait that another thread can end early. Tests replace it to control the time. Any thread may call the functions.
 class IPause {
 public:
     virtual ~IPause() = default;
 
-    /// Returns after the time, or as soon as over() is true at the start or after a Wake.
+    /// Blocks until the time has passed or over() returns true. Calls over() at the start and after each Wake.
     virtual void WaitFor(std::chrono::milliseconds time, const std::function<bool()>& over) = 0;
+    /// Makes all threads in WaitFor call over() again.
     virtual void Wake() = 0;
 };
 
+/// Waits on a condition variable.
 class CPause : public IPause {
 public:
     void WaitFor(std::chrono::milliseconds time, const std::function<bool()>& over) override;

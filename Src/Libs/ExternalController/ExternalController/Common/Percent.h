@@ -1,6 +1,7 @@
 #pragma once
 
-/// A share as whole per cent: in single precision, as it is stored, and cut off rather than rounded.
+/// Converts a fraction (0 to 1) to whole per cent. Truncates instead of rounding, and calculates in single precision,
+/// like the stored values: remotes expect exactly these numbers.
 inline int Percent(float share)
 {
     const float percent = share * 100;

@@ -4,17 +4,19 @@
 #include <QByteArray>
 #include <QSize>
 
-/// What apps show in their lists.
+/// The size of the thumbnails in the app's lists, in pixels.
 constexpr QSize kThumbnailSize(320, 180);
 
-/// A QImage or QPixmap, stretched to the thumbnail's shape whatever its own. A null one stays null.
+/// Scales a QImage or QPixmap to kThumbnailSize without keeping its aspect ratio. Returns a null picture for a null
+/// one.
 template <class Picture>
 Picture ToThumbnail(const Picture& picture)
 {
     return picture.isNull() ? picture : picture.scaled(kThumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
 }
 
-/// A QImage or QPixmap in a file format such as "jpg", at the encoder's default quality. Empty for a null one.
+/// Encodes a QImage or QPixmap in a file format such as "jpg" with the encoder's default quality. Returns an empty
+/// array for a null picture.
 template <class Picture>
 QByteArray Encode(const Picture& picture, const char* format)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The host's numbers for kinds of resources.
+/// The host's numbers for the types of resources.
 namespace ResourceType {
 enum Type : int {
     Video = 0,

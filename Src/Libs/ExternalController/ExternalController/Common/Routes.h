@@ -4,14 +4,14 @@
 
 /// Who answers a request.
 enum class Answerer {
-    Intake,        ///< the channel's intake, without a sender
+    Intake,        ///< the receive function of the channel, without a sender
     Sender,        ///< the message sender that the code selects
-    SenderAndHost, ///< that sender; the host receives the request as well and doesn't answer it
+    SenderAndHost, ///< that sender; the host receives the request too, but must not answer it
     Host,          ///< the host, which executes the command
-    HostToSender,  ///< that sender, once the host has returned the request to it with Write
+    HostToSender,  ///< that sender, after the host has passed the request back with Write
 };
 
-/// Which channels may ask a request, and who answers it there.
+/// The channels on which a request is allowed, and who answers it there.
 struct SRoute {
     Command::Code code;
     int askers; ///< Source flags
@@ -98,8 +98,8 @@ constexpr SRoute kRoutes[] = {
     {Command::SharedFolderList, Source::App, Answerer::Sender},
 };
 
-/// Who answers this code when a channel with one of the source flags asks. A code that is not in the table is passed to
-/// the host, which refuses what it doesn't know.
+/// Returns who answers a request with this code from a channel with one of the source flags. A code that is not in the
+/// table is passed to the host, which rejects unknown commands.
 constexpr Answerer AnswererOf(int cmdCode, int askers)
 {
     for (const SRoute& route : kRoutes) {

@@ -1,4 +1,4 @@
-// The RSA calls are the ones that every supported OpenSSL has; version 3 marks them as old.
+// The RSA_* functions exist in every supported OpenSSL version, but are deprecated since version 3.
 #define OPENSSL_API_COMPAT 10100
 
 #include "ExternalController/Common/RsaCipher.h"
@@ -68,7 +68,7 @@ std::string RsaPrivateDecrypt(const std::string& cipher)
         RSA_private_decrypt(static_cast<int>(blockBytes), reinterpret_cast<const unsigned char*>(cipher.data()),
                             reinterpret_cast<unsigned char*>(plain.data()), key.get(), RSA_PKCS1_PADDING);
     if (decrypted < 0) {
-        // Left in the thread's queue, errors would pile up and be taken for another call's.
+        // Remove the errors from this thread's queue: otherwise a later call could report them as its own.
         ERR_clear_error();
         return {};
     }

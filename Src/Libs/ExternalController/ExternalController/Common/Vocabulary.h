@@ -8,13 +8,13 @@
 #include <map>
 #include <string>
 
-// The words that the module shares with the outside: the text commands of central control and the cloud, the texts of
-// results, sources and levels, and the file types. Case and spelling are the protocol's, odd ones included.
+// The texts of the protocol and of the logs: the keywords of central control and the cloud, the texts of results,
+// sources and levels, and the file types. Their spelling is fixed by the protocol, including the unusual ones.
 
-/// A keyword that is known and has no command behind it.
+/// The code of a keyword that is known but has no command.
 constexpr int kNoCommand = 0;
 
-/// Central control's text commands. Several share a code: the direction or value is in the message's body.
+/// The keywords of central control. Several keywords share a code; the message's body has the direction or value.
 inline const std::map<QString, int> CenterControlCmdMap = {
     {"shutdown", Command::ShutDown},
     {"switchProject", Command::SwitchProject},
@@ -45,7 +45,7 @@ inline const std::map<QString, int> CenterControlCmdMap = {
     {"globalVolume", Command::Volume},
     {"adjustVolume", Command::Volume},
     {"mute", kNoCommand},
-    {"muteWnd", kNoCommand}, // the cloud has a command for it and for unmuteWnd
+    {"muteWnd", kNoCommand}, // muteWnd and unmuteWnd are commands of the cloud only
     {"unmuteWnd", kNoCommand},
     {"muteAllWnd", kNoCommand},
     {"unmuteAllWnd", kNoCommand},
@@ -71,9 +71,9 @@ inline const std::map<QString, int> CenterControlCmdMap = {
     {"getAppConnectState", Command::AppConnectState},
 };
 
-/// The cloud's text commands.
+/// The keywords of the cloud.
 inline const std::map<QString, int> CloudControlCmdMap = {
-    {"globleBrightness", Command::Brightness}, // the cloud's spelling
+    {"globleBrightness", Command::Brightness}, // the spelling that the cloud uses
     {"refresh", Command::Refresh},
     {"reboot", Command::Restart},
     {"switchProject", Command::SwitchProject},
@@ -88,7 +88,7 @@ inline const std::map<QString, int> CloudControlCmdMap = {
     {"globalVolume", Command::Volume},
 };
 
-/// Indexes of ResultTextMap, which a reply to a text command carries as "result".
+/// Keys of ResultTextMap: the values of "result" in the reply to a command.
 namespace ResultText {
 enum Index : int {
     Success = 0,
@@ -119,7 +119,7 @@ inline const std::map<int, std::string> ResultTextMap = {
     {ResultText::End, ""},
 };
 
-/// Who caused an operation, as the host's logs number it.
+/// The numbers in the host's logs for the source of an operation.
 namespace ControlSource {
 enum Index : int {
     PC = 0,
@@ -145,7 +145,7 @@ inline const std::map<int, std::string> LogLevelNameMap = {
 /// The line format of the show log.
 inline const std::string kLogPattern = "%d{%Y-%m-%d %H:%M:%S}[%c][%p][%t][%a][%b] %v%T%n";
 
-/// Fields of the host's log records.
+/// The field names of the host's log records.
 namespace LogField {
 inline const std::string AppName = "AppName";
 inline const std::string IP = "IP";
@@ -172,17 +172,17 @@ inline const std::map<int, std::string> EditionNameMap = {
     {3, "Other"},
 };
 
-/// This edition's name and its password, which are also what an app without a user of its own logs in with.
+/// The name of this edition and its password. An app without a user account logs in with these.
 inline const QString kEditionName = QStringLiteral("ZentravoxXA");
 inline const QString kLoginPassword = QStringLiteral("Harbovline");
 
 inline const QString kResourceItemName = QStringLiteral("ResourceItem");
 inline const QString kUriListMimeType = QStringLiteral("text/uri-list"); ///< RFC 2483
 inline const QString kCloudScheme = QStringLiteral("wss");               ///< RFC 6455
-/// %1 stands for the user's name, %2 for the password.
+/// %1 is replaced by the user name, %2 by the password.
 inline const QString kCloudPath = QStringLiteral("/VexorWebSocket/websocket/chat?username=%1&password=%2");
 
-// File types: suffixes in lower case and without their dot.
+// File types: suffixes in lower case, without the dot.
 inline const QStringList VideoSuffixList = {"mp4", "3gp", "m2t",  "m2ts", "bhd", "asx", "mpe", "vcd",  "dvd",
                                             "dat", "m4v", "webm", "rmvb", "rm",  "wmv", "asf", "mpeg", "mpg",
                                             "ts",  "tp",  "mov",  "flv",  "avi", "mkv", "vob"};
@@ -196,7 +196,7 @@ inline const QStringList OfficeSuffixList = PptSuffixList + ExcelSuffixList + Pd
 inline const QStringList TextSuffixList;
 inline const QStringList AllSuffixList = VideoSuffixList + AudioSuffixList + PictureSuffixList + OfficeSuffixList;
 
-/// "*.mp4 *.3gp", as file dialogs take it.
+/// Returns a filter for a file dialog, such as "*.mp4 *.3gp".
 inline QString FileFilter(const QStringList& suffixes)
 {
     return QStringLiteral("*.") + suffixes.join(QStringLiteral(" *."));

@@ -63,7 +63,7 @@ constexpr SCapability kCapabilities[] = {
     {"isSupportModifyScrollDirection", Only({Text, ScrollingGroup}), Capabilities::Media},
 };
 
-/// Of a group it depends on what the group is made of.
+/// For a group, the capability depends on the type of the group instead.
 constexpr STypes kWithVolume = Only({Video, Audio, CaptureCardAudio, Stream, Ndi});
 
 } // namespace

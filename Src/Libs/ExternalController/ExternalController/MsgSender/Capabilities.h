@@ -2,7 +2,7 @@
 
 #include "ExternalController/MsgSender/Reply.h"
 
-/// What remotes may do with resources and with media, which depends on the kind of resource alone.
+/// The capabilities of resources and media that remotes display. They depend only on the type of the resource.
 namespace Capabilities {
 
 enum Of : unsigned int {
@@ -10,7 +10,9 @@ enum Of : unsigned int {
     Media = 2,
 };
 
-/// Adds a flag for each capability that resources or media report. groupType is a group's own, and 0 for other types.
+/// Adds one boolean key for each capability that replies about resources, or about media, contain.
+/// \param resourceType a ResourceType
+/// \param groupType    for a group the type of the group, otherwise 0
 void Add(CReply& to, Of what, int resourceType, int groupType);
 
 } // namespace Capabilities

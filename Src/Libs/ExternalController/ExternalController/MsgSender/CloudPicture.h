@@ -6,13 +6,17 @@
 
 #include <string>
 
-/// A QImage or QPixmap as the cloud takes it: a JPEG in base64, with what it shows.
+/// Returns the JSON text of a picture message for the cloud: a JPEG in base64 with its kind and id.
+/// \param type    the kind of picture: "clip", "chapter" or "preview"
+/// \param picture a QImage or QPixmap
 template <class Picture>
 std::string CloudPicture(const char* type, const QString& id, const Picture& picture)
 {
     const QByteArray jpeg = Encode(picture, "jpg");
     const std::string data = Base64Encode(jpeg.constData(), static_cast<unsigned int>(jpeg.size()));
-    // Base64 needs no escapes. It goes into the finished text, which spares it the way through JSON values.
+    // Insert the base64 text, which needs no JSON escapes, into the finished message: this avoids copies of a long text
+    // in JSON values. QJsonObject writes its keys in alphabetical order, so "data" comes first, and the first pair of
+    // quotes with nothing between them is its value, even if id is empty too.
     std::string message = CReply{{"data", ""}, {"id", id}, {"type", type}}.Text().toStdString();
     return message.insert(message.find(R"("")") + 1, data);
 }

@@ -10,22 +10,27 @@
 #include <QJsonObject>
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace {
 
-/// Every datagram to a device leaves from this port: devices may know the host by it.
+/// The local port of the datagrams to all devices: devices may identify the host by it.
 constexpr unsigned short kLocalUdpPort = 25168;
 constexpr std::size_t kUdpBufferBytes = 512;
 constexpr std::size_t kSerialBufferBytes = 4096;
+
+// The package fields that the host's serial library expects for a device command; their meaning is private to it.
+constexpr std::uint8_t kSerialCommandFlag = 1;
+constexpr std::uint32_t kSerialCommandValue = 100;
 
 std::vector<QUuid> ReadDeviceIds(const QString& path)
 {
     QFile file(path);
     if (!file.exists() || !file.open(QIODevice::ReadOnly))
         return {};
-    // Decoded first: a byte that isn't UTF-8 spoils one character then and not the whole file.
+    // Convert to valid UTF-8 first: otherwise one invalid byte would make the whole file unreadable.
     const QByteArray text = QString::fromUtf8(file.readAll()).toUtf8();
     const QJsonArray devices = ReadJson(text).object()["ExControlDevData"].toArray();
     std::vector<QUuid> ids;
@@ -34,7 +39,7 @@ std::vector<QUuid> ReadDeviceIds(const QString& path)
     return ids;
 }
 
-/// The hexadecimal form goes out as it is, as text: the device decodes it.
+/// The bytes to send. Hexadecimal data are sent as hexadecimal digits, which the device decodes.
 QByteArray PayloadOf(const SExControlCmdData& command)
 {
     return command.nDataFormat == DeviceFormat::HexadecimalText ? command.strData.toLatin1().toHex()
@@ -48,8 +53,8 @@ std::shared_ptr<Comm::RequestPackage> MakeSerialPackage(const std::string& paylo
     package->sendStamp = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     package->data = payload;
     package->length = payload.size();
-    package->flag = 1;
-    package->value = 100;
+    package->flag = kSerialCommandFlag;
+    package->value = kSerialCommandValue;
     return package;
 }
 

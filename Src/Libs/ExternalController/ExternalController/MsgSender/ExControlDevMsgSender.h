@@ -10,25 +10,26 @@ class COMChannel;
 class UDPClientChannel;
 } // namespace Comm
 
-/// Sends commands to external control devices. It answers no remote request.
+/// Sends commands to external control devices. It doesn't answer requests of remotes.
 ///
-/// A device has a channel of its own from its creation to its deletion. Its record is asked of the device model at each
-/// call. Nobody is told of what fails. The channels are not locked: the controller's thread alone may call this.
+/// Each device has its own channel from CreateExControlDev to DelExControlDev. Every call reads the device's record
+/// from the device model again. Errors are not reported. The channels are not locked: call the functions on the
+/// controller's thread only.
 class CExControlDevMsgSender : public CMsgSenderBase {
 public:
-    /// Opens a channel for each device of the device model's file.
+    /// Opens a channel for each device in the file of the device model.
     CExControlDevMsgSender();
 
     bool HandleMsg(SOperation request) override;
     void CreateExControlDev(const QUuid& devId) override;
     void UpdateExControlDev(const QUuid& devId) override;
-    /// While the device is still in the model, with the type that it was created with: that says which channel to
-    /// close.
+    /// Closes the channel of a device. The device must still be in the model, with its original type: the type selects
+    /// the channel to close.
     void DelExControlDev(const QUuid& devId) override;
     void SendExControlCmd(const QUuid& devId, const QUuid& cmdId) override;
 
 private:
-    // A device that was deleted leaves an empty pointer.
+    // After a device is deleted, its entry remains with a null pointer.
     std::map<QUuid, std::shared_ptr<Comm::UDPClientChannel>> m_udpChannels;
     std::map<QUuid, std::shared_ptr<Comm::COMChannel>> m_comChannels;
 };

@@ -1,6 +1,7 @@
 #include "ExternalController/MsgSender/LogTables.h"
 
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/MsgSenderBase.h"
 
 #include <QCoreApplication>
 #include <QObject>
@@ -10,14 +11,14 @@
 
 namespace {
 
-constexpr bool kAsItIs = true;
+constexpr bool kNotTranslated = true;
 
 struct STypeName {
     const char* name;
-    bool isAsItIs = false; ///< not translated
+    bool isNotTranslated = false;
 };
 
-/// By the resource's type.
+/// The index is the ResourceType.
 constexpr STypeName kTypeNames[] = {
     {QT_TRANSLATE_NOOP("QObject", "Video")},
     {QT_TRANSLATE_NOOP("QObject", "Audio")},
@@ -27,10 +28,10 @@ constexpr STypeName kTypeNames[] = {
     {QT_TRANSLATE_NOOP("QObject", "WebPage")},
     {QT_TRANSLATE_NOOP("QObject", "Capture Card")},
     {QT_TRANSLATE_NOOP("QObject", "Capture Card")},
-    {"PPT", kAsItIs},
+    {"PPT", kNotTranslated},
     {QT_TRANSLATE_NOOP("QObject", "Stream_Stream Media")},
     {QT_TRANSLATE_NOOP("QObject", "Text")},
-    {"NDI", kAsItIs},
+    {"NDI", kNotTranslated},
     {QT_TRANSLATE_NOOP("QObject", "TestChart")},
     {QT_TRANSLATE_NOOP("QObject", "Weather")},
     {QT_TRANSLATE_NOOP("QObject", "Timer")},
@@ -49,7 +50,7 @@ constexpr STypeName kTypeNames[] = {
     {QT_TRANSLATE_NOOP("QObject", "Compound")},
 };
 
-/// A line's length that no ordinary record has.
+/// More than the length of a usual line, for reserving memory.
 constexpr std::size_t kUsualLineBytes = 160;
 
 void Add(std::string& text, const QString& field, char separator)
@@ -68,13 +69,13 @@ std::string HeaderLine(std::initializer_list<const char*> labels)
     return line;
 }
 
-/// Translated once for a table, and not for each of its lines.
+/// Translates the names once per table instead of once per line.
 std::array<QString, std::size(kTypeNames)> TypeNames()
 {
     std::array<QString, std::size(kTypeNames)> names;
     for (std::size_t type = 0; type < names.size(); ++type) {
         const STypeName& entry = kTypeNames[type];
-        names[type] = entry.isAsItIs ? QString::fromLatin1(entry.name) : QObject::tr(entry.name);
+        names[type] = entry.isNotTranslated ? QString::fromLatin1(entry.name) : QObject::tr(entry.name);
     }
     return names;
 }
@@ -83,7 +84,7 @@ std::map<int, QString> SourceNames()
 {
     std::map<int, QString> names;
     for (const auto& [source, name] : ControlSourceNameMap)
-        names[source] = QObject::tr(name.c_str());
+        names[source] = source == ControlSource::CloudControl ? TrCloudControl() : QObject::tr(name.c_str());
     return names;
 }
 

@@ -13,8 +13,8 @@
 class CCentralControllerManager;
 class IFPClientManager;
 
-/// The reply plumbing that every sender shares. The channels belong to the controller and outlive the sender; one that
-/// is null is passed over without a report.
+/// Sends the replies of all senders. The channels belong to the controller and exist longer than the sender. Sending to
+/// a channel that is null does nothing.
 class CMsgSenderBase : public IMsgSenderBase {
 public:
     CMsgSenderBase(CAPPServerManager* appServer, IFPClientManager* fpClient, CCentralControllerManager* centralControl,
@@ -25,12 +25,15 @@ public:
     void SetSenderType(int type) override;
     int GetSenderType() override;
 
-    /// Sends a packet under the request's own code.
+    /// Sends an envelope with the code as given: replies to the FP controller have no reply bit.
     virtual void SendToFP(unsigned int cmdCode, QByteArray json);
+    /// Sends a text in one datagram.
     virtual void SendToCentralControl(const std::string& json, const std::string& remoteIp,
                                       const unsigned short& remotePort);
     void SendToCloud(const std::string& text, CloudControl::EROUTE_TYPE route);
-    /// Sends a packet to the connected app on one of its channels, Bulk for pictures and other binary data.
+    /// Sends an envelope to the connected app.
+    /// \param cmdCode   the complete code, with the reply bit for a reply
+    /// \param transport an AppServer::Channel; Bulk for pictures and other binary data
     void SendToApp(unsigned int cmdCode, QByteArray json, int transport = AppServer::Control);
 
 protected:
@@ -41,7 +44,7 @@ protected:
         void (Sender::*handle)(const SOperation& request);
     };
 
-    /// Calls the handler of the request's code, or the fallback for a code that the table doesn't have.
+    /// Calls the handler of the request's code, or the fallback if the table doesn't have the code. Returns true.
     template <class Sender, class Handlers, class Fallback>
     static bool Dispatch(Sender& sender, const Handlers& handlers, const SOperation& request, Fallback fallback)
     {
@@ -55,25 +58,34 @@ protected:
         return true;
     }
 
-    // A reply to somebody, whoever asked. A long one that is moved in is gone before its text is packed.
+    // Names of the reply functions, here and in the senders:
+    // - Send..., EchoTo...: sends to the peer whether or not it asked
+    // - ...IfAsked, ...Asker(s): sends to a peer only if the request has its source flag
+    // - EchoTo...: the reply is the body of the request, into which the host may have put a result
+    // A reply to the app carries the reply bit, a reply to the FP controller doesn't.
+
+    /// Pass a long reply with std::move, so that its memory is freed before the envelope is made.
     void SendReplyToApp(int cmdCode, CReply reply);
     void SendReplyToFP(int cmdCode, const CReply& reply);
-    /// Answers to the address in the request body's "remoteIp" and "remotePort".
+    /// Sends the reply to the address in the request body's "remoteIp" and "remotePort".
     void SendReplyToCentralControl(const SOperation& request, const CReply& reply);
-    /// A picture of what has the id.
+    /// Sends an encoded picture on the bulk channel.
+    /// \param id the id of the object that the picture shows
     void SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture);
 
-    // A reply under the request's own code to one who asked; nothing if that one did not.
+    // These replies carry the code of the request.
     void ReplyToAppIfAsked(const SOperation& request, const CReply& reply);
     void ReplyToFPIfAsked(const SOperation& request, const CReply& reply);
     void ReplyToCentralControlIfAsked(const SOperation& request, const CReply& reply);
 
-    /// Passes on the text that the host put into the request body, unless the body names no address.
+    /// Sends the text, which the host has put into the request body, to the address in the body's "remoteIp" and
+    /// "remotePort". Does nothing if the body has no "remoteIp".
     void SendHostTextToCentralControl(const SOperation& request, const QByteArray& text);
 
-    /// The request body comes back to the app and to the FP client, whichever asked.
+    /// Sends the request body back to each of the app and the FP controller that asked.
     void EchoToAppAndFPIfAsked(const SOperation& request);
-    /// The request body comes back to the app or else to the FP client; true if either asked.
+    /// Sends the request body back to the app if it asked, otherwise to the FP controller if that asked. Returns
+    /// whether either of them asked.
     bool EchoToAppOrFPIfAsked(const SOperation& request);
 
     int m_nSenderType = SenderType::None;
@@ -83,5 +95,5 @@ protected:
     ICloudControlManager* m_pCloudControl;
 };
 
-/// The display name of the cloud-control source in logs and results.
+/// Returns the translated name of ControlSource::CloudControl for logs.
 QString TrCloudControl();

@@ -55,7 +55,7 @@ bool CProjectDataMsgSender::HandleMsg(SOperation request)
     return Dispatch(*this, s_handlers, request, &CProjectDataMsgSender::EchoToAppAndFPIfAsked);
 }
 
-/// An empty name is not stored and gets no answer of its own, but the name in force is told either way.
+/// Stores the name and confirms it, unless it is empty. In both cases the current name is sent as well.
 void CProjectDataMsgSender::SetHostName(const SOperation& request)
 {
     const QString name = request.jsonBody["name"].toString();
@@ -88,7 +88,7 @@ void CProjectDataMsgSender::CheckAppId(const SOperation& request)
     SendReplyToApp(Command::CheckAppId, {{"result", 1}, {"res", isCurrent ? 1 : 0}});
 }
 
-/// What the controller shows as a code for the app to read: where the host is and whom to log in as.
+/// Sends the content of the QR code that the FP controller displays for the app: the host's address and the login data.
 void CProjectDataMsgSender::SendFPPairingCode(const SOperation& request)
 {
     SAPPUserNode user;
@@ -127,7 +127,7 @@ void CProjectDataMsgSender::SendSystemInformation(const SOperation&)
     SendToCloud(SystemInformation().Text().toStdString(), CloudControl::SystemInformation);
 }
 
-/// The log model keeps what was last asked of it, for the operator too: only an empty list is filled.
+/// Sends the lists that the log model has from its last query, which may be the operator's. Queries only empty lists.
 void CProjectDataMsgSender::SendLogs(const SOperation&)
 {
     const auto log = GetModel(&CGlobalModel::GetLogModel);

@@ -9,7 +9,7 @@ public:
     virtual ~IProjectDataMsgSender() = default;
 };
 
-/// Answers requests about the host itself: its name and version, sessions, logs and the project's data.
+/// Answers requests about the host's name and version, sessions, logs and the data of the project.
 class CProjectDataMsgSender : public CMsgSenderBase, public IProjectDataMsgSender {
 public:
     CProjectDataMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,

@@ -3,8 +3,9 @@
 #include <functional>
 #include <string>
 
-/// Hands on the open project, each message as soon as it is made: first a picture of every resource and every scene,
-/// then what the models hold. Nothing without a project that has a path.
-/// sendPicture, sendProject: called with the JSON text of one message.
+/// Exports the open project: first a picture of every resource and scene, then the data of the models. Sends each
+/// message as soon as it is complete. Does nothing if no project is open or the project has no path.
+///
+/// \param sendPicture, sendProject called on the calling thread with the JSON text of one message
 void ExportProject(const std::function<void(const std::string&)>& sendPicture,
                    const std::function<void(const std::string&)>& sendProject);

@@ -13,11 +13,10 @@
 #include <type_traits>
 #include <utility>
 
-/// A JSON object that is being built for a reply. Handlers say what is in it; how it is held and written is known here
-/// alone.
+/// A JSON object that is built for a reply. Only this class depends on how the object is stored and written.
 class CReply {
 public:
-    /// A key, in ASCII, with its value.
+    /// An ASCII key with its value.
     struct SMember {
         template <class Value>
         SMember(const char* memberKey, Value&& memberValue)
@@ -34,7 +33,7 @@ public:
         for (const SMember& member : members)
             m_object.insert(member.key, member.value);
     }
-    /// A body that goes back as it came, or with changes.
+    /// Starts with the keys of an object, such as the body of the request.
     CReply(QJsonObject body) : m_object(std::move(body)) {}
 
     template <class Value>
@@ -43,21 +42,22 @@ public:
         m_object.insert(QLatin1String(key), ToJson(std::forward<Value>(value)));
     }
     void Remove(const char* key) { m_object.remove(QLatin1String(key)); }
-    /// What an array holds.
+    /// Moves the object out, as an element for an array.
     QJsonValue Take() && { return Hold(std::move(m_object)); }
     bool IsEmpty() const { return m_object.isEmpty(); }
 
-    /// Adds makeItem of each value under the decimal text of its place. They are made in the order of those texts,
-    /// which is the order in which the object holds them: a long list grows at its end alone.
+    /// Adds the result of makeItem for each value. The key is the index of the value, in decimal.
+    /// Keys are added in alphabetical order ("0", "1", "10", "11", ..., "2"), the order in which QJsonObject stores
+    /// them, so that each insertion into a long list appends.
     template <class Values, class MakeItem>
     void AddNumbered(const Values& values, MakeItem&& makeItem)
     {
         AddDecade(0, values, makeItem);
     }
 
-    /// The indented text, as it goes out.
+    /// Returns the indented JSON text in UTF-8, the form in which replies are sent.
     QByteArray Text() const;
-    /// The same, and nothing is left of what it was made from.
+    /// Returns the same text and frees the object.
     QByteArray TakeText() &&;
 
 private:
@@ -77,7 +77,8 @@ private:
             return QJsonValue(std::forward<Value>(value));
     }
 
-    /// What is moved in is left empty: Qt only shares it, and a long list would outlive the reply that is done with it.
+    /// Empties a container that is moved in. QJsonValue only shares its data, so a long list would otherwise stay in
+    /// memory after the reply has been sent.
     template <class Container>
     static QJsonValue Hold(Container&& container)
     {
@@ -87,16 +88,16 @@ private:
         return held;
     }
 
-    /// Ten places, each with those behind it whose numbers begin with its digits.
+    /// Adds the ten indexes from first on, and after each of them the larger indexes that begin with its digits.
     template <class Values, class MakeItem>
     void AddDecade(std::size_t first, const Values& values, MakeItem& makeItem)
     {
         const auto count = static_cast<std::size_t>(values.size());
-        for (std::size_t place = first; place < first + 10 && place < count; ++place) {
-            m_object.insert(QString::number(place),
-                            ToJson(makeItem(*(values.begin() + static_cast<std::ptrdiff_t>(place)))));
-            if (place > 0 && place <= (count - 1) / 10)
-                AddDecade(place * 10, values, makeItem);
+        for (std::size_t index = first; index < first + 10 && index < count; ++index) {
+            m_object.insert(QString::number(index),
+                            ToJson(makeItem(*(values.begin() + static_cast<std::ptrdiff_t>(index)))));
+            if (index > 0 && index <= (count - 1) / 10)
+                AddDecade(index * 10, values, makeItem);
         }
     }
 

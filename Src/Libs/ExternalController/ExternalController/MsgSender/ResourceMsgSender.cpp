@@ -16,11 +16,12 @@
 
 namespace {
 
+/// The "result" for an id that is not a text resource.
 constexpr int kNoTextResource = 4003;
-/// Heavier than this is told as bold.
-constexpr int kLastWeightNotBold = QFont::Medium;
+/// Fonts with a larger weight are reported as bold.
+constexpr int kMaxWeightNotBold = QFont::Medium;
 
-/// The types of files that a shared folder lists.
+/// The types of files in the list of the shared folder.
 constexpr int kSharedTypes[] = {ResourceType::Video,        ResourceType::Audio,       ResourceType::Picture,
                                 ResourceType::Presentation, ResourceType::Spreadsheet, ResourceType::Pdf,
                                 ResourceType::Word};
@@ -44,7 +45,7 @@ CReply ResourceObject(const CResourceBase& resource, const QString& path, int gr
     return object;
 }
 
-/// False for a group whose own record is missing.
+/// Sets groupType if the resource is a group. Returns false if the group's record is missing.
 bool ReadGroupType(CResourceModel& model, CResourceBase& resource, int& groupType)
 {
     if (resource.GetType() != ResourceType::Group)
@@ -64,7 +65,7 @@ CReply TextObject(const QUuid& id, const CTextResource& text)
     return {{"result", 1},
             {"resourceId", id},
             {"font", font.family()},
-            {"bold", font.weight() > kLastWeightNotBold},
+            {"bold", font.weight() > kMaxWeightNotBold},
             {"italic", font.style() != QFont::StyleNormal},
             {"underLine", font.underline()},
             {"horAlignMent", text.GetHorAlignment()},
@@ -196,7 +197,7 @@ void CResourceMsgSender::SendSupportedFileTypes(const SOperation&)
                                                  {"supportOther", ToArray(TextSuffixList)}});
 }
 
-/// One message a type, on the bulk channel, since the pictures travel as text.
+/// Sends one message for each type. They go to the bulk channel because each has a picture, as base64 text.
 void CResourceMsgSender::SendSharedTypeThumbnails(const SOperation&)
 {
     CResourceModel* model = CResourceModel::GetInstance();

@@ -10,7 +10,7 @@ public:
     virtual ~IResourceMsgSender() = default;
 };
 
-/// Answers requests about the show's media resources, and relays their events to the app.
+/// Answers requests about the show's media resources, and sends notices about them to the app.
 class CResourceMsgSender : public CMsgSenderBase, public IResourceMsgSender {
 public:
     CResourceMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
@@ -34,6 +34,6 @@ private:
     void EchoToApp(const SOperation& request);
     void EchoToOneAsker(const SOperation& request);
 
-    std::mutex m_sharedPathMutex; ///< the host changes the path while channels ask for the list
+    std::mutex m_sharedPathMutex; ///< guards m_sharedPath: the host's thread writes it, the channels' threads read it
     QString m_sharedPath;
 };

@@ -3,6 +3,7 @@
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Picture.h"
+#include "ExternalController/Common/PlayState.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/SceneMgrModel.h"
 
@@ -15,7 +16,7 @@ const QLatin1String kVersionWithCurrentGroup("2.0.0");
 QJsonArray MediaIds(const CSceneNode& scene)
 {
     QJsonArray ids;
-    // With braces, which no other id has.
+    // With braces, unlike all other ids.
     for (const QUuid& id : scene.GetAllMediaResourceId())
         ids.append(id.toString());
     return ids;
@@ -37,7 +38,7 @@ CReply GroupObject(CSceneMgrModel* model, const QUuid& groupId)
     return group;
 }
 
-/// Apps of all versions but one are shown the first group as the playing one.
+/// Replaces the current group by the first group, which all versions of the app but one expect.
 CReply ForLoggedInApp(CReply data, const std::vector<QUuid>& groupIds)
 {
     const auto users = GetModel(&CGlobalModel::GetAPPUserModel);
@@ -47,26 +48,26 @@ CReply ForLoggedInApp(CReply data, const std::vector<QUuid>& groupIds)
     return data;
 }
 
-/// Counted from 1; 0 when it isn't there.
-int PlaceOf(const QUuid& id, const std::vector<QUuid>& ids)
+/// Returns the position of the id, counted from 1, or 0 if it is not in the list.
+int PositionOf(const QUuid& id, const std::vector<QUuid>& ids)
 {
     const auto found = std::find(ids.begin(), ids.end(), id);
     return found == ids.end() ? 0 : static_cast<int>(found - ids.begin()) + 1;
 }
 
 struct SChapter {
-    int group = 0;
-    int scene = 0;
+    int group = 0; ///< position of the scene group, from 1; 0: no chapter is playing
+    int scene = 0; ///< position in the group, likewise
 };
 
-/// None while the stage doesn't play, and for a scene that isn't in its group any more.
+/// Returns an empty chapter if the stage isn't playing, or if the playing scene has been removed from its group.
 SChapter PlayingChapter(CPlayController* player, CSceneMgrModel* model)
 {
-    if (!player || !model || (!player->GetStageIsPlaying() && player->GetGlobalPlayState() != 0))
+    if (!player || !model || (!player->GetStageIsPlaying() && player->GetGlobalPlayState() != PlayState::Playing))
         return {};
     const auto [groupId, sceneId] = model->GetCurPlayScene();
-    const SChapter chapter = {PlaceOf(groupId, model->GetAllSceneGroupId()),
-                              PlaceOf(sceneId, model->GetGroupSceneId(groupId))};
+    const SChapter chapter = {PositionOf(groupId, model->GetAllSceneGroupId()),
+                              PositionOf(sceneId, model->GetGroupSceneId(groupId))};
     return chapter.group == 0 || chapter.scene == 0 ? SChapter{} : chapter;
 }
 
@@ -88,7 +89,7 @@ CSceneMsgSender::CSceneMsgSender(CAPPServerManager* appServer, IFPClientManager*
 
 bool CSceneMsgSender::HandleMsg(SOperation request)
 {
-    // The one request that a sender turns down.
+    // Not in the table: this is the only handler that can reject its request.
     if (request.nCmdCode == Command::SceneThumbnail)
         return SendSceneThumbnail(request);
     return Dispatch(*this, s_handlers, request, &CSceneMsgSender::EchoToOneAsker);
@@ -118,7 +119,7 @@ void CSceneMsgSender::SendMainSceneGroup(const SOperation& request)
     CReply reply = request.jsonBody;
     reply.Set("sceneGroupData", GroupObject(model, ReadFrom(model, &CSceneMgrModel::GetMainKVId)));
     ReplyToAppIfAsked(request, reply);
-    // The FP controller knows one of the two codes.
+    // Always with this code: the FP controller doesn't know MainSceneGroupAgain.
     if (request.nSourceFlags & Source::FP)
         SendReplyToFP(Command::MainSceneGroup, reply);
 }

@@ -9,13 +9,13 @@ public:
     virtual ~ISceneMsgSender() = default;
 };
 
-/// Answers requests about scene groups and scenes, and relays scene changes to the app.
+/// Answers requests about scene groups and scenes, and notifies the app of scene changes.
 class CSceneMsgSender : public CMsgSenderBase, public ISceneMsgSender {
 public:
     CSceneMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient, CCentralControllerManager* centralControl,
                     ICloudControlManager* cloudControl);
 
-    /// False for a thumbnail request without valid ids.
+    /// Returns false for a thumbnail request without valid ids, otherwise true.
     bool HandleMsg(SOperation request) override;
 
 private:

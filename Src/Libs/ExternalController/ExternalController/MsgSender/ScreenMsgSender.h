@@ -7,8 +7,8 @@ public:
     virtual ~IScreenMsgSender() = default;
 };
 
-/// Holds the screens' place in the sender table, under a key that no command code selects: their state is answered by
-/// the project-data sender, their list by the stage sender.
+/// Entry for screens in the sender table. It never receives a request, because no command code selects its key: the
+/// project-data sender answers requests for the state of a screen, the stage sender those for the list of screens.
 class CScreenMsgSender : public CMsgSenderBase, public IScreenMsgSender {
 public:
     CScreenMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,

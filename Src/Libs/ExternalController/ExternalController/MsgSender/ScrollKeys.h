@@ -3,7 +3,7 @@
 #include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/MediaNode.h"
 
-/// Adds how something scrolls.
+/// Adds the keys with the scroll settings of a text or medium.
 inline void AddScroll(CReply& to, const SScrollSettings& scroll)
 {
     to.Set("scrollMode", scroll.mode);

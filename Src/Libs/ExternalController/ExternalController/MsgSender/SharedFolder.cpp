@@ -17,10 +17,10 @@ public:
     void Enter(const QString& folder)
     {
         const QDir dir(folder);
-        const QString place = dir.canonicalPath();
-        if (place.isEmpty() || m_way.contains(place))
+        const QString path = dir.canonicalPath();
+        if (path.isEmpty() || m_openFolders.contains(path))
             return;
-        m_way.append(place);
+        m_openFolders.append(path);
         const QFileInfoList entries = dir.entryInfoList(kEntries, QDir::Unsorted);
         for (const QFileInfo& entry : entries) {
             if (entry.isDir())
@@ -28,7 +28,7 @@ public:
             else
                 Take(entry);
         }
-        m_way.removeLast();
+        m_openFolders.removeLast();
     }
 
     std::vector<SSharedFile> files;
@@ -41,7 +41,7 @@ private:
             files.push_back({file.filePath(), type});
     }
 
-    QStringList m_way; ///< the folders that it is inside of
+    QStringList m_openFolders; ///< canonical paths of the current folder and its parents
 };
 
 } // namespace

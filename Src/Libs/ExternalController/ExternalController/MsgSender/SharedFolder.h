@@ -6,9 +6,9 @@
 
 struct SSharedFile {
     QString path;
-    int type;
+    int type; ///< a ResourceType
 };
 
-/// The files below a folder that would be resources, in the order in which the file system lists them. Folders that
-/// can't be read are passed over, as are links that lead back to a folder on the way to them.
+/// Returns the files in a folder and its subfolders that can be resources, in the order of the file system. Skips
+/// folders that can't be read, and links to a folder that contains the link.
 std::vector<SSharedFile> CollectSharedFiles(const QString& folder);

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Where apps, which turn a medium about its top left corner, have to put that corner.
+/// Returns the position of the top left corner for apps, which rotate a medium about this corner, not about its centre.
 QPointF CornerOnStage(const SLayoutProperty& layout)
 {
     const QPointF centre = (layout.corners[0] + layout.corners[2]) / 2;
@@ -95,7 +95,7 @@ CReply CStageMediaView::Describe(const CMediaNode& media) const
     return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();
 }
 
-/// What only some kinds have. False when a medium of its kind can't be described.
+/// Adds the keys that only some types of resources have. Returns false if the medium can't be described.
 bool CStageMediaView::AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType) const
 {
     const auto play = media.GetPlayProperty();

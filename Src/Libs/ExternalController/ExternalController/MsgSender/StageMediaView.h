@@ -10,19 +10,20 @@ class CPPtPlayerMgr;
 class CRenderController;
 class CResourceModel;
 
-/// The stage's media as apps see them.
+/// Describes the media on the stage for apps.
 class CStageMediaView {
 public:
     CStageMediaView();
 
     std::list<CMediaNode> Media() const;
-    /// Empty when the medium's resource is gone, a group's record is missing, or nobody plays its presentation.
+    /// Returns the description of a medium. It is empty if the medium's resource or its group record is missing, or if
+    /// the medium is a presentation without a player.
     CReply Describe(const CMediaNode& media) const;
 
 private:
     bool AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType) const;
 
-    // Null where the host has none.
+    // Null if the host has no such model.
     CResourceModel* m_resources;
     CPPtPlayerMgr* m_presentations;
     CRenderController* m_render;

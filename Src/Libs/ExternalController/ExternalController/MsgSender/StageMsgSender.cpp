@@ -15,14 +15,14 @@
 
 namespace {
 
-// Stored values lie a hair below what the operator typed, and the app rounds down: those that it edits go out a little
-// up, in single precision as they are stored. How much differs by key, and apps expect each as it is.
+// Stored values are slightly below the values that the operator typed, and the app rounds down. Values that the app can
+// edit are therefore increased slightly, in single precision. Apps expect exactly these amounts, which differ by key.
 constexpr float kBias = std::numeric_limits<float>::epsilon();
 constexpr float kGlobalVolumeBias = 5 * kBias;
 
 constexpr int kSoftwareHdr = 1;
 
-// Where the host streams its view of the stage, whatever its settings say.
+// Port and path of the host's stage preview stream. Fixed: they don't depend on the settings.
 constexpr int kPreviewPort = 5540;
 constexpr char kPreviewPath[] = "Zentravox/Preview";
 
@@ -86,8 +86,8 @@ const CStageMsgSender::Handlers CStageMsgSender::s_handlers = {
     {Command::MediaThumbnail, &CStageMsgSender::SendMediaThumbnail},
     {Command::PreviewPath, &CStageMsgSender::SendPreviewPath},
     {Command::StagePreviewPush, &CStageMsgSender::PushStagePreview},
-    {Command::WindowStreamPath, &CStageMsgSender::StaySilent},
-    // changes that the host makes: the FP controller gets its own request back
+    {Command::WindowStreamPath, &CStageMsgSender::IgnoreRequest},
+    // commands that the host has executed: the FP controller gets its request back
     {Command::BlackScreen, &CStageMsgSender::EchoToFPIfAsked},
     {Command::Volume, &CStageMsgSender::EchoToFPIfAsked},
 };
@@ -166,7 +166,7 @@ void CStageMsgSender::SendMuteState(const SOperation& request)
     ReplyToCentralControlIfAsked(request, {{"globalMuteState", effect->IsMute() ? "mute" : "unmute"}});
 }
 
-/// One of those who asked is enough.
+/// Replies to central control if it asked, otherwise to the FP controller if that asked.
 void CStageMsgSender::SendBlackScreenState(const SOperation& request)
 {
     const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
@@ -179,7 +179,8 @@ void CStageMsgSender::SendBlackScreenState(const SOperation& request)
         ReplyToFPIfAsked(request, reply);
 }
 
-/// Central control and the FP controller get the brightness alone, and only when nobody else asked with them.
+/// Central control and the FP controller get only the brightness, and only if no other source flag is set. Otherwise
+/// the app gets all values.
 void CStageMsgSender::SendPictureAdjustment(const SOperation& request)
 {
     const auto effect = ReadFrom(CSceneMgrModel::GetInstance(), &CSceneMgrModel::GetGlobalProperty);
@@ -237,7 +238,7 @@ void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
     ReplyToAppIfAsked(request, {{"mode", mode}, {"result", 1}});
 }
 
-/// All of the stage's media or none: an app takes a list with gaps for the whole stage.
+/// Sends no reply if one medium can't be described: the app would assume that an incomplete list is complete.
 void CStageMsgSender::SendMediaList(const SOperation&)
 {
     const CStageMediaView view;
@@ -294,7 +295,8 @@ void CStageMsgSender::EchoToFPIfAsked(const SOperation& request)
     ReplyToFPIfAsked(request, request.jsonBody);
 }
 
-/// Central control gets what the host put in for it: its answer, or else an error text.
+/// The app and the FP controller get the body. Central control gets the object that the host has put into "respon", or
+/// the text of "errorMsg" if there is none.
 void CStageMsgSender::EchoToAskers(const SOperation& request)
 {
     EchoToAppAndFPIfAsked(request);
@@ -306,4 +308,5 @@ void CStageMsgSender::EchoToAskers(const SOperation& request)
         SendHostTextToCentralControl(request, request.jsonBody["errorMsg"].toString().toUtf8());
 }
 
-void CStageMsgSender::StaySilent(const SOperation&) {}
+/// Accepts a request without a reply.
+void CStageMsgSender::IgnoreRequest(const SOperation&) {}

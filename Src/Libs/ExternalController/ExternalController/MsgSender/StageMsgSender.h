@@ -9,7 +9,7 @@ public:
     virtual ~IStageMsgSender() = default;
 };
 
-/// Answers requests about what the stage shows. It reads the host and never changes it.
+/// Answers requests about the stage. It reads the host's models but never changes them.
 class CStageMsgSender : public CMsgSenderBase, public IStageMsgSender {
 public:
     CStageMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient, CCentralControllerManager* centralControl,
@@ -46,5 +46,5 @@ private:
 
     void EchoToFPIfAsked(const SOperation& request);
     void EchoToAskers(const SOperation& request);
-    void StaySilent(const SOperation& request);
+    void IgnoreRequest(const SOperation& request);
 };

@@ -4,6 +4,7 @@
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/HostPath.h"
 #include "ExternalController/Common/Percent.h"
+#include "ExternalController/Common/PlayState.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/DeviceResource.h"
 #include "Interfaces/PerformanceModel.h"
@@ -16,9 +17,7 @@
 
 namespace {
 
-/// The play controller's number for a stage that shows nothing.
-constexpr int kStopped = 2;
-/// Of the address that is told; adapters may have longer ones.
+/// Length of the reported hardware address; adapters may have longer ones.
 constexpr std::size_t kMacBytes = 6;
 constexpr char kNoAddress[] = "0.0.0.0";
 
@@ -52,7 +51,7 @@ QJsonValue ScreenResolution(const std::shared_ptr<const IScreenItem>& screen)
     return CReply{{"name", screen->GetName()}, {"resolution", resolution}}.Take();
 }
 
-/// The first IPv4 address that the machine's name stands for.
+/// Returns the first IPv4 address to which the machine's name resolves, or "-".
 QString HostAddress()
 {
     const QList<QHostAddress> addresses = QHostInfo::fromName(QHostInfo::localHostName()).addresses();
@@ -94,7 +93,7 @@ CReply SystemInformation()
     const QString format = ReadFrom(global, &CGlobalModel::GetAppFormatName);
     const QString version = ReadFrom(global, &CGlobalModel::GetAppVersion);
     const auto projects = ReadFrom(project, &CZXProject::GetProjectMgrList);
-    const bool hasChapter = scenes && player && player->GetGlobalPlayState() != kStopped;
+    const bool hasChapter = scenes && player && player->GetGlobalPlayState() != PlayState::Stopped;
     const QUuid sceneId = ReadFrom(scenes, &CSceneMgrModel::GetCurPlayScene).second;
 
     return {{"system", machine.system},

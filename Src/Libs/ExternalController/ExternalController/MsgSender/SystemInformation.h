@@ -3,7 +3,7 @@
 #include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/IpHelper.h"
 
-/// The machine and the state of the show, as the cloud shows them.
+/// Returns the data of the machine and the state of the show for the cloud.
 CReply SystemInformation();
-/// The first of a chain of adapters that is up; empty when none is.
+/// Returns the data of the first adapter in a linked list that has an address, or an empty object if none has one.
 CReply Network(const IP_ADAPTER_INFO* first);
