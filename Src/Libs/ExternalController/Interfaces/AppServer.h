@@ -50,8 +50,8 @@ public:
     virtual void SetConnectedFuc(ConnectedCallback connected);
     /// Starts serving with the callbacks set so far. Does nothing while the server runs.
     virtual void InitServer();
-    /// Closes every connection, with its notice, and stops serving. Requests that are not yet being handled are dropped,
-    /// and no callback runs after it has returned. InitServer starts it again.
+    /// Closes every connection, with its notice, and stops serving. Requests that are not yet being handled are
+    /// dropped, and no callback runs after it has returned. InitServer starts it again.
     virtual void UninitServer();
     virtual void Stop();
     /// Closes the peer's connections on both channels.

@@ -23,7 +23,7 @@ class CPlayController : public QObject {
 public:
     virtual bool GetStageIsPlaying() = 0;
     virtual bool GetStageIsPausing() = 0;
-    /// The host's number of the state.
+    /// The state of the stage: 0 playing, 1 paused, 2 stopped.
     virtual int GetGlobalPlayState() = 0;
     /// Left and right, 0 to 1.
     virtual std::pair<float, float> GetVolumn() = 0;

@@ -6,7 +6,7 @@
 struct SResultData {
     int nSenderType = -1;
     int nCmdCode = -1;
-    bool hasData = false; ///< the request had a JSON body
+    bool hasData = false; ///< app, FP controller: the JSON body is not empty; always false for the other sources
     QJsonObject jsonBody;
     int nSourceFlags = 0;
 };

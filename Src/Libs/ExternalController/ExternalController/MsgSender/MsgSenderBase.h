@@ -59,8 +59,8 @@ protected:
     }
 
     // Names of the reply functions, here and in the senders:
-    // - Send..., EchoTo...: sends to the peer whether or not it asked
-    // - ...IfAsked, ...Asker(s): sends to a peer only if the request has its source flag
+    // - with IfAsked or Asker in the name: sends to a peer only if the request has the source flag of this peer
+    // - all others: sends to the peer in any case
     // - EchoTo...: the reply is the body of the request, into which the host may have put a result
     // A reply to the app carries the reply bit, a reply to the FP controller doesn't.
 
