@@ -77,9 +77,8 @@ public:
     /// \return the result of the sender, or false if no sender has this type
     bool Write(SOperation operation);
     /// Makes the operation that answers a command which the host has received through CResultModel. Pass it to Write.
-    /// The app and the FP client get their request back with "result" and "errorMsg" added, central control gets only
-    /// the text of errorMsg, and the cloud gets no reply.
-    /// \param command the command as the host received it
+    /// The app and the FP controller get their request back with "result" and "errorMsg" added, central control gets
+    /// only the text of errorMsg, and the cloud gets no reply. \param command the command as the host received it
     /// \param result  the result of the command: a key of ResultTextMap
     static SOperation MakeAnswer(const SResultData& command, ResultText::Index result);
 
