@@ -66,6 +66,7 @@ public:
     /// Sets the shared folder whose files the app can list. Does nothing before Init.
     void ModifyAppSharedPath(const QString& path);
     /// Sets whether a project is loaded.
+    ///
     /// \param state 1 if a project is loaded, which is the initial value. With any other value, the cloud's requests to
     ///              switch the project or to play a scene are ignored.
     void SetPrjLoadState(int state);
@@ -74,11 +75,14 @@ public:
     bool Read(SOperation operation);
     /// Passes a request to the sender of its type, which replies on the channels that the source flags select.
     /// May be called from any thread after Init; the request is handled on the calling thread.
+    ///
     /// \return the result of the sender, or false if no sender has this type
     bool Write(SOperation operation);
     /// Makes the operation that answers a command which the host has received through CResultModel. Pass it to Write.
     /// The app and the FP controller get their request back with "result" and "errorMsg" added, central control gets
-    /// only the text of errorMsg, and the cloud gets no reply. \param command the command as the host received it
+    /// only the text of errorMsg, and the cloud gets no reply.
+    ///
+    /// \param command the command as the host received it
     /// \param result  the result of the command: a key of ResultTextMap
     static SOperation MakeAnswer(const SResultData& command, ResultText::Index result);
 
@@ -86,6 +90,7 @@ public:
     /// switch the cloud off or lack login data. Call it after these settings have changed. Does nothing before Init.
     void CloudControlConnect();
     /// Checks login data with the cloud service, without changing the current connection. Does nothing before Init.
+    ///
     /// \param first, second the two login texts, passed to the service unchanged
     /// \param password      the password in plain text
     void CloudControlLogin(const QString& first, const QString& second, const QString& password);
@@ -107,6 +112,7 @@ signals:
     /// The app that was logged in has disconnected; the host stops streaming for it.
     void signalStopAppStreamPush();
     /// A remote requested that the host ends.
+    ///
     /// \param closeServer true if the machine is to be shut down, false if only the program is to be closed
     void signalCloseSoftWare(bool closeServer);
     /// The cloud requested that the host restarts.
@@ -140,6 +146,7 @@ private:
     IMsgSenderBase* FindDeviceSender() const;
     void SendSceneCommands(const QUuid& sceneGroupId, const QUuid& sceneId, int trigger);
     /// Passes a request that the host executes, or is notified of, to CResultModel.
+    ///
     /// \param hasData SResultData::hasData: true if the app or the FP controller sent an envelope with a JSON body that
     ///                is not empty. Central control and the cloud send no envelopes: their whole message is the body,
     ///                so the flag carries no information and hosts expect false. The notices that the module itself

@@ -8,6 +8,7 @@
 #include <memory>
 
 /// Returns a new package with one app envelope of this code and body.
+///
 /// \param json the body; pass a long one with std::move, so that its memory is freed before the package is filled
 std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByteArray json);
 

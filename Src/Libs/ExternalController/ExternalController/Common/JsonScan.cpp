@@ -61,6 +61,7 @@ const char* FindQuoteOrBackslash(const char* at, const char* end)
 
 /// Decodes an escape sequence. As in fromJson, a character that is not part of a known sequence represents itself. An
 /// invalid \\u sequence is not detected here: fromJson reports it.
+///
 /// \param at position of the character after the backslash; set to the last character of the sequence
 QChar ReadEscapeSequence(const QString& text, int& at)
 {

@@ -11,6 +11,7 @@ enum Of : unsigned int {
 };
 
 /// Adds one boolean key for each capability that replies about resources, or about media, contain.
+///
 /// \param resourceType a ResourceType
 /// \param groupType    for a group the type of the group, otherwise 0
 void Add(CReply& to, Of what, int resourceType, int groupType);

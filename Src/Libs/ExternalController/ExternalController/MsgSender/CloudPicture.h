@@ -7,6 +7,7 @@
 #include <string>
 
 /// Returns the JSON text of a picture message for the cloud: a JPEG in base64 with its kind and id.
+///
 /// \param type    the kind of picture: "clip", "chapter" or "preview"
 /// \param picture a QImage or QPixmap
 template <class Picture>

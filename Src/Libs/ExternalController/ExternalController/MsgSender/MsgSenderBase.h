@@ -32,6 +32,7 @@ public:
                                       const unsigned short& remotePort);
     void SendToCloud(const std::string& text, CloudControl::EROUTE_TYPE route);
     /// Sends an envelope to the connected app.
+    ///
     /// \param cmdCode   the complete code, with the reply bit for a reply
     /// \param transport an AppServer::Channel; Bulk for pictures and other binary data
     void SendToApp(unsigned int cmdCode, QByteArray json, int transport = AppServer::Control);
@@ -70,6 +71,7 @@ protected:
     /// Sends the reply to the address in the request body's "remoteIp" and "remotePort".
     void SendReplyToCentralControl(const SOperation& request, const CReply& reply);
     /// Sends an encoded picture on the bulk channel.
+    ///
     /// \param id the id of the object that the picture shows
     void SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture);
 
