@@ -1,4 +1,5 @@
-# Writes the requests' names, as Src/Contract/Contract.json has them, into the build tree for C++ to include.
+# Reads Src/Contract/Contract.json for C++. Targets that link Contract can include Contract/Names.inc, which lists the code
+# and the name of each request, and have the contract's version as the text ZENTRAVOX_CONTRACT_VERSION.
 set(CONTRACT_FILE ${PROJECT_SOURCE_DIR}/Src/Contract/Contract.json)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CONTRACT_FILE})
 
@@ -7,12 +8,15 @@ string(JSON messages GET "${contract}" messages)
 string(JSON count LENGTH "${messages}")
 math(EXPR last "${count} - 1")
 set(rows "")
-foreach(place RANGE ${last})
-    string(JSON code GET "${messages}" ${place} code)
-    string(JSON name GET "${messages}" ${place} name)
+foreach(index RANGE ${last})
+    string(JSON code GET "${messages}" ${index} code)
+    string(JSON name GET "${messages}" ${index} name)
     string(APPEND rows "{Code(${code}), \"${name}\"},\n")
 endforeach()
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/contract/Contract/Names.inc CONTENT "${rows}" @ONLY)
 
+string(JSON contract_version GET "${contract}" version)
+
 add_library(Contract INTERFACE)
 target_include_directories(Contract INTERFACE ${CMAKE_BINARY_DIR}/contract)
+target_compile_definitions(Contract INTERFACE ZENTRAVOX_CONTRACT_VERSION="${contract_version}")

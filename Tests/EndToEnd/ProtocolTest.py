@@ -356,6 +356,9 @@ class ProtocolTest(unittest.TestCase):
     def test_a_changed_contract_has_a_new_version(self):
         self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
                          "the contract has changed: raise \"version\" and add it to \"released\" with the second digest")
+        printed = subprocess.run([os.environ["SHOWHOST"], "--version"], capture_output=True, encoding="utf-8",
+                                 env=environment(), check=True).stdout
+        self.assertRegex(printed, rf"^showhost \d+\.\d+\.\d+ \(contract {re.escape(self.contract.text['version'])}\)\n$")
 
 
 def update():

@@ -47,6 +47,7 @@ constexpr char kOperationLog[] = "operation.log";
 constexpr char kUploads[] = "Resources";
 
 struct SOptions {
+    bool printsVersion = false; ///< instead of serving; the other options are not read
     QString show;
     QString settings;
     QString state;
@@ -89,25 +90,44 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption fp("fp", "Where the FP controller listens; goes over the settings.", "HOST:PORT");
     const QCommandLineOption cloud("cloud", "Connect to the cloud service at this address; goes over the settings.",
                                    "URL");
+    const QCommandLineOption version("version", "Print the versions of the program and of the contract, and exit.");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("A host without a screen: loads a show and serves remote controllers.");
     parser.addHelpOption();
-    parser.addOptions({show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
+    parser.addOptions({version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     if (parser.isSet("help"))
         parser.showHelp();
+    SOptions options;
+    options.printsVersion = parser.isSet(version);
+    if (options.printsVersion)
+        return options;
     if (!parser.positionalArguments().isEmpty())
         throw CFileError("unexpected argument: " + parser.positionalArguments().constFirst().toStdString());
     if (!parser.isSet(show) && !parser.isSet(addUser))
         throw CFileError("--show FILE is missing");
     if (QHostAddress(parser.value(listen)).isNull())
         throw CFileError("--listen: no IP address: " + parser.value(listen).toStdString());
-    return {parser.value(show),    parser.value(settings),     parser.value(state),
-            parser.value(listen),  parser.isSet(quiet),        parser.isSet(addUser),
-            parser.value(addUser), ReadNumber(parser, access), ReadNumber(parser, passwordFd),
-            parser.value(fp),      parser.value(cloud)};
+    options.show = parser.value(show);
+    options.settings = parser.value(settings);
+    options.state = parser.value(state);
+    options.listen = parser.value(listen);
+    options.quiet = parser.isSet(quiet);
+    options.addsUser = parser.isSet(addUser);
+    options.newUser = parser.value(addUser);
+    options.access = ReadNumber(parser, access);
+    options.passwordDescriptor = ReadNumber(parser, passwordFd);
+    options.fp = parser.value(fp);
+    options.cloud = parser.value(cloud);
+    return options;
+}
+
+int PrintVersion()
+{
+    std::printf("showhost %s (contract %s)\n", ZENTRAVOX_VERSION, ZENTRAVOX_CONTRACT_VERSION);
+    return Fine;
 }
 
 SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& settings)
@@ -266,6 +286,8 @@ int main(int argc, char** argv)
 
     try {
         const SOptions options = ReadOptions(application);
+        if (options.printsVersion)
+            return PrintVersion();
         const SShowFile file = options.show.isEmpty() ? SShowFile{} : ReadShowFile(options.show);
         PrepareHost(options, file.settings);
         if (options.addsUser)
