@@ -1,8 +1,8 @@
 #include "ExternalController/MsgSender/ProjectExport.h"
 
 #include "ExternalController/Common/HostModel.h"
-#include "ExternalController/Common/HostPath.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/Common/WindowsSeparators.h"
 #include "ExternalController/MsgSender/CloudPicture.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ProgramScheduleModel.h"
@@ -34,7 +34,7 @@ void ExportProject(const std::function<void(const std::string&)>& sendPicture,
     CResourceModel* resources = CResourceModel::GetInstance();
     CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
     const auto project = ReadFrom(global, &CGlobalModel::GetZXProject);
-    const QString path = HostPath(ReadFrom(project, &CZXProject::GetProjectPath));
+    const QString path = ToWindowsSeparators(ReadFrom(project, &CZXProject::GetProjectPath));
     if (path.isEmpty())
         return;
 

@@ -2,10 +2,10 @@
 
 #include "ExternalController/Common/Adapters.h"
 #include "ExternalController/Common/HostModel.h"
-#include "ExternalController/Common/HostPath.h"
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/PlayState.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/Common/WindowsSeparators.h"
 #include "Interfaces/DeviceResource.h"
 #include "Interfaces/PerformanceModel.h"
 #include "Interfaces/PlayController.h"
@@ -111,8 +111,9 @@ CReply SystemInformation()
             {"version", QString(format + ' ' + version)},
             {"luminance", effect ? Percent(effect->GetLuminance()) : 0},
             {"volume", effect && !effect->IsMute() ? Percent(effect->GetVolume()) : 0},
-            {"projectPathLists", ArrayOf(projects, [](const SProjectMgrNode& node) { return HostPath(node.path); })},
-            {"curProject", HostPath(ReadFrom(project, &CZXProject::GetProjectPath))},
+            {"projectPathLists",
+             ArrayOf(projects, [](const SProjectMgrNode& node) { return ToWindowsSeparators(node.path); })},
+            {"curProject", ToWindowsSeparators(ReadFrom(project, &CZXProject::GetProjectPath))},
             {"curChapterId", hasChapter ? sceneId.toString(QUuid::WithoutBraces) : QString()},
             {"network", Network(CAdapters().First())}};
 }
