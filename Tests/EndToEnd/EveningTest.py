@@ -242,7 +242,7 @@ class EveningTest(unittest.TestCase):
         self.assertIsNone(second.control.receive())
         self.assertTrue(all(code == REPLY | HEARTBEAT for code, _ in iter(second.bulk.receive, None)))
         self.assertGreater(time.monotonic() - start, 3)
-        self.host.wait_for_line(lambda line: line.endswith("host: the app is gone"), "that the app is gone")
+        self.host.wait_for_line(lambda line: line.endswith("host: the app disconnected"), "the notice that the app disconnected")
 
 
 if __name__ == "__main__":

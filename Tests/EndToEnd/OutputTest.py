@@ -52,7 +52,7 @@ class UnreadOutputTest(unittest.TestCase):
 
     def test_the_host_goes_on_and_reports_how_many_lines_were_dropped(self):
         lines = []
-        for end, command in (("lines dropped\n", "a marker\n"), ("; \"help\" lists them\n", "")):
+        for end, command in (("lines dropped\n", "a marker\n"), ("; \"help\" lists the commands\n", "")):
             while not lines or not lines[-1].endswith(end):
                 lines.append(self.host.stdout.readline())
                 self.assertTrue(lines[-1], "the output ends")

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Both login texts and the password.
+/// User, account and password of the demo login.
 const QString kDemo = QStringLiteral("demo");
 
 } // namespace
@@ -32,9 +32,9 @@ SCloudControlConfig CloudConfigOf(const SSettings& settings)
         config.url = settings.cloudUrl.toStdString();
     const QUrl url(QString::fromStdString(config.url), QUrl::StrictMode);
     if ((url.scheme() != QLatin1String("ws") && url.scheme() != kCloudScheme) || url.host().isEmpty())
-        throw CFileError("the cloud's address is no wss://HOST:PORT or ws://HOST:PORT: " + config.url);
+        throw CFileError("cloud URL: expected wss://HOST:PORT or ws://HOST:PORT, got \"" + config.url + '"');
     if (!settings.cloudCaFile.isEmpty() && QSslCertificate::fromPath(settings.cloudCaFile).isEmpty())
-        throw CFileError(settings.cloudCaFile.toStdString() + ": no certificate in it");
+        throw CFileError(settings.cloudCaFile.toStdString() + ": contains no PEM certificate");
     config.caFile = settings.cloudCaFile.toStdString();
     config.verifiesPeer = settings.cloudVerifies;
     return config;

@@ -3,7 +3,8 @@
 #include "CloudControl/CloudControlConfig.h"
 #include "HostModels/Files/Settings.h"
 
-/// Turns cloud control on for the service at this address; without login data of its own the host logs in as the demo.
+/// Enables cloud control and sets the service's URL. If the settings contain no login data, sets the demo login.
 void SwitchCloudOn(SSettings& settings, const QString& url);
-/// Throws CFileError when the settings can't be used.
+/// Returns the configuration of the cloud channel.
+/// \throws CFileError if the URL is invalid or the certificate file has no certificate
 SCloudControlConfig CloudConfigOf(const SSettings& settings);

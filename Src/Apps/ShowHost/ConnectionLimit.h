@@ -1,4 +1,5 @@
 #pragma once
 
-/// Lets the process have as many connections as the system allows it.
+/// Raises the limit for open file descriptors (RLIMIT_NOFILE) to the hard limit. Does nothing on Windows and on
+/// failure.
 void RaiseConnectionLimit();

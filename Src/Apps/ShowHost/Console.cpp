@@ -17,10 +17,10 @@
 namespace {
 
 constexpr const char* kHelp[] = {
-    "device list                 the external control devices",
-    "device put {JSON}           adds a device, or replaces the one with its DevId; Docs/Devices.md has the keys",
-    "device delete ID            takes a device away",
-    "help                        this",
+    "device list                 list the external control devices",
+    "device put {JSON}           add a device, or replace the device with this DevId; see Docs/Devices.md",
+    "device delete ID            delete a device",
+    "help                        list these commands",
 };
 
 #if !defined(_WIN32)
@@ -33,7 +33,7 @@ SDevice ParseDevice(const QString& json)
     SJsonError error;
     const QJsonDocument document = ReadJson(json.toUtf8(), &error);
     if (!document.isObject()) {
-        const QString reason = document.isNull() ? error.reason : QStringLiteral("a list");
+        const QString reason = document.isNull() ? error.reason : QStringLiteral("it is an array");
         throw CFileError((source + ": not a JSON object: " + reason).toStdString());
     }
     return ReadDevice(CJsonObjectReader(source, document.object()));
@@ -58,7 +58,7 @@ CConsole::CConsole(CExternalController& controller, CHostLog& log) : m_controlle
 bool CConsole::HasInput()
 {
 #if defined(_WIN32)
-    return false; // nothing there tells when a line has come
+    return false; // QSocketNotifier can't watch standard input on Windows
 #else
     return fcntl(STDIN_FILENO, F_GETFD) != -1;
 #endif
@@ -67,7 +67,7 @@ bool CConsole::HasInput()
 void CConsole::Listen()
 {
 #if !defined(_WIN32)
-    // In the background reading the terminal fails then, where the signal would stop the host.
+    // A background process that reads from its terminal gets SIGTTIN, which stops it. Ignored, the read fails instead.
     std::signal(SIGTTIN, SIG_IGN);
     m_notifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &CConsole::Read);
@@ -86,7 +86,7 @@ void CConsole::Read()
     else
         m_notifier->setEnabled(false);
     if (count == 0)
-        m_input.append('\n'); // ends the last line if it has no end
+        m_input.append('\n'); // end of input: the last line may have no line feed
     for (int end = m_input.indexOf('\n'); end >= 0; end = m_input.indexOf('\n')) {
         const QByteArray line = m_input.left(end);
         m_input.remove(0, end + 1);
@@ -109,7 +109,7 @@ void CConsole::CarryOut(const QString& line)
         else if (line == QLatin1String("help"))
             Help();
         else if (!line.isEmpty())
-            m_log.PrintAnswer(QStringLiteral("there is no command \"%1\"; \"help\" lists them").arg(line));
+            m_log.PrintAnswer(QStringLiteral("unknown command \"%1\"; \"help\" lists the commands").arg(line));
     } catch (const CFileError& error) {
         m_log.PrintAnswer(QString::fromUtf8(error.what()));
     }
@@ -142,7 +142,7 @@ void CConsole::DeleteDevice(const QString& id)
 {
     const SDevDataNode device = HostModels::Devices().GetExControlDevNode(QUuid(id));
     if (device.nDevType == DeviceType::None)
-        throw CFileError("device delete: there is no device " + id.toStdString());
+        throw CFileError("device delete: no device has the id \"" + id.toStdString() + '"');
     m_controller.DelExControlDev(device.devId);
     Answer("deleted " + NameOf(device), HostModels::Devices().Delete(device.devId));
 }
@@ -157,5 +157,6 @@ void CConsole::ListDevices()
 
 void CConsole::Answer(const QString& text, bool kept)
 {
-    m_log.PrintAnswer(kept ? text : text + "; it can't be kept in " + HostModels::Devices().GetFileSavePath());
+    m_log.PrintAnswer(kept ? text
+                           : text + "; the change can't be stored in " + HostModels::Devices().GetFileSavePath());
 }

@@ -9,14 +9,18 @@
 class CExternalController;
 class CHostLog;
 
-/// Commands for the host on its standard input, a line each, carried out on the thread that made it; the controller's.
+/// Reads commands from standard input, one per line, and executes them. Create it on the controller's thread; it runs
+/// on that thread only. Answers are written to the log, also in quiet mode.
 class CConsole : public QObject {
 public:
     CConsole(CExternalController& controller, CHostLog& log);
 
-    /// Whether the program was started with a standard input that can be listened to.
+    /// Whether standard input is open and can be watched. Always false on Windows. Call it before the program opens any
+    /// file.
     static bool HasInput();
+    /// Starts reading. Returns at once; commands are executed by the event loop.
     void Listen();
+    /// Executes one command. Errors are written to the log.
     void CarryOut(const QString& line);
 
 private:

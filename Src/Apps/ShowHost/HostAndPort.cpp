@@ -12,6 +12,6 @@ std::pair<std::string, std::uint16_t> ReadHostAndPort(const std::string& option,
     else if (host.contains(':'))
         host.clear();
     if (colon < 0 || port == 0 || host.isEmpty())
-        throw CFileError(option + ": no HOST:PORT: " + text.toStdString());
+        throw CFileError(option + ": expected HOST:PORT, got \"" + text.toStdString() + '"');
     return {host.toStdString(), port};
 }

@@ -14,26 +14,28 @@
 
 namespace {
 
-/// The end of an upload, which the module reports without data. An app's own packet with these keys has data.
+/// Whether the command is the module's report of a finished upload. It has no data, unlike a packet from an app with
+/// the same keys.
 bool IsUpload(const SResultData& command)
 {
     return command.nCmdCode == Command::ResourceItem && command.nSourceFlags == Source::App && !command.hasData &&
            command.jsonBody.contains("resourcePath");
 }
 
-/// The module reports these two by itself. It handles an app's own login requests, and its notice that the app is gone
-/// has no source, so that no remote can send either of them.
+/// Whether the command is the module's report of a login. A remote can't send it: the module handles login requests.
 bool IsLogin(const SResultData& command)
 {
     return command.nCmdCode == Command::Login && command.nSourceFlags == Source::App;
 }
 
+/// Whether the command is the module's report that the logged-in app disconnected. A remote can't send it: commands of
+/// remotes have a source.
 bool IsAppGone(const SResultData& command)
 {
     return command.nCmdCode == Command::AppGone && command.nSourceFlags == 0;
 }
 
-/// The command's name, or for a code without one central control's keyword for it.
+/// The command's name, or central control's keyword if the code has no name; with the code.
 QString NameOf(const SResultData& command)
 {
     const auto code = static_cast<unsigned int>(command.nCmdCode);
@@ -60,7 +62,7 @@ ControlSource::Index SourceOf(int sourceFlags)
     return ControlSource::PC;
 }
 
-/// What the show log files a command under.
+/// The module name of the command's record in the show log.
 const char* LogModuleOf(int cmdCode)
 {
     switch (cmdCode & Command::kSenderMask) {
@@ -73,7 +75,7 @@ const char* LogModuleOf(int cmdCode)
     }
 }
 
-/// Asks the host to end, from any thread.
+/// Ends the application's event loop. Any thread.
 void Quit()
 {
     QCoreApplication::postEvent(QCoreApplication::instance(), new QEvent(QEvent::Quit));
@@ -84,7 +86,7 @@ void Quit()
 CHostCommands::CHostCommands(CExternalController& controller, CHostLog& log, const QString& uploadFolder)
     : m_controller(controller), m_log(log), m_uploads(m_events, log, uploadFolder)
 {
-    // Before the module waits for requests that are being handled: some may be waiting for a picture.
+    // Must happen before the module waits for its active requests: one of them may be waiting for a picture.
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_events, [this] {
         EnableReadingPictures(false);
         m_uploads.Stop();
@@ -96,7 +98,7 @@ void CHostCommands::CarryOut(const SResultData& command)
     if (IsLogin(command)) {
         LogIn();
     } else if (IsAppGone(command)) {
-        m_log.Print("host: the app is gone");
+        m_log.Print("host: the app disconnected");
     } else if (command.nCmdCode == Command::CloseSoftware) {
         Answer(command, ResultText::Success);
         Quit();
@@ -110,7 +112,7 @@ void CHostCommands::CarryOut(const SResultData& command)
 void CHostCommands::LogIn()
 {
     CHostUserModel& users = HostModels::UserModel();
-    // The app's other connection may have closed since, and ended the login.
+    // The app's other connection may have closed after the login, which logs the app out.
     if (!users.GetLoginState())
         return;
     users.SetConnectState(true);
@@ -121,7 +123,7 @@ void CHostCommands::Route(const SResultData& command)
 {
     switch (AnswererOf(command.nCmdCode, command.nSourceFlags)) {
     case Answerer::SenderAndHost:
-        return; // has been answered
+        return; // the module's sender has answered
     case Answerer::HostToSender:
         m_controller.Write({command.nSenderType, command.nCmdCode, command.jsonBody, command.nSourceFlags});
         return;
@@ -137,7 +139,7 @@ void CHostCommands::ChangeShow(const SResultData& command)
         Answer(command, ResultText::UnknownCommand);
         return;
     }
-    // While a project is being switched, the cloud's next command waits for nobody: the module drops it.
+    // During a project switch the module drops commands from the cloud (load state 0).
     const bool switches = command.nCmdCode == Command::SwitchProject;
     if (switches)
         m_controller.SetPrjLoadState(0);

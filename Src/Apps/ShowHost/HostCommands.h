@@ -10,14 +10,17 @@
 class CExternalController;
 class CHostLog;
 
-/// Carries out what the module hands to the host, on the thread of the channel that received it, and answers the remote
-/// with the result. Changes of the show come one after the other.
+/// Executes the commands that the module passes to the host and sends the result to the remote. Runs on the thread of
+/// the channel that received the command; changes of the show are serialized.
 class CHostCommands {
 public:
-    /// On the host's thread. Uploads and decoding stop when the application is about to quit.
-    /// \param uploadFolder the folder that the FTP server stores uploads in
+    /// Call it on the host's thread. Reading of uploads and of pictures stops when the application is about to quit.
+    /// \param controller   must outlive this object
+    /// \param log          must outlive this object
+    /// \param uploadFolder folder in which the FTP server stores uploads
     CHostCommands(CExternalController& controller, CHostLog& log, const QString& uploadFolder);
 
+    /// Executes one command and answers it. Any thread.
     void CarryOut(const SResultData& command);
 
 private:
@@ -29,5 +32,5 @@ private:
     CExternalController& m_controller;
     CHostLog& m_log;
     CHostEvents m_events;
-    CUploads m_uploads; ///< after the events, which its thread uses
+    CUploads m_uploads; ///< declared after m_events, which its thread uses
 };

@@ -11,15 +11,15 @@
 #include <mutex>
 #include <vector>
 
-/// Changes the show. Logs what happened on the stage and emits the host's signals for it: on the host's thread, each
-/// once, and in the order of the changes.
+/// Changes the show. For each event of a change, writes the show log and emits the host's signal, on the host's thread,
+/// once and in the order of the changes. Create it on the host's thread.
 class CHostEvents : public QObject {
 public:
     using Edit = std::function<void(SShow& show, std::vector<SShowEvent>& events)>;
 
-    /// Any thread. The events that the edit adds are reported when readers have the changed show. While one is
-    /// reported, the host's thread reads the show that the change made; for a scene that ended, the show in which it
-    /// played.
+    /// Changes the show and queues the events that the edit adds. Events are reported after the changed show is
+    /// published. While an event is reported, the host's thread reads the show that the change produced; for a scene
+    /// that ended, it reads the show before the change. Any thread.
     void Change(const Edit& edit);
 
 protected:

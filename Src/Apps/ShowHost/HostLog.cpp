@@ -11,10 +11,10 @@ namespace {
 
 CHostLog* s_log = nullptr;
 
-/// The module's debug line with a decrypted password begins so; what follows is nobody's to read.
+/// Prefix of the module's debug line that contains a decrypted password. The rest of that line is not printed.
 const QLatin1String kPasswordLine("decryptPassword");
 
-/// The categories of the host's libraries begin so.
+/// Prefix of the logging categories of the host's libraries.
 constexpr char kOwnCategories[] = "zentravox.";
 
 QString Timed(const QString& line)

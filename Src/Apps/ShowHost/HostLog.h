@@ -10,24 +10,26 @@
 #include <string>
 #include <vector>
 
-/// What the host prints: one line an event, on standard output. Control characters in it are escaped (LineText): what
-/// comes from outside can't begin a line of its own. Any thread; none waits for the output.
+/// Writes the host's log to standard output, one line per event. Control characters are escaped (LineText), so that
+/// text from outside can't start a new line. Receives Qt's messages as well. Only one object may exist. Any thread;
+/// writing does not block.
 class CHostLog {
 public:
-    /// Quiet at first.
+    /// Starts in quiet mode.
     CHostLog();
     ~CHostLog();
     CHostLog(const CHostLog&) = delete;
     CHostLog& operator=(const CHostLog&) = delete;
 
-    /// Quiet: neither traffic nor the module's debug output; the host's own warnings are printed.
+    /// In quiet mode, traffic and the module's debug output are not printed. Warnings of the host are printed.
     void SetQuiet(bool quiet);
+    /// Prints the line with the time, except in quiet mode.
     void Print(const QString& line);
-    /// Prints the line even when quiet.
+    /// Prints the line without the time, also in quiet mode.
     void PrintAnswer(const QString& line);
-    /// The addresses of the channels that are up, each with its name, in the order in which they came up.
+    /// Name and address of each channel that listens, in the order in which they started.
     std::vector<std::string> Listening() const;
-    /// What kept channels from coming up.
+    /// For each channel that failed to start, its name and the reason.
     std::vector<std::string> Failures() const;
 
 private:

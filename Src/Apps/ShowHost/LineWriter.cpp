@@ -36,7 +36,8 @@ std::size_t WriteSome(int fileDescriptor, const char* bytes, std::size_t count)
 
 void PrepareThread() {}
 #else
-/// Blocks until some bytes are written; 0 on failure. The descriptor may be non-blocking: others share it.
+/// Blocks until some bytes are written; returns 0 on failure. The descriptor may be non-blocking, because another
+/// process that shares it can set that mode.
 std::size_t WriteSome(int fileDescriptor, const char* bytes, std::size_t count)
 {
     for (;;) {
@@ -51,8 +52,8 @@ std::size_t WriteSome(int fileDescriptor, const char* bytes, std::size_t count)
     }
 }
 
-/// A reader who has gone away is an error of the write, not the end of the process; the process's own signals are for
-/// its other threads.
+/// Blocks all signals in this thread. A write to a closed pipe then fails with EPIPE and doesn't terminate the process
+/// (SIGPIPE), and the other threads handle the process's signals.
 void PrepareThread()
 {
     sigset_t all;
@@ -61,22 +62,22 @@ void PrepareThread()
 }
 #endif
 
-/// What has arrived at the descriptor so far, in lines.
+/// Writes lines to the descriptor and reports lost lines.
 class CLineOutput {
 public:
     explicit CLineOutput(int fileDescriptor) : m_fileDescriptor(fileDescriptor) {}
 
-    /// Writes whole lines; those that can't be written are lost.
+    /// Writes whole lines. Counts lines that can't be written as lost.
     void Write(const std::string& text)
     {
-        // Later lines don't go before the report of the earlier ones.
+        // The report of lost lines comes before later lines.
         ReportLost();
         const std::size_t written = m_lost == 0 ? WriteBytes(text) : 0;
         Lose(static_cast<std::size_t>(
             std::count(text.begin() + static_cast<std::ptrdiff_t>(written), text.end(), '\n')));
     }
 
-    /// Lines were lost before they came here.
+    /// Counts lines that were dropped from the queue.
     void Lose(std::size_t lines)
     {
         m_lost += lines;
@@ -108,13 +109,13 @@ private:
 
     const int m_fileDescriptor;
     std::size_t m_lost = 0;
-    bool m_isInLine = false; ///< the last write failed within a line
+    bool m_isInLine = false; ///< the last write ended within a line
 };
 
-/// What the thread takes from the queue at once.
+/// The content of the queue.
 struct SLines {
     std::string text;
-    std::size_t dropped = 0; ///< lines that came after the text
+    std::size_t dropped = 0; ///< number of lines dropped after the text
 };
 
 } // namespace
@@ -136,7 +137,8 @@ private:
 void CLineWriter::SQueue::Write(const std::string& line)
 {
     const std::lock_guard lock(mutex);
-    // Once one was dropped, all are until the thread has taken the others: there is one gap, and it is in its place.
+    // After a line was dropped, drop all lines until the thread has taken the queue: there is one gap, reported in its
+    // position.
     if (lines.dropped > 0 || lines.text.size() + line.size() >= kMaxQueuedBytes) {
         ++lines.dropped;
         return;
@@ -147,7 +149,7 @@ void CLineWriter::SQueue::Write(const std::string& line)
     lines.text += '\n';
 }
 
-/// All that waits, as soon as something does; nothing when the thread is to end.
+/// Waits for lines and takes them all. Returns nothing when the thread must end.
 std::optional<SLines> CLineWriter::SQueue::Take()
 {
     std::unique_lock lock(mutex);

@@ -4,25 +4,26 @@
 #include <string>
 #include <thread>
 
-/// Writes lines to a file descriptor from a thread of its own, so that its callers never wait for a reader who doesn't
-/// read. Lines wait in a queue of 1 MiB; those that don't fit or can't be written are dropped, and
-/// "... N lines dropped" is written in their position as soon as output works again. Any thread.
+/// Writes lines to a file descriptor on its own thread, so that callers don't block when the reader of a pipe is slow.
+/// The queue holds 1 MiB. Lines that don't fit or can't be written are dropped; "... N lines dropped" is written in
+/// their position when output works again. Any thread.
 class CLineWriter {
 public:
-    /// The descriptor must stay open until the process ends.
+    /// \param fileDescriptor must stay open until the process ends; it is not closed
     explicit CLineWriter(int fileDescriptor);
-    /// Waits for the lines in the queue, 200 ms at most.
+    /// Waits until the queue is written, but at most 200 ms.
     ~CLineWriter();
     CLineWriter(const CLineWriter&) = delete;
     CLineWriter& operator=(const CLineWriter&) = delete;
 
-    /// line: without its end.
+    /// Queues a line; does not block.
+    /// \param line without a line feed
     void Write(const std::string& line);
 
 private:
     struct SQueue;
 
-    /// Shared with the thread, which outlives this object when it is blocked in a write.
+    /// Shared with the thread, which can outlive this object if it is blocked in a write.
     const std::shared_ptr<SQueue> m_queue;
     std::thread m_thread;
 };

@@ -37,7 +37,7 @@ enum ExitCode : int {
     Fine = 0,
     ChannelFailed = 1,
     BadInput = 2,
-    Restart = 3, ///< whoever supervises the host starts it again
+    Restart = 3, ///< a remote requested a restart; the process supervisor starts the host again
 };
 
 constexpr char kSettingsFile[] = "settings.json";
@@ -71,29 +71,32 @@ int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& optio
     bool isNumber = false;
     const int number = parser.value(option).toInt(&isNumber);
     if (!isNumber)
-        throw CFileError("--" + option.names().constFirst().toStdString() + ": no number");
+        throw CFileError("--" + option.names().constFirst().toStdString() + ": expected a number, got \"" +
+                         parser.value(option).toStdString() + '"');
     return number;
 }
 
 SOptions ReadOptions(QCoreApplication& application)
 {
-    const QCommandLineOption show("show", "The show to load.", "FILE");
-    const QCommandLineOption settings("settings", "The host's settings, over those that the show has.", "FILE");
-    const QCommandLineOption state("state", "Where uploads and changed settings are kept.", "DIR",
+    const QCommandLineOption show("show", "Load this show.", "FILE");
+    const QCommandLineOption settings("settings", "Read settings from this file; they override those of the show.",
+                                      "FILE");
+    const QCommandLineOption state("state", "Store uploads, logs and changed settings in this folder.", "DIR",
                                    QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
-    const QCommandLineOption listen("listen", "The address that remotes reach the host at.", "ADDRESS", "127.0.0.1");
-    const QCommandLineOption quiet("quiet", "Don't log traffic.");
-    const QCommandLineOption addUser("add-user", "Adds an app user, asks for the password, and ends.", "NAME");
-    const QCommandLineOption access("access", "The new user's access level.", "LEVEL", "1");
-    const QCommandLineOption passwordFd("password-fd", "Reads the new user's password from this descriptor.", "N",
-                                        "-1");
-    const QCommandLineOption fp("fp", "Where the FP controller listens; goes over the settings.", "HOST:PORT");
-    const QCommandLineOption cloud("cloud", "Connect to the cloud service at this address; goes over the settings.",
+    const QCommandLineOption listen("listen", "Listen on this IP address.", "ADDRESS", "127.0.0.1");
+    const QCommandLineOption quiet("quiet", "Don't log traffic or debug messages.");
+    const QCommandLineOption addUser("add-user", "Add an app user, ask for the password, and exit.", "NAME");
+    const QCommandLineOption access("access", "Set the access level of the new user.", "LEVEL", "1");
+    const QCommandLineOption passwordFd("password-fd", "Read the password of the new user from this file descriptor.",
+                                        "N", "-1");
+    const QCommandLineOption fp("fp", "Connect to the FP controller at this address; overrides the settings.",
+                                "HOST:PORT");
+    const QCommandLineOption cloud("cloud", "Enable cloud control and connect to this URL; overrides the settings.",
                                    "URL");
     const QCommandLineOption version("version", "Print the versions of the program and of the contract, and exit.");
 
     QCommandLineParser parser;
-    parser.setApplicationDescription("A host without a screen: loads a show and serves remote controllers.");
+    parser.setApplicationDescription("Loads a show and serves remote controllers. Shows nothing on a screen.");
     parser.addHelpOption();
     parser.addOptions({version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
     if (!parser.parse(application.arguments()))
@@ -107,9 +110,9 @@ SOptions ReadOptions(QCoreApplication& application)
     if (!parser.positionalArguments().isEmpty())
         throw CFileError("unexpected argument: " + parser.positionalArguments().constFirst().toStdString());
     if (!parser.isSet(show) && !parser.isSet(addUser))
-        throw CFileError("--show FILE is missing");
+        throw CFileError("expected --show FILE");
     if (QHostAddress(parser.value(listen)).isNull())
-        throw CFileError("--listen: no IP address: " + parser.value(listen).toStdString());
+        throw CFileError("--listen: expected an IP address, got \"" + parser.value(listen).toStdString() + '"');
     options.show = parser.value(show);
     options.settings = parser.value(settings);
     options.state = parser.value(state);
@@ -150,7 +153,7 @@ SSettings SettingsOf(const SOptions& options, const SSettings& showSettings)
     return settings;
 }
 
-/// On failure prints a warning: the host can do without.
+/// Restricts access to the owner. On failure prints a warning; the host continues.
 void MakePrivateOrWarn(const QString& path)
 {
     const std::string reason = MakePrivate(path.toStdString());
@@ -158,7 +161,8 @@ void MakePrivateOrWarn(const QString& path)
         PrintError(path.toStdString() + ": other users may have access: " + reason);
 }
 
-/// The state folder and what an earlier host, or an earlier version of it, left there.
+/// Restricts access to the state folder and to all files in it, which an earlier run may have created with other
+/// rights.
 void MakeStatePrivate(const QDir& state)
 {
     MakePrivateOrWarn(state.path());
@@ -180,7 +184,7 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
 {
     const QDir state(options.state);
     if (!state.mkpath("."))
-        throw CFileError(options.state.toStdString() + ": can't make this folder");
+        throw CFileError(options.state.toStdString() + ": can't create this folder");
     CreatePrivateFiles();
     MakeStatePrivate(state);
     CHostSoftwareSetting& setting = HostModels::SoftwareSetting();
@@ -190,10 +194,10 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
     const std::string showLog = state.filePath(kShowLog).toStdString();
     const std::string refusal = HostModels::ShowLog().Open(showLog);
     if (!refusal.empty())
-        throw CFileError(showLog + ": can't be the show log: " + refusal);
+        throw CFileError(showLog + ": can't open the show log: " + refusal);
     const std::string operationLog = state.filePath(kOperationLog).toStdString();
     if (!OperationLog::Open(operationLog))
-        throw CFileError(operationLog + ": can't be written");
+        throw CFileError(operationLog + ": can't open the operation log for writing");
     MakePrivateOrWarn(QString::fromStdString(operationLog));
 
     HostModels::UserModel().Load(settings->users.empty() ? DemoUsers() : settings->users);
@@ -209,7 +213,7 @@ int AddUser(const SOptions& options)
 {
     const SAPPUserNode user = MakeUser(options.newUser, ReadPassword(options.passwordDescriptor), options.access);
     if (!HostModels::SoftwareSetting().SaveUser(user))
-        throw CFileError("the user can't be kept in " + options.state.toStdString());
+        throw CFileError("can't store the user in " + options.state.toStdString());
     std::printf("user %s added\n", LineText(options.newUser).toUtf8().constData());
     return Fine;
 }
@@ -232,12 +236,12 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
     CHostCommands commands(controller, log, QString::fromStdString(AppServer::Config().Get().uploadFolder));
     HostModels::SetResultHandler([&](const SResultData& command) { commands.CarryOut(command); });
     QObject::connect(&controller, &CExternalController::signalCloseSoftWare, [&](bool shutsDown) {
-        log.Print(shutsDown ? "host: asked to shut down" : "host: asked to close");
+        log.Print(shutsDown ? "host: shutdown requested" : "host: close requested");
         QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
     });
     std::atomic<bool> restarts{false};
     QObject::connect(&controller, &CExternalController::signalRestartSoftware, [&] {
-        log.Print("host: asked to restart");
+        log.Print("host: restart requested");
         restarts = true;
         QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
     });
@@ -252,14 +256,14 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
         if (hasInput)
             console.Listen();
         application.exec();
-        log.Print("showhost ends");
+        log.Print("showhost exits");
     }
 
     const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Fine;
     deadline.Start(exitCode);
     StopExternalController();
     UninitExternalController();
-    CClosingPorts::GetInstance().WaitForAll(); // while there is a log for what the devices don't get
+    CClosingPorts::GetInstance().WaitForAll(); // before the log closes: it reports commands that were not delivered
     HostModels::SetResultHandler({});
     return exitCode;
 }
@@ -268,14 +272,14 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
 
 int main(int argc, char** argv)
 {
-    // Before anything else is opened, which would get the number of a standard input that is closed.
+    // Check first: if standard input is closed, the next file that is opened gets its descriptor number.
     const bool hasInput = CConsole::HasInput();
-    // Pictures need a GUI application, and that a display or this.
+    // QPixmap needs a QGuiApplication, which needs a display or the platform plugin "offscreen".
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 #if defined(SIGXFSZ)
-    // A write beyond the process's file size limit fails, instead of ending the process.
+    // A write beyond the file size limit of the process then fails with EFBIG and doesn't terminate the process.
     std::signal(SIGXFSZ, SIG_IGN);
 #endif
     CHostLog log;
@@ -295,7 +299,7 @@ int main(int argc, char** argv)
         HostModels::Show().Load(file.show);
         HostModels::Devices().Load(file.deviceFile.isEmpty() ? QDir(options.state).filePath(kDeviceFile)
                                                              : file.deviceFile);
-        CShutdownDeadline deadline([] { PrintError("a request that doesn't end is abandoned"); });
+        CShutdownDeadline deadline([] { PrintError("a request did not finish in time and is abandoned"); });
         const CShutdownSignals shutdown([&] {
             deadline.Start(Fine);
             QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));

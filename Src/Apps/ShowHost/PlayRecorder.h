@@ -7,25 +7,26 @@
 
 #include <memory>
 
-/// Writes into the show log what was played: each medium of a scene when the scene ends. On the host's thread.
+/// Writes a record to the show log for each medium of a scene when the scene ends. Use it on the host's thread.
 class CPlayRecorder {
 public:
-    /// A scene that the show was loaded with and that isn't stopped begins to play now.
+    /// If the loaded show has a current scene that is not stopped, recording of this scene starts now.
     CPlayRecorder();
-    /// One that still plays ends.
+    /// Records the scene that is still playing, if any.
     ~CPlayRecorder();
     CPlayRecorder(const CPlayRecorder&) = delete;
     CPlayRecorder& operator=(const CPlayRecorder&) = delete;
 
-    /// show: in which it happened.
+    /// Handles SceneStarted and SceneEnded; ignores other events.
+    /// \param show the show at the time of the event
     void Take(const SShowEvent& event, const std::shared_ptr<const SShow>& show);
 
 private:
     void Begin(std::shared_ptr<const SShow> show, const QUuid& groupId, const QUuid& sceneId);
     void End();
 
-    // As they were when the scene started.
+    // The state when the scene started.
     std::shared_ptr<const SShow> m_show;
-    const SScene* m_scene = nullptr; ///< null when none plays
+    const SScene* m_scene = nullptr; ///< null if no scene is playing
     QDateTime m_start;
 };

@@ -16,7 +16,7 @@ using ResultText::Index;
 
 constexpr int kPercent = 100;
 
-// What a body says. A command's keyword may stand for the value that "param" would give.
+// Reading a body. If "param" is absent, the command's keyword can give the value.
 
 QString Keyword(const QJsonObject& body)
 {
@@ -31,7 +31,7 @@ std::optional<int> WholeNumber(const QJsonValue& value)
     return static_cast<int>(number);
 }
 
-/// Nothing when the body says neither. A switch that no keyword turns off has no offKeyword.
+/// Returns nothing if the body has no valid value. offKeyword is null if no keyword switches off.
 std::optional<bool> Switch(const QJsonObject& body, const char* onKeyword, const char* offKeyword = nullptr)
 {
     const QJsonValue param = body["param"];
@@ -50,7 +50,7 @@ std::optional<bool> Switch(const QJsonObject& body, const char* onKeyword, const
     return std::nullopt;
 }
 
-/// Sets a share from 0 to 1 by the body's percentage, or leaves it.
+/// Sets a value from 0 to 1 to the body's percentage. Leaves it unchanged on failure.
 Index SetByPercent(const QJsonObject& body, float& share)
 {
     const auto percent = WholeNumber(body["param"]);
@@ -59,7 +59,7 @@ Index SetByPercent(const QJsonObject& body, float& share)
     if (*percent < 0 || *percent > kPercent)
         return ResultText::OutOfRange;
     share = static_cast<float>(*percent) / kPercent;
-    // Remotes are told whole per cent, rounded down: 53 and 59 would come back as one less.
+    // Replies contain whole per cent, rounded down: without this, 53 would be returned as 52, and 59 as 58.
     if (Percent(share) < *percent)
         share = std::nextafter(share, 1.0F);
     return ResultText::Success;
@@ -67,7 +67,7 @@ Index SetByPercent(const QJsonObject& body, float& share)
 
 // Scenes.
 
-/// Takes what is on the stage off and puts a scene of the open project there, or none.
+/// Stops the current scene and makes a scene of the open project the current one; null ids select no scene.
 void ChangeScene(SShow& show, const QUuid& groupId, const QUuid& sceneId, Events& events)
 {
     if (show.playback.state != SPlayback::Stopped)
@@ -113,7 +113,7 @@ Index PlayById(SShow& show, const QJsonObject& body, Events& events)
     return ResultText::NoClip;
 }
 
-/// The group that the body names by its place, counted from 1, or the current one.
+/// The group at the body's index "sceneGrpCol", counted from 1; without the key, the current group.
 const SSceneGroup* GroupOf(const SShow& show, const QJsonObject& body, Index& failure)
 {
     const QJsonValue place = body["sceneGrpCol"];
@@ -163,7 +163,7 @@ Index SwitchSceneGroup(SShow& show, const QJsonObject& body, Events& events)
     return group->scenes.empty() ? ResultText::NoClip : PlayAt(show, *group, 0, events);
 }
 
-/// The scene beside the current one, in its group.
+/// Plays the next or the previous scene of the current group.
 Index PlayNextOrLast(SShow& show, const QJsonObject& body, Events& events)
 {
     const auto next = Switch(body, "playNext", "playLast");
@@ -180,7 +180,7 @@ Index PlayNextOrLast(SShow& show, const QJsonObject& body, Events& events)
 
 // Playback.
 
-/// What "param" means, and the keywords for it.
+/// Values of "param"; ReadPlayControl has the keywords.
 enum class EPlayControl : int {
     Continue = 0,
     Pause = 1,
@@ -316,7 +316,7 @@ Index SwitchHdrKind(SShow& show, const QJsonObject& body, Events&)
     return ResultText::Success;
 }
 
-/// By id, by name, or by its place in the project list, counted from 0 as the list does.
+/// Finds a project by id, by name or by its index in the project list, counted from 0.
 std::optional<std::size_t> FindProject(const SShow& show, const QJsonObject& body, Index& failure)
 {
     failure = ResultText::Parameter;
@@ -338,7 +338,7 @@ std::optional<std::size_t> FindProject(const SShow& show, const QJsonObject& bod
     return std::nullopt;
 }
 
-/// The project's first scene is on the stage then, and waits.
+/// Opens the project and makes its first scene the current one, stopped.
 Index SwitchProject(SShow& show, const QJsonObject& body, Events& events)
 {
     Index failure = ResultText::Fail;
@@ -455,7 +455,7 @@ void Demux(SShow& show, const QUuid& projectId, const QString& path, const QSize
     EditProject(show, projectId, [&](SProject& project) {
         EditResourcesOfFile(project, path, [&](SResourceProperties& resource) {
             resource.demuxered = true;
-            // Only a picture's resolution is known from its file.
+            // Of the file types, only pictures are decoded: the resolution of others is unknown and stays.
             if (!resolution.isEmpty() || resource.type == ResourceType::Picture)
                 resource.resolution = resolution.isEmpty() ? QSize(0, 0) : resolution;
             events.push_back({SShowEvent::ResourceDemuxed, resource.id, {}, true});

@@ -7,14 +7,14 @@
 
 #include <vector>
 
-/// Something that happened on the stage and that others are told of.
+/// A change on the stage that is reported to the remotes.
 struct SShowEvent {
     enum Kind {
         SceneStarted,    ///< id: the group, second: the scene
-        SceneEnded,      ///< the same
-        ScenePlayed,     ///< the same: another scene plays
-        ResourceUsed,    ///< id: the resource, flag: whether a medium on the stage uses it
-        ResourceDemuxed, ///< id: the resource, flag: whether it can play
+        SceneEnded,      ///< as SceneStarted
+        ScenePlayed,     ///< as SceneStarted: the current scene has changed
+        ResourceUsed,    ///< id: the resource, flag: a medium on the stage uses it
+        ResourceDemuxed, ///< id: the resource, flag: it is ready to play
     };
 
     Kind kind;
@@ -23,16 +23,19 @@ struct SShowEvent {
     bool flag = false;
 };
 
-/// A command that changes the show. Returns what the remote is told; anything but Success has changed nothing.
+/// Executes a command that changes the show.
+/// \param body   the command's JSON object
+/// \param events the events of the change are appended
+/// \return the result for the remote; if it is not Success, the show is unchanged
 using ShowChange = ResultText::Index (*)(SShow& show, const QJsonObject& body, std::vector<SShowEvent>& events);
 
-/// The change behind a command's code; null for a code without one.
+/// Returns the change for a command code, or null if the code doesn't change the show.
 ShowChange FindShowChange(int cmdCode);
 
-/// Adds the resource of a new file to the open project; it cannot play yet. If the project has resources of this file,
-/// these stay, with their ids and the media that use them, and cannot play until Demux.
+/// Adds a resource for an uploaded file to the open project. If the project already has resources with this file, they
+/// stay, with their ids and media. In both cases the resources are not ready to play until Demux.
 void TakeFile(SShow& show, SResourceProperties resource, std::vector<SShowEvent>& events);
-/// The project's resources of the file can play from now on. resolution: the picture's in the file; empty if it has
-/// none.
+/// Marks the project's resources with this file as ready to play.
+/// \param resolution in pixels, of the picture in the file; empty if the file contains no picture
 void Demux(SShow& show, const QUuid& projectId, const QString& path, const QSize& resolution,
            std::vector<SShowEvent>& events);

@@ -52,7 +52,7 @@ void CShutdownDeadline::Watch()
     m_wake.wait(lock, [this] { return m_done || m_exitCode; });
     if (m_wake.wait_for(lock, m_limit, [this] { return m_done; }))
         return;
-    // The report may itself block, on output that no process reads.
+    // The report can block when its output is a full pipe.
     std::thread(m_expired).detach();
     if (!m_wake.wait_for(lock, kReportLimit, [this] { return m_done; }))
         std::_Exit(*m_exitCode);

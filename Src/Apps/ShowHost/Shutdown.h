@@ -10,9 +10,10 @@
 #include <optional>
 #include <thread>
 
-/// Calls once, on a thread of its own, when the process is asked to end (SIGINT, SIGTERM).
+/// Waits for SIGINT or SIGTERM on its own thread.
 class CShutdownSignals {
 public:
+    /// \param asked called at the first signal, on this object's thread; later signals are ignored
     explicit CShutdownSignals(std::function<void()> asked);
     ~CShutdownSignals();
     CShutdownSignals(const CShutdownSignals&) = delete;
@@ -24,20 +25,21 @@ private:
     std::thread m_thread;
 };
 
-/// Limits the time that the process takes to end: a request that doesn't return can't be interrupted, only abandoned.
+/// Limits the duration of a shutdown. A request that doesn't return can't be interrupted: at the limit the process
+/// exits.
 class CShutdownDeadline {
 public:
-    /// \param expired reports that the process ends regardless; called on a thread of its own
-    /// \param limit   for the requests that are being handled; whoever supervises the host should not have to wait 2 s
+    /// \param expired called at the limit, on a separate thread, to report that the process exits
+    /// \param limit   time for the active requests; the default lets the process exit within 2 s
     explicit CShutdownDeadline(std::function<void()> expired,
                                std::chrono::milliseconds limit = std::chrono::milliseconds(1500));
-    /// The process has come to its end in time.
+    /// Cancels the limit.
     ~CShutdownDeadline();
     CShutdownDeadline(const CShutdownDeadline&) = delete;
     CShutdownDeadline& operator=(const CShutdownDeadline&) = delete;
 
-    /// The limit begins. When it is over the process ends with this exit code, without destructors. A later call changes
-    /// the exit code, not the time. Any thread.
+    /// Starts the time limit. At the limit the process exits with this code, without running destructors. A second call
+    /// changes the exit code, but not the limit. Any thread.
     void Start(int exitCode);
 
 private:
@@ -47,7 +49,7 @@ private:
     const std::chrono::milliseconds m_limit;
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    std::optional<int> m_exitCode; ///< set: the time is running
+    std::optional<int> m_exitCode; ///< has a value after Start
     bool m_done = false;
     std::thread m_thread;
 };

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kMaxWaiting = 1000;
 
-/// The file's name as remotes and logs may show it: FTP allows line breaks and escape sequences in names.
+/// The file name without control characters, which FTP permits: a remote or a terminal would interpret them.
 QString DisplayName(QString name)
 {
     for (QChar& character : name) {
@@ -57,7 +57,7 @@ void CUploads::Take(const QString& path)
     resource.path = file;
     resource.resolution = QSize(0, 0); // not known yet
     if (resource.type < 0) {
-        m_log.Print("host: no resource: nothing plays such a file");
+        m_log.Print("host: no resource added: unsupported file type: " + file);
         return;
     }
     std::optional<QUuid> project;
@@ -70,10 +70,10 @@ void CUploads::Take(const QString& path)
     if (project)
         Wait({*project, file});
     else
-        m_log.Print("host: no resource: no project is open");
+        m_log.Print("host: no resource added: no project is open");
 }
 
-/// The result is used from then on, since links may change; clients of the FTP server can make none.
+/// Callers use only the result: a link in the original path could change afterwards. FTP clients can't create links.
 QString CUploads::Resolve(const QString& path) const
 {
     const QString folder = QDir(m_folder).canonicalPath();
@@ -93,7 +93,7 @@ void CUploads::Wait(const SFile& file)
             return;
         }
     }
-    m_log.Print("host: not made ready, too many uploads are waiting: " + file.path);
+    m_log.Print("host: resource stays unready, too many uploads are queued: " + file.path);
 }
 
 bool CUploads::IsWaiting(const SFile& file) const
@@ -121,12 +121,12 @@ void CUploads::MakeReady(const SFile& file)
     const SPictureFile picture = ReadPictureFile(file.path);
     {
         const std::lock_guard lock(m_mutex);
-        // Uploaded once more meanwhile: what was read is outdated.
+        // If the file is queued again, it was uploaded again while it was read: the result is outdated.
         if (m_ends || IsWaiting(file))
             return;
     }
     if (!picture.error.isEmpty() && GetFileResType(file.path) == ResourceType::Picture)
-        m_log.Print("host: no picture in " + file.path + ": " + picture.error);
+        m_log.Print("host: can't read the picture " + file.path + ": " + picture.error);
     m_events.Change([&](SShow& show, std::vector<SShowEvent>& events) {
         Demux(show, file.project, file.path, picture.size, events);
     });

@@ -11,21 +11,22 @@
 class CHostEvents;
 class CHostLog;
 
-/// Makes resources of uploaded files. A resource is in the show at once, and ready to play when a thread of this
-/// object has looked into its file, one file after the other: a picture can take seconds to decode.
+/// Adds uploaded files to the show as resources. A resource is added at once, but is ready to play only after a thread
+/// of this object has read its file. The thread reads one file at a time; decoding a picture can take seconds.
 class CUploads {
 public:
-    /// \param folder the folder that files are uploaded to; files elsewhere are refused
+    /// \param folder the folder that stores uploads; files outside it are refused
     CUploads(CHostEvents& events, CHostLog& log, QString folder);
     ~CUploads();
     CUploads(const CUploads&) = delete;
     CUploads& operator=(const CUploads&) = delete;
 
-    /// A finished upload; the path is absolute or relative to the folder. What is not a regular file below the folder
-    /// is refused, links resolved. A file of which the open project has a resource renews that one. If too many files
-    /// are waiting, the resource does not become ready before its file is uploaded again. Any thread; does not block.
+    /// Handles a finished upload. Refuses paths that, after resolving links, are not regular files below the folder.
+    /// If the open project has resources with this file, they are reloaded; otherwise a resource is added. If 1000
+    /// files are queued, the resource stays unready until its file is uploaded again. Any thread; does not block.
+    /// \param path absolute, or relative to the folder
     void Take(const QString& path);
-    /// Ends the thread; files that wait are dropped. Returns when the file in progress is finished.
+    /// Ends the thread and waits for it. The current file is completed; queued files are dropped.
     void Stop();
 
 private:
@@ -36,7 +37,7 @@ private:
         bool operator==(const SFile& other) const { return project == other.project && path == other.path; }
     };
 
-    /// The path with links resolved; empty for what is not a regular file below the folder.
+    /// Returns the path with links resolved; empty if it is not a regular file below the folder.
     QString Resolve(const QString& path) const;
     void Wait(const SFile& file);
     void Work();

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Each with its name as the password.
+/// The password of each user is the name.
 constexpr struct {
     const char* name;
     int access;
@@ -29,7 +29,7 @@ SAPPUserNode MakeUser(const QString& name, const QString& password, int access)
     if (password.isEmpty())
         throw CFileError("the password is empty");
     if (password.contains(QChar::Null))
-        throw CFileError("the password contains a zero byte, where it would end");
+        throw CFileError("the password contains a zero byte");
     const auto encrypted = EncryptPassword(password);
     if (!encrypted)
         throw CFileError("the password is too long: 117 bytes at most");
