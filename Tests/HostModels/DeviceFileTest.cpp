@@ -38,7 +38,7 @@ TEST_F(DeviceFileTest, ABadFileIsToldWithPlaceAndReason)
         {R"({"DevId": "{75abf6a9-add1-4262-84c2-217f41365491}", "Type": "midi"})",
          "[0].Type: must be one of \"udp\", "},
         {Device(kUdp, R"(, "Port": 0)"), "[0].Port: must be a number from 1 to 65535"},
-        {Device(kUdp, R"(, "Port": 1, "PortName": "COM3")"), "[0].PortName: there is no such key"},
+        {Device(kUdp, R"(, "Port": 1, "PortName": "COM3")"), "[0].PortName: unknown key"},
         {Device(kUdp, R"(, "Port": 1)").replace("0.0.2", "2"), "[0].Ip: must be an IPv4 address such as"},
         {Device(kSerial, R"(, "LineSettings": "9600,8,X")"),
          "[0].LineSettings: the parity must be one of N, O, E, not"},
@@ -46,7 +46,7 @@ TEST_F(DeviceFileTest, ABadFileIsToldWithPlaceAndReason)
         {Device(kSerial, ", \"Commands\": [{" + command + "}, {" + command + "}]"),
          "[0].Commands[1].CmdId: another command of the device has this id"},
         {Device(kSerial, ", \"Commands\": [{" + command + ", \"Format\": \"hexadecimal text\"}]").replace("x\"", "☃\""),
-         "[0].Commands[0].Data: hexadecimal text has room for Latin-1 characters only"},
+         "[0].Commands[0].Data: hexadecimal text can contain Latin-1 characters only"},
     };
     CHostExControlDevModel model;
 

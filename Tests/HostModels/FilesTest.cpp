@@ -31,15 +31,15 @@ QByteArray FileOfUser(const QString& encryptedPassword)
 
 TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
 {
-    EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": 5}"), "name: must be a text");
-    EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is no object");
+    EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": 5}"), "name: must be a string");
+    EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is not an object");
     EXPECT_THAT(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
     EXPECT_EQ(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n\"name\": \"b\"}"), "line 3: duplicate key \"name\"");
     EXPECT_EQ(Complaint(Read, QByteArray(65, '[')), "line 1: nested deeper than 64 levels");
     EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
     EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a number from 1 to 65535");
-    EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: there is no such key");
-    EXPECT_EQ(Complaint(Read, "{\"users\": {}}"), "users: must be a list");
+    EXPECT_EQ(Complaint(Read, "{\"ftp\": {\"pasword\": \"\"}}"), "ftp.pasword: unknown key");
+    EXPECT_EQ(Complaint(Read, "{\"users\": {}}"), "users: must be an array");
     EXPECT_EQ(Complaint(Read, "{\"users\": [5]}"), "users[0]: must be an object");
     EXPECT_EQ(Complaint(Read, "{\"users\": [{\"name\": \"a\"}]}"), "users[0].encryptedPassword: is missing or empty");
     EXPECT_THROW(ReadShowFile(m_folder.path()), CFileError);

@@ -62,7 +62,7 @@ constexpr SMistake kMistakes[] = {
     // ids
     {"000000000011", "00000000001", "projects[0].resources[0].id: must be an id such as"},
     {"000000000011", "000000000011a", "projects[0].resources[0].id: must be an id such as"},
-    {"000000000012", "000000000011", "projects[0].resources[1].id: another one has this id"},
+    {"000000000012", "000000000011", "projects[0].resources[1].id: another object has this id"},
     {"\"resource\": \"00000000-0000-4000-8000-000000000011\"", "\"resource\": \"00000000-0000-4000-8000-000000000099\"",
      "projects[0].groups[0].scenes[0].media[0].resource: no resource of this project has the id "
      "00000000-0000-4000-8000-000000000099"},
@@ -75,7 +75,7 @@ constexpr SMistake kMistakes[] = {
     {"\"device\": \"00000000-0000-4000-8000-000000000051\",", "",
      "projects[0].groups[0].scenes[0].startCommands[0].device: is missing or empty"},
     // keys
-    {"\"rotation\"", "\"rotaton\"", "projects[0].groups[0].scenes[0].media[0].rotaton: there is no such key"},
+    {"\"rotation\"", "\"rotaton\"", "projects[0].groups[0].scenes[0].media[0].rotaton: unknown key"},
     {"\"type\": 10", "\"type\": 2", "projects[0].resources[1].text: only a text (type 10) has it"},
 };
 

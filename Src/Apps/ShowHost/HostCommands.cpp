@@ -139,7 +139,7 @@ void CHostCommands::ChangeShow(const SResultData& command)
         Answer(command, ResultText::UnknownCommand);
         return;
     }
-    // During a project switch the module drops commands from the cloud (load state 0).
+    // While the load state is 0, the module ignores the cloud's requests to switch the project and to play a scene.
     const bool switches = command.nCmdCode == Command::SwitchProject;
     if (switches)
         m_controller.SetPrjLoadState(0);

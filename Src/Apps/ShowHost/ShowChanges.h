@@ -7,7 +7,7 @@
 
 #include <vector>
 
-/// A change on the stage that is reported to the remotes.
+/// An event on the stage, which the host reports to the module and the show log.
 struct SShowEvent {
     enum Kind {
         SceneStarted,    ///< id: the group, second: the scene

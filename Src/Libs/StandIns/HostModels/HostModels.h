@@ -9,7 +9,8 @@
 
 #include <functional>
 
-/// The host's own side of the models that the module reaches through their GetInstance.
+/// The host's access to the models. The module accesses the same objects through the interfaces' GetInstance. They
+/// exist until the process ends.
 namespace HostModels {
 
 CHostSoftwareSetting& SoftwareSetting();
@@ -18,8 +19,8 @@ CHostShow& Show();
 CHostExControlDevModel& Devices();
 CShowLog& ShowLog();
 
-/// Sets who carries out what the module hands to the host; it runs on the channels' threads, several at a time.
-/// Not while a channel is running.
+/// Sets the function that executes the commands which the module passes to the host. It is called on the channels'
+/// threads, also concurrently. Call this only while no channel is running; an empty function ignores commands.
 void SetResultHandler(std::function<void(const SResultData&)> handler);
 
 } // namespace HostModels

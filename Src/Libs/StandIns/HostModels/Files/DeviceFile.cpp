@@ -50,12 +50,12 @@ QHash<uint, SExControlCmdData> ReadCommands(const CJsonObjectReader& device)
         command.strData = reader.RequiredText("Data");
         if (command.nDataFormat == DeviceFormat::HexadecimalText &&
             std::any_of(command.strData.begin(), command.strData.end(), [](QChar c) { return c.unicode() > 0xff; }))
-            reader.Fail("Data", "hexadecimal text has room for Latin-1 characters only");
+            reader.Fail("Data", "hexadecimal text can contain Latin-1 characters only");
         const uint key = qHash(command.cmdId);
         if (commands.contains(key))
             reader.Fail("CmdId", commands[key].cmdId == command.cmdId
                                      ? "another command of the device has this id"
-                                     : "another command's id can't be told from this one: give it a new one");
+                                     : "this id and that of another command have the same qHash value; use another id");
         commands.insert(key, command);
     }
     return commands;

@@ -8,14 +8,17 @@
 
 class CJsonObjectReader;
 
-/// A device with what the file says of it: the order of its commands stands there alone.
+/// A device with its JSON object, which alone preserves the order of the commands.
 struct SDevice {
     SDevDataNode node;
     QJsonObject json;
 };
 
-/// One device's object. Throws CFileError.
+/// Reads one device.
+/// \throws CFileError if the object is invalid
 SDevice ReadDevice(const CJsonObjectReader& reader);
-/// None while the file doesn't exist. Throws CFileError.
+/// Reads the devices of a file; none if it doesn't exist.
+/// \throws CFileError if the file can't be read or is invalid
 std::vector<SDevice> ReadDeviceFile(const QString& file);
+/// Returns the content of a device file.
 QJsonObject DeviceFileOf(const std::vector<SDevice>& devices);

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// A hundred days: longer than any show, and exact as a JSON number.
+/// 100 days: longer than any show, and exact as a double.
 constexpr double kMostMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
 
 [[noreturn]] void FailFile(const QString& file, const QString& reason)
@@ -25,7 +25,7 @@ constexpr double kMostMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
     throw CFileError((file + QStringLiteral(": ") + reason).toStdString());
 }
 
-/// Goes on after a part, so that the file knows why the rest can't be written.
+/// Continues after a partial write, so that the file's error is that of the part which can't be written.
 bool WriteAll(QFileDevice& file, const QByteArray& bytes)
 {
     int written = 0;
@@ -54,7 +54,7 @@ QJsonObject ReadJsonObject(const QString& path)
         FailFile(path, QStringLiteral("line %1: %2").arg(line).arg(error.reason));
     }
     if (!document.isObject())
-        FailFile(path, QStringLiteral("the top level is no object"));
+        FailFile(path, QStringLiteral("the top level is not an object"));
     return document.object();
 }
 
@@ -62,7 +62,8 @@ bool KeepJsonObject(const QString& path, const QJsonObject& object)
 {
     QSaveFile file(path);
     const bool isNew = !QFileInfo::exists(path);
-    // With a buffer a full disk would show only in commit(), which puts the empty file in place nevertheless.
+    // With a buffer, a full disk would be detected only in commit(), which would still replace the old file by an empty
+    // one.
     bool kept = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
     if (kept && isNew)
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
@@ -88,7 +89,7 @@ void CJsonObjectReader::AllowOnly(std::initializer_list<const char*> keys) const
     for (const QString& key : present) {
         const bool known = std::any_of(keys.begin(), keys.end(), [&](const char* allowed) { return key == allowed; });
         if (!known)
-            Fail(key.toUtf8().constData(), QStringLiteral("there is no such key"));
+            Fail(key.toUtf8().constData(), QStringLiteral("unknown key"));
     }
 }
 
@@ -98,7 +99,7 @@ QString CJsonObjectReader::Text(const char* key, const QString& otherwise) const
     if (value.isUndefined())
         return otherwise;
     if (!value.isString())
-        Fail(key, QStringLiteral("must be a text"));
+        Fail(key, QStringLiteral("must be a string"));
     return value.toString();
 }
 
@@ -172,7 +173,7 @@ QUuid CJsonObjectReader::RequiredId(const char* key) const
 {
     const QString text = RequiredText(key);
     const QUuid id(text);
-    // QUuid takes no notice of what comes after an id.
+    // QUuid ignores characters after the id.
     const bool whole = text.compare(id.toString(), Qt::CaseInsensitive) == 0 ||
                        text.compare(id.toString(QUuid::WithoutBraces), Qt::CaseInsensitive) == 0;
     if (id.isNull() || !whole)
@@ -200,7 +201,7 @@ std::vector<CJsonObjectReader> CJsonObjectReader::Objects(const char* key) const
 {
     const QJsonValue value = m_object[QLatin1String(key)];
     if (!value.isUndefined() && !value.isArray())
-        Fail(key, QStringLiteral("must be a list"));
+        Fail(key, QStringLiteral("must be an array"));
     const QJsonArray array = value.toArray();
     std::vector<CJsonObjectReader> objects;
     for (int i = 0; i < array.size(); ++i) {
@@ -212,7 +213,7 @@ std::vector<CJsonObjectReader> CJsonObjectReader::Objects(const char* key) const
     return objects;
 }
 
-/// The number under the key, or the given one when the key is absent.
+/// Returns the number of the key, or `otherwise` if the key is absent.
 double CJsonObjectReader::CheckedNumber(const char* key, double otherwise, double least, double most) const
 {
     const QJsonValue value = m_object[QLatin1String(key)];

@@ -62,7 +62,7 @@ std::optional<QString> EncryptPassword(const QString& password)
 bool IsUsablePassword(const QString& encrypted)
 {
     const QByteArray cipher = QByteArray::fromBase64(encrypted.toLatin1());
-    // The module's decoder is stricter than Qt's: only the canonical text is surely the same to both.
+    // The module's base64 decoder is stricter than Qt's. Both are known to agree only on the canonical form.
     if (QString::fromLatin1(cipher.toBase64()) != encrypted)
         return false;
     const KeyPtr key = ReadPrivateKey();
@@ -71,13 +71,14 @@ bool IsUsablePassword(const QString& encrypted)
     auto length = static_cast<std::size_t>(plain.size());
     bool decrypted =
         EVP_PKEY_decrypt_init(context.get()) > 0 && EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) > 0;
-    // Newer versions of OpenSSL decrypt to random bytes where older ones fail.
+    // Newer versions of OpenSSL return random bytes if the padding is invalid (implicit rejection). This restores the
+    // error.
     if (decrypted)
         EVP_PKEY_CTX_ctrl_str(context.get(), "rsa_pkcs1_implicit_rejection", "0");
     decrypted = decrypted && EVP_PKEY_decrypt(context.get(), reinterpret_cast<unsigned char*>(plain.data()), &length,
                                               reinterpret_cast<const unsigned char*>(cipher.constData()),
                                               static_cast<std::size_t>(cipher.size())) > 0;
     ERR_clear_error();
-    // A password ends at its first zero byte.
+    // The module treats a password as a text that ends at the first zero byte.
     return decrypted && length > 0 && plain[0] != '\0';
 }

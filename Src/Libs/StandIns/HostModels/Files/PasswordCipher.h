@@ -4,9 +4,9 @@
 
 #include <optional>
 
-/// The base64 text of the password's RSA ciphertext for the deployment's key pair (PKCS #1 v1.5 padding, RFC 8017), the
-/// form in which passwords are stored and sent. Nothing when the password is longer than one RSA block takes (117
-/// bytes).
+/// Encrypts a password with RSA (PKCS #1 v1.5 padding, RFC 8017) and the deployment's public key. Returns the
+/// ciphertext in base64, the form in which passwords are stored and sent. Returns nothing if the password has more than
+/// 117 bytes in UTF-8, the maximum for one RSA block. Any thread.
 std::optional<QString> EncryptPassword(const QString& password);
-/// Whether the text is such a ciphertext of a password that isn't empty.
+/// Whether the text is the ciphertext of a non-empty password, in the form that EncryptPassword returns. Any thread.
 bool IsUsablePassword(const QString& encrypted);

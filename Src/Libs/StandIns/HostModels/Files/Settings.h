@@ -8,37 +8,39 @@
 
 #include <vector>
 
-/// The host's settings, apart from the show's own.
+/// The host's settings. Docs/Settings.md describes them.
 struct SSettings {
-    QString hostName; ///< empty: the machine's; 255 bytes of UTF-8 at most
+    QString hostName; ///< empty: the machine's name; at most 255 bytes in UTF-8
     bool appSupport = true;
     bool cloudSupport = false;
-    QString resourceFolder; ///< where uploads go; empty: "Resources" in the state folder
+    QString resourceFolder; ///< folder for uploads; empty: "Resources" in the state folder
     QString ftpUser = QStringLiteral("demo");
     QString ftpPassword = QStringLiteral("demo");
-    QString appId; ///< the app that the operator admitted
+    QString appId; ///< id of the app that the operator has admitted
     int stagePreviewMode = 0;
     QColor stageColor = Qt::black;
     QString stageStreamUrl;
-    QString sharedFolder; ///< empty: the app can list none
-    QString fpAddress;    ///< of the FP controller, an address or a name; empty: the FP client's own
-    int fpPort = 0;       ///< 0: the FP client's own
-    QString cloudUrl;     ///< "wss://host:port" or "ws://host:port"; empty: the cloud client's own
+    QString sharedFolder; ///< folder whose files apps can list; empty: none
+    QString fpAddress;    ///< IP address or host name of the FP controller; empty: the FP client's default
+    int fpPort = 0;       ///< 0: the FP client's default
+    QString cloudUrl;     ///< "wss://host:port" or "ws://host:port"; empty: the cloud client's default
     QString cloudUser;
     QString cloudAccount;
     QString cloudPassword;           ///< encrypted
-    QString cloudCaFile;             ///< certificates to trust instead of the system's; empty: the system's
-    bool cloudVerifies = true;       ///< the cloud's certificate
+    QString cloudCaFile;             ///< PEM file of trusted certificates; empty: those of the system
+    bool cloudVerifies = true;       ///< whether the cloud service's certificate is verified
     std::vector<SAPPUserNode> users; ///< in the order in which they were added
 };
 
-/// Adds the user, or replaces the one of that name.
+/// Adds the user, or replaces the user of that name.
 void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user);
 
-/// The name as far as a host's may be long, cut between two characters.
+/// Returns the name, cut to at most 255 bytes in UTF-8 at a character boundary.
 QString LimitedHostName(const QString& name);
 
-/// The settings with what the file says changed. Throws CFileError, also for a user whose password can't be
-/// decrypted: the module would let in every password that can't be decrypted either.
+/// Returns the given settings, overridden by those of the file.
+/// \throws CFileError if the file is invalid. A user whose password can't be decrypted is an error as well: the module
+/// would
+///         accept any login password that can't be decrypted for this user.
 SSettings ReadSettings(const QString& file, SSettings settings = {});
 SSettings ReadSettings(const CJsonObjectReader& reader, SSettings settings = {});

@@ -2,7 +2,7 @@
 
 namespace {
 
-/// DirectX exists on Windows only, where this host doesn't ask for its version.
+/// Reports no DirectX version: DirectX exists only on Windows, and this host doesn't query it there.
 class CHostDeviceResource : public CDeviceResource {
 public:
     QString GetDirectXVersion() override { return {}; }

@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// The external control devices, with what only the host does: loading them and keeping what is changed. Any thread;
-/// changes come one after the other, from one thread.
+/// The external control devices, with the host's functions to load and to change them. Any thread may read; only one
+/// thread may change.
 class CHostExControlDevModel : public CExControlDevModel {
 public:
     struct SDevices {
@@ -18,11 +18,13 @@ public:
     SDevDataNode GetExControlDevNode(const QUuid& devId) override;
     QString GetFileSavePath() override { return m_devices.Read()->file; }
 
-    /// Replaces the devices by the file's. Later changes are kept in it. Throws CFileError.
+    /// Replaces the devices by those of the file, to which later changes are written. A file that doesn't exist
+    /// contains no devices. \throws CFileError if the file can't be read or is invalid; the devices are unchanged then
     void Load(const QString& file);
-    /// Adds the device, or replaces the one with its id. False when that can't be kept: it holds until the end then.
+    /// Adds the device, or replaces the device with its id. Returns false if the file can't be written; the change is
+    /// then valid in memory only.
     bool Put(const SDevice& device);
-    /// The same of taking a device away.
+    /// Deletes the device with this id, if it exists. Returns false as Put does.
     bool Delete(const QUuid& devId);
     std::shared_ptr<const SDevices> Current() const { return m_devices.Read(); }
 

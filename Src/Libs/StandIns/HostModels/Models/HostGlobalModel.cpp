@@ -8,7 +8,7 @@
 
 namespace {
 
-/// This host plays nothing at set times.
+/// This host has no program schedule.
 class CHostProgramScheduleModel : public CProgramScheduleModel {
 public:
     QJsonObject SaveScheduleData() override { return {}; }

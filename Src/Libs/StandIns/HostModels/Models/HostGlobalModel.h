@@ -7,7 +7,7 @@
 
 #include <memory>
 
-/// The models that don't belong to a single show. Its operations are safe to call from any thread.
+/// Gives access to the models that don't belong to a show. Any thread.
 class CHostGlobalModel : public CGlobalModel {
 public:
     static CHostGlobalModel& GetInstance();

@@ -6,7 +6,7 @@ class IPPtPlayer {};
 
 namespace {
 
-/// A presentation plays while it is on the stage, if its file was found.
+/// A presentation has a player while it is in the current scene, provided that its file was found.
 class CHostPPtPlayerMgr : public CPPtPlayerMgr {
 public:
     IPPtPlayer* GetPPtPlayer(const QUuid& mediaId) override

@@ -17,7 +17,7 @@ QString ReadText(const QString& file)
     return text.open(QIODevice::ReadOnly) ? QString::fromUtf8(text.readAll()).trimmed() : QString();
 }
 
-/// What stands behind a key in a file of "key : value" lines.
+/// Returns the value of a key in a file of "key : value" lines; empty if not found.
 QString ReadField(const QString& file, const QString& key)
 {
     const QStringList lines = ReadText(file).split('\n');
@@ -34,7 +34,7 @@ QString CpuName()
     return name.isEmpty() ? QSysInfo::currentCpuArchitecture() : name;
 }
 
-/// The name of the first graphics card's driver with the card's vendor and device number, and the driver's version.
+/// Returns the driver name, vendor id and device id of the first graphics card, and the driver's version.
 std::pair<QString, QString> GraphicsCard()
 {
     const QDir cards("/sys/class/drm");
@@ -60,7 +60,7 @@ QList<ZXPerformanceData::SDisk> Disks()
     return disks;
 }
 
-/// Which modules there are only the system's owner may know: all memory stands for one.
+/// Returns the whole memory as one module: only root can read the list of modules.
 QList<ZXPerformanceData::SMemoryModule> Memory()
 {
     const qint64 kilobytes = ReadField("/proc/meminfo", "MemTotal").section(' ', 0, 0).toLongLong();

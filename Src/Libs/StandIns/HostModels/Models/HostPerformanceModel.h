@@ -2,7 +2,7 @@
 
 #include "Interfaces/PerformanceModel.h"
 
-/// The machine that the host runs on, as it tells about itself. What can't be found out reads as empty.
+/// Properties of the machine that the host runs on, read from the operating system. Unknown values are empty.
 class CHostPerformanceModel : public CPerformanceModel {
 public:
     ZXPerformanceData::SSystemInfo GetSystemInfo() override;

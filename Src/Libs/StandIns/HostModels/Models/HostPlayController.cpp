@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Of the stage, the lowest first.
+/// The media of the current scene, the lowest first.
 const std::vector<CMediaNode>& StageMedia(const SShow& show)
 {
     static const std::vector<CMediaNode> none;

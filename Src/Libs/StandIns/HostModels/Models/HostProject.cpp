@@ -7,7 +7,8 @@
 
 namespace {
 
-/// As if each project of the show had a file of its own beside the show's. Empty for a show without a file.
+/// A path for a project: its name with the suffix .zxc, in the folder of the show file. The file doesn't exist, because
+/// a show file contains all projects. Empty for a show without a file.
 QString PathOf(const SShow& show, const SProject& project)
 {
     return show.file.isEmpty() ? QString() : QFileInfo(show.file).absoluteDir().filePath(project.name + ".zxc");

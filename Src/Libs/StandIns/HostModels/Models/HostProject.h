@@ -2,7 +2,8 @@
 
 #include "Interfaces/GlobalModel.h"
 
-/// The open project of the calling thread's reading of the show; empty values while no project is open.
+/// The open project of the show that the calling thread reads (CShowReading). Values are empty while no project is
+/// open.
 class CHostProject : public CZXProject {
 public:
     QUuid GetId() override;
@@ -12,7 +13,7 @@ public:
     std::vector<SProjectMgrNode> GetProjectMgrList() override;
 };
 
-/// That project's settings.
+/// The settings of the open project.
 class CHostProjectSetting : public CZXProjectSettingData {
 public:
     std::pair<bool, int> LoadHDRSetting() override;

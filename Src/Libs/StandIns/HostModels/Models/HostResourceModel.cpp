@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The resource with the number of media that use it.
+/// Returns the resource with its use count: the number of media of the current scene that use it.
 CResourceBase Counted(const CResourceBase& resource, const QHash<QUuid, int>& useCounts)
 {
     const auto count = useCounts.constFind(resource.GetId());

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Passes commands to the handler that the host sets.
+/// Passes commands to the handler that the host has set.
 class CHostResultModel : public CResultModel {
 public:
     static CHostResultModel& GetInstance()

@@ -8,7 +8,7 @@
 
 #include <atomic>
 
-/// The settings that the module reads, with what only the host does: loading them and keeping what is changed.
+/// The settings that the module reads, with the host's functions to load and to change them. Any thread.
 class CHostSoftwareSetting : public CZXSoftwareSettingData {
 public:
     bool GetAppSupport() override;
@@ -23,10 +23,15 @@ public:
     void SetCloudConnected(bool connected) override { m_cloudConnected = connected; }
     QString GetAppSharedPath() override { return m_settings.Read()->sharedFolder; }
 
-    /// Replaces the settings, by what the changes file says over the given ones. Later changes are kept in that file;
-    /// nowhere when its name is empty. Throws CFileError.
+    /// Replaces the settings.
+    /// \param settings    the base settings
+    /// \param changesFile overrides the base settings, if the file exists; later changes are written to it. Empty:
+    /// changes
+    ///                    are not stored.
+    /// \throws CFileError if the file can't be read or is invalid
     void Load(const SSettings& settings, const QString& changesFile);
-    /// Adds a user whose password is encrypted, or replaces the one of that name. False when that can't be kept.
+    /// Adds a user, or replaces the user of that name. Returns false if the changes file can't be written.
+    /// \param user with an encrypted password
     bool SaveUser(const SAPPUserNode& user);
     bool IsCloudConnected() const { return m_cloudConnected; }
     std::shared_ptr<const SSettings> Current() const { return m_settings.Read(); }
@@ -36,7 +41,7 @@ private:
 
     CSnapshot<SSettings> m_settings;
     std::atomic<bool> m_cloudConnected{false};
-    std::mutex m_changesMutex; ///< one change at a time, with its file
+    std::mutex m_changesMutex; ///< serializes changes together with writing their file
     QString m_changesFile;
     QJsonObject m_changes;
 };

@@ -14,7 +14,7 @@ struct SUserState {
     int appType = 0;
 };
 
-/// The app's users, in memory.
+/// The users of the app and the state of the login, in memory. Any thread.
 class CHostUserModel : public CAPPUserModel {
 public:
     bool IsExistUser(const QString& name) override;
@@ -33,7 +33,7 @@ public:
     void SetCurLoginAppType(int type) override;
 
     int GetCurLoginAppType() const { return m_state.Read()->appType; }
-    /// Replaces the users; nobody is logged in then.
+    /// Replaces the users and resets the login.
     void Load(std::vector<SAPPUserNode> users);
 
 private:

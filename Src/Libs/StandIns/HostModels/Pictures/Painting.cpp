@@ -15,7 +15,7 @@ namespace {
 
 constexpr QRect kStageWithoutScreens(0, 0, 1920, 1080);
 
-/// Never empty.
+/// The size, scaled down to the limits if it exceeds them. At least 1 by 1.
 QSize CappedSize(const QSize& size)
 {
     const double width = std::max(1, size.width());
@@ -32,7 +32,7 @@ QImage TransparentImage(const QSize& size)
     return image;
 }
 
-/// Painting on it goes in units of a whole that fills the device.
+/// Starts painting on the image. The coordinate system is scaled so that `whole` fills the image.
 void Begin(QPainter& painter, QImage& device, const QSizeF& whole)
 {
     painter.begin(&device);
@@ -42,7 +42,7 @@ void Begin(QPainter& painter, QImage& device, const QSizeF& whole)
 
 void DrawPicture(QPainter& painter, const QImage& picture, const QSizeF& size)
 {
-    // A painter looks at four pixels for each that it sets, which is too few for a picture that becomes much smaller.
+    // QPainter interpolates between four source pixels. That is not enough when a picture is scaled to less than half.
     const QTransform& transform = painter.transform();
     const QSize onDevice = QSize(qRound(size.width() * std::hypot(transform.m11(), transform.m12())),
                                  qRound(size.height() * std::hypot(transform.m21(), transform.m22())))
@@ -62,7 +62,7 @@ int TextFlags(const STextProperties& text)
     return horizontal | Qt::AlignVCenter | Qt::TextWordWrap;
 }
 
-/// What the resource's text takes up where nothing says how large it is.
+/// The size of a text resource: its resolution or, without one, the bounding rectangle of the text with a margin.
 QSizeF TextSize(const SResource& resource)
 {
     const QSize resolution = resource.base.GetResolution();
@@ -92,13 +92,13 @@ void DrawTextContent(QPainter& painter, const STextProperties& text, const QSize
 QImage PictureOf(const SResource& resource)
 {
     const int type = resource.base.GetType();
-    // An uploaded file is decoded by the thread that makes the resource ready, not by those of the channels.
+    // A resource that is not ready is being decoded on the upload thread; don't decode it on a channel's thread.
     if (type == ResourceType::Text || type == ResourceType::Group || !resource.base.GetResDemuxered())
         return {};
     return ReadPictureFile(resource.base.GetPath()).picture;
 }
 
-/// From the painter's origin on.
+/// Draws at the painter's origin.
 void DrawResource(QPainter& painter, const SResource& resource, const QImage& picture, const QSizeF& size,
                   const QString& details)
 {
@@ -110,7 +110,7 @@ void DrawResource(QPainter& painter, const SResource& resource, const QImage& pi
         DrawCard(painter, size, resource.base.GetType(), resource.base.GetName(), details);
 }
 
-/// From the painter's origin on and not turned.
+/// Draws at the painter's origin, not rotated.
 void DrawMedium(QPainter& painter, const SResource& resource, const CMediaNode& medium)
 {
     const auto layout = medium.GetLayoutProperty();
@@ -132,14 +132,14 @@ void DrawMedia(QPainter& painter, const SProject& project, const SScene& scene)
         const QPointF half(layout->size.width() / 2.0, layout->size.height() / 2.0);
         painter.save();
         painter.translate(layout->position + half);
-        painter.rotate(-double{layout->rotation}); // a painter turns clockwise
+        painter.rotate(-double{layout->rotation}); // QPainter rotates clockwise
         painter.translate(-half);
         DrawMedium(painter, *resource, medium);
         painter.restore();
     }
 }
 
-/// What lies over the media: closed screens are dark, divided ones have lines.
+/// Draws the overlay above the media: darkens closed screens and outlines the divisions of screens.
 void DrawScreens(QPainter& painter, const SShow& show)
 {
     painter.setBrush(Qt::NoBrush);

@@ -5,23 +5,24 @@
 #include <QImage>
 #include <QSize>
 
-/// Pictures of what a show holds. Any thread.
+/// Renders the objects of a show as pictures. Any thread.
 namespace Painting {
 
-// A show file may say any size: a stage, medium or card beyond these is painted smaller, in its proportions.
+// A show file can contain any size. A picture that would exceed these limits is scaled down; the aspect ratio is kept.
 constexpr int kMostSide = 8192;
 constexpr int kMostPixels = 7680 * 4320;
 
-/// The resource's picture if its file is one and is ready to play, and otherwise a card with its name and kind. Never
-/// null.
+/// Paints the resource's picture if its file is a picture and is ready to play; otherwise a card with its name and
+/// type. \param size of the result, in pixels \return never null
 QImage PaintResource(const SResource& resource, const QSize& size);
-/// The card that stands for every resource of a type.
+/// Paints the card for a resource type. Never null.
+/// \param size of the result, in pixels
 QImage PaintTypeCard(int type, const QSize& size);
-/// A medium in its size on the stage, flipped as it is there and not turned, with its alpha channel. Null for one
-/// without a size or a resource.
+/// Paints a medium in its size on the stage, flipped if it is, but not rotated, with its alpha channel. Null if the
+/// medium has no size or no resource.
 QImage PaintMedium(const SProject& project, const CMediaNode& medium);
-/// The stage that the added screens make up, or a stage of 1920 by 1080 without any, with the scene's media that
-/// aren't hidden, darkened as the show's effect says. Never null.
+/// Paints the stage: the rectangle that contains all added screens, or 1920 by 1080 pixels without screens. It shows
+/// the scene's media that are not hidden, with the show's luminance and black state. Never null.
 QImage PaintStage(const SShow& show, const SScene& scene);
 
 } // namespace Painting

@@ -17,16 +17,17 @@
 
 namespace {
 
-/// More than cameras deliver, and 256 MiB in memory. A file of a few bytes can claim any size.
+/// More than cameras produce; needs 256 MiB of memory. The limit is necessary because a small file can declare any
+/// size.
 constexpr qint64 kMaxMegapixels = 64;
 constexpr int kUsualBitsPerPixel = 32;
 constexpr int kMaxStoredSide = 4096;
-/// In KiB: four pictures of the largest stored size, hundreds of usual ones.
+/// In KiB: four pictures of the largest stored size, or hundreds of common ones.
 constexpr int kCacheCapacity = 256 * 1024;
 
 std::atomic<bool> s_disabled{false};
 
-/// A regular file whose reads fail while reading pictures is disabled. Decoders have no other way to be interrupted.
+/// A regular file whose reads fail while reading pictures is disabled. This is the only way to interrupt a decoder.
 class CPictureSource : public QFile {
 public:
     explicit CPictureSource(const QString& path) : QFile(path)
@@ -41,7 +42,8 @@ protected:
     qint64 readData(char* data, qint64 maxSize) override { return s_disabled ? -1 : QFile::readData(data, maxSize); }
 };
 
-/// A GIF is decoded in the size of its screen; the reader reports that of its first picture alone.
+/// The logical screen size in a GIF header (GIF89a, section 18). Qt decodes in this size, but QImageReader reports the
+/// size of the first image only.
 QSize GifScreen(QIODevice& file)
 {
     const QByteArray header = file.peek(10);
@@ -68,16 +70,16 @@ SPictureFile Decode(const QString& path)
 {
     CPictureSource file(path);
     if (!file.isOpen())
-        return Failure(QStringLiteral("not a file that can be read"));
+        return Failure(QStringLiteral("not a readable regular file"));
     const QSize screen = GifScreen(file);
     QImageReader reader(&file);
     reader.setAutoTransform(true);
-    // Other formats bring their own ways to claim a size, and one of them reads other files.
+    // Refuse other formats of Qt: their declared sizes would need their own checks, and some can read other files.
     if (reader.format().isEmpty() || !ImageFileFilter.contains(QStringLiteral("*.") + reader.format()))
         return Failure(QStringLiteral("not a picture of a supported format"));
     const QSize size = reader.size().expandedTo(screen);
     if (size.isEmpty())
-        return Failure(QStringLiteral("a picture without a size"));
+        return Failure(QStringLiteral("the picture is empty"));
     if (DecodedPixels(size, reader.imageFormat()) > kMaxMegapixels * 1'000'000)
         return Failure(QStringLiteral("%1 x %2 pixels are more than %3 megapixels")
                            .arg(size.width())
@@ -89,7 +91,7 @@ SPictureFile Decode(const QString& path)
     const QImage picture = reader.read();
     if (picture.isNull())
         return Failure(reader.errorString());
-    // Those that painters are quick with.
+    // Convert to the formats that QPainter draws fastest.
     const QImage::Format format =
         picture.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
     return {picture.convertToFormat(format), isTurned ? size.transposed() : size, {}};
@@ -101,15 +103,15 @@ public:
     {
         if (const auto stored = Find(file))
             return *stored;
-        // One at a time: many remotes that ask for large pictures at once must not need the memory for all of them.
+        // Decode one file at a time: this limits the memory when many remotes request large pictures.
         const std::lock_guard decoding(m_decodeMutex);
         if (const auto stored = Find(file))
             return *stored;
         if (s_disabled)
-            return Failure(QStringLiteral("the host ends"));
+            return Failure(QStringLiteral("the host is shutting down"));
         SPictureFile result = Decode(file.filePath());
         if (s_disabled)
-            return result; // perhaps interrupted
+            return result; // may have been interrupted: don't store it
         const int kibibytes = 1 + static_cast<int>(result.picture.sizeInBytes() / 1024);
         const std::lock_guard lock(m_mutex);
         m_pictures.insert(file.filePath(), new SEntry{file.lastModified(), file.size(), result}, kibibytes);

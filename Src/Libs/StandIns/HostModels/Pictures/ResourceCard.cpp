@@ -21,7 +21,7 @@ struct SKind {
 
 constexpr SKind kUnknownKind = {"Other", 0xff5c6370};
 
-/// By the number of the type.
+/// Indexed by the resource type.
 constexpr SKind kKinds[] = {
     {"Video", 0xff2f6fde},         {"Audio", 0xff8a4fd3},
     {"Picture", 0xff0f9d8a},       {"Folder", 0xffc9962b},
@@ -45,11 +45,11 @@ const SKind& KindOf(int type)
     return type >= 0 && type <= ResourceType::Last ? kKinds[type] : kUnknownKind;
 }
 
-/// Cards are laid out in units of their own, of which this is the height of a small line, and then scaled: no font
-/// engine gets on with letters as large as a show file may ask for.
+/// Cards are laid out in their own units and then scaled, because font engines fail with the letter sizes that a show
+/// file can require. This is the height of a small line.
 constexpr double kUnit = 20;
 constexpr double kRound = 0.6 * kUnit;
-/// The longest line that text is laid out for.
+/// Maximum width of a text layout.
 constexpr double kMostLine = 100000;
 
 QFont LettersOf(double height, bool bold)
@@ -60,7 +60,7 @@ QFont LettersOf(double height, bool bold)
     return font;
 }
 
-/// Left and centred in the height; what doesn't fit is left out.
+/// Draws a line of text, left-aligned and vertically centred. Text that doesn't fit is elided.
 void DrawLine(QPainter& painter, const QRectF& place, const QFont& font, const QString& text)
 {
     painter.setFont(font);
@@ -73,7 +73,7 @@ void DrawLabels(QPainter& painter, const QRectF& face, const QString& kind, cons
 {
     QRectF inside = face.adjusted(1.2 * kUnit, kUnit, -kUnit, -kUnit);
     inside.setWidth(std::min(inside.width(), kMostLine));
-    // A strip has room for one line.
+    // A wide, low card has space for one line only.
     if (face.width() > 6 * face.height()) {
         painter.setPen(Qt::white);
         DrawLine(painter, inside, LettersOf(0.4 * face.height(), true),
@@ -92,7 +92,7 @@ void DrawLabels(QPainter& painter, const QRectF& face, const QString& kind, cons
     painter.drawText(inside.adjusted(0, 1.2 * kUnit, 0, -1.2 * kUnit), title, wrapped);
 }
 
-/// "1:02:03", "2:03"
+/// Such as "1:02:03" or "2:03".
 QString LengthText(std::int64_t milliseconds)
 {
     const std::int64_t seconds = milliseconds / 1000;
@@ -122,7 +122,7 @@ void DrawCard(QPainter& painter, const QSizeF& size, int type, const QString& ti
     painter.save();
     painter.scale(scale, scale);
     painter.setPen(Qt::NoPen);
-    // A group is a pile of cards.
+    // A group is drawn as a stack of cards.
     if (type == ResourceType::Group || type == ResourceType::ScrollingGroup) {
         constexpr double kStep = 0.4 * kUnit;
         painter.setBrush(colour.darker(260));

@@ -7,11 +7,13 @@
 class QPainter;
 class QSizeF;
 
-/// What people call a kind of resource.
+/// The English name of a resource type, such as "Video"; "Other" for an unknown type.
 QString KindName(int type);
-/// A card that stands for a resource or a kind, from the painter's origin on.
+/// Draws a card for a resource or a resource type at the painter's origin.
+/// \param size in the painter's units
 void DrawCard(QPainter& painter, const QSizeF& size, int type, const QString& title, const QString& details);
-/// The resource's resolution, length and number of pages, as far as it has them.
+/// The resource's resolution, duration and number of pages; values that it doesn't have are omitted.
 QString DetailsOf(const SResource& resource);
-/// Which of its pages a medium of the resource shows, counted from 0; the resource's details if it has but one.
+/// As above, but for a resource with several pages the number of the page that a medium shows.
+/// \param page counted from 0
 QString DetailsOf(const SResource& resource, int page);

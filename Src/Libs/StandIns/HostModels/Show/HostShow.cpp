@@ -2,7 +2,7 @@
 
 namespace {
 
-thread_local const SShow* t_read = nullptr; ///< of the thread's innermost reading
+thread_local const SShow* t_read = nullptr; ///< the show of the thread's innermost CShowReading
 
 } // namespace
 

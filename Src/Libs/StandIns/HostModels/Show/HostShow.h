@@ -6,18 +6,20 @@
 #include <memory>
 #include <utility>
 
-/// The show that the host has loaded. Any thread may read and edit it.
+/// The show that the host has loaded. Any thread may read and change it.
 class CHostShow {
 public:
     static CHostShow& GetInstance();
 
+    /// The current version of the show. It doesn't change; a later Change publishes another one.
     std::shared_ptr<const SShow> Current() const { return m_show.Read(); }
+    /// Replaces the show.
     void Load(SShow show)
     {
         m_show.Change([&](SShow& current) { current = std::move(show); });
     }
-    /// Calls edit(SShow&) with a copy and makes that the show; then, if it is given, published(before, after) as
-    /// CSnapshot does.
+    /// Calls edit(SShow&) with a copy and publishes the copy. Then calls published(before, after), if given. See
+    /// CSnapshot::Change.
     template <class... Calls>
     void Change(Calls&&... calls)
     {
@@ -28,16 +30,16 @@ private:
     CSnapshot<SShow> m_show;
 };
 
-/// A thread's reading of the show: while it exists, every model that the thread asks answers from one show, whatever
-/// the host's show is by then, and takes no lock. A channel opens one around each callback, the host around each event;
-/// a model opens one in each operation, which joins that of its caller.
+/// Pins a version of the show for the calling thread. While the object exists, all models read this version on this
+/// thread, without a lock, even if the show is changed meanwhile. Channels create one for each callback, the host for
+/// each event, and models for each operation; a nested object uses the version of the outer one.
 ///
-/// Destroy it on the thread that created it, the last one first.
+/// Destroy objects on the thread that created them, in reverse order.
 class CShowReading {
 public:
-    /// Joins the thread's reading, or begins one of the show as it is now.
+    /// Uses the version of the thread's enclosing CShowReading or, without one, the current version.
     CShowReading();
-    /// Begins a reading of this show.
+    /// Pins this version.
     explicit CShowReading(std::shared_ptr<const SShow> show);
     ~CShowReading();
     CShowReading(const CShowReading&) = delete;
@@ -48,6 +50,6 @@ public:
 
 private:
     const SShow* const m_outer;
-    const std::shared_ptr<const SShow> m_pinned; ///< null if it joined another reading
+    const std::shared_ptr<const SShow> m_pinned; ///< null if it uses the version of the enclosing object
     const SShow* const m_read;
 };

@@ -18,18 +18,18 @@
 #include <optional>
 #include <vector>
 
-// What the host has loaded. Everything that a list holds by shared pointer stays as it is once it is in a show: an edit
-// puts another in its place, so that a copy of a show costs pointers alone.
+// The content of a show. Objects that lists hold by shared pointer are immutable: an edit replaces them. A copy of a
+// show therefore copies only pointers.
 
-/// The corners of a medium that is turned about its centre.
+/// The corners of a medium that is rotated about its centre: top left, top right, bottom right, bottom left.
 std::array<QPointF, 4> CornersOf(const SLayoutProperty& layout);
 
 struct SScene {
     CSceneNode node;
-    std::vector<CMediaNode> media; ///< the lowest first
-    // Once a group has the scene.
-    QHash<QUuid, std::size_t> mediaIndex = {}; ///< place in media
-    QHash<QUuid, int> useCounts = {};          ///< how many media show a resource
+    std::vector<CMediaNode> media; ///< in stacking order, the lowest first
+    // Filled by SSceneGroup::Add.
+    QHash<QUuid, std::size_t> mediaIndex = {}; ///< index in media
+    QHash<QUuid, int> useCounts = {};          ///< number of media per resource
 
     const CMediaNode* FindMedia(const QUuid& mediaId) const;
 };
@@ -38,13 +38,13 @@ struct SSceneGroup {
     QUuid id;
     QString name;
     std::vector<std::shared_ptr<const SScene>> scenes;
-    QHash<QUuid, std::size_t> sceneIndex; ///< place in scenes; of an id that comes twice the first
+    QHash<QUuid, std::size_t> sceneIndex; ///< index in scenes; the first one if an id occurs twice
 
     const SScene* FindScene(const QUuid& sceneId) const;
     void Add(SScene scene);
 };
 
-/// A text's alignment in its lines.
+/// Horizontal alignment of a text.
 namespace TextAlignment {
 enum Alignment : int {
     Left = 0,
@@ -57,10 +57,10 @@ enum Alignment : int {
 struct SResource {
     CResourceBase base;
     bool fileFound = false;
-    int pages = 1;                         ///< of a presentation
-    int groupType = 0;                     ///< of a group
-    STextProperties text;                  ///< of a text
-    std::optional<SScrollSettings> scroll; ///< what its media have in common, if anything
+    int pages = 1;                         ///< only of a presentation
+    int groupType = 0;                     ///< only of a group
+    STextProperties text;                  ///< only of a text
+    std::optional<SScrollSettings> scroll; ///< scrolling of all its media, if they scroll together
 };
 
 struct SProject {
@@ -69,7 +69,7 @@ struct SProject {
     int appControlMode = 0;
     QString stageZoomRatio = QStringLiteral("100%");
     bool hdr = false;
-    int hdrKind = 0; ///< 1: software
+    int hdrKind = 0; ///< 0: hardware, 1: software
     QUuid mainGroup;
     std::vector<std::shared_ptr<const SSceneGroup>> groups;
     QHash<QUuid, std::size_t> groupIndex;
@@ -132,7 +132,7 @@ struct SEffect final : IEffectProperty {
     float GetHue() const override { return hue; }
 };
 
-/// What plays, and how far it is.
+/// The current scene, its state and position.
 struct SPlayback {
     enum State : int {
         Playing = 0,
@@ -144,15 +144,15 @@ struct SPlayback {
     QUuid group;
     QUuid scene;
     State state = Stopped;
-    int globalState = Stopped;                 ///< what remotes are told of it
-    std::chrono::milliseconds playedBefore{0}; ///< how far it was when it was last started or stopped
-    Clock::time_point since;                   ///< when it was started, while it is playing
+    int globalState = Stopped;                 ///< the state that remotes get
+    std::chrono::milliseconds playedBefore{0}; ///< position when the state last changed
+    Clock::time_point since;                   ///< time of the last state change
     float leftVolume = 1;
     float rightVolume = 1;
 
-    /// How far the scene is at a time.
+    /// The position in the scene at a time.
     std::chrono::milliseconds PositionAt(Clock::time_point now) const;
-    /// Goes on, or stays, in another state from the position at that time.
+    /// Changes the state at a time. The position is preserved, except that Stopped resets it to 0.
     void Enter(State next, Clock::time_point now);
 };
 
@@ -160,16 +160,17 @@ struct SShow {
     QString file;
     QString name;
     std::vector<std::shared_ptr<const SProject>> projects;
-    std::size_t openProject = 0; ///< place in projects; with no projects none is open
+    std::size_t openProject = 0; ///< index in projects; no project is open if the list is empty
     std::vector<std::shared_ptr<const SScreen>> screens;
     SEffect effect;
     SPlayback playback;
 
-    /// Null when none is open.
+    /// The open project; null if no project is open.
     const SProject* Project() const;
-    /// Null when none plays that the open project has.
+    /// The current scene; null if there is none or if the open project doesn't contain it.
     const SScene* CurrentScene() const;
+    /// The medium of the current scene with this id; null if not found.
     const CMediaNode* FindStageMedia(const QUuid& mediaId) const;
-    /// How many media on the stage use each resource; those that none uses are left out.
+    /// The number of media of the current scene per resource. Unused resources are omitted.
     QHash<QUuid, int> UseCounts() const;
 };

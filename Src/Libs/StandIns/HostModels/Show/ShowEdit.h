@@ -5,12 +5,12 @@
 #include <memory>
 #include <utility>
 
-// What a show holds by shared pointer is replaced by a changed copy.
+// Edits of a show. Objects that the show holds by shared pointer are immutable and replaced by changed copies.
 
 SMediaProperties PropertiesOf(const CMediaNode& media);
 SResourceProperties PropertiesOf(const CResourceBase& resource);
 
-/// Calls edit(SProject&) for the open project, if there is one.
+/// Calls edit(SProject&) for the open project. Does nothing if no project is open.
 template <class Edit>
 void EditProject(SShow& show, Edit&& edit)
 {
@@ -21,7 +21,7 @@ void EditProject(SShow& show, Edit&& edit)
     show.projects[show.openProject] = std::move(project);
 }
 
-/// Calls edit(SProject&) for the project with the id, if there is one.
+/// Calls edit(SProject&) for the project with this id. Does nothing if the show doesn't have it.
 template <class Edit>
 void EditProject(SShow& show, const QUuid& projectId, Edit&& edit)
 {
@@ -35,8 +35,8 @@ void EditProject(SShow& show, const QUuid& projectId, Edit&& edit)
     }
 }
 
-/// Calls edit(SResourceProperties&) for each resource of the project whose file has the path, and marks the file as
-/// found. Returns whether there is one.
+/// Calls edit(SResourceProperties&) for each resource of the project with this file path, and marks its file as found.
+/// Returns whether the project has such a resource.
 template <class Edit>
 bool EditResourcesOfFile(SProject& project, const QString& path, Edit&& edit)
 {
@@ -55,7 +55,7 @@ bool EditResourcesOfFile(SProject& project, const QString& path, Edit&& edit)
     return isThere;
 }
 
-/// Calls edit(SMediaProperties&) for each medium of the current scene.
+/// Calls edit(SMediaProperties&) for each medium of the current scene. Does nothing without a current scene.
 template <class Edit>
 void EditStageMedia(SShow& show, Edit&& edit)
 {

@@ -11,16 +11,16 @@
 
 namespace {
 
-/// Far beyond any stage, and small enough that no sum of two overflows.
+/// Larger than any stage, and small enough that the sum of two values doesn't overflow.
 constexpr int kMostPixels = 1000000;
 constexpr double kMostScrollSpeed = 1000000;
 
-/// The object's own id, which none of its kind may have had before.
+/// Reads the object's id. Fails if an earlier object of the same kind has it.
 QUuid NewId(const CJsonObjectReader& reader, QSet<QUuid>& seen)
 {
     const QUuid id = reader.RequiredId("id");
     if (seen.contains(id))
-        reader.Fail("id", "another one has this id");
+        reader.Fail("id", "another object has this id");
     seen.insert(id);
     return id;
 }

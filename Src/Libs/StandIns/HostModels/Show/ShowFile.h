@@ -3,12 +3,13 @@
 #include "HostModels/Files/Settings.h"
 #include "HostModels/Show/Show.h"
 
-/// What a show file holds.
+/// The content of a show file. Docs/ShowFile.md describes the format.
 struct SShowFile {
     SShow show;
     SSettings settings;
-    QString deviceFile; ///< empty when the show names none
+    QString deviceFile; ///< absolute path; empty if the show names no device file
 };
 
-/// Throws CFileError.
+/// Reads and checks a show file.
+/// \throws CFileError if the file can't be read or is invalid
 SShowFile ReadShowFile(const QString& file);

@@ -29,7 +29,7 @@ QJsonObject ToJson(const STextProperties& text)
     return json;
 }
 
-/// The scene's commands for devices of one kind.
+/// The scene's device commands with this trigger.
 QJsonArray DeviceCommands(const CSceneNode& scene, int trigger)
 {
     std::vector<SSceneExControlCmd> commands;

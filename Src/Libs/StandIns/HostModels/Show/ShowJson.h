@@ -5,13 +5,14 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
-// What a show holds, in the form of the show file.
+// The objects of a show in the format of the show file.
 QJsonObject ToJson(const SResource& resource);
 QJsonObject ToJson(const SSceneGroup& group);
 QJsonObject ToJson(const CMediaNode& media);
 QJsonObject ToJson(const SScreen& screen);
 
-/// An object's list under a key.
+/// Returns an object with one key, whose value is the array of the values' objects.
+/// \param values pointers
 template <class Values>
 QJsonObject ListOf(const char* key, const Values& values)
 {
