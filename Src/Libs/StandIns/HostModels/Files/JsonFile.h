@@ -22,8 +22,8 @@ public:
 /// \throws CFileError if the file can't be read or contains no JSON object
 QJsonObject ReadJsonObject(const QString& file);
 /// Replaces the file atomically and flushes it to the disk. On failure the old file is unchanged. A new file is
-/// accessible by its owner only. Logs the first of consecutive failures, and the first success after a failure. \return
-/// whether the file was written
+/// accessible by its owner only. Logs the first of consecutive failures, and the first success after a failure.
+/// \return whether the file was written
 bool KeepJsonObject(const QString& file, const QJsonObject& object);
 
 /// Reads the values of a JSON object and checks them. Each function throws CFileError, with the file and the position,

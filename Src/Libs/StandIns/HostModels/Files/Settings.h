@@ -40,7 +40,6 @@ QString LimitedHostName(const QString& name);
 
 /// Returns the given settings, overridden by those of the file.
 /// \throws CFileError if the file is invalid. A user whose password can't be decrypted is an error as well: the module
-/// would
-///         accept any login password that can't be decrypted for this user.
+///         would accept any login password that can't be decrypted for this user.
 SSettings ReadSettings(const QString& file, SSettings settings = {});
 SSettings ReadSettings(const CJsonObjectReader& reader, SSettings settings = {});

@@ -19,7 +19,8 @@ public:
     QString GetFileSavePath() override { return m_devices.Read()->file; }
 
     /// Replaces the devices by those of the file, to which later changes are written. A file that doesn't exist
-    /// contains no devices. \throws CFileError if the file can't be read or is invalid; the devices are unchanged then
+    /// contains no devices.
+    /// \throws CFileError if the file can't be read or is invalid; the devices are unchanged then
     void Load(const QString& file);
     /// Adds the device, or replaces the device with its id. Returns false if the file can't be written; the change is
     /// then valid in memory only.

@@ -25,9 +25,8 @@ public:
 
     /// Replaces the settings.
     /// \param settings    the base settings
-    /// \param changesFile overrides the base settings, if the file exists; later changes are written to it. Empty:
-    /// changes
-    ///                    are not stored.
+    /// \param changesFile overrides the base settings, if the file exists; later changes are written to it; if
+    ///                    empty, changes are not stored
     /// \throws CFileError if the file can't be read or is invalid
     void Load(const SSettings& settings, const QString& changesFile);
     /// Adds a user, or replaces the user of that name. Returns false if the changes file can't be written.

@@ -13,7 +13,9 @@ constexpr int kMostSide = 8192;
 constexpr int kMostPixels = 7680 * 4320;
 
 /// Paints the resource's picture if its file is a picture and is ready to play; otherwise a card with its name and
-/// type. \param size of the result, in pixels \return never null
+/// type.
+/// \param size of the result, in pixels
+/// \return never null
 QImage PaintResource(const SResource& resource, const QSize& size);
 /// Paints the card for a resource type. Never null.
 /// \param size of the result, in pixels
