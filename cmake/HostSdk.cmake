@@ -1,15 +1,16 @@
-# A real host's libraries instead of Interfaces/ and StandIns/: the target HostSdk stands for all of them.
-#   include/Interfaces/  one header for each of ours, by the same name, with the host's declarations (or including them)
-#   lib/                 the import libraries, or the shared libraries themselves where there are none
-set(ZENTRAVOX_HOST_SDK "" CACHE PATH "Folder with a real host's include/ and lib/, to build the module against")
+# Defines the target HostSdk: a host's own headers and libraries, which replace Interfaces/ and StandIns/. The folder
+# ZENTRAVOX_HOST_SDK contains:
+#   include/Interfaces/  a header for each header of Interfaces/, with the same name and the host's declarations
+#   lib/                 the import libraries (Windows) or the shared libraries
+set(ZENTRAVOX_HOST_SDK "" CACHE PATH "Folder with include/ and lib/ of a host, to build the module with them")
 if(NOT ZENTRAVOX_HOST_SDK)
     return()
 endif()
 
-# One that is missing would be taken from ours without a word, and be wrong.
+# Check that no header is missing: the compiler would silently use the one in Interfaces/, which doesn't match the host.
 file(GLOB headers RELATIVE ${PROJECT_SOURCE_DIR}/Src/Libs/ExternalController
     ${PROJECT_SOURCE_DIR}/Src/Libs/ExternalController/Interfaces/*.h)
-# These two stand for no library of the host's.
+# The host's libraries don't replace these two.
 list(REMOVE_ITEM headers Interfaces/Hv.h Interfaces/IpHelper.h)
 set(missing)
 foreach(header IN LISTS headers)
@@ -19,7 +20,7 @@ foreach(header IN LISTS headers)
 endforeach()
 if(missing)
     list(JOIN missing ", " missing)
-    message(FATAL_ERROR "ZENTRAVOX_HOST_SDK: ${ZENTRAVOX_HOST_SDK}/include lacks ${missing}")
+    message(FATAL_ERROR "ZENTRAVOX_HOST_SDK: ${ZENTRAVOX_HOST_SDK}/include: missing headers: ${missing}")
 endif()
 
 if(WIN32)

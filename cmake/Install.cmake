@@ -1,5 +1,5 @@
-# What `cmake --install` gives: the tools with their libraries, show and documents (component Runtime), and what a host
-# needs to build against the module (component Development). The tree can be moved as a whole.
+# Rules of `cmake --install`. The component Runtime contains the tools with their libraries, the demo show and the documents.
+# The component Development contains what a host needs to build with the module. The installed tree is relocatable.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -12,13 +12,13 @@ else()
     set(libraries
         ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform)
     set(qt_components Core Gui Network WebSockets)
-    if(WIN32) # where it is a part of those that need it
+    if(WIN32) # Platform is a static library there
         list(REMOVE_ITEM libraries Platform)
     endif()
 endif()
 
-# The libraries' names are the host's own and too plain for a folder that others share. On Windows they lie beside the
-# programs, where the system looks for them.
+# The libraries have the general names that hosts expect. They are installed to a separate folder, because such names could
+# conflict in a shared one. On Windows they are in the folder of the programs, where the system searches for them.
 set(library_folder ${CMAKE_INSTALL_LIBDIR}/zentravox)
 set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/zentravox)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ZentravoxExternalController)
@@ -47,7 +47,7 @@ install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
 install(FILES Src/Contract/Contract.json DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
 install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 
-# Of the module its interface and the vocabulary that it shares with its host.
+# Headers of the module: its interface and the constants that it shares with the host.
 set(module Src/Libs/ExternalController/ExternalController)
 set(vocabulary Command CommandNames FileType Operation ResourceType Routes Vocabulary)
 list(TRANSFORM vocabulary REPLACE "(.+)" "${module}/Common/\\1.h")
@@ -66,12 +66,12 @@ if(NOT ZENTRAVOX_HOST_SDK)
     install(FILES Src/Apps/ShowRemote/showremote.bash
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME showremote COMPONENT Runtime)
     install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
-    # What a host sets up that takes the stand-ins for its libraries.
+    # Headers for a host that uses the stand-ins and configures them.
     install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
         DESTINATION ${header_folder} COMPONENT Development FILES_MATCHING PATTERN *.h)
-    foreach(room AppServer CentralControl CloudControl FPClient)
-        install(FILES Src/Libs/StandIns/${room}/${room}Config.h
-            DESTINATION ${header_folder}/${room} COMPONENT Development)
+    foreach(library AppServer CentralControl CloudControl FPClient)
+        install(FILES Src/Libs/StandIns/${library}/${library}Config.h
+            DESTINATION ${header_folder}/${library} COMPONENT Development)
     endforeach()
 endif()
 

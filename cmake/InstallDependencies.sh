@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the named groups need and this machine lacks: InstallDependencies.sh build test
-# If nothing is missing it needs neither network nor root.
+# Installs the missing Debian packages of the named groups, for example: InstallDependencies.sh build test
+# If no package is missing, it needs neither network access nor root.
 set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
@@ -18,17 +18,17 @@ wanted=()
 for group in "$@"; do
     case $group in
         build | test | lint | fuzz | package) declare -n packages=$group; wanted+=("${packages[@]}") ;;
-        *) say "unknown group \"$group\"; known: $groups"; exit 2 ;;
+        *) say "expected a group ($groups), got \"$group\""; exit 2 ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || { say "expected at least one group: $groups"; exit 2; }
+[ ${#wanted[@]} -gt 0 ] || { say "expected at least one group ($groups)"; exit 2; }
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
     say "apt not found; assuming that these Debian packages are installed: ${wanted[*]}"
     exit 0
 fi
 
-# dpkg-query fails if it doesn't know one of the packages, but still lists the others.
+# dpkg-query fails if one of the packages is unknown, but still lists the others.
 installed=$(dpkg-query --show --showformat '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null || true)
 missing=()
 for package in "${wanted[@]}"; do
@@ -47,7 +47,7 @@ fi
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-# Another apt process may be running on a machine that has just started: wait for it.
+# Wait for the lock: another apt process often runs after a machine has started.
 apt() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1 || {
         cat "$log" >&2

@@ -1,10 +1,10 @@
-# Debian packages of what is installed, into the build tree: `cpack --preset release`. The hosts' and the builders' apart.
+# Debian packages of the installed files: `cpack --preset release` writes one package per component to the build tree.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Zentravox external control <external-control@zentravox.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "External control of Zentravox shows")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# Whatever the builder's umask is.
+# Independent of the umask of the build.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -18,9 +18,9 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zentravox-external-controller)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# Run, not linked: the upload server is a Python program.
+# The upload server is a Python program, which shlibdeps doesn't detect.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "python3, python3-pyftpdlib")
-# The cloud service's certificate; pictures as WebP, TIFF and TGA.
+# To verify the cloud service's certificate, and to read WebP, TIFF and TGA pictures.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "ca-certificates, qt5-image-formats-plugins")
 
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)

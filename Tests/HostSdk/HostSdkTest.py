@@ -47,7 +47,7 @@ class HostSdkTest(unittest.TestCase):
         run = self.configure()
 
         self.assertNotEqual(run.returncode, 0)
-        self.assertIn("include lacks Interfaces/GlobalModel.h", " ".join(run.stdout.split()))
+        self.assertIn("include: missing headers: Interfaces/GlobalModel.h", " ".join(run.stdout.split()))
 
     def test_the_module_is_built_of_the_hosts_libraries_and_serves(self):
         for run in (self.configure(), self.run_cmake("--build", self.build)):
