@@ -57,9 +57,9 @@ enum Alignment : int {
 struct SResource {
     CResourceBase base;
     bool fileFound = false;
-    int pages = 1;                         ///< only of a presentation
-    int groupType = 0;                     ///< only of a group
-    STextProperties text;                  ///< only of a text
+    int pages = 1;                         ///< only for a presentation
+    int groupType = 0;                     ///< only for a group
+    STextProperties text;                  ///< only for a text
     std::optional<SScrollSettings> scroll; ///< scrolling of all its media, if they scroll together
 };
 
