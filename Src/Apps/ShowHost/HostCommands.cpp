@@ -43,7 +43,7 @@ QString NameOf(const SResultData& command)
     const auto keyword = CenterControlCmdMap.find(command.jsonBody["cmd"].toString());
     if (name.isEmpty() && keyword != CenterControlCmdMap.end() && keyword->second == command.nCmdCode)
         name = keyword->first;
-    return QStringLiteral("%1 (0x%2)").arg(name.isEmpty() ? "unknown" : name).arg(code, 3, 16, QLatin1Char('0'));
+    return QString::fromStdString(Command::TextOf(name.isEmpty() ? "unknown" : name.toStdString(), code));
 }
 
 ControlSource::Index SourceOf(int sourceFlags)

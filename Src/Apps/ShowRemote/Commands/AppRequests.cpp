@@ -26,12 +26,6 @@ unsigned int AppRequests::CodeOf(const QString& request)
     return code;
 }
 
-QString AppRequests::TextOf(unsigned int code)
-{
-    const char* name = Command::NameOf(code & ~Command::kReplyBit);
-    return QStringLiteral("%1 (0x%2)").arg(name ? name : "unnamed").arg(code, 3, 16, QLatin1Char('0'));
-}
-
 std::vector<unsigned int> AppRequests::RepliesTo(Channel channel, unsigned int code, const QByteArray& body)
 {
     const bool isFP = channel == Channel::FP;

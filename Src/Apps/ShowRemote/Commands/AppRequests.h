@@ -11,8 +11,6 @@ namespace AppRequests {
 
 /// The code of a request that is given by name, or by number as 5 or 0x5. Throws CWrongUsage.
 unsigned int CodeOf(const QString& request);
-/// "set-host-name (0x004)"; a reply is called by its request's name.
-QString TextOf(unsigned int code);
 /// The codes of the replies that show that a request has been handled, in no order.
 std::vector<unsigned int> RepliesTo(Channel channel, unsigned int code, const QByteArray& body);
 

@@ -1,6 +1,6 @@
 #include "ShowRemote/Peers/Conversation.h"
 
-#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/CommandNames.h"
 #include "ExternalController/Common/LoginResult.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Commands/AppRequests.h"
@@ -40,7 +40,8 @@ void PrintIdForm(const QByteArray& body)
 /// Prints a body and returns what it holds if it is JSON.
 QJsonDocument Print(const SMessage& message)
 {
-    Terminal::PrintLine(QStringLiteral("<- %1 on %2").arg(AppRequests::TextOf(message.code), NameOf(message.channel)));
+    Terminal::PrintLine(QStringLiteral("<- %1 on %2")
+                            .arg(QString::fromStdString(Command::TextOf(message.code)), NameOf(message.channel)));
     QJsonDocument json;
     if (message.body.isEmpty())
         Terminal::PrintLine("no body");
@@ -109,8 +110,9 @@ QByteArray Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
     while (!expected.empty()) {
         const auto message = peer.Receive(deadline);
         if (!message)
-            throw CFailure(QStringLiteral("no reply %1 within %2")
-                               .arg(AppRequests::TextOf(expected.front()), TextOf(request.timeout)));
+            throw CFailure(
+                QStringLiteral("no reply %1 within %2")
+                    .arg(QString::fromStdString(Command::TextOf(expected.front())), TextOf(request.timeout)));
         const QJsonDocument json = Print(*message);
         const auto found = std::find(expected.begin(), expected.end(), message->code);
         if (found == expected.end())

@@ -2,7 +2,10 @@
 
 #include "ExternalController/Common/Command.h"
 
-/// The names of the requests, as the tools, their logs and the documentation use them.
+#include <cstdio>
+#include <string>
+
+/// The names of the requests in the tools, the logs and the documentation.
 namespace Command {
 
 struct SName {
@@ -23,6 +26,22 @@ constexpr const char* NameOf(unsigned int code)
             return entry.name;
     }
     return nullptr;
+}
+
+/// Returns a name and a code as "name (0x004)", with at least three hexadecimal digits.
+inline std::string TextOf(const std::string& name, unsigned int code)
+{
+    char digits[9];
+    std::snprintf(digits, sizeof digits, "%03x", code);
+    return name + " (0x" + digits + ')';
+}
+
+/// Returns a code with its name, as "set-host-name (0x004)"; a reply has the name of its request:
+/// "set-host-name (0x10000004)". The text for a code without a name is "unknown (0x123)".
+inline std::string TextOf(unsigned int code)
+{
+    const char* const name = NameOf(code & ~kReplyBit);
+    return TextOf(name ? name : "unknown", code);
 }
 
 } // namespace Command
