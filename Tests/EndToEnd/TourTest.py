@@ -8,10 +8,12 @@ import socket
 import subprocess
 import threading
 import unittest
+from pathlib import Path
 
 from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, PATIENCE, App, Folder, FPController, ShowHost,
                      discover, environment, showhost_command, showremote)
 
+CONTRACT = Path(__file__).resolve().parents[2] / "Src/Contract/Contract.json"
 SHARED, STARTED, NOBODY, CONTROLLER = "127.0.0.31", "127.0.0.33", "127.0.0.34", "127.0.0.55"
 
 
@@ -90,6 +92,14 @@ class ShowRemoteTest(unittest.TestCase):
 
 class ShowRemoteFailuresTest(unittest.TestCase):
     """What showremote tells when something is wrong, without a host."""
+
+    def test_the_version_names_the_contract_s_version(self):
+        contract = json.loads(CONTRACT.read_text(encoding="utf-8"))["version"]
+
+        result = showremote("--version")
+
+        self.assertEqual(result.returncode, 0)
+        self.assertRegex(result.stdout, rf"\Ashowremote [\d.]+ \(contract {contract}\)\n\Z")
 
     def test_wrong_usage_is_told_in_one_line(self):
         cases = {

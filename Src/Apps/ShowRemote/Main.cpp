@@ -32,8 +32,17 @@ void PrintHelp()
     Terminal::PrintLine("Commands:");
     for (const SCommand& command : kCommands)
         Terminal::PrintLine(QStringLiteral("  %1  %2").arg(command.name, -9).arg(command.help));
+    Terminal::PrintLine("\nOptions:");
+    Terminal::PrintLine("  --help     Show this help.");
+    Terminal::PrintLine("  --version  Show the versions of showremote and of the message contract.");
     Terminal::PrintLine("\nshowremote COMMAND --help shows the options of a command.");
     Terminal::PrintLine("Exit codes: 0 the expected answer came, 1 failure, 2 wrong usage.");
+}
+
+void PrintVersion()
+{
+    Terminal::PrintLine(
+        QStringLiteral("showremote %1 (contract %2)").arg(ZENTRAVOX_VERSION).arg(ZENTRAVOX_CONTRACT_VERSION));
 }
 
 const SCommand* Find(const QString& name)
@@ -52,9 +61,12 @@ int Run(const SCommand* command, const QStringList& arguments)
     if (arguments.isEmpty())
         throw CWrongUsage("a command is missing");
     const QString& name = arguments.first();
-    if (name != "--help" && name != "-h")
+    if (name == "--help" || name == "-h")
+        PrintHelp();
+    else if (name == "--version")
+        PrintVersion();
+    else
         throw CWrongUsage(QStringLiteral("there is no command \"%1\"").arg(name));
-    PrintHelp();
     return kExitDone;
 }
 

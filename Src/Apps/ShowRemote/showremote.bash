@@ -3,7 +3,8 @@ _showremote()
 {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} list
     if [ "$COMP_CWORD" -eq 1 ]; then
-        list=$(showremote --help | sed -n 's/^  \([a-z]\+\)  .*/\1/p')
+        # Commands, --help and --version.
+        list=$(showremote --help | sed -n 's/^  \([a-z-]\+\)  .*/\1/p')
     elif [[ $word == -* ]]; then
         list=$(showremote "$command" --help | grep -o -- '--[a-z-]\+')
     else
