@@ -71,7 +71,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
         for words, arguments, password, user in (
                 ("the host doesn't know this user", ("--force", "login"), "demo", "nobody"),
                 ("wrong password", ("--force", "login"), SECRET, "demo"),
-                ("another app is logged in; --force takes its place", ("login",), "demo", "demo"),
+                ("another app is logged in; use --force to replace it", ("login",), "demo", "demo"),
                 ("the password is too long for the host's key: 117 bytes at most", ("login",), "x" * 118, "demo")):
             with self.subTest(words):
                 result = remote(SHARED, *arguments, password=password, user=user)
@@ -96,7 +96,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
             code, output = terminal.ended()
         self.assertEqual(code, 1)
         self.assertIn(f"<- app-gone (0x{REPLY | APP_GONE:x}) on control\r\nno body\r\n", output)
-        self.assertIn("another app has taken this one's place", output)
+        self.assertIn("another app logged in and replaced this one", output)
 
         with Terminal([os.environ["SHOWREMOTE"], "app", "--host", SHARED, "listen"]) as terminal:
             terminal.wait_for("listening")

@@ -88,9 +88,9 @@ class AppTest(unittest.TestCase):
     def test_a_reply_that_is_not_what_was_asked_for_is_a_failure_and_no_file(self):
         with Folder() as folder:
             for request, body, text in (("heartbeat", b"", "not a JSON object"), ("heartbeat", b"\0garbage", "not a JSON"),
-                                        ("scene-play", b'{"errorMsg": "FAIL", "result": 1}', "refused it: FAIL"),
+                                        ("scene-play", b'{"errorMsg": "FAIL", "result": 1}', "refused the request: FAIL"),
                                         ("resource-thumbnail", id_form(b""), "empty picture"),
-                                        ("resource-thumbnail", b"{}", "no reply carried a picture")):
+                                        ("resource-thumbnail", b"{}", "no reply contained a picture")):
                 with self.subTest(body=body), FakeHost(answering(body)):
                     result = app("--out", folder / "picture", request)
 

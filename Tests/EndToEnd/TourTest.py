@@ -91,7 +91,7 @@ class ShowRemoteTest(unittest.TestCase):
 
 
 class ShowRemoteFailuresTest(unittest.TestCase):
-    """What showremote tells when something is wrong, without a host."""
+    """What showremote prints without a host: its version and its error messages."""
 
     def test_the_version_names_the_contract_s_version(self):
         contract = json.loads(CONTRACT.read_text(encoding="utf-8"))["version"]
@@ -103,11 +103,11 @@ class ShowRemoteFailuresTest(unittest.TestCase):
 
     def test_wrong_usage_is_told_in_one_line(self):
         cases = {
-            ("app", "no-such-request"): "no request called \"no-such-request\"",
+            ("app", "no-such-request"): "unknown request \"no-such-request\"",
             ("app", "heartbeat", '{"ü": 1 "b": 2}'): "near character 9",
             ("app", "heartbeat", "[]"): "object",
             ("upload",): "FILE is missing",
-            ("no-such-command",): "no command \"no-such-command\"",
+            ("no-such-command",): "unknown command \"no-such-command\"",
         }
         for arguments, text in cases.items():
             with self.subTest(arguments=arguments):

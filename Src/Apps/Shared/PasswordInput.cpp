@@ -18,7 +18,7 @@ class CHiddenInput {};
 #else
 termios s_terminalBefore;
 
-/// Those that the terminal sends: Ctrl-C, Ctrl-\, its end; and the usual request to end.
+/// The signals that end the program: Ctrl-C, Ctrl-\, a closed terminal (SIGHUP) and SIGTERM.
 constexpr std::array kEndingSignals = {SIGINT, SIGQUIT, SIGHUP, SIGTERM};
 
 void PutBackAndEnd(int signal)
@@ -28,7 +28,7 @@ void PutBackAndEnd(int signal)
     std::raise(signal);
 }
 
-/// Switches echo off for as long as it lives, or until a signal ends the program: not every shell switches it on again.
+/// Switches the terminal's echo off until destruction, or until a signal ends the program: not every shell restores it.
 class CHiddenInput {
 public:
     CHiddenInput() : m_isTerminal(tcgetattr(STDIN_FILENO, &s_terminalBefore) == 0)
@@ -66,7 +66,7 @@ private:
 
 QString PasswordInput::Ask(const char* prompt)
 {
-    // Before the prompt, for those who type fast.
+    // Before the prompt, so that a password that is typed early isn't shown.
     [[maybe_unused]] const CHiddenInput hidden;
     std::fprintf(stderr, "%s: ", prompt);
     QString password = ReadFrom(fileno(stdin));
@@ -77,12 +77,12 @@ QString PasswordInput::Ask(const char* prompt)
 QString PasswordInput::ReadFrom(int fileDescriptor)
 {
     QFile file;
-    // Buffered, it would swallow the next line as well.
+    // A buffered file could read past the end of the line.
     if (!file.open(fileDescriptor, QIODevice::ReadOnly | QIODevice::Unbuffered))
         throw CNoPassword("can't read the password: " + file.errorString());
     QByteArray line = file.readLine();
     if (line.isEmpty())
-        throw CNoPassword(file.error() == QFile::NoError ? QStringLiteral("no password was given")
+        throw CNoPassword(file.error() == QFile::NoError ? QStringLiteral("expected a password, got end of input")
                                                          : "can't read the password: " + file.errorString());
     while (line.endsWith('\n') || line.endsWith('\r'))
         line.chop(1);

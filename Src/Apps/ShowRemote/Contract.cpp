@@ -15,7 +15,7 @@ namespace {
 QJsonArray ReadMessages()
 {
     QFile file(":/Contract.json");
-    file.open(QIODevice::ReadOnly); // part of the program
+    file.open(QIODevice::ReadOnly); // a resource of this program
     return ReadJson(file.readAll())["messages"].toArray();
 }
 
@@ -29,7 +29,7 @@ QJsonObject MessageOf(unsigned int code)
     return {};
 }
 
-/// Where it comes: the same for the alternatives of which one comes.
+/// The reply's code and route. Alternatives, of which the host sends one, have the same.
 QString PlaceOf(const QJsonObject& reply)
 {
     return reply["code"].toString() + '/' + QString::number(reply["route"].toInt());
@@ -50,7 +50,7 @@ std::optional<std::vector<QJsonObject>> Contract::RepliesTo(const char* asker, u
         const bool isThere = std::any_of(replies.begin(), replies.end(),
                                          [&](const QJsonObject& other) { return PlaceOf(other) == PlaceOf(reply); });
         const QJsonValue many = reply["many"];
-        // Any number of them, so perhaps none.
+        // Any number may be sent, also none.
         if (isThere || many.toBool())
             continue;
         replies.insert(replies.end(), static_cast<std::size_t>(std::max(many.toInt(), 1)), reply);
@@ -62,5 +62,5 @@ QString Contract::RefusalOf(const QString& resultText)
 {
     if (resultText.isEmpty() || resultText.toStdString() == ResultTextMap.at(ResultText::Success))
         return {};
-    return "the host refused it: " + PayloadText(resultText.left(kMaxShownCharacters).toUtf8());
+    return "the host refused the request: " + PayloadText(resultText.left(kMaxShownCharacters).toUtf8());
 }

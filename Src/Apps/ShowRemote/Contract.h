@@ -5,14 +5,16 @@
 #include <optional>
 #include <vector>
 
-/// What the host promises to remotes, from Src/Contract/Contract.json.
+/// The replies that the host sends to remotes, from Src/Contract/Contract.json.
 namespace Contract {
 
-/// The replies that show that a request has been handled, one entry for each that must come. No value where none are
-/// listed for the asker ("app", "fp", "central" or "cloud"): for commands, and for codes that aren't known.
+/// Returns the replies that show that a request has been handled, one entry for each reply that must arrive. Returns no
+/// value if the contract lists no replies for the asker: for commands and for unknown codes.
+/// \param asker "app", "fp", "central" or "cloud"
 std::optional<std::vector<QJsonObject>> RepliesTo(const char* asker, unsigned int code);
 
-/// "the host refused it: ..." for a result text ("errorMsg") other than success; empty for success and for no text.
+/// Returns "the host refused the request: ..." for a result text ("errorMsg") other than success, and an empty text for
+/// success and for an empty result text.
 QString RefusalOf(const QString& resultText);
 
 } // namespace Contract

@@ -11,32 +11,32 @@ namespace {
 struct SCommand {
     const char* name;
     const char* help;
-    /// Gets the command's name and what follows it; returns an exit code.
+    /// Runs the command with its name and the arguments after it. Returns an exit code.
     int (*run)(const QStringList& arguments);
 };
 
 constexpr SCommand kCommands[] = {
-    {"discover", "asks a host for its name and addresses, as the mobile app", RunDiscover},
-    {"app", "sends a request as the mobile app and shows the replies", RunApp},
-    {"upload", "uploads a media file as the mobile app", RunUpload},
-    {"central", "sends a text command as central control and shows the answer", RunCentral},
-    {"cloud", "sends a command as the cloud service and shows the replies", RunCloud},
-    {"fp", "sends a request as the FP controller and shows the replies", RunFP},
-    {"device", "plays an external control device and shows what it receives", RunDevice},
+    {"discover", "Ask a host for its name and addresses, as the mobile app.", RunDiscover},
+    {"app", "Send a request as the mobile app and show the replies.", RunApp},
+    {"upload", "Upload a media file as the mobile app.", RunUpload},
+    {"central", "Send a text command as central control and show the answer.", RunCentral},
+    {"cloud", "Send a command as the cloud service and show the replies.", RunCloud},
+    {"fp", "Send a request as the FP controller and show the replies.", RunFP},
+    {"device", "Act as an external control device and show the received data.", RunDevice},
 };
 
 void PrintHelp()
 {
     Terminal::PrintLine("Usage: showremote COMMAND [options] ...");
-    Terminal::PrintLine("Plays the remote controllers and the devices of a show host.\n");
+    Terminal::PrintLine("Act as a remote controller or an external control device of a show host.\n");
     Terminal::PrintLine("Commands:");
     for (const SCommand& command : kCommands)
         Terminal::PrintLine(QStringLiteral("  %1  %2").arg(command.name, -9).arg(command.help));
     Terminal::PrintLine("\nOptions:");
     Terminal::PrintLine("  --help     Show this help.");
     Terminal::PrintLine("  --version  Show the versions of showremote and of the message contract.");
-    Terminal::PrintLine("\nshowremote COMMAND --help shows the options of a command.");
-    Terminal::PrintLine("Exit codes: 0 the expected answer came, 1 failure, 2 wrong usage.");
+    Terminal::PrintLine("\nRun showremote COMMAND --help to show the options of a command.");
+    Terminal::PrintLine("Exit codes: 0 success, 1 failure, 2 wrong usage.");
 }
 
 void PrintVersion()
@@ -59,14 +59,14 @@ int Run(const SCommand* command, const QStringList& arguments)
     if (command)
         return command->run(arguments);
     if (arguments.isEmpty())
-        throw CWrongUsage("a command is missing");
+        throw CWrongUsage("expected a command");
     const QString& name = arguments.first();
     if (name == "--help" || name == "-h")
         PrintHelp();
     else if (name == "--version")
         PrintVersion();
     else
-        throw CWrongUsage(QStringLiteral("there is no command \"%1\"").arg(name));
+        throw CWrongUsage(QStringLiteral("unknown command \"%1\"").arg(name));
     return kExitDone;
 }
 

@@ -8,7 +8,7 @@ _showremote()
     elif [[ $word == -* ]]; then
         list=$(showremote "$command" --help | grep -o -- '--[a-z-]\+')
     else
-        # The FP controller asks what the app asks; the cloud has keywords, and the names too.
+        # fp accepts the same names as app; cloud accepts its own keywords and these names.
         case $command in
             app | fp) list=$(showremote app --list) ;;
             central) list=$(showremote central --list) ;;

@@ -22,7 +22,7 @@ void PrintSummary(std::vector<Milliseconds> durations, int wanted)
     QString text = QStringLiteral("%1 of %2 requests answered").arg(durations.size()).arg(wanted);
     if (!durations.empty()) {
         std::sort(durations.begin(), durations.end());
-        text += QStringLiteral("; least %1 ms, median %2 ms, most %3 ms")
+        text += QStringLiteral("; minimum %1 ms, median %2 ms, maximum %3 ms")
                     .arg(durations.front().count(), 0, 'f', 2)
                     .arg(durations[durations.size() / 2].count(), 0, 'f', 2)
                     .arg(durations.back().count(), 0, 'f', 2);
@@ -30,7 +30,7 @@ void PrintSummary(std::vector<Milliseconds> durations, int wanted)
     Terminal::PrintLine(text);
 }
 
-/// Ends at the first request that is not answered: a late reply would be taken for the next one's.
+/// Stops at the first request without a reply: a late reply would be matched with the next request.
 void AskRepeatedly(CEnvelopePeer& peer, const SRequest& request, int count)
 {
     std::vector<Milliseconds> durations;
@@ -57,13 +57,13 @@ void AddOptions(CCommandLine& line)
 {
     line.AddHostOption();
     line.AddTimeoutOption();
-    line.AddOption({"bulk", "Sends on the bulk channel instead of the control channel."});
-    line.AddOption({"count", "Sends the request N times, each after the reply to the one before.", "N", "1"});
-    line.AddOption({"out", "Writes the picture that a reply carries to FILE.", "FILE"});
-    line.AddOption({"list", "Lists the names of all requests."});
+    line.AddOption({"bulk", "Send on the bulk channel instead of the control channel."});
+    line.AddOption({"count", "Send the request N times, each after the previous reply.", "N", "1"});
+    line.AddOption({"out", "Write the picture in the reply to FILE.", "FILE"});
+    line.AddOption({"list", "List the codes and names of all requests."});
     AddLoginOptions(line);
     AddListenOptions(line);
-    line.AddOption({"no-heartbeat", "Sends no heartbeats while listening; the host then logs the app out."});
+    line.AddOption({"no-heartbeat", "Send no heartbeats while listening; the host then logs the app out."});
 }
 
 SRequest ReadRequest(const CCommandLine& line)
@@ -79,11 +79,11 @@ SRequest ReadRequest(const CCommandLine& line)
     return request;
 }
 
-/// For listening and logging in, which send no other request.
+/// Rejects the options of a request. For listen and login, which send no other request.
 void RefuseRequestOptions(const CCommandLine& line)
 {
     line.Positional(1, 1);
-    line.Refuse({"bulk", "count", "out"}, "goes with a request");
+    line.Refuse({"bulk", "count", "out"}, "can only be used with a request");
 }
 
 } // namespace
@@ -91,9 +91,9 @@ void RefuseRequestOptions(const CCommandLine& line)
 int RunApp(const QStringList& arguments)
 {
     CCommandLine line("REQUEST [JSON]",
-                      "Sends a request as the mobile app would and shows every reply. REQUEST is a name of --list or a "
-                      "code such as 5 or 0x5, JSON its body. REQUEST may also be listen, which shows what the host "
-                      "sends until Ctrl-C.");
+                      "Send a request as the mobile app and show every reply. REQUEST is a name from --list or a code "
+                      "such as 5 or 0x5; JSON is its body. If REQUEST is listen, show all messages of the host until "
+                      "Ctrl-C.");
     AddOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;
@@ -125,7 +125,8 @@ int RunApp(const QStringList& arguments)
     Conversation::ConnectBoth(peer, line.Host(), timeout);
     if (logsIn)
         LogIn(peer, credentials, timeout);
-    // The host handles the requests of one channel in turn: behind a slow one, heartbeats would come too late.
+    // The host handles the requests of one channel in sequence, so a slow request would delay heartbeats on that
+    // channel.
     if (logsIn && asks)
         peer.KeepAlive(request.channel == Channel::Bulk ? Channel::Control : Channel::Bulk, timeout);
     if (listens)

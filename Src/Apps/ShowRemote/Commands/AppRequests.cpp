@@ -17,12 +17,10 @@ unsigned int AppRequests::CodeOf(const QString& request)
     bool isNumber = false;
     const unsigned int code = request.toUInt(&isNumber, isHex ? 16 : 10);
     if (!isNumber)
-        throw CWrongUsage(
-            QStringLiteral("there is no request called \"%1\", showremote app --list lists them").arg(request));
+        throw CWrongUsage(QStringLiteral("unknown request \"%1\"; showremote app --list lists all names").arg(request));
     if (code >= Command::kReplyBit)
-        throw CWrongUsage(QStringLiteral("%1 is not the code of a request: those are below 0x%2")
-                              .arg(request)
-                              .arg(Command::kReplyBit, 0, 16));
+        throw CWrongUsage(
+            QStringLiteral("expected a request code below 0x%1, got %2").arg(Command::kReplyBit, 0, 16).arg(request));
     return code;
 }
 
@@ -33,7 +31,7 @@ std::vector<unsigned int> AppRequests::RepliesTo(Channel channel, unsigned int c
     const auto promised = Contract::RepliesTo(isFP ? "fp" : "app", code);
     if (!promised)
         return {ownReply};
-    // An empty name isn't stored, and the host reports only the name that it still has.
+    // The host doesn't store an empty name; it only replies with its current name.
     if (!isFP && code == Command::SetHostName && ReadJson(body)["name"].toString().isEmpty())
         return {Command::ReplyTo(Command::HostNameAndVersion)};
     std::vector<unsigned int> replies;

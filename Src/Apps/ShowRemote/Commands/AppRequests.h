@@ -6,12 +6,13 @@
 
 #include <vector>
 
-/// Requests of the app protocol as people write them on the command line.
+/// Requests of the app protocol as they are written on the command line.
 namespace AppRequests {
 
-/// The code of a request that is given by name, or by number as 5 or 0x5. Throws CWrongUsage.
+/// Returns the code of a request. Throws CWrongUsage for unknown names and for codes of replies.
+/// \param request a name, or a number such as 5 or 0x5
 unsigned int CodeOf(const QString& request);
-/// The codes of the replies that show that a request has been handled, in no order.
+/// Returns the codes of the replies that show that a request has been handled, in no particular order.
 std::vector<unsigned int> RepliesTo(Channel channel, unsigned int code, const QByteArray& body);
 
 } // namespace AppRequests

@@ -35,7 +35,7 @@ QByteArray ReadMessage(const CCommandLine& line)
     return QJsonDocument(message).toJson(QJsonDocument::Compact);
 }
 
-/// Whether the host carries the command out without an answer.
+/// Returns whether the host executes the command without an answer.
 bool IsUnanswered(const QByteArray& datagram)
 {
     const QString text = QString::fromUtf8(datagram);
@@ -47,7 +47,8 @@ bool IsUnanswered(const QByteArray& datagram)
     return replies && replies->empty();
 }
 
-/// Prints the answer and returns why it is a failure: a query is answered by an object, a command by a result text.
+/// Prints the answer and returns the reason why it is a failure, or an empty text. The host answers a query with an
+/// object and a command with a result text.
 QString FaultOf(const QByteArray& answer)
 {
     const QJsonDocument json = Terminal::PrintJson(answer);
@@ -62,14 +63,15 @@ QString FaultOf(const QByteArray& answer)
 
 int RunCentral(const QStringList& arguments)
 {
-    CCommandLine line("KEYWORD [JSON]",
-                      "Sends a text command as a central-control system would and shows the answer. KEYWORD is one of "
-                      "--list, JSON an object with the command's other keys. An object with the keyword in \"cmd\" may "
-                      "be given instead of both.");
+    CCommandLine line(
+        "KEYWORD [JSON]",
+        "Send a text command as a central-control system and show the answer. KEYWORD is a keyword from "
+        "--list; JSON is an object with the command's other keys. An object with the keyword in \"cmd\" can "
+        "replace both.");
     line.AddHostOption();
     line.AddTimeoutOption();
-    line.AddOption({"raw", "Sends TEXT unchanged and accepts any answer.", "TEXT"});
-    line.AddOption({"list", "Lists all keywords and the codes of their commands; those with 0x000 have no command."});
+    line.AddOption({"raw", "Send TEXT unchanged and accept any answer.", "TEXT"});
+    line.AddOption({"list", "List all keywords and the codes of their commands. Code 0x000: no command."});
     if (!line.Parse(arguments))
         return kExitDone;
     if (line.IsSet("list")) {

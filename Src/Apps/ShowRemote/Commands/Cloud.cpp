@@ -24,12 +24,12 @@ namespace {
 using Clock = CCloudPeer::Clock;
 
 constexpr char kUsage[] =
-    "Plays the cloud service: waits for the host to connect, sends a command and shows every reply to it. COMMAND is a "
-    "keyword of --list, a name of showremote app --list or a code, JSON an object with the command's other keys. An "
-    "object with \"cmd\" or \"cmdType\" may be given instead of both. COMMAND may also be listen, which shows what the "
-    "host sends until Ctrl-C.";
+    "Act as the cloud service: wait for the host to connect, send a command and show every reply. COMMAND is a keyword "
+    "from --list, a name from showremote app --list or a code; JSON is an object with the command's other keys. An "
+    "object with \"cmd\" or \"cmdType\" can replace both. If COMMAND is listen, show all messages of the host until "
+    "Ctrl-C.";
 
-/// A host that found no service so far pauses for up to half a minute.
+/// A host that can't connect waits up to 30 s before the next attempt.
 constexpr char kTimeoutSeconds[] = "40";
 
 struct SCloudCommand {
@@ -46,15 +46,15 @@ void PrintCloudKeywords()
 void AddCloudOptions(CCommandLine& line)
 {
     line.AddListenAddressOptions("the host", CloudControl::kDefaultPort);
-    line.AddOption({"cert", "Serves wss with this certificate (PEM) instead of ws.", "FILE"});
-    line.AddOption({"key", "The certificate's private key (PEM).", "FILE"});
-    line.AddOption({"out", "Writes the contents of the replies to files in DIR.", "DIR"});
-    line.AddOption({"list", "Lists all keywords and the codes of their commands."});
+    line.AddOption({"cert", "Use wss with the certificate in FILE (PEM) instead of ws.", "FILE"});
+    line.AddOption({"key", "Read the certificate's private key from FILE (PEM).", "FILE"});
+    line.AddOption({"out", "Write the contents of the replies to files in DIR.", "DIR"});
+    line.AddOption({"list", "List all keywords and the codes of their commands."});
     line.AddTimeoutOption(kTimeoutSeconds);
     AddListenOptions(line);
 }
 
-/// As the host does, takes the keyword before the code.
+/// If the object has both a keyword and a code, the keyword has priority, as in the host.
 SCloudCommand ReadObject(const QString& argument)
 {
     SCloudCommand command;
@@ -64,7 +64,7 @@ SCloudCommand ReadObject(const QString& argument)
     command.code = static_cast<unsigned int>(known != CloudControlCmdMap.end() ? known->second
                                                                                : message["cmdType"].toInt(kNoCommand));
     if (command.code == kNoCommand)
-        throw CWrongUsage("the object has neither a keyword of --list in \"cmd\" nor a code in \"cmdType\"");
+        throw CWrongUsage("JSON: expected a keyword from --list in \"cmd\" or a code in \"cmdType\"");
     return command;
 }
 
@@ -97,7 +97,7 @@ void AwaitHost(CCloudPeer& peer, const CCommandLine& line)
 {
     const QString address = line.ListenAddress();
     if (line.IsSet("cert") != line.IsSet("key"))
-        throw CWrongUsage("--cert and --key go together");
+        throw CWrongUsage("--cert and --key can only be used together");
     const std::uint16_t port = line.ListenPort();
     peer.Listen(address, port, line.Value("cert"), line.Value("key"));
     Terminal::PrintLine(QStringLiteral("waiting for the host on %1:%2").arg(address).arg(port));
@@ -110,7 +110,7 @@ QString OutFolder(const CCommandLine& line)
 {
     QString folder = line.Value("out");
     if (!folder.isEmpty() && !QDir().mkpath(folder))
-        throw CFailure(QStringLiteral("can't make the folder %1").arg(folder));
+        throw CFailure(QStringLiteral("can't create the folder %1").arg(folder));
     return folder;
 }
 
@@ -121,7 +121,7 @@ void Ask(CCloudPeer& peer, const SCloudCommand& command, const QString& outFolde
     std::vector<int> expected = CloudReplies::RoutesOf(command.code);
     if (expected.empty()) {
         peer.Close(deadline);
-        Terminal::PrintLine("sent; the host carries it out and sends no answer");
+        Terminal::PrintLine("sent; the host executes this command without an answer");
         return;
     }
     QString fault;

@@ -18,7 +18,7 @@ namespace {
 
 struct SRoute {
     const char* name;
-    const char* file; ///< none: every reply has its own
+    const char* file; ///< name of the output file; null if the reply determines it
 };
 
 const std::map<int, SRoute> kRoutes = {
@@ -29,7 +29,8 @@ const std::map<int, SRoute> kRoutes = {
     {CloudControl::OperationLog, {"operation log", "operation-log.csv"}},
 };
 
-/// The base64 text would fill the terminal. Returns why the picture is a failure.
+/// Prints the name and size of a picture instead of its base64 text. Returns the reason why the picture is a failure,
+/// or an empty text.
 QString ShowPicture(const QByteArray& message, const QString& outFolder)
 {
     const QJsonDocument picture = ReadJson(message);
@@ -37,7 +38,7 @@ QString ShowPicture(const QByteArray& message, const QString& outFolder)
     const QString idText = picture["id"].toString();
     const QByteArray bytes = QByteArray::fromBase64(picture["data"].toString().toLatin1());
     const QUuid id(idText);
-    // Both are parts of a file name.
+    // Checked because both become part of a file name.
     if ((type != "clip" && type != "chapter" && type != "preview") || (id.isNull() && !idText.isEmpty()))
         throw CFailure("the reply is not a picture");
     const QString name = id.isNull() ? type : type + '-' + id.toString(QUuid::WithoutBraces);
@@ -49,7 +50,7 @@ QString ShowPicture(const QByteArray& message, const QString& outFolder)
     return {};
 }
 
-/// Logs have several lines.
+/// Prints each line of a log, escaped.
 void PrintText(const QByteArray& text)
 {
     const QList<QByteArray> lines = text.trimmed().split('\n');
@@ -74,7 +75,9 @@ CloudReplies::SReply CloudReplies::Show(const QByteArray& frame, const QString& 
     const int number = reply["route"].toInt(-1);
     const auto route = kRoutes.find(number);
     if (route == kRoutes.end() || !reply["data"].isString())
-        throw CFailure(QStringLiteral("%1 bytes that are not a reply").arg(frame.size()));
+        throw CFailure(
+            QStringLiteral("expected a reply with a known route and a text in \"data\", got %1 bytes of other data")
+                .arg(frame.size()));
 
     const QByteArray data = reply["data"].toString().toUtf8();
     Terminal::PrintLine(QStringLiteral("<- %1 (route %2)").arg(route->second.name).arg(number));

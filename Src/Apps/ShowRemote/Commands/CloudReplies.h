@@ -5,21 +5,21 @@
 
 #include <vector>
 
-/// What the host sends to the cloud, by route.
+/// The host's replies to the cloud, by route.
 namespace CloudReplies {
 
 struct SReply {
     int route = 0;
-    QString fault; ///< why the reply is not what was asked for; empty if it is
+    QString fault; ///< why the reply is a failure; empty if it isn't one
 };
 
-/// The routes of the replies that show that a command has been handled, in no order. Empty for a command that the host
-/// carries out: it sends no answer.
+/// Returns the routes of the replies that show that a command has been handled, in no particular order. Empty for a
+/// command without a reply.
 std::vector<int> RoutesOf(unsigned int code);
 
-/// Shows a reply, and writes what it carries to a file in outFolder unless that is empty. Only the reply's route and,
-/// of a picture, its type and a valid id choose the file's name, so it is always inside the folder. Throws CFailure if
-/// the frame is not a reply.
+/// Prints a reply and, unless outFolder is empty, writes its content to a file in that folder. Throws CFailure if the
+/// frame is not a reply. The file's name depends only on the route and, for a picture, on its type and its valid id, so
+/// the file is always inside the folder.
 SReply Show(const QByteArray& frame, const QString& outFolder);
 
 } // namespace CloudReplies

@@ -2,8 +2,8 @@
 
 #include <QStringList>
 
-// The commands of showremote. Each takes its own name and the arguments behind it, returns the program's exit code, and
-// throws CWrongUsage or CFailure.
+// The commands of showremote. Each function takes the command's name and the arguments after it and returns the
+// program's exit code. They throw CWrongUsage if the arguments are not valid and CFailure if the command fails.
 
 int RunApp(const QStringList& arguments);
 int RunCentral(const QStringList& arguments);

@@ -27,10 +27,10 @@
 
 namespace {
 
-/// Where the demo show's devices are.
+/// The port of the demo show's UDP devices.
 constexpr int kDefaultUdpPort = 25169;
 
-/// Shows what arrives until there was enough of it, until Ctrl-C, or until the time is over.
+/// Prints received data until --count is reached, until Ctrl-C, or until --seconds have passed.
 class CDisplay {
 public:
     explicit CDisplay(const CCommandLine& line) : m_signals(m_context, SIGINT, SIGTERM)
@@ -44,7 +44,7 @@ public:
 
     asio::io_context& Context() { return m_context; }
 
-    /// counted: how much of what is counted this is.
+    /// \param counted number of datagrams or bytes, for --count
     void Show(const QString& from, const QByteArray& bytes, int counted)
     {
         Terminal::PrintLine(
@@ -62,7 +62,7 @@ public:
         else
             m_context.run();
         if (m_missing && *m_missing > 0)
-            throw CFailure(QStringLiteral("%1 of the expected datagrams or bytes did not come").arg(*m_missing));
+            throw CFailure(QStringLiteral("%1 of the expected datagrams or bytes were not received").arg(*m_missing));
     }
 
 private:
@@ -86,7 +86,7 @@ public:
         const QString place = QStringLiteral("%1:%2").arg(address).arg(port);
         if (error)
             throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
-        Terminal::PrintLine(QStringLiteral("a UDP device on %1; Ctrl-C ends it").arg(place));
+        Terminal::PrintLine(QStringLiteral("UDP device on %1; Ctrl-C ends it").arg(place));
         Receive();
     }
 
@@ -109,7 +109,7 @@ private:
     std::vector<char> m_datagram;
 };
 
-/// Port: asio's serial port or the far end of a pseudo-terminal.
+/// Port: asio's serial port or a descriptor of a pseudo-terminal.
 template <class Port>
 class CSerialDevice {
 public:
@@ -120,7 +120,7 @@ private:
     {
         m_port.async_read_some(asio::buffer(m_bytes), [this](const asio::error_code& error, std::size_t count) {
             if (error)
-                throw CFailure("the port has gone: " + ReasonOf(error));
+                throw CFailure("the port was closed: " + ReasonOf(error));
             m_display.Show({}, QByteArray(m_bytes.data(), static_cast<int>(count)), static_cast<int>(count));
             Receive();
         });
@@ -133,7 +133,7 @@ private:
 
 void RunUdp(const CCommandLine& line)
 {
-    line.Refuse({"line", "link"}, "goes with a serial device");
+    line.Refuse({"line", "link"}, "can only be used with KIND serial");
     line.Positional(1, 1);
     CDisplay display(line);
     const CUdpDevice device(display, line.ListenAddress(), line.ListenPort());
@@ -146,7 +146,7 @@ void RunSerialPort(const CCommandLine& line, const QString& path)
     const auto settings = ReadLineSettings(line.Value("line").toStdString(), fault);
     if (!settings)
         throw CWrongUsage("--line: " + QString::fromStdString(fault));
-    line.Refuse({"link"}, "goes without a PATH");
+    line.Refuse({"link"}, "can't be used with a PATH");
 
     CDisplay display(line);
     asio::serial_port port(display.Context());
@@ -155,7 +155,7 @@ void RunSerialPort(const CCommandLine& line, const QString& path)
     fault = error ? error.message() : ApplyLineSettings(*settings, port);
     if (!fault.empty())
         throw CFailure(QStringLiteral("can't open %1: %2").arg(path, QString::fromStdString(fault)));
-    Terminal::PrintLine(QStringLiteral("a serial device on the other end of %1; Ctrl-C ends it").arg(path));
+    Terminal::PrintLine(QStringLiteral("serial device at the other end of %1; Ctrl-C ends it").arg(path));
     const CSerialDevice device(display, port);
     display.Run();
 }
@@ -165,11 +165,11 @@ void RunPseudoTerminal(const CCommandLine& line)
 #if defined(_WIN32)
     line.Positional(2, 2);
 #else
-    line.Refuse({"line"}, "goes with a PATH");
+    line.Refuse({"line"}, "can only be used with a PATH");
     const CPseudoTerminal terminal(line.Value("link"));
     CDisplay display(line);
     asio::posix::stream_descriptor port(display.Context(), dup(terminal.Descriptor()));
-    Terminal::PrintLine(QStringLiteral("a serial device on %1; Ctrl-C ends it").arg(terminal.PortName()));
+    Terminal::PrintLine(QStringLiteral("serial device on %1; Ctrl-C ends it").arg(terminal.PortName()));
     const CSerialDevice device(display, port);
     display.Run();
 #endif
@@ -180,14 +180,15 @@ void RunPseudoTerminal(const CCommandLine& line)
 int RunDevice(const QStringList& arguments)
 {
     CCommandLine line("KIND [PATH]",
-                      "Plays an external control device and shows what it receives: datagrams (KIND udp) or the "
-                      "bytes from the serial port PATH (KIND serial). Without PATH it makes a pseudo-terminal, whose "
-                      "name a host can open as its serial port.");
-    line.AddListenAddressOptions("datagrams, as a UDP device", kDefaultUdpPort);
-    line.AddOption({"line", "serial: the line settings of PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
-    line.AddOption({"link", "serial: also makes PATH a link to the pseudo-terminal.", "PATH"});
-    line.AddOption({"count", "Ends after N datagrams (udp) or N bytes (serial).", "N"});
-    line.AddOption({"seconds", "Ends after S seconds.", "S"});
+                      "Act as an external control device and show the received data: datagrams (KIND udp) or bytes "
+                      "from the serial port PATH (KIND serial). Without PATH, create a pseudo-terminal, which a host "
+                      "can open as its serial port.");
+    line.AddListenAddressOptions("datagrams, with KIND udp", kDefaultUdpPort);
+    line.AddOption(
+        {"line", "serial: use these line settings for PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
+    line.AddOption({"link", "serial: create PATH as a link to the pseudo-terminal.", "PATH"});
+    line.AddOption({"count", "Stop after N datagrams (udp) or N bytes (serial).", "N"});
+    line.AddOption({"seconds", "Stop after S seconds.", "S"});
     if (!line.Parse(arguments))
         return kExitDone;
 
@@ -196,13 +197,13 @@ int RunDevice(const QStringList& arguments)
     if (kind == "udp") {
         RunUdp(line);
     } else if (kind == "serial") {
-        line.Refuse({"listen", "port"}, "goes with a UDP device");
+        line.Refuse({"listen", "port"}, "can only be used with KIND udp");
         if (positional.size() == 2)
             RunSerialPort(line, positional.last());
         else
             RunPseudoTerminal(line);
     } else {
-        throw CWrongUsage(QStringLiteral("KIND must be udp or serial, not \"%1\"").arg(kind));
+        throw CWrongUsage(QStringLiteral("KIND: expected udp or serial, got \"%1\"").arg(kind));
     }
     return kExitDone;
 }

@@ -11,11 +11,11 @@
 namespace {
 
 constexpr char kUsage[] =
-    "Plays the FP controller: waits for the host to connect, sends a request and shows every reply. REQUEST is a name "
-    "of showremote app --list or a code such as 274 or 0x112, JSON its body. REQUEST may also be listen, which shows "
-    "what the host sends until Ctrl-C.";
+    "Act as the FP controller: wait for the host to connect, send a request and show every reply. REQUEST is a name "
+    "from showremote app --list or a code such as 274 or 0x112; JSON is its body. If REQUEST is listen, show all "
+    "messages of the host until Ctrl-C.";
 
-/// A host that found no controller so far pauses for up to ten seconds.
+/// A host that can't connect waits up to 10 s before the next attempt.
 constexpr char kTimeoutSeconds[] = "15";
 
 void AddFPOptions(CCommandLine& line)

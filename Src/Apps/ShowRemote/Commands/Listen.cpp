@@ -18,14 +18,14 @@ void Take(const SMessage& message)
     Terminal::PrintLine(QTime::currentTime().toString("hh:mm:ss.zzz"));
     Conversation::Show(message);
     if (message.code == Command::ReplyTo(Command::AppGone))
-        throw CFailure("another app has taken this one's place");
+        throw CFailure("another app logged in and replaced this one");
 }
 
 } // namespace
 
 void AddListenOptions(CCommandLine& line)
 {
-    line.AddOption({"seconds", "Ends listening after S seconds.", "S"});
+    line.AddOption({"seconds", "Stop listening after S seconds.", "S"});
 }
 
 void RefuseListenOptions(const CCommandLine& line)

@@ -6,21 +6,21 @@
 class CEnvelopePeer;
 class CCommandLine;
 
-/// What stands for a request on the command line.
+/// The word on the command line that replaces a request.
 constexpr char kListen[] = "listen";
-constexpr char kGoesWithListen[] = "goes with listen";
+constexpr char kGoesWithListen[] = "can only be used with listen";
 
 struct SListening {
     bool heartbeats = false;
-    std::optional<std::chrono::milliseconds> duration; ///< without one until Ctrl-C
+    std::optional<std::chrono::milliseconds> duration; ///< none: until Ctrl-C
     std::chrono::milliseconds timeout{};               ///< for sending a heartbeat
 };
 
 void AddListenOptions(CCommandLine& line);
-/// None of the options of listening may be given.
+/// Throws CWrongUsage if an option of listen is given.
 void RefuseListenOptions(const CCommandLine& line);
 SListening ReadListening(const CCommandLine& line);
 
-/// Shows what the host tells until Ctrl-C or the end of the duration; heartbeats keep an app's login alive meanwhile.
-/// That the host closes or another app takes this one's place is thrown as CFailure.
+/// Prints the host's messages until Ctrl-C or the end of the duration; heartbeats keep an app logged in. Throws
+/// CFailure if the host closes a channel or another app replaces this one.
 void Listen(CEnvelopePeer& peer, const SListening& listening);

@@ -22,7 +22,7 @@ namespace {
 constexpr char kAppId[] = "showremote";
 constexpr char kAppVersion[] = "2.0.0";
 constexpr int kAppType = 0;
-/// PKCS #1 v1.5 takes these many bytes of each block for its padding.
+/// The padding of PKCS #1 v1.5 (RFC 8017, 7.2.1) needs at least this many bytes of each block.
 constexpr int kPaddingBytes = 11;
 
 struct SOpenSslFree {
@@ -32,14 +32,14 @@ struct SOpenSslFree {
 using KeyPtr = std::unique_ptr<EVP_PKEY, SOpenSslFree>;
 using ContextPtr = std::unique_ptr<EVP_PKEY_CTX, SOpenSslFree>;
 
-/// text: base64 of the key's SubjectPublicKeyInfo, with or without line ends.
+/// \param text base64 of the key's SubjectPublicKeyInfo (RFC 5280, 4.1), with or without line ends
 KeyPtr ReadKey(const QString& text)
 {
     const QByteArray der = QByteArray::fromBase64(text.toLatin1());
     const auto* bytes = reinterpret_cast<const unsigned char*>(der.constData());
     KeyPtr key(d2i_PUBKEY(nullptr, &bytes, der.size()));
     if (!key || EVP_PKEY_get_base_id(key.get()) != EVP_PKEY_RSA)
-        throw CFailure("what the host sent as its public key is not an RSA key");
+        throw CFailure("the host's public key is not an RSA key");
     return key;
 }
 
@@ -61,7 +61,7 @@ QString Encrypt(const QString& password, const QString& publicKey)
         EVP_PKEY_encrypt(context.get(), reinterpret_cast<unsigned char*>(cipher.data()), &length,
                          reinterpret_cast<const unsigned char*>(plain.constData()),
                          static_cast<std::size_t>(plain.size())) <= 0)
-        throw CFailure("the password can't be encrypted with the host's key");
+        throw CFailure("can't encrypt the password with the host's key");
     cipher.truncate(static_cast<int>(length));
     return QString::fromLatin1(cipher.toBase64());
 }
@@ -72,7 +72,7 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
     request.code = static_cast<unsigned int>(code);
     request.body = body;
     request.timeout = timeout;
-    // The reply that was waited for comes last.
+    // Ask returns the last reply, which is the expected one.
     return ReadJson(Conversation::Ask(peer, request)).object();
 }
 
@@ -81,19 +81,20 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
 void AddLoginOptions(CCommandLine& line)
 {
     line.AddOption({"user",
-                    QStringLiteral("Logs in as NAME first, with the password from the environment variable %1 or from "
+                    QStringLiteral("Log in as NAME first, with the password from the environment variable %1 or from "
                                    "a prompt. The request login then needs no JSON.")
                         .arg(kPasswordVariable),
                     "NAME"});
-    line.AddOption({"password-fd", "Reads the password from file descriptor N.", "N", "0"});
-    line.AddOption({"force", "Takes the place of an app that is logged in."});
-    line.AddOption(
-        {"app-version", QStringLiteral("The version to log in with (default %1).").arg(kAppVersion), "V", kAppVersion});
+    line.AddOption({"password-fd", "Read the password from file descriptor N.", "N", "0"});
+    line.AddOption({"force", "Replace an app that is logged in."});
+    line.AddOption({"app-version",
+                    QStringLiteral("Report version V of the app at login (default %1).").arg(kAppVersion), "V",
+                    kAppVersion});
 }
 
 void RefuseLoginOptions(const CCommandLine& line)
 {
-    line.Refuse({"password-fd", "force", "app-version"}, "goes with --user NAME");
+    line.Refuse({"password-fd", "force", "app-version"}, "can only be used with --user NAME");
 }
 
 SCredentials ReadCredentials(const CCommandLine& line)

@@ -11,14 +11,16 @@ struct SCredentials {
     QString user;
     QString password;
     QString appVersion;
-    bool force = false; ///< take the place of an app that is logged in
+    bool force = false; ///< replace an app that is logged in
 };
 
 void AddLoginOptions(CCommandLine& line);
-/// None of the options of a login may be given.
+/// Throws CWrongUsage if an option of a login is given.
 void RefuseLoginOptions(const CCommandLine& line);
-/// What the options tell. Asks for the password on the terminal if nothing else gives it.
+/// Returns the credentials from the options and the environment. If these don't contain the password, asks for it on
+/// the terminal.
 SCredentials ReadCredentials(const CCommandLine& line);
 
-/// Fetches the host's key and logs in with the password encrypted. A refusal is thrown as CFailure.
+/// Requests the host's public key and logs in with the encrypted password. Throws CFailure if the host refuses the
+/// login.
 void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::milliseconds timeout);

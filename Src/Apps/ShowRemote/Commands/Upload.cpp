@@ -23,7 +23,7 @@ constexpr char kDefaultUser[] = "demo";
 constexpr char kDefaultPassword[] = "demo";
 
 constexpr long kConnectMilliseconds = 10'000;
-/// Without a byte moving, or an answer to a command, for this long the host is taken for dead.
+/// The upload fails if no byte is transferred, or a command gets no answer, for this long.
 constexpr long kStalledSeconds = 60;
 constexpr qint64 kProgressFromBytes = 10'000'000;
 constexpr qint64 kProgressMilliseconds = 200;
@@ -32,13 +32,13 @@ struct STarget {
     QString host;
     QString user;
     QString password;
-    QString name; ///< on the host; folders are divided by "/"
+    QString name; ///< on the host; folders are separated by "/"
 };
 
-/// What the transfer's callbacks share.
+/// The state that the callbacks of libcurl share.
 struct STransfer {
     QFile file;
-    QString lastReply; ///< the server's, without its end of line, escaped
+    QString lastReply; ///< of the server, without its end of line, escaped
     bool showsProgress = false;
     QElapsedTimer sinceStart;
     qint64 nextProgress = 0;
@@ -71,7 +71,7 @@ int ShowProgress(void* context, curl_off_t, curl_off_t, curl_off_t total, curl_o
     return 0;
 }
 
-/// Folders in the name stay folders; everything else that means something in a URL, or is not ASCII, is encoded.
+/// Percent-encodes the name (RFC 3986, 2.1) except for "/", which separates folders.
 QByteArray UrlOf(const STarget& target)
 {
     return QStringLiteral("ftp://%1:%2/").arg(target.host).arg(AppServer::kFtpPort).toUtf8() +
@@ -89,13 +89,12 @@ QString FailureText(CURL* curl, CURLcode code, const STarget& target, const STra
         return CantConnect(target.host, AppServer::kFtpPort,
                            asio::error_code(static_cast<int>(osError), asio::error::get_system_category()));
     case CURLE_LOGIN_DENIED:
-        return QStringLiteral("login denied: the host doesn't know the user \"%1\" with this password")
-            .arg(target.user);
+        return QStringLiteral("login denied: wrong user name or password for user \"%1\"").arg(target.user);
     case CURLE_READ_ERROR:
     case CURLE_ABORTED_BY_CALLBACK:
         return QStringLiteral("can't read %1: %2").arg(transfer.file.fileName(), transfer.file.errorString());
     case CURLE_OPERATION_TIMEDOUT:
-        return QStringLiteral("the host at %1:%2 doesn't answer").arg(target.host).arg(AppServer::kFtpPort);
+        return QStringLiteral("no answer from the host at %1:%2").arg(target.host).arg(AppServer::kFtpPort);
     case CURLE_REMOTE_ACCESS_DENIED:
     case CURLE_UPLOAD_FAILED:
     case CURLE_PARTIAL_FILE:
@@ -114,7 +113,7 @@ void Configure(CURL* curl, const STarget& target, STransfer& transfer)
     curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(transfer.file.size()));
     curl_easy_setopt(curl, CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR});
-    // A host is next door; a proxy that the environment names is for the world outside.
+    // Connect directly: the proxies in the environment are not for hosts in the local network.
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, kConnectMilliseconds);
@@ -137,7 +136,7 @@ void Upload(const STarget& target, STransfer& transfer)
     curl_global_init(CURL_GLOBAL_DEFAULT);
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
     if (!curl)
-        throw CFailure("libcurl can't be used");
+        throw CFailure("can't initialize libcurl");
     Configure(curl.get(), target, transfer);
 
     transfer.sinceStart.start();
@@ -168,7 +167,8 @@ QString CheckedName(const QString& name)
 {
     const QStringList parts = name.split('/');
     if (parts.contains(QString()) || parts.contains(".") || parts.contains(".."))
-        throw CWrongUsage(QStringLiteral("--as needs a name below the upload folder, not \"%1\"").arg(name));
+        throw CWrongUsage(
+            QStringLiteral("--as: expected a relative path inside the upload folder, got \"%1\"").arg(name));
     return name;
 }
 
@@ -176,14 +176,17 @@ QString CheckedName(const QString& name)
 
 int RunUpload(const QStringList& arguments)
 {
-    CCommandLine line("FILE", "Uploads a media file over FTP, as the mobile app does.");
+    CCommandLine line("FILE", "Upload a media file over FTP, as the mobile app.");
     line.AddHostOption();
-    line.AddOption({"user", "The FTP user (default demo).", "U", kDefaultUser});
+    line.AddOption({"user", "Log in as the FTP user U (default demo).", "U", kDefaultUser});
     line.AddOption(
         {"password",
-         QStringLiteral("Its password (default: the environment variable %1, or else demo).").arg(kPasswordVariable),
+         QStringLiteral(
+             "Log in with the password P (default: the environment variable %1, or demo if that is not set).")
+             .arg(kPasswordVariable),
          "P"});
-    line.AddOption({"as", "The file's name on the host (default: its own); NAME may contain folders.", "NAME"});
+    line.AddOption(
+        {"as", "Store the file as NAME on the host (default: the name of FILE). NAME can contain folders.", "NAME"});
     if (!line.Parse(arguments))
         return kExitDone;
 

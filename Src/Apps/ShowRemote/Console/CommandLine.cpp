@@ -18,26 +18,26 @@ constexpr double kMostSeconds = 24 * 60 * 60;
 CCommandLine::CCommandLine(QString usage, const QString& description) : m_usage(std::move(usage))
 {
     m_parser.setApplicationDescription(description);
-    m_parser.addOption({{"h", "help"}, "Shows this help."});
+    m_parser.addOption({{"h", "help"}, "Show this help."});
 }
 
 void CCommandLine::AddHostOption()
 {
-    AddOption({"host", "Where showhost runs (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
+    AddOption({"host", "Use the host at ADDRESS (default 127.0.0.1).", "ADDRESS", "127.0.0.1"});
 }
 
 void CCommandLine::AddTimeoutOption(const QString& seconds)
 {
     AddOption({"timeout",
-               QStringLiteral("How long to wait for each connection and each answer (default %1).").arg(seconds),
+               QStringLiteral("Wait at most SECONDS for each connection and each answer (default %1).").arg(seconds),
                "SECONDS", seconds});
 }
 
 void CCommandLine::AddListenAddressOptions(const QString& whom, int defaultPort)
 {
     AddOption(
-        {"listen", QStringLiteral("Where to wait for %1 (default 127.0.0.1).").arg(whom), "ADDRESS", "127.0.0.1"});
-    AddOption({"port", QStringLiteral("The port there (default %1).").arg(defaultPort), "PORT",
+        {"listen", QStringLiteral("Listen on ADDRESS for %1 (default 127.0.0.1).").arg(whom), "ADDRESS", "127.0.0.1"});
+    AddOption({"port", QStringLiteral("Listen on PORT (default %1).").arg(defaultPort), "PORT",
                QString::number(defaultPort)});
 }
 
@@ -45,7 +45,7 @@ bool CCommandLine::Parse(const QStringList& arguments)
 {
     const bool sound = m_parser.parse(arguments);
     if (m_parser.isSet("help")) {
-        // Qt's own usage line knows nothing of commands.
+        // Qt's usage line doesn't contain the command.
         const QString help = m_parser.helpText();
         Terminal::PrintLine(
             QStringLiteral("Usage: showremote %1 [options] %2").arg(arguments.first(), m_usage).trimmed());
@@ -67,7 +67,7 @@ QStringList CCommandLine::Positional(int least, int most) const
     if (positional.size() < least)
         throw CWrongUsage(QStringLiteral("%1 is missing").arg(m_usage.split(' ').value(positional.size())));
     if (positional.size() > most)
-        throw CWrongUsage(QStringLiteral("\"%1\" is one argument too many").arg(positional[most]));
+        throw CWrongUsage(QStringLiteral("unexpected argument \"%1\"").arg(positional[most]));
     return positional;
 }
 
@@ -75,7 +75,7 @@ QString CCommandLine::Host() const
 {
     QString host = m_parser.value("host");
     if (host.isEmpty())
-        throw CWrongUsage("--host needs an address");
+        throw CWrongUsage("--host: expected an address, got \"\"");
     return host;
 }
 
@@ -84,7 +84,7 @@ std::chrono::milliseconds CCommandLine::Seconds(const QString& option) const
     bool isNumber = false;
     const double seconds = m_parser.value(option).toDouble(&isNumber);
     if (!isNumber || !(seconds >= 0.001 && seconds <= kMostSeconds))
-        throw CWrongUsage(QStringLiteral("--%1 needs a number of seconds from 0.001 to %2, not \"%3\"")
+        throw CWrongUsage(QStringLiteral("--%1: expected a number of seconds from 0.001 to %2, got \"%3\"")
                               .arg(option)
                               .arg(kMostSeconds)
                               .arg(m_parser.value(option)));
@@ -95,7 +95,7 @@ QString CCommandLine::ListenAddress() const
 {
     QString address = m_parser.value("listen");
     if (QHostAddress(address).isNull())
-        throw CWrongUsage(QStringLiteral("--listen needs an IP address, not \"%1\"").arg(address));
+        throw CWrongUsage(QStringLiteral("--listen: expected an IP address, got \"%1\"").arg(address));
     return address;
 }
 
@@ -104,7 +104,7 @@ int CCommandLine::Number(const QString& option, int least, int most) const
     bool isNumber = false;
     const int number = m_parser.value(option).toInt(&isNumber);
     if (!isNumber || number < least || number > most)
-        throw CWrongUsage(QStringLiteral("--%1 needs a number from %2 to %3, not \"%4\"")
+        throw CWrongUsage(QStringLiteral("--%1: expected a number from %2 to %3, got \"%4\"")
                               .arg(option)
                               .arg(least)
                               .arg(most)
@@ -132,10 +132,10 @@ QByteArray CheckedObject(const QString& text)
     const QJsonDocument json = ReadJson(body, &error);
     if (json.isNull()) {
         const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
-        throw CWrongUsage(QStringLiteral("JSON, near character %1: %2").arg(character).arg(error.reason));
+        throw CWrongUsage(QStringLiteral("JSON: error near character %1: %2").arg(character).arg(error.reason));
     }
     if (!json.isObject())
-        throw CWrongUsage("JSON, near character 1: a request's body is an object, {...}");
+        throw CWrongUsage("JSON: expected an object, {...}");
     return body;
 }
 

@@ -6,38 +6,40 @@
 #include <cstdint>
 #include <limits>
 
-/// The environment variable with the app user's password.
+/// The environment variable that contains the app user's password.
 constexpr char kPasswordVariable[] = "SHOWREMOTE_PASSWORD";
 
-/// Reads the arguments of one command. What makes no sense is thrown as CWrongUsage.
+/// Parses the arguments of one command. The functions that read arguments throw CWrongUsage if these are not valid.
 class CCommandLine {
 public:
-    /// usage: what follows the options in the usage line, such as "REQUEST [JSON]".
+    /// \param usage       the positional arguments as the usage line shows them, such as "REQUEST [JSON]"
+    /// \param description shown by --help
     CCommandLine(QString usage, const QString& description);
 
     void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
     void AddHostOption();
     void AddTimeoutOption(const QString& seconds = "5");
-    /// Where to wait for those who come, and for whom that is.
+    /// Adds --listen and --port. \param whom whose connections or datagrams the command waits for, for the help text
     void AddListenAddressOptions(const QString& whom, int defaultPort);
 
-    /// arguments: the command's name first. False when only the help was wanted, which has been printed then.
+    /// Parses the command line. Prints the help and returns false if --help is given.
+    /// \param arguments the command's name and the arguments after it
     bool Parse(const QStringList& arguments);
 
     bool IsSet(const QString& option) const { return m_parser.isSet(option); }
     QString Value(const QString& option) const { return m_parser.value(option); }
-    /// The positional arguments, at least and at most that many of them.
+    /// Returns the positional arguments. Throws CWrongUsage if there are fewer than least or more than most.
     QStringList Positional(int least, int most) const;
 
     QString Host() const;
-    /// An IP address.
+    /// Returns the value of --listen, an IP address.
     QString ListenAddress() const;
     std::uint16_t ListenPort() const { return static_cast<std::uint16_t>(Number("port", 1, 65535)); }
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
     std::chrono::milliseconds Seconds(const QString& option) const;
-    /// A whole number.
+    /// Returns the value of an option that is an integer from least to most.
     int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;
-    /// Throws CWrongUsage with the reason if one of the options is given.
+    /// Throws CWrongUsage with the text "--OPTION why" if one of the options is given.
     void Refuse(const QStringList& options, const QString& why) const;
 
 private:
@@ -45,11 +47,12 @@ private:
     QString m_usage;
 };
 
-/// Whether an argument is meant as a JSON object; a keyword or the name of a request never is.
+/// Returns whether an argument starts like a JSON object. Keywords and request names never do.
 bool IsObject(const QString& argument);
 
-/// The UTF-8 of an argument that must be a JSON object. Throws CWrongUsage, which names the position of an error.
+/// Returns the UTF-8 text of an argument that must be a JSON object. Throws CWrongUsage with the position of the error
+/// if it isn't one.
 QByteArray CheckedObject(const QString& argument);
 
-/// "2.5 s", as messages show a timeout.
+/// Returns a duration as messages show it: "2.5 s".
 QString TextOf(std::chrono::milliseconds duration);

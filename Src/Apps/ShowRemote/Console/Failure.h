@@ -4,23 +4,23 @@
 
 #include <stdexcept>
 
-/// What the program ends with; scripts rely on it.
+/// The program's exit codes. Scripts depend on the values.
 enum ExitCode : int {
     kExitDone = 0,
     kExitFailed = 1,
     kExitWrongUsage = 2,
 };
 
-/// The longest text of a host's that an error message repeats.
+/// The maximum length, in characters, of a text from the host that an error message contains.
 constexpr int kMaxShownCharacters = 200;
 
-/// A command could not do what it was asked to. The text is for the person at the terminal.
+/// Thrown if a command fails. main() prints the text.
 class CFailure : public std::runtime_error {
 public:
     explicit CFailure(const QString& text) : std::runtime_error(text.toStdString()) {}
 };
 
-/// The command line makes no sense.
+/// Thrown if the command line is not valid. main() prints the text.
 class CWrongUsage : public std::runtime_error {
 public:
     explicit CWrongUsage(const QString& text) : std::runtime_error(text.toStdString()) {}

@@ -12,7 +12,7 @@ void WriteOutFile(const QString& name, const QByteArray& bytes)
     const bool isOpen = file.open(QIODevice::WriteOnly);
     if (!isOpen || file.write(bytes) != bytes.size() || !file.flush()) {
         const QString reason = file.errorString();
-        // A device isn't removed.
+        // Don't remove a device.
         if (isOpen && QFileInfo(name).isFile())
             file.remove();
         throw CFailure(QStringLiteral("can't write %1: %2").arg(name, reason));

@@ -3,6 +3,6 @@
 #include <QByteArray>
 #include <QString>
 
-/// Writes what a reply carries to a file and reports it on stdout. Throws CFailure; a file that could not be written
-/// as a whole is removed.
+/// Writes bytes to a file and prints its name to standard output. If it can't write all of them, it removes the file
+/// and throws CFailure.
 void WriteOutFile(const QString& name, const QByteArray& bytes);

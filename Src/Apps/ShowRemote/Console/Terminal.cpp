@@ -13,7 +13,8 @@
 
 namespace {
 
-/// Indentation lets a short text of many small values at great depth grow a hundredfold.
+/// JSON that would be longer is printed without indentation: a text of many deeply nested small values would grow by a
+/// factor of 100.
 constexpr qint64 kMaxIndentedBytes = qint64{64} << 20;
 constexpr int kBytesPerLevel = 4;
 
@@ -30,7 +31,7 @@ void WriteOutput(const QByteArray& text)
         throw CFailure(QStringLiteral("can't write to standard output: %1").arg(qt_error_string()));
 }
 
-/// The size of a compact JSON text once it is indented, slightly too large.
+/// Returns the size of a compact JSON text after indentation, estimated slightly too large.
 qint64 IndentedBytes(const QByteArray& compact)
 {
     qint64 bytes = compact.size();
@@ -40,7 +41,7 @@ qint64 IndentedBytes(const QByteArray& compact)
         if (*at == '"')
             isInString = !isInString;
         else if (isInString && *at == '\\')
-            ++at; // the escaped character is never the last one
+            ++at; // skip the escaped character; it is never the last one
         else if (!isInString && (*at == '{' || *at == '['))
             bytes += kBytesPerLevel * ++depth + 1;
         else if (!isInString && (*at == '}' || *at == ']'))
@@ -51,8 +52,8 @@ qint64 IndentedBytes(const QByteArray& compact)
     return bytes;
 }
 
-/// Escapes the control characters that JSON allows in strings: U+007F and, for many terminals the start of an escape
-/// sequence, U+0080 to U+009F (in UTF-8 C2 80 to C2 9F).
+/// Escapes the control characters that JSON allows in strings: U+007F and U+0080 to U+009F (in UTF-8 C2 80 to C2 9F).
+/// The latter start escape sequences on many terminals.
 QByteArray WithoutControls(const QByteArray& json)
 {
     QByteArray text;
@@ -75,7 +76,7 @@ QByteArray WithoutControls(const QByteArray& json)
 void Terminal::ReserveStandardStreams()
 {
 #ifndef Q_OS_WIN
-    // Each is opened the wrong way round, so that using it is still an error.
+    // Opened with the wrong access mode, so that using one of them still fails.
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) == -1)
             open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);

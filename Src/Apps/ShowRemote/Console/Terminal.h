@@ -7,21 +7,22 @@
 /// Standard output and standard error, in UTF-8 whatever the locale. Not thread-safe.
 namespace Terminal {
 
-/// Must be called before the first file or socket is opened. A standard stream that the caller closed would otherwise
-/// share its descriptor with the first socket, and output would be sent to the host.
+/// Opens /dev/null for each standard stream that is closed. Call this before the first file or socket is opened: a
+/// socket could otherwise get the descriptor of a standard stream, and output would be sent to the host.
 void ReserveStandardStreams();
 
-/// Writes a line to stdout at once, so that the reader of a pipe sees it when it happens. Text that a host sent must be
-/// passed through PayloadText first. Throws CFailure if the line can't be written.
+/// Writes a line to stdout and flushes it. Pass text that a host sent through PayloadText first. Throws CFailure if the
+/// line can't be written.
 void PrintLine(const QString& line);
-/// Writes a JSON text to stdout, indented, with control characters escaped, and returns what it holds. Writes nothing
-/// and returns a null document if the text isn't JSON. Throws CFailure if the text can't be written.
+/// Parses a JSON text, writes it to stdout, indented and with control characters escaped, and returns the document.
+/// Writes nothing and returns a null document if the text isn't JSON. Throws CFailure if the text can't be written.
 QJsonDocument PrintJson(const QByteArray& text);
 
-/// Failures to write to stderr are ignored here and below.
+/// Writes a line to stderr. Ignores write errors.
 void PrintError(const QString& line);
-/// Replaces the line on stderr that was written this way before; an empty one only removes it.
+/// Replaces the progress line on stderr; an empty text removes it. Ignores write errors.
 void ShowProgress(const QString& line);
+/// Returns whether stderr is a terminal.
 bool IsErrorOnTerminal();
 
 } // namespace Terminal

@@ -16,9 +16,9 @@
 
 namespace {
 
-/// How often a wait checks the deadline and the interrupt flag.
+/// The interval at which a wait checks the deadline and the interrupt flag.
 constexpr std::chrono::milliseconds kGlance(50);
-/// No host sends more: this much may wait for a slow service.
+/// The host queues at most this much for a slow service, so no message is longer.
 constexpr quint64 kMaxMessageBytes = CloudControl::kMaxQueuedBytes;
 
 volatile std::sig_atomic_t s_interrupted = 0;
@@ -27,7 +27,7 @@ QSslCertificate ReadCertificate(const QString& name)
 {
     const QList<QSslCertificate> certificates = QSslCertificate::fromPath(name);
     if (certificates.isEmpty())
-        throw CFailure(QStringLiteral("no certificate in %1").arg(name));
+        throw CFailure(QStringLiteral("%1: no PEM certificate found").arg(name));
     return certificates.first();
 }
 
@@ -42,14 +42,14 @@ QSslKey ReadKey(const QString& name)
         if (!key.isNull())
             return key;
     }
-    throw CFailure(QStringLiteral("no private key in %1").arg(name));
+    throw CFailure(QStringLiteral("%1: no PEM private key (RSA or EC) found").arg(name));
 }
 
 } // namespace
 
 CCloudPeer::~CCloudPeer()
 {
-    // Its end is of no interest any more.
+    // Ignore signals from the socket from here on.
     if (m_host)
         m_host->disconnect();
 }
@@ -109,7 +109,7 @@ std::optional<QByteArray> CCloudPeer::Receive(Clock::time_point deadline)
 
 void CCloudPeer::Close(Clock::time_point deadline)
 {
-    // A host that answers has read what came before.
+    // A host that answers the ping has received all earlier frames.
     bool isAnswered = false;
     QObject::connect(m_host.get(), &QWebSocket::pong, m_host.get(), [&] { isAnswered = true; });
     m_host->ping();
@@ -117,7 +117,7 @@ void CCloudPeer::Close(Clock::time_point deadline)
     m_host->disconnect();
     m_host->close();
     if (!isDone)
-        throw CFailure("the host didn't take it");
+        throw CFailure("the host did not confirm that it received the command");
 }
 
 void CCloudPeer::HeedInterrupt()
@@ -125,7 +125,7 @@ void CCloudPeer::HeedInterrupt()
     for (const int number : {SIGINT, SIGTERM}) {
         std::signal(number, [](int received) {
             s_interrupted = 1;
-            // The second one ends the program where the first can't: in a write to a pipe that isn't read.
+            // A second signal ends the program if it is blocked writing to a pipe that isn't read.
             std::signal(received, SIG_DFL);
         });
     }

@@ -11,8 +11,10 @@
 #include <memory>
 #include <optional>
 
-/// The cloud service's end of the WebSocket, for one host. Single-threaded; nothing happens outside its calls. What
-/// goes wrong is thrown as CFailure, and the peer is of no more use then.
+/// The cloud service's end of the WebSocket (RFC 6455), for one host.
+///
+/// Use it from one thread. Data is sent and received only during calls. The functions throw CFailure if they fail;
+/// don't use the peer after that.
 class CCloudPeer {
 public:
     using Clock = std::chrono::steady_clock;
@@ -22,25 +24,26 @@ public:
     CCloudPeer(const CCloudPeer&) = delete;
     CCloudPeer& operator=(const CCloudPeer&) = delete;
 
-    /// With a certificate and its key (PEM files) the host must come by wss, without by ws.
+    /// Starts listening: for wss if a certificate and its key (PEM files) are given, for ws if both names are empty.
     void Listen(const QString& address, std::uint16_t port, const QString& certificateFile, const QString& keyFile);
-    /// Waits for the host and returns where it comes from.
+    /// Waits for the host to connect and returns its ADDRESS:PORT.
     QString Accept(Clock::time_point deadline);
-    /// The user that the host logged in as.
+    /// Returns the user name from the host's connection request.
     QString User() const;
+    /// Queues a text frame for the host.
     void Send(const QByteArray& command);
-    /// The next text frame, or none when the deadline passes or an interrupt is heeded. A host that closed is a
-    /// failure, once what it sent before has been received.
+    /// Returns the next text frame, or no value if the deadline passes or an interrupt signal arrives first. Throws
+    /// CFailure if the host has closed the connection and all frames have been returned.
     std::optional<QByteArray> Receive(Clock::time_point deadline);
-    /// Returns when everything that was sent has reached the host, which ends the connection.
+    /// Waits until the host has received all sent frames, then closes the connection.
     void Close(Clock::time_point deadline);
 
-    /// From now on Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
+    /// Makes Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
     void HeedInterrupt();
     bool IsInterrupted() const;
 
 private:
-    /// Lets the sockets work until it is so; false when the deadline passed before or an interrupt came.
+    /// Processes events until isSo returns true. Returns false if the deadline passes or an interrupt arrives first.
     bool Await(const std::function<bool()>& isSo, Clock::time_point deadline);
 
     std::unique_ptr<QWebSocketServer> m_server;

@@ -32,12 +32,13 @@ void PrintIdForm(const QByteArray& body)
     const QByteArray bytes = body.mid(kHeaderBytes);
     const std::uint32_t length = Envelope::ReadNumber(body.constData() + kHeaderBytes - 4);
     if (length != static_cast<std::uint32_t>(bytes.size()))
-        throw CFailure(QStringLiteral("the reply claims %1 bytes and carries %2").arg(length).arg(bytes.size()));
+        throw CFailure(
+            QStringLiteral("the reply's header says %1 bytes, but %2 bytes follow").arg(length).arg(bytes.size()));
     const QUuid id = QUuid::fromRfc4122(body.mid(kMarkBytes, 16));
     Terminal::PrintLine(QStringLiteral("id %1, %2 bytes").arg(id.toString(QUuid::WithoutBraces)).arg(bytes.size()));
 }
 
-/// Prints a body and returns what it holds if it is JSON.
+/// Prints a message. Returns its body's JSON document, or a null document if the body isn't JSON.
 QJsonDocument Print(const SMessage& message)
 {
     Terminal::PrintLine(QStringLiteral("<- %1 on %2")
@@ -70,13 +71,13 @@ QString LoginRefusal(int result)
     case LoginResult::WrongPassword:
         return QStringLiteral("wrong password");
     case LoginResult::AnotherAppLoggedIn:
-        return QStringLiteral("another app is logged in; --force takes its place");
+        return QStringLiteral("another app is logged in; use --force to replace it");
     default:
         return QStringLiteral("the host refused the login with result %1").arg(result);
     }
 }
 
-/// Why a reply is a failure; empty if it isn't.
+/// Returns the reason why a reply is a failure; empty if it isn't one.
 QString FaultOf(const SMessage& reply, const QJsonDocument& json)
 {
     if (IsIdForm(reply.body))
@@ -123,11 +124,11 @@ QByteArray Conversation::Ask(CEnvelopePeer& peer, const SRequest& request)
             fault = FaultOf(*message, json);
         isWritten |= WritePicture(lastBody, request.outFile);
     }
-    // All replies are shown first.
+    // After all replies have been printed.
     if (!fault.isEmpty())
         throw CFailure(fault);
     if (!isWritten && !request.outFile.isEmpty())
-        throw CFailure(QStringLiteral("no reply carried a picture for %1").arg(request.outFile));
+        throw CFailure(QStringLiteral("no reply contained a picture for %1").arg(request.outFile));
     return lastBody;
 }
 

@@ -13,12 +13,12 @@
 
 namespace {
 
-/// Refusals and ICMP errors come within a few round trips.
+/// Refusals and ICMP errors arrive within a few round trips.
 constexpr std::chrono::milliseconds kMaxWaitForError(500);
 
 } // namespace
 
-/// The socket is connected, so that a closed port is reported at once instead of after the timeout.
+/// The socket is connected, so that a closed port is reported immediately instead of after the timeout.
 std::optional<QByteArray> Datagrams::Ask(const QString& host, std::uint16_t port, const QByteArray& datagram,
                                          std::chrono::milliseconds timeout, bool mayBeSilent)
 {

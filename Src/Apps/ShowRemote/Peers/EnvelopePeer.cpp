@@ -70,7 +70,7 @@ QString CEnvelopePeer::Accept(Channel channel, const QString& address, std::uint
     asio::error_code error;
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address.toStdString(), error), port);
     if (error)
-        throw CFailure(QStringLiteral("\"%1\" is no IP address").arg(address));
+        throw CFailure(QStringLiteral("expected an IP address, got \"%1\"").arg(address));
     asio::ip::tcp::acceptor acceptor(m_context);
     error = ListenAt(acceptor, endpoint);
     if (error)
@@ -81,7 +81,7 @@ QString CEnvelopePeer::Accept(Channel channel, const QString& address, std::uint
     acceptor.async_accept(side.socket, [&](const asio::error_code& failure) { outcome = failure; });
     error = Await(acceptor, outcome, deadline);
     if (error == asio::error::timed_out)
-        throw CFailure(QStringLiteral("no host has connected to %1; is showhost running with --fp %1?").arg(place));
+        throw CFailure(QStringLiteral("no host connected to %1; is showhost running with --fp %1?").arg(place));
     if (error)
         throw CFailure(QStringLiteral("can't accept on %1: %2").arg(place, ReasonOf(error)));
     Opened(channel);
@@ -168,8 +168,8 @@ void CEnvelopePeer::HeedInterrupt()
     m_interrupts.async_wait([this](const asio::error_code& error, int) { m_interrupted = !error; });
 }
 
-/// Lets the sockets work until the operation's handler has set its outcome. An operation that takes too long is ended
-/// by closing its socket, so that the handler has run in any case when this returns.
+/// Runs the sockets until the operation's handler has set its outcome. At the deadline it closes the operation's
+/// socket, so that the handler has always run when this function returns.
 template <class Socket>
 asio::error_code CEnvelopePeer::Await(Socket& socket, const std::optional<asio::error_code>& outcome,
                                       Clock::time_point deadline)
@@ -196,7 +196,7 @@ void CEnvelopePeer::ReadOn(Channel channel)
                                                          : Closed(channel) + QStringLiteral(": ") + ReasonOf(failure);
             else
                 TakeBytes(channel, {side.buffer.data(), bytes});
-            // A host that sends faster than its messages are taken must not fill the memory.
+            // Limits the memory that messages from a fast host need.
             side.isPaused = side.ended.isEmpty() && !m_received.empty();
             if (side.ended.isEmpty() && !side.isPaused)
                 ReadOn(channel);
@@ -213,7 +213,8 @@ void CEnvelopePeer::TakeBytes(Channel channel, std::string_view bytes)
         return true;
     });
     if (result == CFrameReader::Result::WrongMark)
-        side.ended = QStringLiteral("what came on the %1 channel is not an envelope").arg(NameOf(channel));
+        side.ended = QStringLiteral("received data on the %1 channel that is not an envelope").arg(NameOf(channel));
     else if (result != CFrameReader::Result::Ok)
-        side.ended = QStringLiteral("an envelope on the %1 channel claims to be too long").arg(NameOf(channel));
+        side.ended = QStringLiteral("received an envelope on the %1 channel that exceeds the maximum length")
+                         .arg(NameOf(channel));
 }

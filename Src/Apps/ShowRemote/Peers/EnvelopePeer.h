@@ -15,20 +15,23 @@
 #include <deque>
 #include <optional>
 
-/// The channels that carry envelopes: the app's two, and the FP controller's.
+/// The channels that carry envelopes: two of the app and one of the FP controller.
 enum class Channel { Control, Bulk, FP };
 
+/// Returns the channel's name in messages: "control", "bulk" or "FP".
 const char* NameOf(Channel channel);
 
-/// What a host sent: a reply, or an unrequested notice.
+/// A message from the host: a reply or an unsolicited notice.
 struct SMessage {
     Channel channel = Channel::Control;
     unsigned int code = 0;
     QByteArray body;
 };
 
-/// The far end of the channels that carry envelopes. Single-threaded; nothing happens outside its calls. What goes
-/// wrong is thrown as CFailure, and the peer is of no more use then.
+/// The remote's end of the channels that carry envelopes.
+///
+/// Use it from one thread. Data is sent and received only during calls. The functions throw CFailure if they fail;
+/// don't use the peer after that.
 class CEnvelopePeer {
 public:
     using Clock = std::chrono::steady_clock;
@@ -37,19 +40,21 @@ public:
     CEnvelopePeer(const CEnvelopePeer&) = delete;
     CEnvelopePeer& operator=(const CEnvelopePeer&) = delete;
 
-    /// Connects one channel of the app. The host takes the two that are connected one after the other for one app.
+    /// Connects one channel of the app. Connect both, one directly after the other: the host assigns two successive
+    /// connections to one app.
     void Connect(Channel channel, const QString& host, Clock::time_point deadline);
-    /// Waits for the host to connect to this address, and returns where it comes from.
+    /// Waits for the host to connect to this address and returns the host's ADDRESS:PORT.
     QString Accept(Channel channel, const QString& address, std::uint16_t port, Clock::time_point deadline);
+    /// Sends an envelope with this code and body.
     void Send(Channel channel, unsigned int code, const QByteArray& body, Clock::time_point deadline);
-    /// The next message of any channel, or none when the deadline passes or an interrupt is heeded. A channel that
-    /// the host closed is a failure, once what it sent before has been received.
+    /// Returns the next message of any channel, or no value if the deadline passes or an interrupt signal arrives
+    /// first. Throws CFailure if the host has closed a channel and all received messages have been returned.
     std::optional<SMessage> Receive(Clock::time_point deadline);
 
-    /// From now on Receive sends a heartbeat each second and takes the replies to these itself: the host logs an app
-    /// out that has sent none for five seconds. timeout: for sending one.
+    /// Makes Receive send a heartbeat every second and consume the replies to these. The host logs out an app that
+    /// sends no heartbeat for five seconds. \param timeout for sending one heartbeat
     void KeepAlive(Channel channel, std::chrono::milliseconds timeout);
-    /// From now on Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
+    /// Makes Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
     void HeedInterrupt();
     bool IsInterrupted() const { return m_interrupted; }
 
@@ -60,8 +65,8 @@ private:
         asio::ip::tcp::socket socket;
         CFrameReader reader;
         std::array<char, 65536> buffer{};
-        QString ended;         ///< why no more comes in; empty while it may
-        bool isPaused = false; ///< nothing is read until what has been received is taken
+        QString ended;         ///< why the channel has ended; empty while it is open
+        bool isPaused = false; ///< reading is suspended until the received messages have been returned
     };
 
     struct SHeartbeats {

@@ -18,12 +18,12 @@ CPseudoTerminal::CPseudoTerminal(const QString& link)
     m_descriptor = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (m_descriptor >= 0 && grantpt(m_descriptor) == 0 && unlockpt(m_descriptor) == 0)
         m_portName = QString::fromLocal8Bit(ptsname(m_descriptor));
-    // Held open, it outlives the hosts that open and close it, and takes every byte as it is.
+    // Stays open, so that the port remains usable after a host closes it, and passes every byte unchanged.
     m_held = open(m_portName.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios settings{};
     if (m_held < 0 || tcgetattr(m_held, &settings) != 0) {
         Close();
-        throw CFailure(QStringLiteral("can't make a pseudo-terminal: %1").arg(qt_error_string()));
+        throw CFailure(QStringLiteral("can't create a pseudo-terminal: %1").arg(qt_error_string()));
     }
     cfmakeraw(&settings);
     tcsetattr(m_held, TCSANOW, &settings);
@@ -33,14 +33,14 @@ CPseudoTerminal::CPseudoTerminal(const QString& link)
 
 void CPseudoTerminal::MakeLink(const QString& link)
 {
-    // One that an earlier run left behind leads nowhere; nothing else is taken away.
+    // Remove only a dangling link, which an earlier run may have left.
     const QFileInfo before(link);
     if (before.isSymLink() && !before.exists())
         QFile::remove(link);
     if (!QFile::link(m_portName, link)) {
         const QString reason = qt_error_string();
         Close();
-        throw CFailure(QStringLiteral("can't make the link %1: %2").arg(link, reason));
+        throw CFailure(QStringLiteral("can't create the link %1: %2").arg(link, reason));
     }
     m_link = link;
     m_portName = link;

@@ -2,18 +2,19 @@
 
 #include <QString>
 
-/// A pair of ends: what a program writes to the serial port of that name can be read from the other end.
+/// A pseudo-terminal (POSIX pty): bytes that a program writes to its port can be read from Descriptor().
 class CPseudoTerminal {
 public:
-    /// link, unless empty: a path that leads to the port for as long as this lives. Throws CFailure.
+    /// Creates the pseudo-terminal. Throws CFailure if that fails.
+    /// \param link path of a symbolic link to the port, removed by the destructor; empty for none
     explicit CPseudoTerminal(const QString& link);
     ~CPseudoTerminal();
     CPseudoTerminal(const CPseudoTerminal&) = delete;
     CPseudoTerminal& operator=(const CPseudoTerminal&) = delete;
 
-    /// What a host opens.
+    /// The path that the host opens as its serial port.
     const QString& PortName() const { return m_portName; }
-    /// The end to read from.
+    /// The descriptor to read from. Owned by this object.
     int Descriptor() const { return m_descriptor; }
 
 private:

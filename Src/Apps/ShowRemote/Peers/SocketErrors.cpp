@@ -20,5 +20,5 @@ QString CantConnect(const QString& host, std::uint16_t port, const asio::error_c
 
 QString CantFind(const QString& host)
 {
-    return QStringLiteral("can't find a host called \"%1\"").arg(host);
+    return QStringLiteral("can't resolve the host name \"%1\"").arg(host);
 }

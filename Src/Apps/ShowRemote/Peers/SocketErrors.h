@@ -6,8 +6,9 @@
 
 #include <cstdint>
 
-/// The system's reason as it reads inside a sentence.
+/// Returns the system's text for an error, with a lower-case first letter.
 QString ReasonOf(const asio::error_code& error);
-/// Why a connection can't be had, and what to look at.
+/// Returns the message for a failed connection, with a hint if it was refused.
 QString CantConnect(const QString& host, std::uint16_t port, const asio::error_code& error);
+/// Returns the message for a host name that can't be resolved.
 QString CantFind(const QString& host);
