@@ -87,7 +87,7 @@ int RunCentral(const QStringList& arguments)
     const auto answer =
         Datagrams::Ask(line.Host(), CentralControl::kPort, datagram, line.Timeout(), IsUnanswered(datagram));
     if (!answer) {
-        Terminal::PrintLine("sent; the host doesn't answer this command");
+        Terminal::PrintLine("sent; the host doesn't reply to this command");
         return kExitDone;
     }
     const QString fault = FaultOf(*answer);

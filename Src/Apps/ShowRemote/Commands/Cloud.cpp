@@ -121,7 +121,7 @@ void Ask(CCloudPeer& peer, const SCloudCommand& command, const QString& outFolde
     std::vector<int> expected = CloudReplies::RoutesOf(command.code);
     if (expected.empty()) {
         peer.Close(deadline);
-        Terminal::PrintLine("sent; the host executes this command without an answer");
+        Terminal::PrintLine("sent; the host doesn't reply to this command");
         return;
     }
     QString fault;

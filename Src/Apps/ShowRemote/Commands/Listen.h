@@ -16,9 +16,11 @@ struct SListening {
     std::chrono::milliseconds timeout{};               ///< for sending a heartbeat
 };
 
+/// Adds --seconds.
 void AddListenOptions(CCommandLine& line);
 /// Throws CWrongUsage if an option of listen is given.
 void RefuseListenOptions(const CCommandLine& line);
+/// Returns the values of --seconds and --timeout.
 SListening ReadListening(const CCommandLine& line);
 
 /// Prints the host's messages until Ctrl-C or the end of the duration; heartbeats keep an app logged in. Throws

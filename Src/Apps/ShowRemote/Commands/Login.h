@@ -14,6 +14,7 @@ struct SCredentials {
     bool force = false; ///< replace an app that is logged in
 };
 
+/// Adds --user, --password-fd, --force and --app-version.
 void AddLoginOptions(CCommandLine& line);
 /// Throws CWrongUsage if an option of a login is given.
 void RefuseLoginOptions(const CCommandLine& line);

@@ -17,7 +17,9 @@ public:
     CCommandLine(QString usage, const QString& description);
 
     void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
+    /// Adds --host.
     void AddHostOption();
+    /// Adds --timeout. \param seconds the default
     void AddTimeoutOption(const QString& seconds = "5");
     /// Adds --listen and --port. \param whom whose connections or datagrams the command waits for, for the help text
     void AddListenAddressOptions(const QString& whom, int defaultPort);
@@ -31,11 +33,15 @@ public:
     /// Returns the positional arguments. Throws CWrongUsage if there are fewer than least or more than most.
     QStringList Positional(int least, int most) const;
 
+    /// Returns the value of --host, an address or a host name.
     QString Host() const;
     /// Returns the value of --listen, an IP address.
     QString ListenAddress() const;
+    /// Returns the value of --port, from 1 to 65535.
     std::uint16_t ListenPort() const { return static_cast<std::uint16_t>(Number("port", 1, 65535)); }
+    /// Returns the value of --timeout.
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
+    /// Returns the value of an option that is a number of seconds from 0.001 to 86400.
     std::chrono::milliseconds Seconds(const QString& option) const;
     /// Returns the value of an option that is an integer from least to most.
     int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;

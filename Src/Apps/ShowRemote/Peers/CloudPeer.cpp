@@ -74,7 +74,7 @@ void CCloudPeer::Listen(const QString& address, std::uint16_t port, const QStrin
 QString CCloudPeer::Accept(Clock::time_point deadline)
 {
     if (!Await([this] { return m_server->hasPendingConnections(); }, deadline))
-        throw CFailure(QStringLiteral("no host has connected to %1:%2")
+        throw CFailure(QStringLiteral("no host connected to %1:%2")
                            .arg(m_server->serverAddress().toString())
                            .arg(m_server->serverPort()));
     m_host.reset(m_server->nextPendingConnection());
