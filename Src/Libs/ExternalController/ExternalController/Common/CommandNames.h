@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-/// The names of the requests in the tools, the logs and the documentation.
+/// The names of the requests, as the tools, their logs and the documentation use them.
 namespace Command {
 
 struct SName {
@@ -37,7 +37,7 @@ inline std::string TextOf(const std::string& name, unsigned int code)
 }
 
 /// Returns a code with its name, as "set-host-name (0x004)"; a reply has the name of its request:
-/// "set-host-name (0x10000004)". The text for a code without a name is "unknown (0x123)".
+/// "set-host-name (0x10000004)". The text for an unknown code is "unknown (0x123)".
 inline std::string TextOf(unsigned int code)
 {
     const char* const name = NameOf(code & ~kReplyBit);
