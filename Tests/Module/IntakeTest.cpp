@@ -14,18 +14,18 @@ using testing::IsEmpty;
 
 namespace {
 
-/// A channel that requests come in on.
+/// A channel from which the module receives requests.
 struct SIntake {
-    const char* sends; ///< the call that answers
+    const char* sends; ///< name of the call that sends a reply
     int source;
-    int query; ///< one that a sender answers
-    std::set<int> handledInPlace;
+    int query;                    ///< a code that a sender answers
+    std::set<int> handledInPlace; ///< codes that are neither answered nor reported
     std::function<void(int code, const QJsonObject& body)> deliver;
-    bool isOfPackets; ///< whose reports tell whether there was a body
+    bool hasPackets; ///< its reports have hasData set if the packet had a body
 };
 
 const SIntake kApp = {"App.SendPackage",
-                      0x0001,
+                      Source::App,
                       Command::HostNameAndVersion,
                       {Command::ShutDown},
                       [](int code, const QJsonObject& body) {
@@ -33,7 +33,7 @@ const SIntake kApp = {"App.SendPackage",
                       },
                       true};
 const SIntake kFP = {"FP.SendPackage",
-                     0x0010,
+                     Source::FP,
                      Command::PlayStateNumber,
                      {},
                      [](int code, const QJsonObject& body) {
@@ -41,17 +41,29 @@ const SIntake kFP = {"FP.SendPackage",
                      },
                      true};
 const SIntake kCentral = {"Central.SendData",
-                          0x0100,
+                          Source::CentralControl,
                           Command::PlayStateText,
                           {Command::ShutDown},
                           [](int, QJsonObject body) { RecordingChannels::Callbacks().central(body); },
                           false};
 const SIntake kCloud = {"Cloud.SendData",
-                        0x1000,
+                        Source::CloudControl,
                         Command::SystemInformation,
                         {Command::Restart},
                         [](int, QJsonObject body) { RecordingChannels::Callbacks().cloud(body); },
                         false};
+
+/// A request body that central control accepts too.
+QJsonObject BodyWith(int code)
+{
+    return {{"cmd", "a keyword"}, {"cmdType", code}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
+}
+
+/// The report of a request with BodyWith(code).
+SResultData ReportOf(const SIntake& intake, int code)
+{
+    return {code & Command::kSenderMask, code, intake.hasPackets, BodyWith(code), intake.source};
+}
 
 } // namespace
 
@@ -72,47 +84,70 @@ protected:
         intake.deliver(code, body);
     }
 
-    std::vector<bool> m_asked; ///< to close, with or without the server
+    std::vector<bool> m_asked; ///< the argument of each signalCloseSoftWare
     std::size_t m_reportsWhenAsked = 0;
 };
 
-TEST_F(IntakeTest, SendersAnswerQueriesAndEverythingElseIsTheHostsToCarryOut)
+TEST_F(IntakeTest, AQueryIsAnsweredAndOnlyTheFPClientReportsItAfterwards)
 {
-    QJsonObject body = {{"cmd", "a keyword"}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
     std::size_t reportsWhenAnswered = 0;
     RecordingChannels::OnCall([&](const SChannelCall&) { reportsWhenAnswered += Reports().size(); });
 
     for (const SIntake* intake : {&kApp, &kFP, &kCentral, &kCloud}) {
-        for (const int code : {intake->query, 0x011, 0x015, 0x102, 0x190, 0x2ff, 0x306, 0x4ff, 0x510, 0x600, 0xfff,
-                               0x1005, 0x10000001, 0x10000005, 0x7fffffff, -0x7ffffffb, -1}) {
+        SCOPED_TRACE(intake->sends);
+
+        Deliver(*intake, intake->query, BodyWith(intake->query));
+
+        EXPECT_FALSE(RecordingChannels::Calls().empty());
+        EXPECT_THAT(RecordingChannels::Calls(), Each(Field("name", &SChannelCall::name, intake->sends)));
+        if (intake == &kFP)
+            EXPECT_THAT(Reports(), ElementsAre(Report(ReportOf(*intake, intake->query))));
+        else
+            EXPECT_THAT(Reports(), IsEmpty());
+    }
+    EXPECT_EQ(reportsWhenAnswered, 0u);
+}
+
+TEST_F(IntakeTest, ARequestThatNoSenderAnswersIsReportedToTheHost)
+{
+    const int codes[] = {
+        Command::ShutDown, Command::Restart, Command::SwitchProject, Command::CloseSoftware, Command::ScenePlay,
+        // no command has these codes
+        0x2ff, 0x4ff, 0x510, 0x600, 0xfff, 0x1005, static_cast<int>(Command::ReplyTo(Command::Heartbeat)),
+        static_cast<int>(Command::ReplyTo(Command::HostNameAndVersion)), 0x7fffffff, -0x7ffffffb, -1};
+
+    for (const SIntake* intake : {&kApp, &kFP, &kCentral, &kCloud}) {
+        for (const int code : codes) {
             if (intake->handledInPlace.count(code))
                 continue;
             SCOPED_TRACE(testing::Message() << "code " << code << ", " << intake->sends);
-            body["cmdType"] = code;
 
-            Deliver(*intake, code, body);
+            Deliver(*intake, code, BodyWith(code));
 
-            const bool isQuery = code == intake->query;
-            const SResultData report = {code & 0xf00, code, intake->isOfPackets, body, intake->source};
-            if (isQuery) {
-                EXPECT_FALSE(RecordingChannels::Calls().empty());
-                EXPECT_THAT(RecordingChannels::Calls(), Each(Field("name", &SChannelCall::name, intake->sends)));
-            } else {
-                EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
-            }
-            if (isQuery && intake != &kFP)
-                EXPECT_THAT(Reports(), IsEmpty());
-            else
-                EXPECT_THAT(Reports(), ElementsAre(Report(report)));
+            EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+            EXPECT_THAT(Reports(), ElementsAre(Report(ReportOf(*intake, code))));
         }
     }
-    EXPECT_EQ(reportsWhenAnswered, 0u);
-    EXPECT_THAT(m_asked, ElementsAre(false)) << "by central control alone";
+}
+
+TEST_F(IntakeTest, OnlyCentralControlCanCloseTheSoftware)
+{
+    for (const SIntake* intake : {&kApp, &kFP, &kCloud})
+        Deliver(*intake, Command::CloseSoftware, BodyWith(Command::CloseSoftware));
+    EXPECT_THAT(m_asked, IsEmpty());
+
+    Deliver(kCentral, Command::CloseSoftware, BodyWith(Command::CloseSoftware));
+    EXPECT_THAT(m_asked, ElementsAre(false));
+}
+
+TEST_F(IntakeTest, AWindowStreamPathRequestIsNeitherAnsweredNorReported)
+{
     Deliver(kCentral, Command::WindowStreamPath, {{"cmdType", Command::WindowStreamPath}});
+
     ExpectSilence();
 }
 
-TEST_F(IntakeTest, EachRequestOfTheRoutingTableReachesThoseWhoAnswerIt)
+TEST_F(IntakeTest, EachRequestOfTheRoutingTableReachesItsAnswerer)
 {
     for (const SRoute& route : kRoutes) {
         for (const SIntake* intake : {&kApp, &kFP, &kCentral, &kCloud}) {
@@ -130,7 +165,7 @@ TEST_F(IntakeTest, EachRequestOfTheRoutingTableReachesThoseWhoAnswerIt)
     }
 }
 
-TEST_F(IntakeTest, ShutDownIsAskedOfTheHostBySignalAloneAndClosingTheSoftwareIsReportedToo)
+TEST_F(IntakeTest, ShutDownIsOnlySignalledAndClosingTheSoftwareIsSignalledAndReported)
 {
     for (const SIntake* intake : {&kApp, &kCentral}) {
         Deliver(*intake, Command::ShutDown, {{"cmdType", Command::ShutDown}});
@@ -144,22 +179,22 @@ TEST_F(IntakeTest, ShutDownIsAskedOfTheHostBySignalAloneAndClosingTheSoftwareIsR
     EXPECT_EQ(Reports().size(), 1u);
 }
 
-TEST_F(IntakeTest, APacketWithoutABodyIsReportedWithoutDataAndNoEnvelopeAsCodeZero)
+TEST_F(IntakeTest, APacketWithoutABodyIsReportedWithoutDataAndAMalformedPacketAsCodeZero)
 {
-    for (const char* body : {"", "no JSON", "[1, 2]", "{}"}) {
+    for (const char* body : {"", "not JSON", "[1, 2]", "{}"}) {
         for (const auto& deliver : {RecordingChannels::Callbacks().appTcp, RecordingChannels::Callbacks().fp}) {
             ForgetReports();
-            deliver(RawPacket(CAppDataPack(0x102, body).GetData().toStdString()));
-            deliver(RawPacket("no envelope"));
+            deliver(RawPacket(CAppDataPack(Command::SwitchProject, body).GetData().toStdString()));
+            deliver(RawPacket("not an envelope"));
             ASSERT_EQ(Reports().size(), 2u);
             const int source = Reports()[0].nSourceFlags;
-            EXPECT_THAT(Reports(),
-                        ElementsAre(Report({0x100, 0x102, false, {}, source}), Report({0, 0, false, {}, source})));
+            EXPECT_THAT(Reports(), ElementsAre(Report({SenderType::Stage, Command::SwitchProject, false, {}, source}),
+                                               Report({0, 0, false, {}, source})));
         }
     }
 }
 
-TEST_F(IntakeTest, AMessageWithoutANumberIsCodeZeroAndAnEmptyOneIsNothing)
+TEST_F(IntakeTest, AMessageWithoutANumberIsReportedAsCodeZeroAndAnEmptyMessageIsIgnored)
 {
     for (const SIntake* intake : {&kCentral, &kCloud}) {
         for (const QJsonValue& code : {QJsonValue("17"), QJsonValue(), QJsonValue(17.5), QJsonValue(3e9)}) {
@@ -172,13 +207,13 @@ TEST_F(IntakeTest, AMessageWithoutANumberIsCodeZeroAndAnEmptyOneIsNothing)
     }
 }
 
-TEST_F(IntakeTest, ACloseNoticeOrNothingIsNeverReadAsAPacket)
+TEST_F(IntakeTest, ACloseNoticeOrANullPackageIsNotReadAsAPacket)
 {
     RecordingChannels::Callbacks().appUdp(nullptr);
     for (const auto& deliver : {RecordingChannels::Callbacks().appTcp, RecordingChannels::Callbacks().fp}) {
         deliver(nullptr);
         for (const std::int32_t closed : {1, 2, -1}) {
-            const auto notice = AppPacket(0x102, {{"value", 7}});
+            const auto notice = AppPacket(Command::SwitchProject, {{"value", 7}});
             notice->closed = closed;
             deliver(notice);
         }
@@ -187,13 +222,14 @@ TEST_F(IntakeTest, ACloseNoticeOrNothingIsNeverReadAsAPacket)
     ExpectSilence();
 }
 
-TEST_F(IntakeTest, AFinishedUploadIsReportedWithItsPathIfItHasOne)
+TEST_F(IntakeTest, AFinishedUploadIsReportedIfItHasAPath)
 {
     RecordingChannels::Callbacks().uploadEnd("");
     RecordingChannels::Callbacks().uploadEnd("Medien/Übung 1.mp4");
 
     const QJsonObject body = {{"resourcePath", "Medien/Übung 1.mp4"}};
-    EXPECT_THAT(Reports(), ElementsAre(Report({1024, 1025, false, body, 1})));
+    EXPECT_THAT(Reports(),
+                ElementsAre(Report({SenderType::Resource, Command::ResourceItem, false, body, Source::App})));
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
