@@ -62,7 +62,7 @@ TEST_F(CloudIntakeTest, ARebootIsTheProgramsAlone)
     int restarts = 0;
     QObject::connect(&m_controller, &CExternalController::signalRestartSoftware, [&] { ++restarts; });
 
-    FromCloud(Message(21));
+    FromCloud(Message(Command::Restart));
 
     EXPECT_EQ(restarts, 1);
     ExpectSilence();
@@ -70,7 +70,7 @@ TEST_F(CloudIntakeTest, ARebootIsTheProgramsAlone)
 
 TEST_F(CloudIntakeTest, ARefreshBringsTheSystemAndThenTheStage)
 {
-    FromCloud(Message(24));
+    FromCloud(Message(Command::Refresh));
 
     EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Reply(0), Reply(2)));
 }
@@ -78,14 +78,16 @@ TEST_F(CloudIntakeTest, ARefreshBringsTheSystemAndThenTheStage)
 TEST_F(CloudIntakeTest, NothingIsSwitchedOrPlayedWhileAProjectIsLoading)
 {
     m_controller.SetPrjLoadState(0);
-    for (const int code : {258, 774, 275})
+    for (const int code : {Command::SwitchProject, Command::ScenePlay, Command::Brightness})
         FromCloud(Message(code));
-    EXPECT_THAT(Reports(), ElementsAre(Report({0x100, 275, false, Message(275), 0x1000})));
+    EXPECT_THAT(Reports(), ElementsAre(Report({SenderType::Stage, Command::Brightness, false,
+                                               Message(Command::Brightness), Source::CloudControl})));
 
     ForgetReports();
     m_controller.SetPrjLoadState(1);
-    FromCloud(Message(774));
-    EXPECT_THAT(Reports(), ElementsAre(Report({0x300, 774, false, Message(774), 0x1000})));
+    FromCloud(Message(Command::ScenePlay));
+    EXPECT_THAT(Reports(), ElementsAre(Report({SenderType::Scene, Command::ScenePlay, false,
+                                               Message(Command::ScenePlay), Source::CloudControl})));
 }
 
 TEST_F(CloudIntakeTest, TheLinkFollowsTheSettings)

@@ -16,8 +16,6 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr int kFromCloud = 0x1000;
-
 QJsonObject DataOf(const SChannelCall& call)
 {
     return QJsonDocument::fromJson(QByteArray::fromStdString(call.text)).object();
@@ -47,7 +45,7 @@ class CloudRepliesTest : public SenderTest {
 protected:
     std::vector<SChannelCall> AskProject(int code)
     {
-        return Ask<CProjectDataMsgSender>(code, {{"cmdType", code}}, kFromCloud);
+        return Ask<CProjectDataMsgSender>(code, {{"cmdType", code}}, Source::CloudControl);
     }
 };
 
@@ -81,10 +79,10 @@ TEST_F(CloudRepliesTest, AnExportSendsPicturesOfClipsThenOfChaptersAndThenThePro
     const SResource second = MakeResource(12, 2);
     LoadShow(
         {MakeProject(1, {MakeGroup(2, {MakeScene(3), MakeScene(4)}), MakeGroup(5, {MakeScene(6)})}, {first, second})});
-    EXPECT_THAT(AskProject(25), IsEmpty()) << "a project without a file";
+    EXPECT_THAT(AskProject(Command::ProjectExport), IsEmpty()) << "a project without a file";
 
     HostModels::Show().Change([](SShow& show) { show.file = "/shows/Gala.zxc"; });
-    const std::vector<SChannelCall> calls = AskProject(25);
+    const std::vector<SChannelCall> calls = AskProject(Command::ProjectExport);
 
     EXPECT_THAT(Kinds(calls), ElementsAre(Picture("clip", 11), Picture("clip", 12), Picture("chapter", 3),
                                           Picture("chapter", 4), Picture("chapter", 6), "1"));
@@ -106,7 +104,7 @@ TEST_F(CloudRepliesTest, AStoppedAndMuteSystemHasNoChapterAndNoVolume)
         show.playback.globalState = SPlayback::Stopped;
     });
 
-    const QJsonObject stopped = DataOf(AskProject(22).at(0));
+    const QJsonObject stopped = DataOf(AskProject(Command::SystemInformation).at(0));
 
     EXPECT_EQ(stopped["volume"].toInt(-1), 0);
     EXPECT_EQ(stopped["curChapterId"].toString("none"), "");

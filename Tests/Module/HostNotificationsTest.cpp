@@ -32,7 +32,7 @@ TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllers)
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
     QCoreApplication::processEvents();
 
-    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Sent(0x10000306, {{"result", 1}})));
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Sent(Command::ReplyTo(Command::ScenePlay), {{"result", 1}})));
     EXPECT_EQ(sender, std::this_thread::get_id());
 }
 

@@ -106,7 +106,7 @@ TEST_F(LifecycleTest, AppSupportSwitchedOnLaterWiresAndStartsTheAppServer)
 
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAreArray(kAppStart));
     RecordingChannels::Callbacks().appTcp(AppPacket(Command::HostNameAndVersion));
-    EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(SentCode(0x10000005)));
+    EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(SentCode(Command::ReplyTo(Command::HostNameAndVersion))));
 }
 
 TEST_F(LifecycleTest, StopEndsTheWatchOverTheAppAndTheServerAndUninitReleasesThemAll)
@@ -142,8 +142,17 @@ TEST_F(LifecycleTest, WriteFindsTheSenderByItsKeyAndNothingIsRead)
     struct {
         int key;
         bool taken;
-    } const cases[] = {{0x000, true}, {0x100, true},  {0x200, true},  {0x300, true},    {0x400, true}, {0x500, true},
-                       {-1, false},   {0x001, false}, {0x600, false}, {512 + 1, false}, {-2, false}};
+    } const cases[] = {{SenderType::ProjectData, true},
+                       {SenderType::Stage, true},
+                       {SenderType::StageMedia, true},
+                       {SenderType::Scene, true},
+                       {SenderType::Resource, true},
+                       {SenderType::ExControlDev, true},
+                       {SenderType::None, false},
+                       {0x001, false},
+                       {0x600, false},
+                       {SenderType::StageMedia + 1, false},
+                       {-2, false}};
     CExternalController& controller = Start();
 
     for (const auto& [key, taken] : cases) {

@@ -31,12 +31,13 @@ QJsonObject LoginBody(const QString& user, const QString& password, int force = 
 
 CallMatcher LoginReply(const SPeer& peer, int result, const QString& account, int access)
 {
-    return SentTo(peer.ip, peer.port, 0x10000003, {{"result", result}, {"account", account}, {"access", access}});
+    return SentTo(peer.ip, peer.port, Command::ReplyTo(Command::Login),
+                  {{"result", result}, {"account", account}, {"access", access}});
 }
 
 CallMatcher DisplacedNotice(const SPeer& peer)
 {
-    return SentEmptyTo(peer.ip, peer.port, 0x10000012);
+    return SentEmptyTo(peer.ip, peer.port, Command::ReplyTo(Command::AppGone));
 }
 
 class LoginTest : public ControllerTest {

@@ -56,7 +56,8 @@ TEST_F(MissingModelsTest, NoMessageNeedsAModelThatIsMissing)
 
         for (const Command::SName& command : Command::kNames)
             controller.Write(Request(command.code));
-        EXPECT_THAT(RecordingChannels::Outgoing(), testing::Contains(SentCode(0x10000006)));
+        EXPECT_THAT(RecordingChannels::Outgoing(),
+                    testing::Contains(SentCode(Command::ReplyTo(Command::LoginIdentity))));
         QJsonObject command = Request(Command::ScenePlay).jsonBody;
         channels.appUdp(RawPacket("App Server request Zentravox Controller"));
         channels.appTcp(AppPacket(Command::Login, Request(Command::Login).jsonBody));
@@ -72,7 +73,7 @@ TEST_F(MissingModelsTest, NoMessageNeedsAModelThatIsMissing)
 
         RecordingChannels::ForgetCalls();
         channels.appTcp(AppPacket(Command::Heartbeat));
-        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(SentCode(0x10000001)));
+        EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(SentCode(Command::ReplyTo(Command::Heartbeat))));
         UninitExternalController();
     }
 }
@@ -110,7 +111,7 @@ TEST_F(MissingModelsRepliesTest, RepliesThatNeedAMissingModelAreEmptyOrNotSent)
     {
         const CWithout without(Model::Users);
         EXPECT_THAT(Ask<CProjectDataMsgSender>(Command::FPPairingCode, {}, Source::FP),
-                    Answers("F", Command::FPPairingCode, {{"AppQRCode", ""}}));
+                    Answers(To::FP, Command::FPPairingCode, {{"AppQRCode", ""}}));
         const auto scenes = Ask<CSceneMsgSender>(Command::SceneManagerData, {}, Source::App);
         ASSERT_EQ(scenes.size(), 1u);
         EXPECT_EQ(BodyOf(scenes[0])["sceneMgrData"].toObject()["currentSceneGroupId"], IdText(2));
@@ -120,7 +121,7 @@ TEST_F(MissingModelsRepliesTest, RepliesThatNeedAMissingModelAreEmptyOrNotSent)
         const QJsonObject noScenes = Json(R"({"sceneMgrData": {"result": 1, "currentSceneGroupId": "#0",
             "currentSceneId": "#0", "count": 0, "sceneGroupDataList": {}}})");
         EXPECT_THAT(Ask<CSceneMsgSender>(Command::SceneManagerData, {}, Source::App),
-                    Answers("A", Command::SceneManagerData, noScenes));
+                    Answers(To::App, Command::SceneManagerData, noScenes));
     }
     const CWithout without(Model::Render);
     EXPECT_THAT(Ask<CStageMsgSender>(Command::MediaThumbnail, body, Source::App), IsEmpty());

@@ -26,38 +26,39 @@ TEST_F(ProjectDataSenderTest, EachQuestionIsAnsweredToThoseItIsFor)
     const auto screen = [](const char* state) { return R"({"screenState": ")" + std::string(state) + "\"}"; };
 
     Expect({
-        {0x06, "", 0x0110, "A", identity},
-        {0x10, R"("id": "Tablet-7")", 0x0110, "A", isCurrent},
-        {0x10, R"("id": "tablet-7")", 0x0001, "A", isOther},
-        {0x10, R"("id": "")", 0x0001, "", ""},
-        {0x10, R"("id": 7)", 0x0001, "", ""},
-        {0x10, "", 0x0001, "", ""},
-        {0x13, "", 0x1111, "F", pairing},
-        {0x13, "", 0x1101, "", ""},
-        {0x20, "", 0x1111, "C", R"({"ProjectName": "Project 7.zxc"})"},
-        {0x20, "", 0x1011, "", ""},
-        {0x23, "", 0x1111, "C", R"({"AppConnectState": "Connected"})"},
-        {0x23, "", 0x1011, "", ""},
-        {0x21, R"("param": 1)", 0x1111, "C", screen("Closed")},
-        {0x21, R"("param": 1)", 0x1011, "", ""},
-        {0x21, R"("param": 2.0)", 0x0100, "C", screen("NotAdded")},
-        {0x21, R"("param": 3)", 0x0100, "C", screen("NotFound")},
-        {0x21, R"("param": -1)", 0x0100, "C", screen("NotFound")},
+        {Command::LoginIdentity, "", Source::FP | Source::CentralControl, To::App, identity},
+        {Command::CheckAppId, R"("id": "Tablet-7")", Source::FP | Source::CentralControl, To::App, isCurrent},
+        {Command::CheckAppId, R"("id": "tablet-7")", Source::App, To::App, isOther},
+        {Command::CheckAppId, R"("id": "")", Source::App, To::None, ""},
+        {Command::CheckAppId, R"("id": 7)", Source::App, To::None, ""},
+        {Command::CheckAppId, "", Source::App, To::None, ""},
+        {Command::FPPairingCode, "", Source::Every, To::FP, pairing},
+        {Command::FPPairingCode, "", Source::App | Source::CentralControl | Source::CloudControl, To::None, ""},
+        {Command::ProjectName, "", Source::Every, To::CentralControl, R"({"ProjectName": "Project 7.zxc"})"},
+        {Command::ProjectName, "", Source::App | Source::FP | Source::CloudControl, To::None, ""},
+        {Command::AppConnectState, "", Source::Every, To::CentralControl, R"({"AppConnectState": "Connected"})"},
+        {Command::AppConnectState, "", Source::App | Source::FP | Source::CloudControl, To::None, ""},
+        {Command::ScreenState, R"("param": 1)", Source::Every, To::CentralControl, screen("Closed")},
+        {Command::ScreenState, R"("param": 1)", Source::App | Source::FP | Source::CloudControl, To::None, ""},
+        {Command::ScreenState, R"("param": 2.0)", Source::CentralControl, To::CentralControl, screen("NotAdded")},
+        {Command::ScreenState, R"("param": 3)", Source::CentralControl, To::CentralControl, screen("NotFound")},
+        {Command::ScreenState, R"("param": -1)", Source::CentralControl, To::CentralControl, screen("NotFound")},
         // What is no such integer reads as 0.
-        {0x21, "", 0x0100, "C", screen("Opened")},
-        {0x21, R"("param": 1.5)", 0x0100, "C", screen("Opened")},
-        {0x21, R"("param": 1e300)", 0x0100, "C", screen("Opened")},
-        {0x21, R"("param": "1")", 0x0100, "C", screen("Opened")},
+        {Command::ScreenState, "", Source::CentralControl, To::CentralControl, screen("Opened")},
+        {Command::ScreenState, R"("param": 1.5)", Source::CentralControl, To::CentralControl, screen("Opened")},
+        {Command::ScreenState, R"("param": 1e300)", Source::CentralControl, To::CentralControl, screen("Opened")},
+        {Command::ScreenState, R"("param": "1")", Source::CentralControl, To::CentralControl, screen("Opened")},
     });
 }
 
 TEST_F(ProjectDataSenderTest, AnEmptyHostAnswersToo)
 {
     Expect({
-        {0x10, R"("id": "Tablet-7")", 0x0001, "A", R"({"result": 1, "res": 0})"},
-        {0x13, "", 0x0010, "F", R"({"AppQRCode": ""})"},
-        {0x20, "", 0x0100, "C", R"({"ProjectName": ".zxc"})"},
-        {0x21, "", 0x0100, "C", R"({"screenState": "NotFound"})"},
-        {0x23, "", 0x0100, "C", R"({"AppConnectState": "NotConnected"})"},
+        {Command::CheckAppId, R"("id": "Tablet-7")", Source::App, To::App, R"({"result": 1, "res": 0})"},
+        {Command::FPPairingCode, "", Source::FP, To::FP, R"({"AppQRCode": ""})"},
+        {Command::ProjectName, "", Source::CentralControl, To::CentralControl, R"({"ProjectName": ".zxc"})"},
+        {Command::ScreenState, "", Source::CentralControl, To::CentralControl, R"({"screenState": "NotFound"})"},
+        {Command::AppConnectState, "", Source::CentralControl, To::CentralControl,
+         R"({"AppConnectState": "NotConnected"})"},
     });
 }

@@ -38,7 +38,9 @@ TEST_F(ResourceSenderTest, TheListHasWhatIsDemuxedAndAnItemIsToldWithoutItsPath)
     const SResource waiting = MakeResource({Id(6), ResourceType::Video, "Logo", "logo.mp4", QSize(), false, 0, 0});
     LoadStage({used, waiting, MakeResource(4, ResourceType::Video)});
 
-    const QJsonArray list = BodyOf(Ask(1024, kRemote, 0x0110).at(0))["resourceMgrData"].toArray();
+    const QJsonArray list =
+        BodyOf(Ask(Command::ResourceList, kRemote, Source::FP | Source::CentralControl).at(0))["resourceMgrData"]
+            .toArray();
     ASSERT_EQ(list.size(), 2);
     EXPECT_EQ(Of(list[0].toObject(), keys),
               Json(R"({"resourceId": "#5", "path": "Medien/Übung 1.mp4", "resolutionW": 1920, "demuxerSuccessed": true,
@@ -46,10 +48,13 @@ TEST_F(ResourceSenderTest, TheListHasWhatIsDemuxedAndAnItemIsToldWithoutItsPath)
     EXPECT_EQ(Of(list[1].toObject(), keys),
               Json(R"({"resourceId": "#4", "path": "", "resolutionW": -1, "demuxerSuccessed": true, "duration": 0,
                        "isUsedFlag": false})"));
-    const QJsonObject item = BodyOf(Ask(1025, {{"resourceId", Id(6).toString()}}, 0x1111).at(0));
+    const QJsonObject item =
+        BodyOf(Ask(Command::ResourceItem, {{"resourceId", Id(6).toString()}}, Source::Every).at(0));
     EXPECT_EQ(Of(item["resourceData"].toObject(), keys),
               Json(R"({"resourceId": "#6", "path": "", "resolutionW": -1, "demuxerSuccessed": false, "duration": 0})"));
-    EXPECT_THAT(Ask(1025, {{"resourceId", IdText(6)}}, 0x1110), IsEmpty());
+    EXPECT_THAT(Ask(Command::ResourceItem, {{"resourceId", IdText(6)}},
+                    Source::FP | Source::CentralControl | Source::CloudControl),
+                IsEmpty());
 }
 
 TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
@@ -58,13 +63,15 @@ TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
 
     for (const char* id : {R"("tag": "")", R"("resourceId": "")", R"("resourceId": "#0")", R"("resourceId": "#5")",
                            R"("resourceId": 6)", R"("resourceId": "x#6")"})
-        Expect(
-            {{1025, id, 0x0001, "", ""}, {1027, id, 0x0001, "", ""}, {1028, id, 0x0001, "A", R"({"result": 4003})"}});
+        Expect({{Command::ResourceItem, id, Source::App, To::None, ""},
+                {Command::ResourceThumbnail, id, Source::App, To::None, ""},
+                {Command::TextResource, id, Source::App, To::App, R"({"result": 4003})"}});
     // It is no text.
-    Expect({{1028, R"("resourceId": "#6")", 0x0110, "A", R"({"result": 4003})"}});
+    Expect({{Command::TextResource, R"("resourceId": "#6")", Source::FP | Source::CentralControl, To::App,
+             R"({"result": 4003})"}});
     LoadShow({});
-    Expect({{1028, R"("resourceId": "#7")", 0x0001, "A", R"({"result": 4003})"},
-            {1024, "", 0x0001, "A", R"({"result": 1, "count": 0, "resourceMgrData": []})"}});
+    Expect({{Command::TextResource, R"("resourceId": "#7")", Source::App, To::App, R"({"result": 4003})"},
+            {Command::ResourceList, "", Source::App, To::App, R"({"result": 1, "count": 0, "resourceMgrData": []})"}});
 }
 
 TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
@@ -73,7 +80,7 @@ TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
     scrolling.scroll = SScrollSettings{2, 0.1F, true, 11};
     LoadStage({MakeText(7, 58, QFont::StyleOblique), scrolling});
     const auto told = [this](int id) {
-        return Of(BodyOf(Ask(1028, {{"resourceId", IdText(id)}}).at(0)),
+        return Of(BodyOf(Ask(Command::TextResource, {{"resourceId", IdText(id)}}).at(0)),
                   {"horAlignMent", "showType", "colorTextEffect", "hasBackGroundColor", "underLine", "bold", "italic",
                    "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"});
     };
@@ -88,9 +95,13 @@ TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
 
 TEST_F(ResourceSenderTest, WhatTheHostCanDoIsToldTheAppWhoeverAsks)
 {
-    EXPECT_THAT(Ask(1046, kRemote, 0x0110), ElementsAre(SentCode(0x10000416)));
-    EXPECT_THAT(Ask(1047, kRemote, 0x0110), AllOf(Not(IsEmpty()), Each(SentCode(0x10000417))));
+    EXPECT_THAT(Ask(Command::SupportedFileTypes, kRemote, Source::FP | Source::CentralControl),
+                ElementsAre(SentCode(Command::ReplyTo(Command::SupportedFileTypes))));
+    EXPECT_THAT(Ask(Command::SharedTypeThumbnails, kRemote, Source::FP | Source::CentralControl),
+                AllOf(Not(IsEmpty()), Each(SentCode(Command::ReplyTo(Command::SharedTypeThumbnails)))));
     const QJsonObject fonts = {{"fontFamilies", QJsonArray::fromStringList(QFontDatabase().families())}};
-    EXPECT_THAT(Ask(1029, kRemote, 0x0110), Answers("A", 1029, fonts));
-    EXPECT_THAT(Ask(1057, kRemote, 0x0110), Answers("A", 1057, kRemote));
+    EXPECT_THAT(Ask(Command::FontList, kRemote, Source::FP | Source::CentralControl),
+                Answers(To::App, Command::FontList, fonts));
+    EXPECT_THAT(Ask(Command::ResourceUsed, kRemote, Source::FP | Source::CentralControl),
+                Answers(To::App, Command::ResourceUsed, kRemote));
 }

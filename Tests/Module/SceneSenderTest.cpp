@@ -45,19 +45,19 @@ TEST_F(SceneSenderTest, OnlyAppsOfOneVersionAreToldTheCurrentGroup)
     Play(20, 21);
     const auto told = [&](int sources) {
         QStringList groups;
-        for (const SChannelCall& call : Ask(0x300, {}, sources))
+        for (const SChannelCall& call : Ask(Command::SceneManagerData, {}, sources))
             groups << BodyOf(call)["sceneMgrData"].toObject()["currentSceneGroupId"].toString();
         return groups;
     };
 
     for (const char* version : {"", "2.0.0 ", "2.1.0"}) {
         HostModels::UserModel().SetCurLoginAppVersion(version);
-        EXPECT_EQ(told(0x0001), QStringList(IdText(10)));
-        EXPECT_EQ(told(0x1111), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
-        EXPECT_EQ(told(0x1100), QStringList());
+        EXPECT_EQ(told(Source::App), QStringList(IdText(10)));
+        EXPECT_EQ(told(Source::Every), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
+        EXPECT_EQ(told(Source::CentralControl | Source::CloudControl), QStringList());
     }
     HostModels::UserModel().SetCurLoginAppVersion("2.0.0");
-    EXPECT_EQ(told(0x0111), (QStringList{IdText(20), IdText(20)}));
+    EXPECT_EQ(told(Source::App | Source::FP | Source::CentralControl), (QStringList{IdText(20), IdText(20)}));
 }
 
 TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
@@ -65,24 +65,27 @@ TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
     LoadTwoGroups();
     const QJsonObject body = {{"tag", "x"}, {"sceneGroupData", "old"}};
 
-    const std::vector<SChannelCall> calls = Ask(0x304, body, 0x0111);
+    const std::vector<SChannelCall> calls =
+        Ask(Command::MainSceneGroupAgain, body, Source::App | Source::FP | Source::CentralControl);
 
     ASSERT_EQ(calls.size(), 2u);
     const QJsonObject reply = BodyOf(calls[0]);
     EXPECT_EQ(reply["tag"], "x");
     EXPECT_EQ(Of(reply["sceneGroupData"].toObject(), {"count", "sceneGroupId", "sceneGroupName"}),
               Json(R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20"})"));
-    EXPECT_THAT(calls, ElementsAre(Sent(0x10000304, reply), SentToFP(0x302, reply)));
-    EXPECT_THAT(Ask(0x302, body, 0x1100), IsEmpty());
+    EXPECT_THAT(calls, ElementsAre(Sent(Command::ReplyTo(Command::MainSceneGroupAgain), reply),
+                                   SentToFP(Command::MainSceneGroup, reply)));
+    EXPECT_THAT(Ask(Command::MainSceneGroup, body, Source::CentralControl | Source::CloudControl), IsEmpty());
 }
 
 TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)
 {
     Play(20, 21);
 
-    Expect({{0x300, "", 0x0001, "A", R"({"sceneMgrData": {"result": 1, "count": 0, "currentSceneGroupId": "#20",
+    Expect({{Command::SceneManagerData, "", Source::App, To::App,
+             R"({"sceneMgrData": {"result": 1, "count": 0, "currentSceneGroupId": "#20",
                                                           "currentSceneId": "#21", "sceneGroupDataList": {}}})"}});
-    EXPECT_THAT(Ask(0x302, {}), Answers("A", 0x302, Json(R"({"sceneGroupData":
+    EXPECT_THAT(Ask(Command::MainSceneGroup, {}), Answers(To::App, Command::MainSceneGroup, Json(R"({"sceneGroupData":
                                     {"count": 0, "sceneGroupId": "#0", "sceneGroupName": ""}})")));
 }
 
@@ -92,13 +95,14 @@ TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsTurnedDown)
          {"{}", R"({"sceneGroupId": "#10"})", R"({"sceneId": "#11"})", R"({"sceneGroupId": "#10", "sceneId": "x#11"})",
           R"({"sceneGroupId": "#0", "sceneId": "#11"})", R"({"sceneGroupId": 10, "sceneId": "#11"})"}) {
         RecordingChannels::ForgetCalls();
-        EXPECT_FALSE(Handle<CSceneMsgSender>({0x300, 0x308, Json(body), 0x0001})) << body;
+        EXPECT_FALSE(Handle<CSceneMsgSender>({SenderType::Scene, Command::SceneThumbnail, Json(body), Source::App}))
+            << body;
         EXPECT_THAT(RecordingChannels::Outgoing(), IsEmpty()) << body;
     }
     // Ids of nothing are as good as any: the picture is empty.
-    const auto sent = Ask(0x308, Json(R"({"sceneGroupId": "#10", "sceneId": "#11"})"));
-    EXPECT_THAT(sent, ElementsAre(SentCode(0x10000308)));
-    EXPECT_EQ(PictureIn(sent, 0x10000308, Id(11)), "");
+    const auto sent = Ask(Command::SceneThumbnail, Json(R"({"sceneGroupId": "#10", "sceneId": "#11"})"));
+    EXPECT_THAT(sent, ElementsAre(SentCode(Command::ReplyTo(Command::SceneThumbnail))));
+    EXPECT_EQ(PictureIn(sent, Command::ReplyTo(Command::SceneThumbnail), Id(11)), "");
 }
 
 TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
@@ -123,8 +127,9 @@ TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
         Play(group, scene, state, globalState);
         const QJsonObject chapter = {{"sceneGrpCol", groupPlace}, {"sceneCol", scenePlace}};
         const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"cmd", QJsonValue::Null}};
-        EXPECT_THAT(Ask(0x399, body, 0x0011), Answers("C", 0x399, {{"playingChapter", chapter}}));
-        EXPECT_THAT(Ask(0x399, kRemote, 0x0100), IsEmpty());
+        EXPECT_THAT(Ask(Command::PlayingChapter, body, Source::App | Source::FP),
+                    Answers(To::CentralControl, Command::PlayingChapter, {{"playingChapter", chapter}}));
+        EXPECT_THAT(Ask(Command::PlayingChapter, kRemote, Source::CentralControl), IsEmpty());
     }
 }
 
@@ -139,9 +144,9 @@ TEST_F(SceneSenderTest, AReplyIsWhollyOfOneProjectWhileTheHostSwitches)
         HostModels::Show().Change([&](SShow& show) { show.openProject = project; });
     };
     LoadShow({MakeProject(1, groups[0]), MakeProject(2, groups[1])});
-    const QJsonObject first = BodyOf(Ask(0x300).at(0));
+    const QJsonObject first = BodyOf(Ask(Command::SceneManagerData).at(0));
     open(1);
-    const QJsonObject second = BodyOf(Ask(0x300).at(0));
+    const QJsonObject second = BodyOf(Ask(Command::SceneManagerData).at(0));
     std::atomic<bool> enough{false};
     std::thread host([&] {
         for (std::size_t turn = 0; !enough; ++turn)
@@ -150,9 +155,10 @@ TEST_F(SceneSenderTest, AReplyIsWhollyOfOneProjectWhileTheHostSwitches)
 
     bool sawFirst = false;
     for (int asked = 0; (asked < 100 || !sawFirst) && !HasFailure(); ++asked) {
-        const auto sent = Ask(0x300);
-        EXPECT_THAT(sent, ElementsAre(AnyOf(Sent(0x10000300, first), Sent(0x10000300, second))));
-        sawFirst = sawFirst || testing::Value(sent, Answers("A", 0x300, first));
+        const auto sent = Ask(Command::SceneManagerData);
+        EXPECT_THAT(sent, ElementsAre(AnyOf(Sent(Command::ReplyTo(Command::SceneManagerData), first),
+                                            Sent(Command::ReplyTo(Command::SceneManagerData), second))));
+        sawFirst = sawFirst || testing::Value(sent, Answers(To::App, Command::SceneManagerData, first));
     }
 
     enough = true;

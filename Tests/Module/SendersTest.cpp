@@ -45,26 +45,36 @@ using SendersTest = SenderTest;
 
 TEST_F(SendersTest, AnUnknownRequestComesBackToThoseWhoAsked)
 {
-    // A: the app, F: the FP client, C: central control; the senders differ in whom they answer at once.
+    using To::App, To::AppAndFP, To::CentralControl, To::FP, To::None;
+    const Recipients appAndCentralControl = {Recipient::App, Recipient::CentralControl};
+    const Recipients fpAndCentralControl = {Recipient::FP, Recipient::CentralControl};
+    const Recipients allThree = {Recipient::App, Recipient::FP, Recipient::CentralControl};
+    // The senders differ in how many recipients they reply to.
     struct {
         int sources;
-        std::string projectData, resource, scene, stage;
+        Recipients projectData, resource, scene, stage;
     } const cases[] = {
-        {0x0000, "", "", "", ""},      {0x0001, "A", "A", "A", "A"},  {0x0010, "F", "F", "F", "F"},
-        {0x0100, "", "", "C", "C"},    {0x1000, "", "", "", ""},      {0x0011, "AF", "A", "A", "AF"},
-        {0x0101, "A", "A", "A", "AC"}, {0x0110, "F", "F", "F", "FC"}, {0x1111, "AF", "A", "A", "AFC"},
+        {kNoSource, None, None, None, None},
+        {Source::App, App, App, App, App},
+        {Source::FP, FP, FP, FP, FP},
+        {Source::CentralControl, None, None, CentralControl, CentralControl},
+        {Source::CloudControl, None, None, None, None},
+        {Source::App | Source::FP, AppAndFP, App, App, AppAndFP},
+        {Source::App | Source::CentralControl, App, App, App, appAndCentralControl},
+        {Source::FP | Source::CentralControl, FP, FP, FP, fpAndCentralControl},
+        {Source::Every, AppAndFP, App, App, allThree},
     };
     const QJsonObject body = {{"errorMsg", "OK"}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"other", "text"}};
 
     for (const auto& [sources, projectData, resource, scene, stage] : cases) {
         SCOPED_TRACE(testing::Message() << "sources 0x" << std::hex << sources);
-        EXPECT_EQ(Whom(Ask<CProjectDataMsgSender>(kProjectDataUnknown, body, sources)), projectData);
-        EXPECT_EQ(Whom(Ask<CResourceMsgSender>(kResourceUnknown, body, sources)), resource);
-        EXPECT_EQ(Whom(Ask<CSceneMsgSender>(kSceneUnknown, body, sources)), scene);
-        EXPECT_EQ(Whom(Ask<CStageMsgSender>(kStageUnknown, body, sources)), stage);
+        EXPECT_EQ(RecipientsOf(Ask<CProjectDataMsgSender>(kProjectDataUnknown, body, sources)), projectData);
+        EXPECT_EQ(RecipientsOf(Ask<CResourceMsgSender>(kResourceUnknown, body, sources)), resource);
+        EXPECT_EQ(RecipientsOf(Ask<CSceneMsgSender>(kSceneUnknown, body, sources)), scene);
+        EXPECT_EQ(RecipientsOf(Ask<CStageMsgSender>(kStageUnknown, body, sources)), stage);
     }
-    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, 0x0001), Answers("A", kSceneUnknown, body));
-    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, 0x0010), Answers("F", kSceneUnknown, body));
+    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::App), Answers(To::App, kSceneUnknown, body));
+    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::FP), Answers(To::FP, kSceneUnknown, body));
 }
 
 TEST_F(SendersTest, CentralControlGetsWhatTheBodyHoldsForIt)
@@ -105,12 +115,12 @@ TEST_F(SendersTest, AChannelThatIsMissingIsPassedOver)
     const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"errorMsg", "x"}};
 
     // One source at a time, so that each missing channel is tried.
-    for (const int sources : {0x0001, 0x0010, 0x0100, 0x1000}) {
+    for (const int sources : {Source::App, Source::FP, Source::CentralControl, Source::CloudControl}) {
         CStageMsgSender sender(nullptr, nullptr, nullptr, nullptr);
         EXPECT_TRUE(sender.HandleMsg({SenderType::Stage, kStageUnknown, body, sources}));
     }
     CProjectDataMsgSender forCloud(nullptr, nullptr, nullptr, nullptr);
-    EXPECT_TRUE(forCloud.HandleMsg({SenderType::ProjectData, Command::SystemInformation, {}, 0x1000}));
+    EXPECT_TRUE(forCloud.HandleMsg({SenderType::ProjectData, Command::SystemInformation, {}, Source::CloudControl}));
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
@@ -121,16 +131,17 @@ TEST_F(SendersTest, TheHostsNameIsToldWhoeverAsksAndKeptWhenItIsNew)
         return Ask<CProjectDataMsgSender>(code, body, sources);
     };
     const auto tells = [](const QString& name) {
-        return Sent(0x10000005,
+        return Sent(Command::ReplyTo(Command::HostNameAndVersion),
                     {{"result", 1}, {"name", name}, {"version", CGlobalModel::GetInstance()->GetAppFormatName()}});
     };
 
-    ask(0x004, {{"name", "Stage left"}});
+    ask(Command::SetHostName, {{"name", "Stage left"}});
     EXPECT_EQ(HostModels::SoftwareSetting().LoadHostName(), "Stage left");
     for (const QJsonValue& noName : {QJsonValue(""), QJsonValue(7), QJsonValue()})
-        EXPECT_THAT(ask(0x004, {{"name", noName}}), ElementsAre(tells("Stage left")));
-    for (const int sources : {0x0000, 0x0001, 0x0010, 0x0100, 0x1111})
-        EXPECT_THAT(ask(0x005, {}, sources), ElementsAre(tells("Stage left"))) << sources;
+        EXPECT_THAT(ask(Command::SetHostName, {{"name", noName}}), ElementsAre(tells("Stage left")));
+    for (const int sources :
+         {kNoSource, int{Source::App}, int{Source::FP}, int{Source::CentralControl}, int{Source::Every}})
+        EXPECT_THAT(ask(Command::HostNameAndVersion, {}, sources), ElementsAre(tells("Stage left"))) << sources;
 }
 
 TEST_F(SendersTest, ARenamedMachineIsKnownByItsNewNameAtOnce)

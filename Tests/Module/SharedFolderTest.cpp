@@ -114,16 +114,17 @@ TEST_F(SharedFolderTest, TheAppIsToldTheListOfTheFolderOfTheMoment)
     CResourceMsgSender sender(&m_app, nullptr, nullptr, nullptr);
     const auto ask = [&] {
         RecordingChannels::ForgetCalls();
-        EXPECT_TRUE(sender.HandleMsg({0x400, 1048, kRemote, 0x0110}));
+        EXPECT_TRUE(sender.HandleMsg(
+            {SenderType::Resource, Command::SharedFolderList, kRemote, Source::FP | Source::CentralControl}));
         return RecordingChannels::Calls();
     };
     const QJsonObject nothing = {{"result", 1}, {"count", 0}};
-    EXPECT_THAT(ask(), Answers("A", 1048, nothing));
+    EXPECT_THAT(ask(), Answers(To::App, Command::SharedFolderList, nothing));
 
     Put("page.pdf");
     const QJsonObject page = {{"resPath", QString::fromStdString(Path("page.pdf"))}, {"resType", 23}};
-    EXPECT_THAT(ask(), Answers("A", 1048, {{"result", 1}, {"count", 1}, {"0", page}}));
+    EXPECT_THAT(ask(), Answers(To::App, Command::SharedFolderList, {{"result", 1}, {"count", 1}, {"0", page}}));
 
     sender.ModifyAppSharedPath({});
-    EXPECT_THAT(ask(), Answers("A", 1048, nothing));
+    EXPECT_THAT(ask(), Answers(To::App, Command::SharedFolderList, nothing));
 }

@@ -36,7 +36,7 @@ protected:
     QJsonObject Described(const SResource& resource, const std::function<void(SMediaProperties&)>& change = {})
     {
         LoadStage({resource}, {MakeMedium(31, resource, change)});
-        return BodyOf(Ask(513, {{"mediaId", IdText(31)}}).at(0))["mediaData"].toObject();
+        return BodyOf(Ask(Command::MediaData, {{"mediaId", IdText(31)}}).at(0))["mediaData"].toObject();
     }
 };
 
@@ -63,10 +63,12 @@ TEST_F(StageMediaTest, AMediumIsToldWithAllThatItHas)
         "isSupportScroll": false, "isSupportFillMode": true, "isSupportModifyScrollDirection": false,
         "pushStreamUrl": "rtsp://127.0.0.1/stage/#31", "playState": ""})";
 
-    Expect({{512, "", 0x0110, "A", R"({"mediaList": {"result": 1, "count": 1, "0": )" + object + "}}"},
-            {513, R"("mediaId": "{#31}")", 0x0111, "A",
+    Expect({{Command::MediaList, "", Source::FP | Source::CentralControl, To::App,
+             R"({"mediaList": {"result": 1, "count": 1, "0": )" + object + "}}"},
+            {Command::MediaData, R"("mediaId": "{#31}")", Source::App | Source::FP | Source::CentralControl, To::App,
              R"({"remoteIp": "10.0.0.9", "remotePort": 4000, "mediaData": )" + object + "}"},
-            {513, R"("mediaId": "#31")", 0x1110, "", ""}});
+            {Command::MediaData, R"("mediaId": "#31")", Source::FP | Source::CentralControl | Source::CloudControl,
+             To::None, ""}});
 }
 
 TEST_F(StageMediaTest, ATurnedMediumIsPlacedByItsTurnedBackCorner)
@@ -132,7 +134,8 @@ TEST_F(StageMediaTest, WhatMayBeDoneDependsOnTheTypeAlone)
         SResource resource = MakeResource(5, number < kTypes ? number : int{ResourceType::Group});
         resource.groupType = number == 28 ? 1 : number == 29 ? -1 : 0;
         media.push_back(Described(resource));
-        const auto item = SenderTest::Ask<CResourceMsgSender>(1025, {{"resourceId", IdText(5)}}, 0x0001);
+        const auto item =
+            SenderTest::Ask<CResourceMsgSender>(Command::ResourceItem, {{"resourceId", IdText(5)}}, Source::App);
         items.push_back(BodyOf(item.at(0))["resourceData"].toObject());
     }
     const char* const same = nullptr;
@@ -178,12 +181,13 @@ TEST_F(StageMediaTest, TheListIsWholeOrNotSentAtAll)
         project.resourceIndex.insert(Id(9), 2);
         LoadShow({project});
         if (second.base.GetId() == Id(5)) {
-            const QJsonObject list = BodyOf(Ask(512).at(0))["mediaList"].toObject();
+            const QJsonObject list = BodyOf(Ask(Command::MediaList).at(0))["mediaList"].toObject();
             EXPECT_EQ(list.size(), 5);
             EXPECT_EQ(list["1"].toObject()["mediaId"], IdText(31));
         } else {
-            Expect({{512, "", 0x0001, "", ""}});
-            EXPECT_THAT(Ask(513, {{"mediaId", IdText(31)}}), Answers("A", 513, {{"mediaData", QJsonObject{}}}));
+            Expect({{Command::MediaList, "", Source::App, To::None, ""}});
+            EXPECT_THAT(Ask(Command::MediaData, {{"mediaId", IdText(31)}}),
+                        Answers(To::App, Command::MediaData, {{"mediaData", QJsonObject{}}}));
         }
     }
 }
@@ -194,8 +198,8 @@ TEST_F(StageMediaTest, AnUnknownMediumsRequestComesBack)
 
     for (const char* body : {"{}", R"({"mediaId": "#32", "tag": 1})", R"({"mediaId": "#0"})", R"({"mediaId": "x#31"})",
                              R"({"mediaId": 31})"}) {
-        EXPECT_THAT(Ask(513, Json(body)), Answers("A", 513, Json(body)));
-        EXPECT_THAT(Ask(280, Json(body)), testing::IsEmpty());
+        EXPECT_THAT(Ask(Command::MediaData, Json(body)), Answers(To::App, Command::MediaData, Json(body)));
+        EXPECT_THAT(Ask(Command::MediaThumbnail, Json(body)), testing::IsEmpty());
     }
 }
 
@@ -204,7 +208,9 @@ TEST_F(StageMediaTest, AMediumsThumbnailHasItsShapeAndItsAlpha)
     const SResource video = MakeResource(5, ResourceType::Video);
     LoadStage({video}, {MakeMedium(31, video)});
 
-    const QByteArray png = PictureIn(Ask(280, {{"mediaId", IdText(31)}}, 0x0110), 0x10000118, Id(31));
+    const QByteArray png =
+        PictureIn(Ask(Command::MediaThumbnail, {{"mediaId", IdText(31)}}, Source::FP | Source::CentralControl),
+                  Command::ReplyTo(Command::MediaThumbnail), Id(31));
 
     EXPECT_EQ(QImage::fromData(png, "PNG").size(), QSize(320, 180));
     EXPECT_TRUE(QImage::fromData(png, "PNG").hasAlphaChannel());

@@ -19,26 +19,40 @@ using StageSenderTest = SenderTestOf<CStageMsgSender>;
 
 TEST_F(StageSenderTest, EachQueryIsAnsweredToThoseItIsFor)
 {
-    constexpr int kSources[] = {0x0000, 0x0001, 0x0010, 0x0100, 0x1000, 0x0011, 0x0101, 0x0110, 0x1111};
+    constexpr int kSources[] = {kNoSource,
+                                Source::App,
+                                Source::FP,
+                                Source::CentralControl,
+                                Source::CloudControl,
+                                Source::App | Source::FP,
+                                Source::App | Source::CentralControl,
+                                Source::FP | Source::CentralControl,
+                                Source::Every};
+    using namespace Command;
+    using To::App, To::AppAndFP, To::CentralControl, To::FP, To::None;
     const struct {
         std::vector<int> codes;
-        std::vector<const char*> whom; ///< from each of those sources
+        std::vector<Recipients> recipients; ///< one for each element of kSources
     } cases[] = {
-        {{257, 512}, {"A", "A", "A", "A", "A", "A", "A", "A", "A"}},
-        {{259, 261, 401, 402}, {"", "", "F", "", "", "F", "", "F", "F"}},
-        {{265}, {"", "A", "F", "", "", "AF", "A", "F", "AF"}},
-        {{274}, {"A", "A", "F", "C", "A", "A", "A", "A", "A"}},
-        {{281, 289}, {"", "A", "", "", "", "A", "A", "", "A"}},
-        {{290, 404, 406, 408}, {"", "", "", "C", "", "", "C", "C", "C"}},
-        {{403}, {"", "", "F", "C", "", "F", "C", "C", "C"}},
-        {{665}, {"", "", "", "", "", "", "", "", ""}},
+        {{ScreenList, MediaList}, {App, App, App, App, App, App, App, App, App}},
+        {{BlackScreen, Volume, PlayStateNumber, VolumeState}, {None, None, FP, None, None, FP, None, FP, FP}},
+        {{ProjectList}, {None, App, FP, None, None, AppAndFP, App, FP, AppAndFP}},
+        {{PictureAdjustment}, {App, App, FP, CentralControl, App, App, App, App, App}},
+        {{AppControlMode, StagePreviewMode}, {None, App, None, None, None, App, App, None, App}},
+        {{PlayStateText, PreviewPath, HdrState, MuteState},
+         {None, None, None, CentralControl, None, None, CentralControl, CentralControl, CentralControl}},
+        {{BlackScreenState},
+         {None, None, FP, CentralControl, None, FP, CentralControl, CentralControl, CentralControl}},
+        {{WindowStreamPath}, {None, None, None, None, None, None, None, None, None}},
     };
     LoadShow({MakeProject(7)});
 
-    for (const auto& [codes, whom] : cases) {
+    for (const auto& [codes, recipients] : cases) {
         for (const int code : codes) {
-            for (std::size_t i = 0; i < whom.size(); ++i)
-                EXPECT_EQ(Whom(Ask(code, kRemote, kSources[i])), whom[i]) << code << " from source " << i;
+            for (std::size_t i = 0; i < recipients.size(); ++i) {
+                EXPECT_EQ(RecipientsOf(Ask(code, kRemote, kSources[i])), recipients[i])
+                    << "code 0x" << std::hex << code << " from 0x" << kSources[i];
+            }
         }
     }
 }
@@ -62,9 +76,10 @@ TEST_F(StageSenderTest, ColoursAndModesAreToldApart)
         effect.hue = 0.875F;
     });
 
-    Expect({{281, "", 0x0001, "A", R"({"mode": 3, "result": 1})"},
-            {289, "", 0x0001, "A", R"({"mode": 4, "result": 1})"},
-            {274, "", 0x0001, "A", R"({"fBlue": 0.12500011920928955, "fRed": 0.25000011920928955,
+    Expect({{Command::AppControlMode, "", Source::App, To::App, R"({"mode": 3, "result": 1})"},
+            {Command::StagePreviewMode, "", Source::App, To::App, R"({"mode": 4, "result": 1})"},
+            {Command::PictureAdjustment, "", Source::App, To::App,
+             R"({"fBlue": 0.12500011920928955, "fRed": 0.25000011920928955,
                 "fGreen": 0.37500011920928955, "fContrast": 0.5000001192092896, "fLuminance": 0.6250001192092896,
                 "fSaturability": 0.7500001192092896, "fHue": 0.8750001192092896})"}});
 }
@@ -77,19 +92,23 @@ TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
         playback.leftVolume = 0.49999997F;
         effect.volume = effect.hue = 0.99999994F;
     });
-    const QJsonObject stage = BodyOf(Ask(256).at(0))["stageData"].toObject();
+    const QJsonObject stage = BodyOf(Ask(Command::StageSnapshot).at(0))["stageData"].toObject();
     EXPECT_EQ(stage["leftVolumn"], 0.5000001192092896);
     EXPECT_EQ(stage["globalVolumn"], 1.0000004768371582);
     EXPECT_EQ(stage["stagePicData"].toObject()["fHue"], double{0.99999994F});
-    EXPECT_EQ(BodyOf(Ask(274).at(0))["fHue"], 1.0);
+    EXPECT_EQ(BodyOf(Ask(Command::PictureAdjustment).at(0))["fHue"], 1.0);
     Change([](SEffect& effect, SPlayback&) { effect.mute = true; });
-    EXPECT_EQ(BodyOf(Ask(256, kRemote, 0x0110).at(0))["stageData"].toObject()["globalVolumn"], 0);
+    EXPECT_EQ(BodyOf(Ask(Command::StageSnapshot, kRemote, Source::FP | Source::CentralControl).at(0))["stageData"]
+                  .toObject()["globalVolumn"],
+              0);
 
     // 0.29 is stored as less than that, but its hundredfold as 29.
     for (const auto& [luminance, percent] : {std::pair(1.0F, 100), std::pair(0.755F, 75), std::pair(0.999F, 99),
                                              std::pair(0.29F, 29), std::pair(-0.509F, -50)}) {
         Change([value = luminance](SEffect& effect, SPlayback&) { effect.luminance = value; });
-        EXPECT_THAT(Ask(274, {}, 0x0010), Answers("F", 274, {{"globalBrightness", percent}})) << luminance;
+        EXPECT_THAT(Ask(Command::PictureAdjustment, {}, Source::FP),
+                    Answers(To::FP, Command::PictureAdjustment, {{"globalBrightness", percent}}))
+            << luminance;
     }
 }
 
@@ -103,7 +122,7 @@ TEST_F(StageSenderTest, AScreenIsToldWithItsParts)
     screen.divisions = {QRectF(1280.5, -0.25, 2559.5, 1080)};
     LoadShow({}, {screen});
 
-    Expect({{257, "", 0x0001, "A", R"({"screenMgrData": {"result": 1, "count": 1,
+    Expect({{Command::ScreenList, "", Source::App, To::App, R"({"screenMgrData": {"result": 1, "count": 1,
         "0": {"screenName": "Screen 2", "screenId": "#2", "posX": -1920, "posY": -5, "sizeW": 1920, "sizeH": 1080,
               "state": 255, "isAdded": false, "isUseful": true, "divScreenRectData": {"divScreenType": 3, "divCount": 1,
                   "0": {"x": 1280.5, "y": -0.25, "width": 2559.5, "height": 1080}}}}})"}});
@@ -111,10 +130,15 @@ TEST_F(StageSenderTest, AScreenIsToldWithItsParts)
 
 TEST_F(StageSenderTest, WithoutAProjectWhatNeedsOneStaysSilent)
 {
-    for (const int code : {256, 263, 274, 402, 403, 408})
-        Expect({{code, "", 0x0001, "", ""}, {code, "", 0x0010, "", ""}, {code, "", 0x0100, "", ""}});
-    Expect({{265, "", 0x0001, "A", R"({"result": 1, "count": 0, "currentProId": "#0", "currentProName": ""})"},
-            {512, "", 0x0001, "A", R"({"mediaList": {"result": 1, "count": 0}})"},
-            {281, "", 0x0001, "A", R"({"mode": 0, "result": 1})"},
-            {406, "", 0x0100, "C", R"({"HDRState": "closed", "HDRType": "hardware"})"}});
+    for (const int code : {Command::StageSnapshot, Command::StageSnapshotAgain, Command::PictureAdjustment,
+                           Command::VolumeState, Command::BlackScreenState, Command::MuteState})
+        Expect({{code, "", Source::App, To::None, ""},
+                {code, "", Source::FP, To::None, ""},
+                {code, "", Source::CentralControl, To::None, ""}});
+    Expect({{Command::ProjectList, "", Source::App, To::App,
+             R"({"result": 1, "count": 0, "currentProId": "#0", "currentProName": ""})"},
+            {Command::MediaList, "", Source::App, To::App, R"({"mediaList": {"result": 1, "count": 0}})"},
+            {Command::AppControlMode, "", Source::App, To::App, R"({"mode": 0, "result": 1})"},
+            {Command::HdrState, "", Source::CentralControl, To::CentralControl,
+             R"({"HDRState": "closed", "HDRType": "hardware"})"}});
 }

@@ -32,8 +32,8 @@ TEST_F(ThreadsTest, WhatAChannelDeliversLateDoesNothing)
     channels.appUdp(RawPacket("App Server request Zentravox Controller"));
     channels.uploadEnd("clip.mp4");
     channels.connected("10.0.0.7", 4007);
-    channels.fp(AppPacket(0x100));
-    QJsonObject message = {{"cmdType", 290}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
+    channels.fp(AppPacket(Command::StageSnapshot));
+    QJsonObject message = {{"cmdType", Command::PlayStateText}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
     channels.central(message);
     channels.cloud(message);
 
@@ -52,7 +52,7 @@ TEST_F(ThreadsTest, UninitWaitsForARequestThatIsBeingAnswered)
     std::promise<void> answering;
     std::promise<void> goOn;
     RecordingChannels::OnCall([&](const SChannelCall& call) {
-        if (testing::Value(call, SentCode(0x10000005))) {
+        if (testing::Value(call, SentCode(Command::ReplyTo(Command::HostNameAndVersion)))) {
             answering.set_value();
             goOn.get_future().wait();
         }
@@ -127,5 +127,5 @@ TEST_F(ThreadsTest, ARequestThatComesWhileInitStillRunsIsPassedOverOrAnswered)
     EXPECT_TRUE(WaitUntil([] { return !RecordingChannels::Outgoing().empty(); }));
     enough = true;
     app.join();
-    EXPECT_THAT(RecordingChannels::Outgoing(), Each(SentCode(0x10000005)));
+    EXPECT_THAT(RecordingChannels::Outgoing(), Each(SentCode(Command::ReplyTo(Command::HostNameAndVersion))));
 }

@@ -2,23 +2,37 @@
 
 #include <QJsonDocument>
 
-testing::Matcher<const std::vector<SChannelCall>&> Answers(const std::string& whom, int code, const QJsonObject& reply)
+#include <ostream>
+
+void PrintTo(Recipient recipient, std::ostream* out)
+{
+    constexpr const char* kNames[] = {"app", "FP", "central control", "other"};
+    *out << kNames[static_cast<int>(recipient)];
+}
+
+testing::Matcher<const std::vector<SChannelCall>&> Answers(const Recipients& recipients, int code,
+                                                           const QJsonObject& reply)
 {
     std::vector<CallMatcher> calls;
-    for (const char one : whom) {
-        calls.push_back(one == 'A'   ? Sent(static_cast<unsigned int>(code) | 0x10000000, reply)
-                        : one == 'F' ? SentToFP(static_cast<unsigned int>(code), reply)
-                                     : SentToCentral(QJsonDocument(reply).toJson().toStdString(), "10.0.0.9", 4000));
+    for (const Recipient recipient : recipients) {
+        calls.push_back(recipient == Recipient::App ? Sent(Command::ReplyTo(code), reply)
+                        : recipient == Recipient::FP
+                            ? SentToFP(static_cast<unsigned int>(code), reply)
+                            : SentToCentral(QJsonDocument(reply).toJson().toStdString(), "10.0.0.9", 4000));
     }
     return testing::ElementsAreArray(calls);
 }
 
-std::string Whom(const std::vector<SChannelCall>& calls)
+Recipients RecipientsOf(const std::vector<SChannelCall>& calls)
 {
-    std::string whom;
-    for (const SChannelCall& call : calls)
-        whom += call.name == "Cloud.SendData" ? '?' : call.name[0];
-    return whom;
+    Recipients recipients;
+    for (const SChannelCall& call : calls) {
+        recipients.push_back(call.name == "App.SendPackage"    ? Recipient::App
+                             : call.name == "FP.SendPackage"   ? Recipient::FP
+                             : call.name == "Central.SendData" ? Recipient::CentralControl
+                                                               : Recipient::Other);
+    }
+    return recipients;
 }
 
 QJsonObject BodyOf(const SChannelCall& call)

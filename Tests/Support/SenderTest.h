@@ -5,40 +5,60 @@
 
 #include "ExternalController/MsgSender/MsgSenderBase.h"
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
-/// A request body that names where central control gets its answer.
+/// A request body with the address to which central control's reply goes.
 inline const QJsonObject kRemote = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
 
-/// A request from these sources, whose body is kRemote with these members, and its one reply to each of those named:
-/// A the app, F the FP client, C central control.
+/// Source flags of a request that came from no channel.
+constexpr int kNoSource = 0;
+
+/// The channel of a reply.
+enum class Recipient { App, FP, CentralControl, Other };
+/// One element for each reply, in the order in which they were sent.
+using Recipients = std::vector<Recipient>;
+void PrintTo(Recipient recipient, std::ostream* out);
+
+namespace To {
+inline const Recipients None = {};
+inline const Recipients App = {Recipient::App};
+inline const Recipients FP = {Recipient::FP};
+inline const Recipients AppAndFP = {Recipient::App, Recipient::FP};
+inline const Recipients CentralControl = {Recipient::CentralControl};
+} // namespace To
+
+/// A request from these sources, whose body is kRemote with these members, and the reply that each recipient gets once.
 struct SExchange {
     int code;
     std::string members;
     int sources;
-    std::string whom;
+    Recipients recipients;
     std::string reply;
 };
-testing::Matcher<const std::vector<SChannelCall>&> Answers(const std::string& whom, int code, const QJsonObject& reply);
 
-/// A for each answer to the app, F to the FP client, C to central control, ? to the cloud.
-std::string Whom(const std::vector<SChannelCall>& calls);
+/// Matches calls that send this reply to each of these recipients (not to Recipient::Other) and nothing else.
+testing::Matcher<const std::vector<SChannelCall>&> Answers(const Recipients& recipients, int code,
+                                                           const QJsonObject& reply);
 
-/// The JSON that a call carries.
+/// Returns the recipient of each call; Recipient::Other for the cloud and for calls that send nothing.
+Recipients RecipientsOf(const std::vector<SChannelCall>& calls);
+
+/// Returns the JSON object that a call carries.
 QJsonObject BodyOf(const SChannelCall& call);
-/// What the object has of these keys.
+/// Returns a copy of the object with these keys only.
 QJsonObject Of(const QJsonObject& object, const QStringList& keys);
-/// The bytes that the one call brings the app on the bulk channel under this code, as the picture of this id; nothing
-/// if the calls are anything else.
+/// Returns the bytes of the picture if there is exactly one call, and it sends the picture with this code and this id
+/// to the app on the bulk channel; otherwise returns an empty array.
 QByteArray PictureIn(const std::vector<SChannelCall>& calls, unsigned int code, const QUuid& id);
 
-/// Senders on recording channels, in a host without a show.
+/// Tests senders with recording channels, in a host without a show.
 class SenderTest : public ControllerTest {
 protected:
     SenderTest() { RecordingChannels::ForgetCalls(); }
 
-    /// Has a sender that has every channel handle a request, in one reading of the show as in a channel's callback.
+    /// Lets a sender with all channels handle a request, in one reading of the show as in a channel's callback.
     template <class Sender>
     bool Handle(const SOperation& request)
     {
@@ -46,12 +66,12 @@ protected:
         return Sender(&m_app, &m_fp, &m_central, &m_cloud).HandleMsg(request);
     }
 
-    /// What goes out then.
+    /// Lets a sender handle a request and returns the calls that it makes.
     template <class Sender>
     std::vector<SChannelCall> Ask(int code, const QJsonObject& body, int sources)
     {
         RecordingChannels::ForgetCalls();
-        EXPECT_TRUE(Handle<Sender>({code & 0xf00, code, body, sources}));
+        EXPECT_TRUE(Handle<Sender>({code & Command::kSenderMask, code, body, sources}));
         return RecordingChannels::Calls();
     }
 
@@ -61,7 +81,7 @@ protected:
     CCloudControlManager m_cloud;
 };
 
-/// The same about one sender.
+/// Tests one sender.
 template <class Sender>
 class SenderTestOf : public SenderTest {
 protected:
@@ -72,12 +92,13 @@ protected:
 
     void Expect(const std::vector<SExchange>& exchanges)
     {
-        for (const auto& [code, members, sources, whom, reply] : exchanges) {
+        for (const auto& [code, members, sources, recipients, reply] : exchanges) {
             QJsonObject body = Json('{' + members + '}');
             for (const QString& key : kRemote.keys())
                 body[key] = kRemote[key];
-            EXPECT_THAT(Ask(code, body, sources), Answers(whom, code, whom.empty() ? QJsonObject() : Json(reply)))
-                << "code " << code << " from 0x" << std::hex << sources << " with " << members;
+            EXPECT_THAT(Ask(code, body, sources),
+                        Answers(recipients, code, recipients.empty() ? QJsonObject() : Json(reply)))
+                << "code 0x" << std::hex << code << " from 0x" << sources << " with " << members;
         }
     }
 };
