@@ -21,13 +21,13 @@ using testing::UnorderedElementsAre;
 namespace {
 
 constexpr char kAddress[] = "127.0.0.22";
-constexpr char kPeerAddress[] = "127.0.0.1"; ///< where the system lets connections to there come from
+constexpr char kPeerAddress[] = "127.0.0.1"; ///< the local address of connections to kAddress
 
-constexpr std::uint32_t kAskBoth = 0x21; ///< answered to the connected app on both channels
+constexpr std::uint32_t kAskBoth = 0x21; ///< a request that is answered on both channels of the connected app
 const SFrame kAnswer{0x10000021, "answer"};
 const SFrame kEvent{0x10000306, "event"};
 
-/// An app with its two connections.
+/// An app with both connections.
 struct SApp {
     CTcpPeer control{kAddress, AppServer::kControlPort};
     CTcpPeer bulk{kAddress, AppServer::kBulkPort};
@@ -64,7 +64,7 @@ protected:
 
     static std::string AddressOf(const CTcpPeer& peer) { return AddressText(kPeerAddress, peer.LocalPort()); }
 
-    /// Apps whose connections the server knows by now.
+    /// Returns an app whose connections the server has accepted.
     std::unique_ptr<SApp> Connect()
     {
         auto app = std::make_unique<SApp>();
@@ -82,7 +82,7 @@ protected:
 
 } // namespace
 
-TEST_F(AppChannelsTest, TheConnectedAppIsTheOneThatAskedOnBothItsChannels)
+TEST_F(AppChannelsTest, RepliesToTheConnectedAppGoToTheAppThatSentTheRequestOnBothChannels)
 {
     const auto first = Connect();
     const auto second = Connect();
@@ -96,13 +96,13 @@ TEST_F(AppChannelsTest, TheConnectedAppIsTheOneThatAskedOnBothItsChannels)
         other->control.Send(kAskBoth);
         EXPECT_THAT(other->control.Receive(), Optional(kAnswer));
         EXPECT_THAT(other->bulk.Receive(), Optional(kAnswer));
-        // Nothing of another app's came before or after.
+        // No other app's replies arrive before or after.
         EXPECT_EQ(other->control.Receive(20ms), std::nullopt);
         EXPECT_EQ(other->bulk.Receive(20ms), std::nullopt);
     }
 }
 
-TEST_F(AppChannelsTest, AnEventGoesToEveryConnectionOfItsChannelAndAnAddressedPackageToOne)
+TEST_F(AppChannelsTest, AnEventGoesToAllConnectionsOfItsChannelAndAnAddressedPackageToOne)
 {
     const auto first = Connect();
     const auto second = Connect();
@@ -120,7 +120,7 @@ TEST_F(AppChannelsTest, AnEventGoesToEveryConnectionOfItsChannelAndAnAddressedPa
     EXPECT_EQ(second->control.Receive(20ms), std::nullopt);
 }
 
-TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothItsConnectionsAndTellsEachOnce)
+TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothConnectionsAndNotifiesEachCloseOnce)
 {
     const auto gone = Connect();
     const auto stays = Connect();
@@ -150,7 +150,7 @@ TEST_F(AppChannelsTest, StoppingNotifiesTheCloseOfEveryConnection)
                                      "closed " + AddressOf(second->control), "closed " + AddressOf(second->bulk)));
 }
 
-TEST_F(AppChannelsTest, NothingIsDeliveredOnceTheServerIsStoppedAndItCanStartAgain)
+TEST_F(AppChannelsTest, AStoppedServerDeliversNothingAndCanStartAgain)
 {
     auto app = Connect();
     std::atomic<bool> done{false};

@@ -12,7 +12,7 @@
 inline constexpr char kFtpTestAddress[] = "127.0.0.21";
 inline constexpr int kDeadlineMs = 20000;
 
-/// An FTP client that can do what a sound one wouldn't.
+/// An FTP client that can also misbehave.
 class CFtpSession {
 public:
     CFtpSession()
@@ -46,7 +46,7 @@ public:
         EXPECT_TRUE(m_data.waitForConnected(kDeadlineMs));
     }
 
-    /// Opens a data connection, announces the upload with the command, and sends the bytes.
+    /// Opens a data connection, sends the upload command, and sends the bytes.
     void Upload(const QByteArray& command, const QByteArray& bytes)
     {
         OpenData();
@@ -61,7 +61,7 @@ public:
         }
     }
 
-    /// What a command such as LIST sends on the data connection.
+    /// Returns what a command such as LIST sends on the data connection.
     QByteArray List(const QByteArray& command)
     {
         OpenData();

@@ -33,7 +33,7 @@ namespace {
 constexpr int kNotPermitted = 550;
 constexpr int kBusy = 450;
 
-/// Uploads the bytes under a name below the upload folder; curl's exit code.
+/// Uploads the bytes to a path below the upload folder with curl; returns curl's exit code.
 int Curl(const QByteArray& bytes, const QString& name, const QStringList& more = {})
 {
     const QString url = QStringLiteral("ftp://") + kFtpTestAddress + ':' + QString::number(AppServer::kFtpPort) + '/' +
@@ -48,7 +48,7 @@ int Curl(const QByteArray& bytes, const QString& name, const QStringList& more =
 QByteArray Contents(const QString& path)
 {
     QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray("(file not found)");
 }
 
 QStringList Entries(const QString& folder)
@@ -63,7 +63,7 @@ unsigned int ModeOf(const QString& path)
     return entry.st_mode & 07777;
 }
 
-/// The server's process among this one's children.
+/// Returns the id of the server's process, a child of this process.
 std::optional<pid_t> ChildPid()
 {
     for (const QString& name : QDir("/proc").entryList({"[1-9]*"}, QDir::Dirs)) {
@@ -132,7 +132,7 @@ TEST_F(FtpUploadTest, FilesCanNotBeReadDeletedOrRenamedAndNamesAreUtf8)
     EXPECT_EQ(Contents(folder.filePath("a.bin")), "kept");
 }
 
-TEST_F(FtpUploadTest, WhatIsOutsideTheFolderIsNeitherWrittenNorShown)
+TEST_F(FtpUploadTest, FilesOutsideTheFolderAreNeitherWrittenNorListed)
 {
     QTemporaryDir outside;
     QFile::link(folder.path(), folder.filePath("inside"));
@@ -156,12 +156,12 @@ TEST_F(FtpUploadTest, WhatIsOutsideTheFolderIsNeitherWrittenNorShown)
     }
 }
 
-TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndLeavesTheOlderFileAlone)
+TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndDoesNotChangeTheOlderFile)
 {
     const std::pair<const char*, void (*)(CFtpSession & uploading)> ways[] = {
         {"data reset",
          [](CFtpSession& uploading) {
-             // More than the system buffers: the server is in the middle of it.
+             // More than the system buffers: the server is still reading it.
              uploading.Send(QByteArray(20'000'000, 'y'));
              uploading.ResetData();
              EXPECT_EQ(uploading.Reply(), 426);
@@ -203,7 +203,7 @@ TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndLeavesTheOlderFileAlone)
 
         abort(session);
 
-        // Which is reported after what the aborted one would be.
+        // A report of the aborted upload would come before this one's report.
         Curl("x", "later.bin");
         EXPECT_THAT(uploads.WaitFor(1), ElementsAre(PathOf("later.bin")));
         EXPECT_EQ(Contents(folder.filePath("a.bin")), "older");
@@ -211,7 +211,7 @@ TEST_F(FtpUploadTest, AnAbortedUploadIsNotReportedAndLeavesTheOlderFileAlone)
     }
 }
 
-TEST_F(FtpUploadTest, AnUploadGivenUpBeforeItsDataConnectionIsNotTakenUpByTheNextOne)
+TEST_F(FtpUploadTest, AnUploadThatIsAbortedBeforeItsDataConnectionDoesNotAffectTheNextOne)
 {
     ASSERT_TRUE(StartServer());
     CFtpSession session;
@@ -227,7 +227,7 @@ TEST_F(FtpUploadTest, AnUploadGivenUpBeforeItsDataConnectionIsNotTakenUpByTheNex
     EXPECT_EQ(Entries(folder.path()), QStringList{"later.bin"});
 }
 
-TEST_F(FtpUploadTest, AFileHasOneUploadAtATimeAndOneThatGoesOnStartsFromTheWholeOlderFile)
+TEST_F(FtpUploadTest, AFileHasOneUploadAtATimeAndAppendingStartsFromTheCompleteOlderFile)
 {
     const QByteArray older(10'000'000, 'o'); // several pieces to copy
     QFile::link(folder.filePath("a.bin"), folder.filePath("link.bin"));
@@ -256,7 +256,7 @@ TEST_F(FtpUploadTest, AFileHasOneUploadAtATimeAndOneThatGoesOnStartsFromTheWhole
     EXPECT_EQ(Contents(folder.filePath("A.bin")), "another file");
 }
 
-TEST_F(FtpUploadTest, PartsOfAKilledServerAreHiddenAndRemovedButNotThoseOfARunningOne)
+TEST_F(FtpUploadTest, PartialFilesOfAKilledServerAreHiddenAndRemovedButNotThoseOfARunningOne)
 {
     const QString left = folder.filePath(".0123456789abcdef.upload");
     const QString running = folder.filePath(".fedcba9876543210.upload");
@@ -275,7 +275,7 @@ TEST_F(FtpUploadTest, PartsOfAKilledServerAreHiddenAndRemovedButNotThoseOfARunni
     close(owner);
 }
 
-TEST_F(FtpUploadTest, SessionsThatHaveNotLoggedInGiveWayToNewOnes)
+TEST_F(FtpUploadTest, NewSessionsReplaceSessionsThatHaveNotLoggedIn)
 {
     ASSERT_TRUE(StartServer());
     CFtpSession loggedIn;
@@ -295,7 +295,7 @@ TEST_F(FtpUploadTest, SessionsThatHaveNotLoggedInGiveWayToNewOnes)
     EXPECT_EQ(loggedIn.Reply(), 226);
 }
 
-TEST_F(FtpUploadTest, ASessionThatHasNotLoggedInEndsHoweverBusyItIs)
+TEST_F(FtpUploadTest, ASessionThatHasNotLoggedInIsClosedEvenIfItIsBusy)
 {
     ASSERT_TRUE(StartServer(std::chrono::milliseconds(300)));
     CFtpSession loggedIn;
@@ -312,7 +312,7 @@ TEST_F(FtpUploadTest, ASessionThatHasNotLoggedInEndsHoweverBusyItIs)
     EXPECT_EQ(loggedIn.Command("NOOP"), 200);
 }
 
-TEST_F(FtpUploadTest, ASessionThatReadsNoRepliesEnds)
+TEST_F(FtpUploadTest, ASessionThatReadsNoRepliesIsClosed)
 {
     ASSERT_TRUE(StartServer());
     QTcpSocket deaf;
@@ -327,7 +327,7 @@ TEST_F(FtpUploadTest, ASessionThatReadsNoRepliesEnds)
     }));
 }
 
-TEST_F(FtpUploadTest, ANewFolderIsMadeAndTakesLaterUploadsOfOpenSessionsToo)
+TEST_F(FtpUploadTest, ANewFolderIsCreatedAndReceivesLaterUploadsOfOpenSessionsToo)
 {
     const QString next = folder.filePath("next/folder");
     ASSERT_TRUE(StartServer());
@@ -347,7 +347,7 @@ TEST_F(FtpUploadTest, ANewFolderIsMadeAndTakesLaterUploadsOfOpenSessionsToo)
                                                 PathOf("next/folder/later session.bin")));
 }
 
-TEST_F(FtpUploadTest, AServerThatDiedIsStartedAgainWithTheLatestFolder)
+TEST_F(FtpUploadTest, AServerThatDiedIsRestartedWithTheLatestFolder)
 {
     ASSERT_TRUE(StartServer());
     server->SetFolder(folder.filePath("next"));
@@ -361,7 +361,7 @@ TEST_F(FtpUploadTest, AServerThatDiedIsStartedAgainWithTheLatestFolder)
     EXPECT_THAT(uploads.WaitFor(1), ElementsAre(PathOf("next/a.bin")));
 }
 
-TEST_F(FtpUploadTest, AServerThatDoesNotEndWhenToldIsKilled)
+TEST_F(FtpUploadTest, AServerThatDoesNotStopIsKilled)
 {
     ASSERT_TRUE(StartServer());
     const auto child = ChildPid();
@@ -375,7 +375,7 @@ TEST_F(FtpUploadTest, AServerThatDoesNotEndWhenToldIsKilled)
     EXPECT_FALSE(probe.waitForConnected(kDeadlineMs));
 }
 
-TEST_F(FtpUploadTest, TheServerHoldsNoConnectionOfTheHostOpen)
+TEST_F(FtpUploadTest, TheServerDoesNotKeepConnectionsOfTheHostOpen)
 {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);

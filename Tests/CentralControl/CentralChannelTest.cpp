@@ -23,7 +23,7 @@ using testing::HasSubstr;
 namespace {
 
 constexpr char kAddress[] = "127.0.0.51";
-constexpr char kSlow[] = "getPos"; ///< a keyword that the module under test takes its time for
+constexpr char kSlow[] = "getPos"; ///< a keyword that the module under test answers slowly
 
 const QJsonObject kFormatError = {{"result", 6}, {"errorMsg", "FORMAT ERROR"}};
 
@@ -32,7 +32,7 @@ QJsonObject UnknownCommand(const QString& keyword)
     return {{"cmd", keyword}, {"result", 7}, {"errorMsg", "COMMAND ERROR"}};
 }
 
-/// A central-control system. It hears only what comes from the server's own port.
+/// A central-control system. It receives only datagrams from the server's port.
 class CController {
 public:
     CController() { m_socket.connectToHost(kAddress, CentralControl::kPort); }
@@ -52,7 +52,7 @@ public:
         return Receive(timeout);
     }
 
-    /// What the server adds to a message.
+    /// Adds the keys that the server adds to a message.
     QJsonObject Stamped(QJsonObject message, int code) const
     {
         message["cmdType"] = code;
@@ -65,7 +65,7 @@ private:
     QUdpSocket m_socket;
 };
 
-/// A server whose module answers every message with what it was handed.
+/// A server whose module answers every message with the message that it received.
 class CentralChannelTest : public testing::Test {
 protected:
     CentralChannelTest()
@@ -103,7 +103,7 @@ protected:
 
 } // namespace
 
-TEST_F(CentralChannelTest, AKeywordIsUnderstoodInEveryFormAndStampedWithCodeAndSender)
+TEST_F(CentralChannelTest, AKeywordIsAcceptedInEveryFormAndGetsItsCodeAndSender)
 {
     CController controller;
 
@@ -111,12 +111,12 @@ TEST_F(CentralChannelTest, AKeywordIsUnderstoodInEveryFormAndStampedWithCodeAndS
         EXPECT_EQ(controller.Ask(datagram), controller.Stamped({{"cmd", "getHDR"}}, 0x196)) << datagram;
     EXPECT_EQ(controller.Ask(R"({"cmd": "stopWnd", "row": 1, "text": "Bühne"})"),
               controller.Stamped({{"cmd", "stopWnd"}, {"row", 1}, {"text", "Bühne"}}, 0));
-    // What the peer itself says of code and sender is not believed.
+    // The peer's own values for code and sender are overwritten.
     EXPECT_EQ(controller.Ask(R"({"cmd": "getHDR", "cmdType": 17, "remoteIp": "10.0.0.9", "remotePort": "9"})"),
               controller.Stamped({{"cmd", "getHDR"}}, 0x196));
 }
 
-TEST_F(CentralChannelTest, WhatIsNoCommandIsRefusedAndNeverHandedOn)
+TEST_F(CentralChannelTest, AnInvalidCommandIsRefusedAndNotDelivered)
 {
     CController controller;
     std::string deep;
@@ -147,13 +147,13 @@ TEST_F(CentralChannelTest, WhatIsNoCommandIsRefusedAndNeverHandedOn)
     EXPECT_EQ(controller.Ask(R"({"cmd": "Bühne", "cmdType": 17})"), UnknownCommand("Bühne"));
     EXPECT_EQ(m_messages, 0);
 
-    // An error is not answered by an error: the next answer is the next question's.
+    // An error is not answered with an error: the next answer is that to the next question.
     for (const QJsonObject& error : {kFormatError, UnknownCommand("x")})
         controller.Send(QJsonDocument(error).toJson().toStdString());
     EXPECT_EQ(controller.Ask("getHDR"), controller.Stamped({{"cmd", "getHDR"}}, 0x196));
 }
 
-TEST_F(CentralChannelTest, ASlowQueryDelaysNobodyButItsPeerWhoseAnswersKeepTheirOrder)
+TEST_F(CentralChannelTest, ASlowQueryDelaysOnlyItsPeerWhoseAnswersKeepTheirOrder)
 {
     std::vector<std::unique_ptr<CController>> slow;
     for (int i = 0; i < 5; ++i) {
@@ -176,7 +176,7 @@ TEST_F(CentralChannelTest, ASlowQueryDelaysNobodyButItsPeerWhoseAnswersKeepTheir
     }
 }
 
-TEST_F(CentralChannelTest, AFloodIsCutOffAtALimitAndOthersAreAnswered)
+TEST_F(CentralChannelTest, AFloodIsLimitedAndOtherPeersAreAnswered)
 {
     CController flooder;
     CController other;
@@ -184,7 +184,7 @@ TEST_F(CentralChannelTest, AFloodIsCutOffAtALimitAndOthersAreAnswered)
     const std::string datagram = R"({"cmd": "getHDR", "text": ")" + std::string(1000, 't') + "\"}";
 
     for (int i = 0; i <= 100'000; ++i) {
-        // Once the last of these is answered, whatever came before has been kept or dropped.
+        // When the last of these is answered, all earlier datagrams have been queued or dropped.
         if (i % 10'000 == 0) {
             ASSERT_TRUE(WaitUntil([&] { return other.Ask("getHDR", 500ms).has_value(); })) << i;
         }
@@ -198,25 +198,25 @@ TEST_F(CentralChannelTest, AFloodIsCutOffAtALimitAndOthersAreAnswered)
     m_gate.Open();
 
     EXPECT_EQ(flooder.Receive(), flooder.Stamped({{"cmd", kSlow}}, 0));
-    // A mebibyte of them was kept.
+    // One mebibyte of them was queued.
     EXPECT_TRUE(WaitUntil([&] { return m_messages > before + 900; }));
     std::this_thread::sleep_for(50ms);
     EXPECT_LT(m_messages, before + 1100);
 }
 
-TEST_F(CentralChannelTest, WhatCanNotBeSentIsPassedOverWithALine)
+TEST_F(CentralChannelTest, AnAnswerThatCannotBeSentIsLogged)
 {
-    m_server->SendData("{}", "no address", 4000);
+    m_server->SendData("{}", "not an address", 4000);
     m_server->SendData("{}", "", 4000);
     m_server->SendData("{}", kAddress, 0);
     m_server->SendData(std::string(65508, 't'), kAddress, 4000);
 
-    for (const char* line : {" no address:4000: datagram not sent", " :4000: datagram not sent",
+    for (const char* line : {" not an address:4000: datagram not sent", " :4000: datagram not sent",
                              " 127.0.0.51:0: datagram not sent", " 127.0.0.51:4000: datagram not sent"})
         EXPECT_THAT(m_log.Text(), HasSubstr(line));
 }
 
-TEST_F(CentralChannelTest, ItsEndComesInTheMiddleOfAFlood)
+TEST_F(CentralChannelTest, TheServerStopsDuringAFlood)
 {
     std::atomic<bool> done{false};
     std::thread flood([&] {

@@ -12,7 +12,7 @@ QJsonObject Read(const char* frame, QString& refusal)
 
 } // namespace
 
-TEST(CloudCommand, AKeywordStandsForItsCodeAndACodeForItself)
+TEST(CloudCommand, ACommandHasTheCodeOfItsKeywordOrItsOwnCode)
 {
     const std::vector<std::pair<const char*, QJsonObject>> frames = {
         {R"({"cmd": "globalVolume", "param": 40})", {{"cmd", "globalVolume"}, {"param", 40}, {"cmdType", 0x105}}},
@@ -28,10 +28,11 @@ TEST(CloudCommand, AKeywordStandsForItsCodeAndACodeForItself)
     }
 }
 
-TEST(CloudCommand, WhatIsNoCommandIsRefusedWithAReason)
+TEST(CloudCommand, AnInvalidCommandIsRefusedWithAReason)
 {
-    for (const char* frame : {"", "{", "refresh", "[]", "{}", R"({"param": 1})", R"({"cmdType": "24"})", R"({"cmdType": 24, "cmdType": 24})",
-                              R"({"cmd": "no such keyword"})", R"({"cmd": "no such keyword", "cmdType": 24})"}) {
+    for (const char* frame : {"", "{", "refresh", "[]", "{}", R"({"param": 1})", R"({"cmdType": "24"})",
+                              R"({"cmdType": 24, "cmdType": 24})", R"({"cmd": "no such keyword"})",
+                              R"({"cmd": "no such keyword", "cmdType": 24})"}) {
         QString refusal;
         EXPECT_TRUE(Read(frame, refusal).isEmpty()) << frame;
         EXPECT_NE(refusal, QString()) << frame;

@@ -29,7 +29,7 @@ const CloudControl::SCloudUserInfo kUser = {"stage", "left", "secret"};
 
 } // namespace
 
-/// The cloud is a server on the test's own thread, whose events run while the test waits.
+/// The cloud is a server on the test's thread. Its events run while the test waits.
 class CloudControlManagerTest : public testing::Test {
 protected:
     CloudControlManagerTest()
@@ -88,7 +88,7 @@ TEST_F(CloudControlManagerTest, ANewLoginReplacesTheConnectionOnce)
     EXPECT_TRUE(m_hosts[1]->isValid());
 }
 
-TEST_F(CloudControlManagerTest, ClosingEndsTheTriesToo)
+TEST_F(CloudControlManagerTest, ClosingAlsoStopsConnectionAttempts)
 {
     m_server.close();
     m_cloud.Connect(kUser);
@@ -98,7 +98,7 @@ TEST_F(CloudControlManagerTest, ClosingEndsTheTriesToo)
     m_cloud.Close();
     EXPECT_FALSE(m_cloud.IsConnected());
     ASSERT_TRUE(m_server.listen(QHostAddress(kHost), CloudControl::kDefaultPort));
-    // A try that was under way may still get through.
+    // An attempt that has already started may still succeed.
     LetTimePass(2 * kPause);
     m_hosts.clear();
     LetTimePass(10 * kPause);
@@ -106,7 +106,7 @@ TEST_F(CloudControlManagerTest, ClosingEndsTheTriesToo)
     EXPECT_TRUE(m_hosts.empty());
 }
 
-TEST_F(CloudControlManagerTest, ALoginIsValidatedBesideTheConnection)
+TEST_F(CloudControlManagerTest, ALoginIsValidatedOnAConnectionOfItsOwn)
 {
     m_cloud.Connect(kUser);
     m_cloud.ValidateLogin({"other", "", "a word"});
@@ -120,7 +120,7 @@ TEST_F(CloudControlManagerTest, ALoginIsValidatedBesideTheConnection)
     EXPECT_TRUE(IsSoon([&] { return m_log.Has("login: refused"); }));
 }
 
-TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
+TEST_F(CloudControlManagerTest, QueriesOfAClosedConnectionDelayNothing)
 {
     std::promise<void> release;
     std::mutex mutex;
@@ -157,7 +157,7 @@ TEST_F(CloudControlManagerTest, AnEndedConnectionsQueriesMakeNobodyWait)
     EXPECT_EQ(carriedOut, (std::vector<int>{25, 0x105, 24}));
 }
 
-TEST_F(CloudControlManagerTest, AFrameThatIsTooLongIsIgnoredAndTheConnectionStays)
+TEST_F(CloudControlManagerTest, AFrameThatIsTooLongIsIgnoredAndTheConnectionStaysOpen)
 {
     std::atomic<int> carriedOut{0};
     m_cloud.SetCloudControlMsgCallBack([&](QJsonObject& command) { carriedOut = command["cmdType"].toInt(); });
@@ -173,20 +173,20 @@ TEST_F(CloudControlManagerTest, AFrameThatIsTooLongIsIgnoredAndTheConnectionStay
     EXPECT_TRUE(m_log.Has("ignored: a command has at most 4194304"));
 }
 
-TEST_F(CloudControlManagerTest, ASilentCloudIsLeft)
+TEST_F(CloudControlManagerTest, TheConnectionToASilentCloudIsClosed)
 {
     SetPingPeriod(std::chrono::milliseconds(100));
     m_cloud.Connect(kUser);
     ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
 
-    // Its thread doesn't get to its socket, which answers no ping then.
+    // Its thread is blocked, so that its socket doesn't answer pings.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
 
     EXPECT_TRUE(m_log.Has("no answer"));
     EXPECT_TRUE(IsSoon([&] { return m_hosts.size() >= 2; }));
 }
 
-TEST_F(CloudControlManagerTest, ACloudThatIsSilentFromTheStartIsLeft)
+TEST_F(CloudControlManagerTest, TheConnectionToACloudThatIsSilentFromTheStartIsClosed)
 {
     m_server.close();
     QTcpServer silent;

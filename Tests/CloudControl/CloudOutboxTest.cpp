@@ -18,7 +18,7 @@ std::vector<std::string> TakeAll(CCloudOutbox& outbox)
 
 } // namespace
 
-TEST(CloudOutbox, OldPicturesMakeRoomBeforeAnythingElseDoes)
+TEST(CloudOutbox, AFullOutboxDropsOldPicturesFirst)
 {
     CCloudOutbox outbox(kRoom);
     const auto put = [&](CloudControl::EROUTE_TYPE route, const char* data) { return outbox.Put({route, data}, 1); };
@@ -32,7 +32,7 @@ TEST(CloudOutbox, OldPicturesMakeRoomBeforeAnythingElseDoes)
     EXPECT_THAT(TakeAll(outbox), ElementsAre("info", "projec"));
 }
 
-TEST(CloudOutbox, WhatIsTooLongByItselfIsDropped)
+TEST(CloudOutbox, AReplyThatIsLongerThanTheLimitIsDropped)
 {
     CCloudOutbox outbox(kRoom);
 

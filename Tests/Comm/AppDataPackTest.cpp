@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(AppDataPackTest, BytesThatAreNoEnvelopeHaveNoCodeAndNoBody)
+TEST(AppDataPackTest, BytesThatAreNotAnEnvelopeHaveNoCodeAndNoBody)
 {
     for (const QByteArray& bytes : {QByteArray(), QByteArray("ZXAP"), QByteArray("ZXAP\0\0\0\5\0\0\0", 11),
                                     QByteArray("ZXAQ\0\0\0\5\0\0\0\2{}", 14)}) {
@@ -15,9 +15,9 @@ TEST(AppDataPackTest, BytesThatAreNoEnvelopeHaveNoCodeAndNoBody)
     }
 }
 
-TEST(AppDataPackTest, AMalformedBodyReadsAsAnEmptyOneAndLeavesTheCode)
+TEST(AppDataPackTest, AMalformedBodyIsReadAsEmptyAndTheCodeIsUnchanged)
 {
-    // What fromJson takes: nested 1,000 deep, 1.2 MB. The host sends bodies of this code back, indented.
+    // fromJson accepts this: nested 1,000 levels deep, 1.2 MB. The host sends bodies of this code back, indented.
     const QByteArray deep = QByteArray(999, '[') + QByteArray("1,").repeated(600000) + '1' + QByteArray(999, ']');
     for (const QByteArray& body : {"{\"a\": " + deep + '}', QByteArray(R"({"a": [1], "a": [2]})"), QByteArray("{")}) {
         const CAppDataPack pack(Command::Mute, body);

@@ -6,7 +6,7 @@
 
 using namespace std::chrono_literals;
 
-TEST(BackOffTest, PausesDoubleUpToTheLongestAndASuccessBringsTheFirstBack)
+TEST(BackOffTest, PausesDoubleUpToTheMaximumAndASuccessResetsThem)
 {
     CBackOff backOff(300ms, 1s);
     const std::vector pauses = {backOff.Next(), backOff.Next(), backOff.Next(), backOff.Next()};

@@ -34,7 +34,7 @@ SReading Read(const std::string& bytes, std::size_t piece, std::size_t maxBody =
 
 } // namespace
 
-TEST(FrameReaderTest, EnvelopesComeOutAlikeHoweverTheStreamIsCut)
+TEST(FrameReaderTest, TheSameEnvelopesAreReadFromPiecesOfAnySize)
 {
     const std::vector<std::string> sent = {
         EnvelopeBytes(1, ""),
@@ -51,7 +51,7 @@ TEST(FrameReaderTest, EnvelopesComeOutAlikeHoweverTheStreamIsCut)
         ASSERT_EQ(Read(stream, piece).frames, sent) << "in pieces of " << piece << " bytes";
 }
 
-TEST(FrameReaderTest, AWrongMarkIsToldAtItsFourthByteAndAfterTheSoundEnvelopesBeforeIt)
+TEST(FrameReaderTest, AWrongMarkIsReportedAtItsFourthByteAfterTheValidEnvelopesBeforeIt)
 {
     const std::string sound = EnvelopeBytes(1, "{}");
 
@@ -64,7 +64,7 @@ TEST(FrameReaderTest, AWrongMarkIsToldAtItsFourthByteAndAfterTheSoundEnvelopesBe
     EXPECT_EQ(Read("GET", 3).result, CFrameReader::Result::Ok);
 }
 
-TEST(FrameReaderTest, AnUnfinishedEnvelopeTakesNoMoreMemoryThanItHasBytes)
+TEST(FrameReaderTest, AnIncompleteEnvelopeNeedsOnlyMemoryForItsReceivedBytes)
 {
     const std::string large = EnvelopeBytes(1, std::string(1 << 20, 'x'));
     CFrameReader reader;
@@ -80,7 +80,7 @@ TEST(FrameReaderTest, AnUnfinishedEnvelopeTakesNoMoreMemoryThanItHasBytes)
     EXPECT_LT(reader.HeldBytes(), 100u);
 }
 
-TEST(FrameReaderTest, ABodyBeyondTheLimitIsToldByItsHeaderAlone)
+TEST(FrameReaderTest, ABodyBeyondTheLimitIsReportedAfterItsHeader)
 {
     const std::string atLimit = EnvelopeBytes(1, std::string(10, 'x'));
     const std::string beyond = EnvelopeBytes(1, std::string(11, 'x')).substr(0, 12);

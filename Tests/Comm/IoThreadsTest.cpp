@@ -18,7 +18,7 @@ auto CountThreads()
 
 } // namespace
 
-TEST(IoThreadsTest, TheThreadsThatABurstNeededEndAndTheNextBurstGetsItsOwn)
+TEST(IoThreadsTest, TheThreadsOfABurstEndAndTheNextBurstStartsNewOnes)
 {
     CIoThreads threads(std::chrono::milliseconds(20));
     threads.Start();

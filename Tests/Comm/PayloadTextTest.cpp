@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(PayloadTextTest, WhatCouldForgeALineIsEscaped)
+TEST(PayloadTextTest, CharactersThatCouldForgeALineAreEscaped)
 {
     const struct {
         const char* text;

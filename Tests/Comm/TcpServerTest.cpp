@@ -32,7 +32,7 @@ enum Code : std::uint32_t {
     NeedMemory = 5,
 };
 
-/// A server that echoes, can be made slow, answers more than a peer reads, and notes what happens.
+/// A server that echoes, can be made slow, sends more than a peer reads, and records events.
 class TcpServerTest : public testing::Test {
 protected:
     void Start(SConnectionLimits limits = {}, SChannelLimits channelLimits = {}, std::size_t maxConnections = 1000,
@@ -73,7 +73,7 @@ protected:
         connection->Send(Package(frame));
     }
 
-    /// As if an hour had passed.
+    /// Advances the server's clock by an hour.
     void CheckDeadlines()
     {
         for (const auto& connection : m_server->Connections())
@@ -89,7 +89,7 @@ protected:
 
 } // namespace
 
-TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
+TEST_F(TcpServerTest, HostilePeersAreClosedAndOtherPeersAreNotAffected)
 {
     Start({1000, 64 << 20, 300ms});
     CTcpPeer good(kAddress, kPort);
@@ -116,13 +116,13 @@ TEST_F(TcpServerTest, HostilePeersAreClosedAndTheOthersNoticeNothing)
     EXPECT_THAT(good.Receive(), Optional(SFrame{Echo, "still here"}));
 }
 
-TEST_F(TcpServerTest, AnIdlePeerAndOneThatSendsSteadilyOutliveTheDeadline)
+TEST_F(TcpServerTest, AnIdlePeerAndOneThatSendsContinuouslyAreNotClosedAtTheDeadline)
 {
     Start({1000, 64 << 20, 100ms});
     CTcpPeer idle(kAddress, kPort);
     CTcpPeer steady(kAddress, kPort);
 
-    // Every piece ends inside an envelope, none of which is unfinished for long.
+    // Every piece ends inside an envelope, but no envelope stays incomplete for long.
     const std::string frame = EnvelopeBytes(Echo, "steady");
     steady.Send(frame.substr(0, 5));
     for (int i = 0; i < 30; ++i) {
@@ -135,7 +135,7 @@ TEST_F(TcpServerTest, AnIdlePeerAndOneThatSendsSteadilyOutliveTheDeadline)
     EXPECT_THAT(idle.Receive(), Optional(SFrame{Echo, "idle"}));
 }
 
-TEST_F(TcpServerTest, TheTimeThatTheHostTakesDoesNotCountAgainstAPeer)
+TEST_F(TcpServerTest, TheHostsProcessingTimeDoesNotCountTowardsAPeersDeadline)
 {
     Start();
     CTcpPeer batch(kAddress, kPort);
@@ -151,7 +151,7 @@ TEST_F(TcpServerTest, TheTimeThatTheHostTakesDoesNotCountAgainstAPeer)
         peer->Send(frame.substr(0, 20));
         ASSERT_TRUE(peer->Receive());
     }
-    // Not a call that another thread takes over for: nothing is read meanwhile.
+    // Nothing is read during this call: no other thread takes over.
     std::atomic<bool> stands{false};
     asio::post(m_threads.Context(), [&] {
         stands = true;
@@ -168,7 +168,7 @@ TEST_F(TcpServerTest, TheTimeThatTheHostTakesDoesNotCountAgainstAPeer)
     EXPECT_TRUE(late.IsClosedByPeer());
 }
 
-TEST_F(TcpServerTest, WhenTheConnectionsHoldTooMuchTogetherTheLargestHolderIsClosed)
+TEST_F(TcpServerTest, WhenAllConnectionsUseTooMuchMemoryTheLargestIsClosed)
 {
     Start({}, {350'000, 20 << 20});
     CTcpPeer large(kAddress, kPort);
@@ -202,7 +202,7 @@ TEST_F(TcpServerTest, WhenTheConnectionsHoldTooMuchTogetherTheLargestHolderIsClo
     EXPECT_TRUE(small.Receive());
 }
 
-TEST_F(TcpServerTest, TheConnectionThatIsIdleLongestGivesWayToANewOne)
+TEST_F(TcpServerTest, ANewConnectionReplacesTheOneThatIsIdleLongest)
 {
     Start({}, {}, 3);
     CTcpPeer spared(kAddress, kPort);
@@ -229,7 +229,7 @@ TEST_F(TcpServerTest, TheConnectionThatIsIdleLongestGivesWayToANewOne)
         EXPECT_TRUE(peer->Receive());
 }
 
-TEST_F(TcpServerTest, ClosingNotifiesEveryEndAndDropsTheRequestsThatHaveNotBegun)
+TEST_F(TcpServerTest, ClosingNotifiesEveryCloseAndDropsRequestsThatHaveNotStarted)
 {
     Start();
     CTcpPeer batch(kAddress, kPort);
@@ -250,7 +250,7 @@ TEST_F(TcpServerTest, ClosingNotifiesEveryEndAndDropsTheRequestsThatHaveNotBegun
     EXPECT_EQ(m_waiting, 1);
 }
 
-TEST_F(TcpServerTest, AnIPv4PeerHasItsDottedAddressOnASocketOfBothFamilies)
+TEST_F(TcpServerTest, AnIPv4PeerHasADottedAddressOnADualStackSocket)
 {
     Start({}, {}, 1000, "::ffff:127.0.0.11");
     CTcpPeer peer(kAddress, kPort);
@@ -258,7 +258,7 @@ TEST_F(TcpServerTest, AnIPv4PeerHasItsDottedAddressOnASocketOfBothFamilies)
     EXPECT_TRUE(WaitUntil([&] { return m_server->Find("127.0.0.1", peer.LocalPort()) != nullptr; }));
 }
 
-TEST_F(TcpServerTest, SlowRequestsHoldUpNobodyElse)
+TEST_F(TcpServerTest, SlowRequestsDoNotDelayOtherPeers)
 {
     Start();
     std::vector<std::unique_ptr<CTcpPeer>> slow;
@@ -275,7 +275,7 @@ TEST_F(TcpServerTest, SlowRequestsHoldUpNobodyElse)
     EXPECT_EQ(slow.front()->Receive(50ms), std::nullopt);
 }
 
-TEST_F(TcpServerTest, APeerThatDoesNotReadIsClosedAtTheLimitAndOthersGoOn)
+TEST_F(TcpServerTest, APeerThatDoesNotReadIsClosedAtTheLimitAndOthersAreServed)
 {
     Start({1000, 20 << 20, 10s});
     CTcpPeer stalled(kAddress, kPort);
@@ -289,7 +289,7 @@ TEST_F(TcpServerTest, APeerThatDoesNotReadIsClosedAtTheLimitAndOthersGoOn)
     EXPECT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
 }
 
-TEST_F(TcpServerTest, APeerThatEndsItsSideStillGetsTheRepliesThatItReadsLate)
+TEST_F(TcpServerTest, APeerThatShutsDownItsSendingSideStillGetsReplies)
 {
     Start();
     CTcpPeer peer(kAddress, kPort);
@@ -306,7 +306,7 @@ TEST_F(TcpServerTest, APeerThatEndsItsSideStillGetsTheRepliesThatItReadsLate)
     EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
 }
 
-TEST_F(TcpServerTest, APeerThatEndsItsSideAndReadsNothingIsGivenUp)
+TEST_F(TcpServerTest, APeerThatShutsDownItsSendingSideAndReadsNothingIsClosed)
 {
     Start({1000, 64 << 20, 200ms});
     CTcpPeer peer(kAddress, kPort);
@@ -318,7 +318,7 @@ TEST_F(TcpServerTest, APeerThatEndsItsSideAndReadsNothingIsGivenUp)
     EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
 }
 
-TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne)
+TEST_F(TcpServerTest, ClosingDuringARequestEndsTheConnectionBeforeTheNextRequest)
 {
     Start();
     CTcpPeer peer(kAddress, kPort);
@@ -330,13 +330,13 @@ TEST_F(TcpServerTest, ClosingFromWithinARequestEndsTheConnectionBeforeItsNextOne
     EXPECT_EQ(m_waiting, 0);
 }
 
-TEST_F(TcpServerTest, WhenDescriptorsRunOutANewPeerIsServedOnceThereAreSomeAgain)
+TEST_F(TcpServerTest, WhenDescriptorsRunOutANewPeerIsServedAfterSomeAreFreed)
 {
     Start();
     CTcpPeer earlier(kAddress, kPort);
     earlier.Send(Echo, "a");
     ASSERT_TRUE(earlier.Receive());
-    CTcpPeer late; // takes its own descriptor before the limit falls
+    CTcpPeer late; // opens its own descriptor before the limit is lowered
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     const int next = dup(0);

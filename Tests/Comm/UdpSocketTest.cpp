@@ -18,7 +18,7 @@ class CDatagramPeer {
 public:
     void Send(const std::string& datagram) { m_socket.send_to(asio::buffer(datagram), m_host); }
 
-    /// Empty when nothing comes.
+    /// Returns an empty text if nothing arrives.
     std::string Receive()
     {
         std::array<char, 100> bytes;
@@ -40,7 +40,7 @@ private:
 
 } // namespace
 
-TEST(UdpSocketTest, AnIPv4PeerOfASocketOfBothFamiliesHasItsDottedAddressAndIsAnsweredThere)
+TEST(UdpSocketTest, AnIPv4PeerOfADualStackSocketHasADottedAddressAndIsAnsweredThere)
 {
     CIoThreads threads;
     CUdpSocket socket(threads, "test", [&](const std::string& text, const std::string& ip, std::uint16_t port) {
@@ -56,7 +56,7 @@ TEST(UdpSocketTest, AnIPv4PeerOfASocketOfBothFamiliesHasItsDottedAddressAndIsAns
     threads.Stop();
 }
 
-TEST(UdpSocketTest, WhatManyPeersHaveWaitingIsLimitedTogether)
+TEST(UdpSocketTest, TheQueuedDatagramsOfAllPeersHaveACommonLimit)
 {
     constexpr int kPeers = 32;
     CEventLog log;
@@ -75,12 +75,12 @@ TEST(UdpSocketTest, WhatManyPeersHaveWaitingIsLimitedTogether)
         ASSERT_TRUE(WaitUntil([&] { return taken > i; }));
     }
 
-    // So many of these are within what one peer may have waiting; of all peers they are twice too many.
+    // Each peer's datagrams are within the limit of one peer; all together are twice the common limit.
     const std::string datagram(60'000, 'x');
     for (int round = 0; round < 17; ++round) {
         for (CDatagramPeer& peer : peers) {
             peer.Send(datagram);
-            std::this_thread::sleep_for(std::chrono::microseconds(200)); // the system's own buffer is small
+            std::this_thread::sleep_for(std::chrono::microseconds(200)); // the system's receive buffer is small
         }
     }
     const bool isLimited = log.Has("datagrams are lost");

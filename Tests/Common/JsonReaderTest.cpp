@@ -38,7 +38,7 @@ int CountMembers(const QJsonValue& value)
     return count;
 }
 
-/// How many members a valid text has, those that share their key included.
+/// Returns how many members a valid text has, including those with a repeated key.
 int CountColons(const QByteArray& text)
 {
     int count = 0;
@@ -83,7 +83,7 @@ public:
 private:
     QByteArray Space() { return QByteArray(std::vector<const char*>{"", "", " ", "\r\n\t"}[m_random() % 4]); }
 
-    /// The same number always gives the same key, in one of its spellings.
+    /// Returns one spelling of the key with this number.
     QByteArray Key(int name)
     {
         const std::vector<std::vector<const char*>> spellings = {
@@ -135,7 +135,7 @@ TEST(JsonReaderTest, RandomTextsAreReadAsFromJsonReadsThemUnlessAKeyIsRepeated)
         for (int damage = 0; damage < 10; ++damage) {
             const QByteArray damaged = generator.Damage(text);
             const QJsonDocument document = ReadJson(damaged);
-            // fromJson keeps one of the members with the same key.
+            // fromJson retains one of the members with the same key.
             if (!document.isNull()) {
                 EXPECT_EQ(CountMembers(document.object()), CountColons(damaged)) << damaged.constData();
             }
@@ -162,7 +162,7 @@ TEST(JsonReaderTest, AKeyIsRecognisedInEverySpelling)
          "a",
          "\\ufeffa"},
         {"x\n\xef\xbb\xbf", "x\\n\xef\xbb\xbf"},
-        {"\xef\xbf\xbd", "\\ud800"}, // what fromJson takes a lone surrogate for
+        {"\xef\xbf\xbd", "\\ud800"}, // fromJson replaces a lone surrogate by this
     };
     const std::pair<QByteArray, QByteArray> different[] = {
         {"", "\\u0000"},
@@ -198,7 +198,7 @@ TEST(JsonReaderTest, ARepeatedKeyIsFoundBeforeFromJsonLeaksItsValue)
         EXPECT_EQ(ReasonFor(text), "duplicate key \"key\"") << text.left(60).constData();
 }
 
-TEST(JsonReaderTest, TextsAreNestedAtMostSixtyFourLevelsDeep)
+TEST(JsonReaderTest, TextsMayBeNestedAtMostSixtyFourLevelsDeep)
 {
     using Forms = std::vector<std::pair<QByteArray, QByteArray>>;
     const auto nested = [](const Forms& forms, int depth) {
@@ -218,19 +218,19 @@ TEST(JsonReaderTest, TextsAreNestedAtMostSixtyFourLevelsDeep)
     EXPECT_EQ(ReasonFor(QByteArray(2000000, '[')), "nested deeper than 64 levels");
 }
 
-TEST(JsonReaderTest, ATextThatEndsEarlyIsMalformedAndNotReadBeyond)
+TEST(JsonReaderTest, ATextThatEndsEarlyIsMalformedAndNotReadBeyondItsEnd)
 {
     const QByteArray text = R"( {"key": ["\u00e4\"", -1.5, {}], "\u006Bey2" : {"a\\": "long enough text", "b": null}})";
     ASSERT_EQ(ReasonFor(text), "");
 
     for (int size = 0; size < text.size(); ++size) {
-        // On the heap, for AddressSanitizer to know the end.
+        // On the heap, so that AddressSanitizer knows the end.
         const std::vector<char> start(text.begin(), text.begin() + size);
         EXPECT_NE(ReasonFor(QByteArray::fromRawData(start.data(), size)), "") << size;
     }
 }
 
-TEST(JsonReaderTest, AnErrorHasItsPositionAndTheFirstCounts)
+TEST(JsonReaderTest, TheFirstErrorIsReportedWithItsPosition)
 {
     SJsonError error;
     ReadJson("{\"a\": 1,\n \"\\u0061\": 2}", &error);
@@ -239,12 +239,12 @@ TEST(JsonReaderTest, AnErrorHasItsPositionAndTheFirstCounts)
     ReadJson('{' + QByteArray(100, ' ') + "\"a\":" + QByteArray(64, '['), &error);
     EXPECT_EQ(error.offset, 1 + 100 + 4 + 63);
 
-    // A quote is missing: what follows looks like a key that is repeated.
+    // A quote is missing: the text after it looks like a repeated key.
     for (const char* text : {R"({"a": "b "c", "a": 1, "a": 2})", R"({"a", "a"})"})
         EXPECT_THAT(ReasonFor(text), Not(HasSubstr("twice"))) << text;
 }
 
-TEST(JsonReaderTest, ManyKeysTakeTimeInProportionToTheirSorting)
+TEST(JsonReaderTest, TheTimeForManyKeysIsProportionalToSortingThem)
 {
     constexpr int kKeys = 100000;
     constexpr std::int64_t kComparisonsPerKey = 3 * 17; // a few times the logarithm

@@ -34,7 +34,7 @@ constexpr quint16 kCentralPort = 25509;
 constexpr int kTimeoutMs = 10'000;
 constexpr int kEnvelopeHeaderBytes = 12;
 
-/// What the host answers to every command, and what the senders would take for the host's own reply.
+/// The result of every command, and a request body with a key that the senders must not read as the host's reply.
 constexpr auto kResult = ResultText::HdrOff;
 const QJsonObject kCommandBody = {{"value", 7}, {"respon", QJsonObject{{"forged", true}}}};
 
@@ -65,7 +65,7 @@ QByteArray AskByDatagram(const QByteArray& request, quint16 port)
     return answer;
 }
 
-/// Whether a command in an envelope comes back under this code, with the result in its body.
+/// Returns whether a command in an envelope is answered with this code and with the result in the body.
 bool IsAnsweredByEnvelope(QTcpSocket& remote, int command, unsigned int replyCode)
 {
     remote.write(CAppDataPack(static_cast<unsigned int>(command), QJsonDocument(kCommandBody).toJson()).GetData());
@@ -82,7 +82,7 @@ bool IsAnsweredByEnvelope(QTcpSocket& remote, int command, unsigned int replyCod
     return package.GetCmdCode() == replyCode && body == expected;
 }
 
-/// Answers what the module reports, and remembers from where the last command came.
+/// Answers the module's reports and stores the source of the last command.
 class CHost {
 public:
     CHost()
@@ -122,7 +122,7 @@ bool AnswersTheApp()
     QTcpSocket app;
     app.connectToHost(QHostAddress(kAddress), kControlPort);
     bool answered = app.waitForConnected(kTimeoutMs);
-    // Two senders could answer these themselves, and another one's code.
+    // The scene and stage senders could answer these codes themselves.
     for (const int command : {Command::BlackScreen, Command::Volume, Command::SwitchSceneGroup})
         answered = answered && IsAnsweredByEnvelope(app, command, Command::ReplyTo(command));
     return Check(answered, "the app gets no answer to a command");
@@ -144,7 +144,7 @@ bool AnswersCentralControl()
     return Check(answer == ResultTextMap.at(kResult).c_str(), "central control gets no answer to a command");
 }
 
-/// The cloud's commands reach the host, and nothing goes back.
+/// Checks that the cloud's commands reach the host and are not answered.
 bool KeepsSilentToCloud(QWebSocketServer& service, const CHost& host)
 {
     const auto hasCome = [&] { return service.hasPendingConnections(); };
@@ -154,7 +154,7 @@ bool KeepsSilentToCloud(QWebSocketServer& service, const CHost& host)
     QStringList frames;
     QObject::connect(link.get(), &QWebSocket::textMessageReceived, [&](const QString& frame) { frames += frame; });
     link->sendTextMessage(R"({"cmd": "globalVolume"})");
-    // Route 0 answers after it: commands are executed one after the other.
+    // Commands are executed in order, so the reply on route 0 follows the command.
     link->sendTextMessage(QStringLiteral(R"({"cmdType": %1})").arg(Command::SystemInformation));
     WaitUntil([&] { return !frames.isEmpty(); });
     return Check(host.LastSource() == Source::CloudControl && frames.size() == 1 &&
@@ -185,7 +185,7 @@ int main(int argc, char** argv)
     settings.cloudUser = settings.cloudAccount = settings.cloudPassword = QStringLiteral("demo");
     HostModels::SoftwareSetting().Load(settings, {});
 
-    // The upload channel's script lies beside the libraries, not beside this program.
+    // The upload channel's script is in the libraries' folder, not in this program's.
     std::atomic<bool> allUp{true};
     CChannelEvents::GetInstance().SetSink(
         [&](const SChannelEvent& event) {

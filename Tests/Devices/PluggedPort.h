@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-/// A serial port that can be unplugged: a path that leads to a pseudo-terminal, whose other end is the device.
+/// A serial port that can be unplugged: a symbolic link to a pseudo-terminal whose other end is the device.
 class CPluggedPort {
 public:
     CPluggedPort() = default;
@@ -34,7 +34,7 @@ public:
     std::string Path() const { return m_folder.filePath("port").toStdString(); }
     /// The device's end.
     int Descriptor() const { return m_device; }
-    /// What the device has received by now and not yet read.
+    /// Returns what the device has received and not read yet.
     std::string ReadAll() { return ReadAtMost(std::string::npos); }
 
     /// Reads that many bytes and no more; fewer when the timeout expires.

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t kBuffer = 4096;
 
-/// A command that tells its number, of that many bytes, among them those that a terminal makes something else of.
+/// Returns a command of that many bytes that contains its number and bytes that a terminal would change.
 std::string Command(int number, std::size_t size)
 {
     std::string text = std::to_string(number) + std::string("\0\r\n\x03\x11\x13\xff", 7);
@@ -44,7 +44,7 @@ protected:
         m_openedAtOnce = m_serial->Open(m_port.Path());
     }
 
-    /// Closes the port, whatever time that takes on its clock.
+    /// Closes the port, with any time on its clock.
     void Finish()
     {
         if (m_serial)
@@ -56,7 +56,7 @@ protected:
         m_serial.reset();
     }
 
-    /// Sends so many commands and returns all their bytes.
+    /// Sends this many commands and returns all their bytes.
     std::string SendCommands(int count, std::size_t size)
     {
         std::string all;
@@ -69,20 +69,20 @@ protected:
 
     CEventLog m_log;
     CPluggedPort m_port;
-    std::atomic<int> m_passed{0}; ///< milliseconds on the port's clock, which stands still unless a test moves it
+    std::atomic<int> m_passed{0}; ///< milliseconds on the port's clock, which only the test advances
     std::unique_ptr<CSerialPort> m_serial;
     bool m_openedAtOnce = false;
 };
 
 } // namespace
 
-TEST_F(SerialPortTest, TheLineIsDrivenAsTheSettingsSay)
+TEST_F(SerialPortTest, TheLineHasTheConfiguredSettings)
 {
     m_port.Plug();
     Open("19200, 8, e, 2, Hardware");
 
     ASSERT_TRUE(m_openedAtOnce) << m_log.Text();
-    // A pseudo-terminal has no parity, and doesn't say so.
+    // A pseudo-terminal ignores the parity without an error.
     termios line{};
     ASSERT_EQ(tcgetattr(m_port.Descriptor(), &line), 0);
     EXPECT_EQ(cfgetospeed(&line), speed_t{B19200});
@@ -91,7 +91,7 @@ TEST_F(SerialPortTest, TheLineIsDrivenAsTheSettingsSay)
     EXPECT_EQ(m_serial->Settings()->parity, asio::serial_port_base::parity::even);
 }
 
-TEST_F(SerialPortTest, SettingsThatMakeNoSenseAreToldAndOpenNothing)
+TEST_F(SerialPortTest, InvalidSettingsAreReportedAndThePortIsNotOpened)
 {
     m_port.Plug();
 
@@ -106,7 +106,7 @@ TEST_F(SerialPortTest, SettingsThatMakeNoSenseAreToldAndOpenNothing)
     EXPECT_THAT(m_log.Text(), HasSubstr("opening failed, retrying: baud rate: "));
 }
 
-TEST_F(SerialPortTest, CommandsWaitForAPortThatIsNotThereUntilTheQueueIsFull)
+TEST_F(SerialPortTest, CommandsWaitForAMissingPortUntilTheQueueIsFull)
 {
     Open();
 
@@ -123,12 +123,12 @@ TEST_F(SerialPortTest, CommandsWaitForAPortThatIsNotThereUntilTheQueueIsFull)
 
     m_port.Plug();
     EXPECT_EQ(m_port.Read(20000), sent.substr(0, 20000));
-    m_serial->Send(Package("room again"));
-    EXPECT_FALSE(m_log.Has("room again"));
+    m_serial->Send(Package("space again"));
+    EXPECT_FALSE(m_log.Has("space again"));
     m_port.Unplug();
 }
 
-TEST_F(SerialPortTest, CommandsWaitForAPortThatWentAway)
+TEST_F(SerialPortTest, CommandsWaitForAnUnpluggedPort)
 {
     m_port.Plug();
     Open();
@@ -142,14 +142,14 @@ TEST_F(SerialPortTest, CommandsWaitForAPortThatWentAway)
     }
 }
 
-TEST_F(SerialPortTest, ACommandThatWasCutByUnpluggingIsWrittenAgainAsAWhole)
+TEST_F(SerialPortTest, ACommandThatWasInterruptedByUnpluggingIsWrittenAgainCompletely)
 {
     constexpr std::size_t kCommand = 10000;
     constexpr int kCommands = 20;
     m_port.Plug();
     Open();
     const std::string sent = SendCommands(kCommands, kCommand);
-    m_port.Read(3 * kCommand); // and as much as the port's own buffer takes is on its way
+    m_port.Read(3 * kCommand); // and the port's buffer is full
 
     m_port.Unplug();
     m_port.Plug();
@@ -164,7 +164,7 @@ TEST_F(SerialPortTest, ACommandThatWasCutByUnpluggingIsWrittenAgainAsAWhole)
     EXPECT_EQ(after, sent.substr(sent.size() - after.size()));
 }
 
-TEST_F(SerialPortTest, ClosingLosesNothingThatIsQueuedForAHealthyPort)
+TEST_F(SerialPortTest, ClosingSendsAllQueuedCommandsOfAWorkingPort)
 {
     m_port.Plug();
     Open();
@@ -180,7 +180,7 @@ TEST_F(SerialPortTest, ClosingLosesNothingThatIsQueuedForAHealthyPort)
     EXPECT_FALSE(m_log.Has("not sent"));
 }
 
-TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
+TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForThePortAndIsThenDropped)
 {
     Open();
     SendCommands(3, 20);
@@ -190,7 +190,7 @@ TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
     EXPECT_EQ(m_port.Read(5), "fresh");
     EXPECT_THAT(m_log.Text(), HasSubstr("commands dropped after waiting for more than 5 s: 3\n"));
 
-    // The same when the port is there and takes nothing.
+    // The same if the port exists but accepts no data.
     const std::string stuck = Command(0, 900'000);
     m_serial->Send(Package(stuck));
     EXPECT_EQ(m_port.Read(1), "0");
@@ -201,7 +201,7 @@ TEST_F(SerialPortTest, ACommandWaitsFiveSecondsForItsPortAndIsThenDropped)
     EXPECT_THAT(m_log.Text(), HasSubstr("commands dropped after waiting for more than 5 s: 4\n"));
 }
 
-TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
+TEST_F(SerialPortTest, APortThatAcceptsNoDataIsClosedAfterASecond)
 {
     m_port.Plug();
     Open();
@@ -221,7 +221,7 @@ TEST_F(SerialPortTest, ADeviceThatTakesNothingIsClosedAfterASecond)
     EXPECT_EQ(m_port.Read(4), "next");
 }
 
-TEST_F(SerialPortTest, APortThatIsOpenedAgainWhileItClosesSendsTheEarlierCommandsFirst)
+TEST_F(SerialPortTest, APortThatIsReopenedWhileItClosesSendsTheEarlierCommandsFirst)
 {
     std::string sent;
     m_port.Plug();
@@ -238,7 +238,7 @@ TEST_F(SerialPortTest, APortThatIsOpenedAgainWhileItClosesSendsTheEarlierCommand
     EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kTimeout));
 }
 
-TEST(COMChannelTest, ChannelsWhoseDevicesTakeNothingDelayNoUpdateAndTheEndOnceForAll)
+TEST(COMChannelTest, ChannelsWithBlockedDevicesDelayNoUpdateAndDelayTheEndOnlyOnce)
 {
     CPluggedPort ports[5];
     std::unique_ptr<Comm::COMChannel> channels[5];

@@ -18,12 +18,12 @@ constexpr std::uint16_t kLocalPort = 25168;
 constexpr char kLocalIp[] = "127.0.0.73";
 constexpr char kDeviceIp[] = "127.0.0.74";
 
-/// A device, from which can be read what the loopback has brought.
+/// A device on the loopback interface.
 class CUdpDevice : public QUdpSocket {
 public:
     CUdpDevice() { EXPECT_TRUE(bind(QHostAddress(kDeviceIp))); }
 
-    /// The next datagram, and behind it where it comes from.
+    /// Returns the next datagram, followed by its sender's address.
     std::string Receive()
     {
         const QNetworkDatagram datagram = receiveDatagram();
@@ -34,7 +34,7 @@ public:
 
 } // namespace
 
-TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirOwnDevices)
+TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirDevices)
 {
     CUdpDevice lights;
     CUdpDevice curtain;
@@ -56,7 +56,7 @@ TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirOwnDevices)
     EXPECT_EQ(curtain.Receive(), std::string(60000, 'x') + " from 127.0.0.73:25168");
 }
 
-TEST(UDPClientChannelTest, WhatCannotBeSentIsToldAndHarmsNothing)
+TEST(UDPClientChannelTest, ADatagramThatCannotBeSentIsReportedAndLaterOnesAreSent)
 {
     CEventLog log;
     CUdpDevice device;
@@ -69,16 +69,16 @@ TEST(UDPClientChannelTest, WhatCannotBeSentIsToldAndHarmsNothing)
     EXPECT_FALSE(channel.SendTo("x", kDeviceIp, 0));
     EXPECT_FALSE(channel.SendTo(std::string(70000, 'x'), kDeviceIp, device.localPort()));
 
-    const std::string told = log.Text();
-    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 10) << told;
-    EXPECT_THAT(told, HasSubstr("UDP device 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
-    EXPECT_THAT(told, HasSubstr("70000 bytes not sent: Message too long"));
+    const std::string text = log.Text();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10) << text;
+    EXPECT_THAT(text, HasSubstr("UDP device 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
+    EXPECT_THAT(text, HasSubstr("70000 bytes not sent: Message too long"));
     EXPECT_FALSE(device.hasPendingDatagrams());
     EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.localPort()));
     EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25168");
 }
 
-TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedAsSoonAsItIsFree)
+TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedWhenItIsFree)
 {
     CEventLog log;
     CUdpDevice device;

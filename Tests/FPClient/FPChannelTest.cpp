@@ -22,9 +22,9 @@ using testing::Optional;
 namespace {
 
 constexpr char kAddress[] = "127.0.0.52";
-constexpr std::uint32_t kWait = 0x112; ///< a packet that the module under test takes its time for
+constexpr std::uint32_t kWait = 0x112; ///< a packet that the module under test answers slowly
 
-/// The FP controller's listening end.
+/// The FP controller, which the client connects to.
 class CController {
 public:
     CController() : m_acceptor(m_context, {asio::ip::make_address(kAddress), FPClient::kDefaultPort}) {}
@@ -40,7 +40,7 @@ private:
     asio::ip::tcp::acceptor m_acceptor;
 };
 
-/// A client whose module answers every packet with the packet itself.
+/// A client whose module echoes every packet.
 class FPChannelTest : public testing::Test {
 protected:
     ~FPChannelTest() override
@@ -79,9 +79,9 @@ protected:
 
 } // namespace
 
-TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
+TEST_F(FPChannelTest, CompletePacketsAreDeliveredAfterThePeerHasClosed)
 {
-    // Several reads, and still within what the system takes for a peer that is gone.
+    // Several reads, but still within the system's receive buffer.
     const std::string large(30'000, 'l');
     for (const bool resets : {false, true}) {
         SCOPED_TRACE(resets);
@@ -91,7 +91,7 @@ TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
         const auto peer = controller.Accept();
         ASSERT_TRUE(peer);
 
-        // The answer to the first finds the peer gone; by then the rest has arrived and isn't read yet.
+        // Sending the answer to the first packet fails; by then the other packets have arrived and are not read yet.
         peer->Send(EnvelopeBytes(kWait, "first"));
         ASSERT_FALSE(m_taken.WaitFor(1).empty());
         peer->Send(EnvelopeBytes(1, "second") + EnvelopeBytes(1, large) + EnvelopeBytes(1, "last"));
@@ -108,7 +108,7 @@ TEST_F(FPChannelTest, WhatArrivedWholeIsDeliveredThoughThePeerIsGone)
     }
 }
 
-TEST_F(FPChannelTest, EndingNotifiesTheCloseAndDropsTheRequestsThatHaveNotBegun)
+TEST_F(FPChannelTest, StoppingNotifiesTheCloseAndDropsRequestsThatHaveNotStarted)
 {
     CController controller;
     Start();
@@ -125,7 +125,7 @@ TEST_F(FPChannelTest, EndingNotifiesTheCloseAndDropsTheRequestsThatHaveNotBegun)
     EXPECT_THAT(m_taken.All(), ElementsAre("first", "closed"));
 }
 
-TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
+TEST_F(FPChannelTest, ItReconnectsWhenTheConnectionEndsOrIsInvalid)
 {
     Start();
     ASSERT_TRUE(WaitUntil([&] { return m_log.Has("retrying: Connection refused"); }));
@@ -143,13 +143,13 @@ TEST_F(FPChannelTest, ItConnectsAgainWheneverTheConnectionEndsOrIsNoGood)
         ASSERT_GE(m_taken.WaitFor(3 * (i + 1)).size(), 3 * (i + 1));
     }
 
-    // One more connection may have come and gone before each controller did.
+    // One more connection may have been opened and closed before each controller was.
     const std::vector<std::string> taken = m_taken.All();
     EXPECT_EQ(std::count(taken.begin(), taken.end(), "good"), 3);
     EXPECT_GE(std::count(taken.begin(), taken.end(), "closed"), 6);
 }
 
-TEST_F(FPChannelTest, AConnectionBringsTheFirstPauseBack)
+TEST_F(FPChannelTest, AConnectionResetsThePauses)
 {
     Start({1s, 20ms, 60s});
     std::this_thread::sleep_for(650ms); // the pauses have grown to 640 ms by now
@@ -164,7 +164,7 @@ TEST_F(FPChannelTest, AConnectionBringsTheFirstPauseBack)
     EXPECT_LT(std::chrono::steady_clock::now() - closed, 1s);
 }
 
-TEST_F(FPChannelTest, PackagesOfManyThreadsArriveInEachThreadsOrder)
+TEST_F(FPChannelTest, PackagesOfEachThreadArriveInOrder)
 {
     constexpr int kThreads = 4;
     constexpr int kPackages = 500;
@@ -192,7 +192,7 @@ TEST_F(FPChannelTest, PackagesOfManyThreadsArriveInEachThreadsOrder)
         thread.join();
 }
 
-TEST_F(FPChannelTest, WhatIsSentWhileNotConnectedIsDroppedWithALine)
+TEST_F(FPChannelTest, APackageThatIsSentWhileNotConnectedIsDroppedAndLogged)
 {
     Start();
     m_client->SendPackage(Package(EnvelopeBytes(0x112, "lost")));

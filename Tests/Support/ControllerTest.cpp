@@ -38,7 +38,7 @@ ControllerTest::ControllerTest()
 
 ControllerTest::~ControllerTest()
 {
-    // What the test's hook uses went with the test's body.
+    // The objects that the test's hook uses no longer exist.
     RecordingChannels::OnCall({});
     UninitExternalController();
     HostModels::SetResultHandler({});
@@ -56,7 +56,7 @@ CExternalController& ControllerTest::Start(const SSettings& settings)
 
 void ControllerTest::LogIn(const SPeer& peer)
 {
-    // Neither password can be decrypted, and so the two are the same.
+    // Both passwords decrypt to an empty text, so they are equal.
     HostModels::UserModel().Load({{"operator", "", "", 1, 0}});
     RecordingChannels::Callbacks().appTcp(AppPacket(Command::Login, {{"username", "operator"}}, peer));
     RecordingChannels::ForgetCalls();

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-/// What channels tell while it lives, a line an event; with traffic every packet as well.
+/// Collects the channels' log during its lifetime: one line for each event, and with traffic one for each packet.
 class CEventLog {
 public:
     explicit CEventLog(bool traffic = true)

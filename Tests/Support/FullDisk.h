@@ -4,7 +4,7 @@
 
 #include <sys/resource.h>
 
-/// While it lives, no file of this process grows beyond some bytes: writes fail as on a full disk.
+/// During its lifetime, no file of this process can grow beyond some bytes: writes fail as on a full disk.
 class CFullDisk {
 public:
     explicit CFullDisk(rlim_t bytes = 0) : m_handlerBefore(std::signal(SIGXFSZ, SIG_IGN))

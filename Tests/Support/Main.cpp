@@ -6,13 +6,13 @@
 
 int main(int argc, char** argv)
 {
-    // Tests with thousands of connections hold both ends of each.
+    // Tests with thousands of connections own both ends of each connection.
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
 
-    // Pixmaps and fonts need one, and no display.
+    // Pixmaps and fonts need an application object, but no display.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     testing::InitGoogleMock(&argc, argv);

@@ -36,7 +36,7 @@ CWithout::~CWithout()
     s_missing = Model::None;
 }
 
-// The linker replaces the module's calls of the accessors by calls of these (--wrap in CMakeLists.txt).
+// The linker redirects the module's calls of the accessors to these functions (--wrap in CMakeLists.txt).
 #define WRAPS(Type, accessor, missing)                                                                                 \
     extern "C" Type* __real_##accessor();                                                                              \
     extern "C" Type* __wrap_##accessor()                                                                               \

@@ -24,7 +24,7 @@ enum class Model {
     Count,
 };
 
-/// A host without this model, as the module sees it, as long as the object lives.
+/// Makes one model of the host unavailable to the module during its lifetime.
 class CWithout {
 public:
     explicit CWithout(Model model);

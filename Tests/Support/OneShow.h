@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// Whether the calling thread, in a channel's callback, goes on reading the show that it read before a change.
+/// Returns whether the calling thread, in a channel's callback, still reads the old show after the show has changed.
 inline bool ReadsOneShow()
 {
     const QString before = CShowReading()->name;

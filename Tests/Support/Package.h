@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-/// What the module hands to a channel to send these bytes.
+/// Returns the package that the module passes to a channel to send these bytes.
 inline std::shared_ptr<Comm::RequestPackage> Package(std::string bytes)
 {
     auto package = std::make_shared<Comm::RequestPackage>();

@@ -30,7 +30,7 @@ Value Get(Value SRecording::*member)
 template <class Value>
 void Set(Value SRecording::*member, Value value)
 {
-    // What was there is destroyed outside the lock, with whatever it holds.
+    // The old values are destroyed outside the lock.
     const std::lock_guard lock(s_mutex);
     std::swap(s_recording.*member, value);
 }
@@ -122,7 +122,7 @@ class CCloudControlManager::Impl {};
 class Comm::UDPClientChannel::Impl {};
 class CTimer::Impl {};
 
-/// An operation that is recorded by its name alone.
+/// Records an operation by its name only.
 #define RECORDS(operation, name)                                                                                       \
     operation                                                                                                          \
     {                                                                                                                  \
@@ -246,7 +246,7 @@ bool CCloudControlManager::IsConnected()
 
 RECORDS(void CCloudControlManager::Close(), "Cloud.Close")
 
-// The devices' channels. Nothing that can fail succeeds, since nobody asks.
+// The devices' channels. Functions that can fail return failure; the module ignores the results.
 
 class Comm::COMChannel::Impl {
 public:

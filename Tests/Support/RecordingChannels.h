@@ -12,25 +12,25 @@
 #include <string>
 #include <vector>
 
-/// One call of the module to a channel or to the timer.
+/// One call that the module made to a channel or to the timer.
 struct SChannelCall {
-    std::string name; ///< "App.SendPackage"; the makings and endings of the objects are "App.Create" and "App.Destroy"
+    std::string name; ///< "App.SendPackage"; construction and destruction are "App.Create" and "App.Destroy"
     std::shared_ptr<const Comm::RequestPackage> package = nullptr;
-    std::string text = {}; ///< what goes out as text; of a cloud login its three texts, a line each; of a serial
-                           ///< channel's making its line settings, and later its port's name
+    std::string text = {}; ///< the text that is sent; for a cloud login its three texts, one per line; for the
+                           ///< creation of a serial channel its line settings, and later its port's name
     std::string ip = {};
     int port = 0;
     int number =
         0; ///< app: the channel; cloud: the route; timer: the period in milliseconds; device: the buffer's size
 };
 
-/// The channels and the timer of the module under test, without sockets and threads: they record what the module calls
-/// and let a test deliver what a remote controller would send. Since the controller makes the objects itself, all that
-/// they record stands in one place. Everything may be called from any thread.
+/// The channels and the timer of the module under test, without sockets and threads: they record the module's calls and
+/// let a test deliver the messages of a remote controller. The records are global, since the controller creates the
+/// objects itself. All functions may be called from any thread.
 namespace RecordingChannels {
 
-/// The callbacks that the controller set last; a test that calls one plays the channel's thread. They outlive their
-/// channel and the controller, as those of a channel that delivers late.
+/// The callbacks that the controller set last. A test that calls one acts as the channel's thread. They outlive the
+/// channel and the controller, like the callbacks of a channel that delivers late.
 struct SCallbacks {
     CAPPServerManager::PackageCallback appTcp;
     CAPPServerManager::PackageCallback appUdp;
@@ -39,23 +39,23 @@ struct SCallbacks {
     CFPClientManager::PackageCallback fp;
     CCentralControllerManager::MessageCallback central;
     CCloudControlManager::MessageCallback cloud;
-    std::function<void()> timer; ///< what the timer that was made last would run
+    std::function<void()> timer; ///< the function of the timer that was created last
 };
 SCallbacks Callbacks();
 
-/// Every call so far, in order.
+/// Returns all calls so far, in order.
 std::vector<SChannelCall> Calls();
 std::vector<std::string> CallNames();
-/// Of those the calls that send something.
+/// Returns the calls so far that send something.
 std::vector<SChannelCall> Outgoing();
 void ForgetCalls();
 
-/// Runs during each later call, on the caller's thread, once the call is recorded.
+/// Sets a function that each later call runs on the caller's thread, after the call is recorded.
 void OnCall(std::function<void(const SChannelCall&)> hook);
-/// What the cloud channel answers when it is asked.
+/// Sets what the cloud channel returns from IsConnected().
 void SetCloudConnected(bool connected);
 
-/// Back to the start: no calls, no callbacks, no hook, cloud not connected.
+/// Restores the initial state: no calls, no callbacks, no hook, cloud not connected.
 void Reset();
 
 } // namespace RecordingChannels

@@ -57,7 +57,7 @@ bool CTcpPeer::Accept(asio::ip::tcp::acceptor& acceptor)
 
 void CTcpPeer::Send(const std::string& bytes)
 {
-    asio::error_code ignored; // the other side may close at any byte
+    asio::error_code ignored; // the other side may close at any time
     asio::write(m_socket, asio::buffer(bytes), ignored);
 }
 

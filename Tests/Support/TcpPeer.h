@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-/// Envelopes as a remote writes them, built apart from the code under test.
+/// Returns an envelope as a remote writes it, built without the code under test.
 std::string EnvelopeBytes(std::uint32_t code, const std::string& body);
 
 struct SFrame {
@@ -20,14 +20,14 @@ struct SFrame {
     bool operator==(const SFrame& other) const { return code == other.code && body == other.body; }
 };
 
-/// The far end of a TCP connection, used from one thread.
+/// The peer's end of a TCP connection, used from one thread.
 class CTcpPeer {
 public:
     /// Not connected yet.
     CTcpPeer();
     CTcpPeer(const std::string& address, std::uint16_t port);
     void Connect(const std::string& address, std::uint16_t port);
-    /// False when nobody connects.
+    /// Returns false if no peer connects in time.
     bool Accept(asio::ip::tcp::acceptor& acceptor);
 
     void Send(const std::string& bytes);
@@ -37,7 +37,7 @@ public:
     /// Whether the other side ends the connection; what still comes in is read and dropped.
     bool IsClosedByPeer(std::chrono::milliseconds timeout = kTimeout);
     void EndSending();
-    /// Closes with a reset instead of an orderly end.
+    /// Closes the connection with a TCP reset.
     void Reset();
     void Close();
     std::uint16_t LocalPort() const;

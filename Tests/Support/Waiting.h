@@ -24,7 +24,7 @@ bool WaitUntil(Condition&& condition, std::chrono::milliseconds timeout = kTimeo
     return true;
 }
 
-/// Holds up the threads that come to it while it is closed, as it is in the beginning.
+/// Blocks the threads that call Wait while it is closed. It is closed at first.
 class CGate {
 public:
     void Wait() const
@@ -38,7 +38,7 @@ private:
     std::atomic<bool> m_isOpen{false};
 };
 
-/// What other threads tell the test, in order.
+/// Notes from other threads to the test, in order.
 class CNotes {
 public:
     void Add(std::string note)
