@@ -106,7 +106,7 @@ TEST_F(CloudControlManagerTest, ClosingAlsoStopsConnectionAttempts)
     EXPECT_TRUE(m_hosts.empty());
 }
 
-TEST_F(CloudControlManagerTest, ALoginIsValidatedOnAConnectionOfItsOwn)
+TEST_F(CloudControlManagerTest, ALoginIsValidatedOnASeparateConnection)
 {
     m_cloud.Connect(kUser);
     m_cloud.ValidateLogin({"other", "", "a word"});
@@ -179,7 +179,7 @@ TEST_F(CloudControlManagerTest, TheConnectionToASilentCloudIsClosed)
     m_cloud.Connect(kUser);
     ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
 
-    // Its thread is blocked, so that its socket doesn't answer pings.
+    // The cloud runs on this thread, so that it doesn't answer pings meanwhile.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
 
     EXPECT_TRUE(m_log.Has("no answer"));

@@ -27,7 +27,7 @@ using DeviceFileTest = CFileTest;
 
 } // namespace
 
-TEST_F(DeviceFileTest, ABadFileIsToldWithPlaceAndReason)
+TEST_F(DeviceFileTest, AnInvalidFileIsReportedWithPositionAndReason)
 {
     const QString command = QLatin1String(kCommand);
     const struct {
@@ -56,7 +56,7 @@ TEST_F(DeviceFileTest, ABadFileIsToldWithPlaceAndReason)
     EXPECT_TRUE(model.Current()->devices.empty());
 }
 
-TEST_F(DeviceFileTest, ANewDeviceIsKeptWithAllThatItHasBesideTheOthers)
+TEST_F(DeviceFileTest, ANewDeviceIsStoredCompletelyWithTheOthers)
 {
     const QString file = Write(FileOf(Device(kSerial)));
     CHostExControlDevModel model;
@@ -69,12 +69,12 @@ TEST_F(DeviceFileTest, ANewDeviceIsKeptWithAllThatItHasBesideTheOthers)
     again.Load(file);
     ASSERT_EQ(again.Current()->devices.size(), 2U);
     EXPECT_EQ(again.Current()->devices[1].json, lights);
-    // Whoever reads the file by himself finds ids in braces.
+    // The file has ids in braces, for hosts that read it themselves.
     EXPECT_EQ(ReadJsonObject(file)["ExControlDevData"].toArray()[0].toObject()["DevId"],
               "{a64ab059-cad4-4f84-835c-c78571676010}");
 }
 
-TEST_F(DeviceFileTest, AFullDiskLeavesTheDevicesThatAreThere)
+TEST_F(DeviceFileTest, AFullDiskDoesNotChangeTheStoredDevices)
 {
     const QString file = Write(FileOf(Device(kSerial)));
     CHostExControlDevModel model;

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-/// A folder with a file in it, and what reading that complains of.
+/// A folder with a file, and the error of reading it.
 class CFileTest : public testing::Test {
 protected:
     QString Write(const QByteArray& text)
@@ -21,7 +21,7 @@ protected:
         return path;
     }
 
-    /// Without the file's name, which every complaint begins with.
+    /// Returns the error without the file's name, which every error starts with.
     template <class Read>
     std::string Complaint(Read read, const QByteArray& text)
     {

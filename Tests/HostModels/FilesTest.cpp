@@ -29,7 +29,7 @@ QByteArray FileOfUser(const QString& encryptedPassword)
 
 } // namespace
 
-TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
+TEST_F(FilesTest, AnInvalidFileIsReportedWithPositionAndReason)
 {
     EXPECT_EQ(Complaint(ReadShowFile, "{\"name\": 5}"), "name: must be a string");
     EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is not an object");
@@ -45,7 +45,7 @@ TEST_F(FilesTest, ABadFileIsToldWithPlaceAndReason)
     EXPECT_THROW(ReadShowFile(m_folder.path()), CFileError);
 }
 
-TEST_F(FilesTest, SettingsThatTheFileLeavesOutStay)
+TEST_F(FilesTest, SettingsThatTheFileOmitsAreUnchanged)
 {
     SSettings before;
     before.hostName = "kept";
@@ -58,7 +58,7 @@ TEST_F(FilesTest, SettingsThatTheFileLeavesOutStay)
     EXPECT_EQ(settings.ftpPassword, before.ftpPassword);
 }
 
-TEST_F(FilesTest, AnAddedUserIsReadAgainBesideTheChangedNameAndInItsPlace)
+TEST_F(FilesTest, AnAddedUserIsReadWithTheChangedNameAndReplacesAUserOfThatName)
 {
     const QString changes = m_folder.filePath("changes.json");
     const QString settingsFile = Write(FileOfUser(*EncryptPassword("a")));
@@ -95,7 +95,7 @@ TEST_F(FilesTest, AUserWhosePasswordCannotBeDecryptedIsRefused)
               0U);
 }
 
-TEST_F(FilesTest, AHostNameIsCutToTwoHundredFiftyFiveBytesBetweenCharacters)
+TEST_F(FilesTest, AHostNameIsTruncatedTo255BytesBetweenCharacters)
 {
     const QString longName = 'x' + QStringLiteral("ü").repeated(35'000);
     const QString cut = longName.left(128);
@@ -109,7 +109,7 @@ TEST_F(FilesTest, AHostNameIsCutToTwoHundredFiftyFiveBytesBetweenCharacters)
     EXPECT_EQ(Read(Write("{\"hostName\": \"" + longName.toUtf8() + "\"}")).hostName, cut);
 }
 
-TEST_F(FilesTest, AFullDiskLeavesTheSettingsThatAreThereAndLaterOnesAreSavedWhenThereIsRoom)
+TEST_F(FilesTest, AFullDiskDoesNotChangeStoredSettingsAndLaterOnesAreSavedWhenThereIsSpace)
 {
     const QString changes = m_folder.filePath("changes.json");
     CHostSoftwareSetting setting;
@@ -131,7 +131,7 @@ TEST_F(FilesTest, AFullDiskLeavesTheSettingsThatAreThereAndLaterOnesAreSavedWhen
     EXPECT_EQ(Read(changes).users.size(), 2U);
 }
 
-TEST(SnapshotTest, EditsOfTwoThreadsLoseNothing)
+TEST(SnapshotTest, EditsOfTwoThreadsAreAllApplied)
 {
     constexpr int kEdits = 2000;
     CSnapshot<int> snapshot;

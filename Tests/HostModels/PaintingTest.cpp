@@ -36,7 +36,7 @@ protected:
 
     QString Path(const QString& name) const { return m_folder.filePath(name); }
 
-    /// Red, green, blue and yellow quarters, from the top left one on, clockwise.
+    /// Red, green, blue and yellow quarters, clockwise from the top left.
     QString FourColours() const
     {
         QImage picture(40, 20, QImage::Format_RGB32);
@@ -53,7 +53,7 @@ protected:
         return MakeResource({QUuid::createUuid(), type, "A name", path, {}, true, 0, 0});
     }
 
-    /// Puts a medium of a resource of its own on top of the scene.
+    /// Adds a medium with a new resource on top of the scene.
     CMediaNode Add(const SResource& resource, SLayoutProperty layout, int page = 0)
     {
         SProject project = *m_show.projects[0];
@@ -83,7 +83,7 @@ SLayoutProperty At(const QPointF& position, const QSize& size)
     return layout;
 }
 
-/// The colours just inside the corners, from the top left one on, clockwise.
+/// Returns the colours just inside the corners, clockwise from the top left.
 std::vector<QColor> CornerColours(const QImage& image)
 {
     const int right = image.width() - 3;
@@ -96,7 +96,7 @@ const std::vector<QColor> kFourColours = {Qt::red, Qt::green, Qt::blue, Qt::yell
 
 } // namespace
 
-TEST_F(PaintingTest, ATurnedMediumLandsWhereItsCornersSay)
+TEST_F(PaintingTest, ARotatedMediumIsPaintedAtItsCorners)
 {
     SLayoutProperty layout = At({100, 100}, {200, 100});
     layout.rotation = 30;
@@ -119,12 +119,12 @@ TEST_F(PaintingTest, AQuarterTurnIsCounterclockwise)
     layout.rotation = 90;
     Add(Resource(ResourceType::Picture, FourColours()), layout);
 
-    // The top left corner is at 150, 200 then, where the module has apps put it.
+    // The top left corner is then at 150, 200, the position that the module sends to apps.
     EXPECT_EQ(CornerColours(Stage().copy(150, 0, 100, 200)),
               (std::vector<QColor>{Qt::green, Qt::blue, Qt::yellow, Qt::red}));
 }
 
-TEST_F(PaintingTest, FlipsShowOnTheMediumAndOnTheStage)
+TEST_F(PaintingTest, FlipsArePaintedOnTheMediumAndOnTheStage)
 {
     SLayoutProperty layout = At({0, 0}, {400, 300});
     layout.horFlip = true;
@@ -137,7 +137,7 @@ TEST_F(PaintingTest, FlipsShowOnTheMediumAndOnTheStage)
     EXPECT_EQ(CornerColours(Stage()), CornerColours(Medium(both)));
 }
 
-TEST_F(PaintingTest, TransparencyIsKept)
+TEST_F(PaintingTest, TransparencyIsPreserved)
 {
     QImage picture(50, 50, QImage::Format_ARGB32);
     picture.fill(QColor(255, 0, 0, 128));
@@ -152,7 +152,7 @@ TEST_F(PaintingTest, TransparencyIsKept)
     EXPECT_NEAR(Stage().pixelColor(100, 100).red(), 128, 1);
 }
 
-TEST_F(PaintingTest, AHiddenMediumIsLeftOutAndTheLastOneIsOnTop)
+TEST_F(PaintingTest, AHiddenMediumIsNotPaintedAndTheLastOneIsOnTop)
 {
     const auto cover = [&](const QColor& colour, bool hidden) {
         SResource text = Resource(ResourceType::Text);
@@ -169,7 +169,7 @@ TEST_F(PaintingTest, AHiddenMediumIsLeftOutAndTheLastOneIsOnTop)
     EXPECT_EQ(Stage().pixelColor(150, 150), QColor(Qt::blue));
 }
 
-TEST_F(PaintingTest, TheStageIsWhatItsScreensAndTheEffectMakeIt)
+TEST_F(PaintingTest, TheStageHasTheAreaOfItsScreensAndTheGlobalEffect)
 {
     AddScreen({-100, 0, 100, 300}, false);
     AddScreen({5000, 0, 100, 300}, true, false);
@@ -190,7 +190,7 @@ TEST_F(PaintingTest, TheStageIsWhatItsScreensAndTheEffectMakeIt)
     EXPECT_EQ(Stage().size(), QSize(1920, 1080));
 }
 
-TEST_F(PaintingTest, AHugeSizeIsPaintedSmallerInItsProportions)
+TEST_F(PaintingTest, AHugeSizeIsScaledDownProportionally)
 {
     m_show.screens.clear();
     AddScreen({0, 0, 1000000, 500000});
@@ -209,7 +209,7 @@ TEST_F(PaintingTest, AHugeSizeIsPaintedSmallerInItsProportions)
     EXPECT_EQ(Medium(strip).size(), QSize(Painting::kMostSide, 1));
 }
 
-TEST_F(PaintingTest, AFileThatIsNoPictureOrTooLargeAOneGivesACard)
+TEST_F(PaintingTest, AFileThatIsNotAPictureOrIsTooLargeIsPaintedAsACard)
 {
     QFile garbage(Path("garbage.png"));
     ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
@@ -218,7 +218,7 @@ TEST_F(PaintingTest, AFileThatIsNoPictureOrTooLargeAOneGivesACard)
     QImage bomb(8001, 8001, QImage::Format_Mono);
     bomb.fill(1);
     ASSERT_TRUE(bomb.save(Path("bomb.png")));
-    // 10000 by 10000, with one picture of 1 by 1 in it.
+    // 10000 by 10000, with one frame of 1 by 1.
     QFile gif(Path("screen.gif"));
     ASSERT_TRUE(gif.open(QIODevice::WriteOnly));
     gif.write(QByteArray::fromHex("474946383961102710278000000000 00ffffff2c00000000010001000002024401003b"));
@@ -254,7 +254,7 @@ TEST_F(PaintingTest, AFileThatChangesIsReadAgain)
     EXPECT_NE(shown(), QColor(Qt::green));
 }
 
-TEST_F(PaintingTest, ATextStandsWhereItsAlignmentSays)
+TEST_F(PaintingTest, ATextIsPaintedAccordingToItsAlignment)
 {
     for (const int alignment : {TextAlignment::Left, TextAlignment::Centre, TextAlignment::Right}) {
         SResource text = Resource(ResourceType::Text);
@@ -293,7 +293,7 @@ TEST_F(PaintingTest, ManyThreadsPaintTheSame)
     std::atomic<int> different{0};
 
     const auto paint = [&] {
-        // Not read by anyone yet: all threads come for it at once.
+        // Not read by any thread yet: all threads request it at once.
         const SResource picture = Resource(ResourceType::Picture, Path("new.png"));
         for (int k = 0; k < 20; ++k) {
             different += Stage() != expected;

@@ -23,7 +23,7 @@ bool IsOpen(const QString& path)
 
 } // namespace
 
-TEST(PictureFileTest, DisablingInterruptsDecoding)
+TEST(PictureFileTest, DisablingDecodingInterruptsIt)
 {
     const QTemporaryDir folder;
     const QString path = QDir(folder.path()).canonicalPath() + "/large.png";

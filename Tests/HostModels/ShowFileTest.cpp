@@ -88,7 +88,7 @@ QByteArray ReadAll(const QString& path)
 
 } // namespace
 
-TEST_F(ShowFileTest, AMistakeIsToldWithPlaceAndReason)
+TEST_F(ShowFileTest, AnErrorIsReportedWithPositionAndReason)
 {
     ASSERT_EQ(Complaint(ReadShowFile, kShow), "none");
     for (const SMistake& mistake : kMistakes) {
@@ -101,7 +101,7 @@ TEST_F(ShowFileTest, AMistakeIsToldWithPlaceAndReason)
     }
 }
 
-TEST_F(ShowFileTest, WhatIsLeftOutComesFromTheResource)
+TEST_F(ShowFileTest, OmittedKeysAreTakenFromTheResource)
 {
     const SShow show = ReadShowFile(Write(kShow)).show;
 
@@ -132,7 +132,7 @@ TEST_F(ShowFileTest, TheDemoShowHasMediaOfEveryTypeAndTheFilesItNames)
     EXPECT_FALSE(QDir(settings.sharedFolder).entryList(QDir::Files).isEmpty()) << settings.sharedFolder.toStdString();
 }
 
-TEST_F(ShowFileTest, TheDocumentsExampleLoadsAndItsKindsAreThoseOfTheCards)
+TEST_F(ShowFileTest, TheDocumentsExampleLoadsAndItsTypesAreThoseOfTheCards)
 {
     const QByteArray document = ReadAll(kSource + "/Docs/ShowFile.md");
     const QByteArray fence = "```json\n";

@@ -31,7 +31,7 @@ std::string TextOf(const std::string& file)
 
 } // namespace
 
-TEST(OperationLog, LinesAreWrittenAsThePatternSays)
+TEST(OperationLog, LinesHaveTheFormatOfThePattern)
 {
     const QTemporaryDir folder;
     const std::string file = folder.filePath("operation.log").toStdString();
@@ -48,7 +48,7 @@ TEST(OperationLog, LinesAreWrittenAsThePatternSays)
     EXPECT_EQ(CltLog::GetOperationLogger(), nullptr);
 }
 
-TEST(OperationLog, LinesOfAFullDiskAreWrittenWhenThereIsRoomAndNoneContainsALineBreak)
+TEST(OperationLog, LinesAreWrittenAfterAFullDiskHasSpaceAgainAndContainNoLineBreak)
 {
     const QTemporaryDir folder;
     const std::string file = folder.filePath("operation.log").toStdString();

@@ -15,22 +15,23 @@ using testing::IsEmpty;
 
 namespace {
 
-std::string s_told;
+std::string s_debugOutput;
 
 } // namespace
 
-/// A file of the test's own, and what the log tells on the debug output.
+/// A temporary log file, and the log's debug output.
 class ShowLogTest : public testing::Test {
 protected:
     ShowLogTest()
     {
-        s_told.clear();
-        qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& text) { s_told += text.toStdString() + '\n'; });
+        s_debugOutput.clear();
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            s_debugOutput += text.toStdString() + '\n';
+        });
     }
     ~ShowLogTest() override { qInstallMessageHandler(nullptr); }
 
-    /// The names of what was played on the day of the tests' records.
+    /// Returns the names of the files that were played on the day of the tests' records.
     static std::vector<std::string> Names(CShowLog& log, const QString& filter = {}, bool descending = false)
     {
         log.QueryPlayLog({{2026, 3, 1}, {9, 0}}, {{2026, 3, 1}, {21, 0}}, filter, descending);
@@ -80,10 +81,10 @@ TEST_F(ShowLogTest, RecordsSurviveTheHost)
     EXPECT_EQ(operation.time + operation.module + operation.function + operation.description,
               "2026-03-01 20:00:00Stagevolume (0x105)SUCCESS");
     EXPECT_EQ(operation.source, 4);
-    EXPECT_EQ(s_told, "");
+    EXPECT_EQ(s_debugOutput, "");
 }
 
-TEST_F(ShowLogTest, AFileThatIsNoLogIsRefusedAndTheLogGoesOn)
+TEST_F(ShowLogTest, AFileThatIsNotALogIsRefusedAndTheLogWorksWithoutIt)
 {
     CShowLog log;
     log.Add(Played("2026-03-01 20:00:00", "Ouverture"));
@@ -97,7 +98,7 @@ TEST_F(ShowLogTest, AFileThatIsNoLogIsRefusedAndTheLogGoesOn)
     EXPECT_THAT(Names(log), ElementsAre("Ouverture"));
 }
 
-TEST_F(ShowLogTest, AFileThatIsDamagedInsideIsToldAndHoldsUpNothing)
+TEST_F(ShowLogTest, ADamagedFileIsReportedAndDelaysNothing)
 {
     {
         CShowLog log;
@@ -106,7 +107,7 @@ TEST_F(ShowLogTest, AFileThatIsDamagedInsideIsToldAndHoldsUpNothing)
     }
     QFile file(QString::fromStdString(m_file));
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    // The first page has the tables' descriptions, the others have the records.
+    // The first page has the schema, the others have the records.
     constexpr int kPageBytes = 4096;
     ASSERT_GT(file.size(), kPageBytes);
     file.seek(kPageBytes);
@@ -116,11 +117,11 @@ TEST_F(ShowLogTest, AFileThatIsDamagedInsideIsToldAndHoldsUpNothing)
     CShowLog log;
     ASSERT_EQ(log.Open(m_file), "");
     EXPECT_THAT(Names(log), IsEmpty());
-    EXPECT_THAT(s_told, HasSubstr("malformed"));
+    EXPECT_THAT(s_debugOutput, HasSubstr("malformed"));
     log.Add(Played("2026-03-01 20:00:00", "Finale"));
 }
 
-TEST_F(ShowLogTest, RecordsOfAFullDiskAreListedAndWrittenWhenThereIsRoomAgain)
+TEST_F(ShowLogTest, RecordsOnAFullDiskAreListedAndWrittenWhenThereIsSpaceAgain)
 {
     const auto operations = [](CShowLog& log, bool descending) {
         log.QueryOPLog({{2026, 3, 1}, {9, 0}}, {{2026, 3, 1}, {21, 0}}, descending);
@@ -138,13 +139,13 @@ TEST_F(ShowLogTest, RecordsOfAFullDiskAreListedAndWrittenWhenThereIsRoomAgain)
             const CFullDisk full(static_cast<rlim_t>(QFileInfo(QString::fromStdString(m_file + "-wal")).size()));
             for (const int number : {2, 3})
                 add(log, number);
-            EXPECT_EQ(s_told.rfind(m_file + ": not written: "), 0U) << s_told;
+            EXPECT_EQ(s_debugOutput.rfind(m_file + ": not written: "), 0U) << s_debugOutput;
             EXPECT_THAT(Names(log), ElementsAre("1", "2", "3"));
             EXPECT_THAT(Names(log, {}, true), ElementsAre("3", "2", "1"));
             EXPECT_EQ(operations(log, true).first().function, "3");
         }
         add(log, 4);
-        EXPECT_THAT(s_told, EndsWith("\n" + m_file + ": written again\n"));
+        EXPECT_THAT(s_debugOutput, EndsWith("\n" + m_file + ": written again\n"));
     }
 
     CShowLog log;

@@ -46,7 +46,7 @@ protected:
 
     static void FromCloud(QJsonObject message) { RecordingChannels::Callbacks().cloud(message); }
 
-    /// As the operator does while the host runs.
+    /// Connects as when the operator changes the settings of a running host.
     void Connect(const SSettings& settings)
     {
         HostModels::SoftwareSetting().Load(settings, {});
@@ -57,7 +57,7 @@ protected:
     CExternalController& m_controller = Start();
 };
 
-TEST_F(CloudIntakeTest, ARebootIsTheProgramsAlone)
+TEST_F(CloudIntakeTest, ARebootIsOnlySignalled)
 {
     int restarts = 0;
     QObject::connect(&m_controller, &CExternalController::signalRestartSoftware, [&] { ++restarts; });
@@ -68,14 +68,14 @@ TEST_F(CloudIntakeTest, ARebootIsTheProgramsAlone)
     ExpectSilence();
 }
 
-TEST_F(CloudIntakeTest, ARefreshBringsTheSystemAndThenTheStage)
+TEST_F(CloudIntakeTest, ARefreshSendsTheSystemInformationAndThenTheStage)
 {
     FromCloud(Message(Command::Refresh));
 
     EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(Reply(0), Reply(2)));
 }
 
-TEST_F(CloudIntakeTest, NothingIsSwitchedOrPlayedWhileAProjectIsLoading)
+TEST_F(CloudIntakeTest, WhileAProjectIsLoadingSwitchAndPlayCommandsAreIgnored)
 {
     m_controller.SetPrjLoadState(0);
     for (const int code : {Command::SwitchProject, Command::ScenePlay, Command::Brightness})
@@ -90,7 +90,7 @@ TEST_F(CloudIntakeTest, NothingIsSwitchedOrPlayedWhileAProjectIsLoading)
                                                Message(Command::ScenePlay), Source::CloudControl})));
 }
 
-TEST_F(CloudIntakeTest, TheLinkFollowsTheSettings)
+TEST_F(CloudIntakeTest, TheConnectionFollowsTheSettings)
 {
     auto& setting = HostModels::SoftwareSetting();
     const auto connects = [](const char* texts) {
@@ -105,7 +105,7 @@ TEST_F(CloudIntakeTest, TheLinkFollowsTheSettings)
     Connect(settings);
     EXPECT_THAT(RecordingChannels::Calls(), testing::Contains(connects("first text\nsecond\n")));
 
-    // What is missing closes as what is switched off does.
+    // A missing login closes the connection, as when the cloud is switched off.
     RecordingChannels::SetCloudConnected(true);
     settings.cloudAccount.clear();
     Connect(settings);

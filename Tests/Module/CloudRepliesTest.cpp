@@ -21,7 +21,7 @@ QJsonObject DataOf(const SChannelCall& call)
     return QJsonDocument::fromJson(QByteArray::fromStdString(call.text)).object();
 }
 
-/// "2 clip #7" of a picture, the route alone of anything else.
+/// Returns "2 clip #7" for a picture, only the route for other replies.
 std::vector<std::string> Kinds(const std::vector<SChannelCall>& calls)
 {
     std::vector<std::string> kinds;
@@ -49,7 +49,7 @@ protected:
     }
 };
 
-TEST(LogTablesTest, RecordsStandInLinesAsTheyAre)
+TEST(LogTablesTest, RecordsAreWrittenUnchangedAsLines)
 {
     const SPlayRecord film = {0, "00:01:30", "10:00", "10:01", "00:01:00", "Sea, and sails"};
     SPlayRecord unknown = film;
@@ -58,8 +58,8 @@ TEST(LogTablesTest, RecordsStandInLinesAsTheyAre)
     SPlayRecord slides = film;
     slides.fileType = 8;
     const SOPRecord remote = {"10:00", "Scene", "Play", "row 1, column 2", 4};
-    SOPRecord nobody = remote;
-    nobody.source = 9;
+    SOPRecord unknownSource = remote;
+    unknownSource.source = 9;
 
     EXPECT_EQ(PlayLogTable({film, unknown, slides}),
               "LogUI_Serial Number,LogUI_File Name,LogUI_File Type,LogUI_File Duration,LogUI_Start Time,"
@@ -67,13 +67,13 @@ TEST(LogTablesTest, RecordsStandInLinesAsTheyAre)
               "1,Sea, and sails,Video,00:01:30,10:00,10:01,00:01:00\n"
               "2,Ouvertüre,,00:01:30,10:00,10:01,00:01:00\n"
               "3,Sea, and sails,PPT,00:01:30,10:00,10:01,00:01:00\n");
-    EXPECT_EQ(OperationLogTable({remote, nobody}),
+    EXPECT_EQ(OperationLogTable({remote, unknownSource}),
               "LogUI_Serial Number,LogUI_Time,LogUI_Module,LogUI_Function,LogUI_Describe\n"
               "1,10:00,Scene,Play,CloudControl,row 1, column 2\n"
               "2,10:00,Scene,Play,row 1, column 2\n");
 }
 
-TEST_F(CloudRepliesTest, AnExportSendsPicturesOfClipsThenOfChaptersAndThenTheProject)
+TEST_F(CloudRepliesTest, AnExportSendsClipPicturesThenChapterPicturesThenTheProject)
 {
     const SResource first = MakeResource(11, 2);
     const SResource second = MakeResource(12, 2);
@@ -95,7 +95,7 @@ TEST_F(CloudRepliesTest, AnExportSendsPicturesOfClipsThenOfChaptersAndThenThePro
                                            "ResourceModel", "SceneMgrModel", "ScreenData", "StageSceneData"}));
 }
 
-TEST_F(CloudRepliesTest, AStoppedAndMuteSystemHasNoChapterAndNoVolume)
+TEST_F(CloudRepliesTest, AStoppedAndMutedSystemHasNoChapterAndVolumeZero)
 {
     LoadStage({});
     HostModels::Show().Change([](SShow& show) {
@@ -110,7 +110,7 @@ TEST_F(CloudRepliesTest, AStoppedAndMuteSystemHasNoChapterAndNoVolume)
     EXPECT_EQ(stopped["curChapterId"].toString("none"), "");
 }
 
-TEST(NetworkTest, TheFirstAdapterThatIsUpIsTold)
+TEST(NetworkTest, TheFirstAdapterThatIsUpIsReported)
 {
     const auto make = [](const char* description, const char* address) {
         IP_ADAPTER_INFO adapter{};
@@ -122,9 +122,9 @@ TEST(NetworkTest, TheFirstAdapterThatIsUpIsTold)
         std::copy(std::begin(kAddress), std::end(kAddress), adapter.Address);
         return adapter;
     };
-    const auto told = [](const IP_ADAPTER_INFO& first) {
+    const auto reported = [](const IP_ADAPTER_INFO& first) {
         QJsonObject network = QJsonDocument::fromJson(Network(&first).Text()).object();
-        network.remove("ip"); // the machine's own
+        network.remove("ip"); // depends on the machine
         return network;
     };
     const QJsonObject wifi = {{"type", "wifi"},
@@ -136,11 +136,11 @@ TEST(NetworkTest, TheFirstAdapterThatIsUpIsTold)
     lan["type"] = "lan";
 
     IP_ADAPTER_INFO down = make("Wi-Fi 2", "0.0.0.0");
-    EXPECT_EQ(told(down), QJsonObject());
+    EXPECT_EQ(reported(down), QJsonObject());
     IP_ADAPTER_INFO first = make("Fast wi-fi", "10.0.0.7");
     IP_ADAPTER_INFO second = make("Home Wi-Fi", "10.0.0.8");
     down.Next = &first;
     first.Next = &second;
-    EXPECT_EQ(told(down), lan);
-    EXPECT_EQ(told(second), wifi);
+    EXPECT_EQ(reported(down), lan);
+    EXPECT_EQ(reported(second), wifi);
 }

@@ -77,7 +77,7 @@ protected:
 
     static void Put(const QJsonObject& device) { HostModels::Devices().Put(ReadDevice({"test", device})); }
 
-    /// The sender with its channels open; the calls of that are forgotten.
+    /// Returns the sender with open channels; the calls that open them are forgotten.
     CExControlDevMsgSender& Sender()
     {
         m_sender = std::make_unique<CExControlDevMsgSender>();
@@ -90,7 +90,7 @@ protected:
     std::unique_ptr<CExControlDevMsgSender> m_sender;
 };
 
-/// The scene's commands are these.
+/// Loads a show whose scene has these commands.
 void LoadScene(const std::vector<SSceneExControlCmd>& commands)
 {
     auto properties = std::make_shared<SSceneProperties>();
@@ -117,7 +117,7 @@ void StartScene(const QUuid& scene = kScene)
 
 } // namespace
 
-TEST_F(DevicesTest, AFileThatSaysNothingOpensNothing)
+TEST_F(DevicesTest, AFileWithoutDevicesOpensNoChannels)
 {
     for (const char* text : {"", "{", "[]", "{}", R"({"ExControlDevData": {}})", R"({"Devices": [{"DevId": "x"}]})",
                              R"({"ExControlDevData": [5, {}, {"DevId": 5}, {"DevId": "no id"}]})",
@@ -131,12 +131,12 @@ TEST_F(DevicesTest, AFileThatSaysNothingOpensNothing)
     }
     QFile::remove(m_file);
     EXPECT_NO_THROW(CExControlDevMsgSender());
-    QDir().mkpath(m_file); // exists, and can't be read
+    QDir().mkpath(m_file); // exists, but can't be read
     EXPECT_NO_THROW(CExControlDevMsgSender());
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
-TEST_F(DevicesTest, TextGoesOutInUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Bytes)
+TEST_F(DevicesTest, TextIsSentAsUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Bytes)
 {
     const struct {
         QString data;
@@ -175,7 +175,7 @@ TEST_F(DevicesTest, AnUpdateClosesTheOldChannelBeforeItOpensTheNewOne)
                             Call("Com.Create", "19200,7,E,2", "", 0, 4096), Call("Com.Open", "COM4")));
 }
 
-TEST_F(DevicesTest, ADeletedDeviceGetsNothingUntilItIsCreatedAgain)
+TEST_F(DevicesTest, ADeletedDeviceReceivesNothingUntilItIsCreatedAgain)
 {
     CExternalController& controller = Start();
     LoadScene({Trigger(0, kLights, kOn), Trigger(0, kCurtain, kOn)});
@@ -191,7 +191,7 @@ TEST_F(DevicesTest, ADeletedDeviceGetsNothingUntilItIsCreatedAgain)
     EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(Datagram("PWR ON"), Written("OPEN")));
 }
 
-TEST_F(DevicesTest, WhatIsNotKnownIsPassedOverInSilence)
+TEST_F(DevicesTest, UnknownIdsAreIgnored)
 {
     CExControlDevMsgSender& sender = Sender();
     QJsonObject late = Lights();
@@ -204,13 +204,13 @@ TEST_F(DevicesTest, WhatIsNotKnownIsPassedOverInSilence)
     sender.UpdateExControlDev(kUnknown);
     sender.DelExControlDev(kUnknown);
     sender.SendExControlCmd(kUnknown, kOn);
-    Put(late); // nobody told the module
+    Put(late); // without CreateExControlDev
     sender.SendExControlCmd(kUnknown, kOn);
 
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
-TEST_F(DevicesTest, ASceneSendsItsCommandsOfTheKindInTheirOrder)
+TEST_F(DevicesTest, ASceneSendsItsCommandsOfATriggerInOrder)
 {
     LoadScene({Trigger(0, kCurtain, kOn), Trigger(1, kLights, kOff), Trigger(2, kLights, kOn),
                Trigger(-1, kLights, kOn), Trigger(0, kUnknown, kOn), Trigger(0, kLights, kOn)});
@@ -238,7 +238,7 @@ TEST_F(DevicesTest, ASceneSendsItsCommandsOfTheKindInTheirOrder)
 #if !defined(QT_NO_DEBUG)
 using DevicesDeathTest = DevicesTest;
 
-TEST_F(DevicesDeathTest, ADebugBuildEndsOnAnotherThread)
+TEST_F(DevicesDeathTest, ADebugBuildAbortsOnCallsFromAnotherThread)
 {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     CExternalController& controller = Start();

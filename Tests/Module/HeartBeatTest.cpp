@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Time as the test lets it pass.
+/// A pause whose time is controlled by the test.
 class CTestPause : public IPause {
 public:
     void WaitFor(std::chrono::milliseconds, const std::function<bool()>& over) override
@@ -33,7 +33,7 @@ public:
         m_changed.notify_all();
     }
 
-    /// Returns once so many checks were made since the start; a second passes between two of them.
+    /// Returns when this many checks were made since the start; one second passes between two checks.
     void LetChecksPass(int count)
     {
         std::unique_lock lock(m_mutex);
@@ -55,7 +55,7 @@ private:
     int m_ticks = 0;
 };
 
-/// An app that is logged in and has just sent a heartbeat, and the loop that supervises it.
+/// Tests the loop that supervises an app that is logged in and has just sent a heartbeat.
 class HeartBeatTest : public ControllerTest {
 protected:
     HeartBeatTest()
@@ -109,7 +109,7 @@ TEST_F(HeartBeatTest, ASilentAppIsDisconnectedAfterFiveSecondsAndAgainEverySecon
     EXPECT_EQ(Disconnects(), 3);
 }
 
-TEST_F(HeartBeatTest, ALoginStartsCountingAnew)
+TEST_F(HeartBeatTest, ALoginRestartsTheTimeout)
 {
     m_pause->LetChecksPass(5);
 
@@ -121,7 +121,7 @@ TEST_F(HeartBeatTest, ALoginStartsCountingAnew)
     EXPECT_EQ(Disconnects(), 1);
 }
 
-TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLoginOn)
+TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLogin)
 {
     const auto channels = RecordingChannels::Callbacks();
     m_pause->LetChecksPass(1);
@@ -132,7 +132,7 @@ TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLoginOn)
     m_loop = std::thread(channels.timer);
     m_pause->LetChecksPass(1 + 8);
     EXPECT_EQ(Disconnects(), 0) << "no app is logged in";
-    // A second connection closes after the one that the login comes on was opened.
+    // A second connection closes after the connection of the login was opened.
     channels.appTcp(CloseNotice(m_app));
     m_loop.join();
     LogIn(m_app);
@@ -142,9 +142,9 @@ TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLoginOn)
     EXPECT_EQ(Disconnects(), 1);
 }
 
-// In these the loop waits with no time passing: only being woken ends it, or the test hangs.
+// In these tests no time passes: the loop ends only if it is woken, otherwise the test hangs.
 
-TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppGoes)
+TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppDisconnects)
 {
     m_pause->LetChecksPass(1);
 
@@ -157,7 +157,7 @@ TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppGoes)
 TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppServerIsSwitchedOff)
 {
     m_pause->LetChecksPass(1);
-    // One that connects meanwhile must not keep it going: the server's stop waits for it.
+    // An app that connects meanwhile must not keep the loop running: stopping the server waits for it.
     m_pause->beforeWake = [&] { RecordingChannels::Callbacks().connected(m_app.ip, m_app.port); };
 
     m_controller->AppServerSupport(false);
@@ -169,7 +169,7 @@ TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppServerIsSwitchedOff)
 TEST_F(HeartBeatTest, DestroyingTheControllerWaitsForTheLoop)
 {
     m_pause->LetChecksPass(1);
-    // The recording timer has no thread to wait for; the test's stands in for it.
+    // The recording timer has no thread: wait for the test's thread instead.
     RecordingChannels::OnCall([&](const SChannelCall& call) {
         if (call.name == "Timer.Destroy")
             m_loop.join();

@@ -22,7 +22,7 @@ void ChangeScene()
 
 using HostNotificationsTest = ControllerTest;
 
-TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllers)
+TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllersThread)
 {
     Start();
     std::thread::id sender;

@@ -32,7 +32,7 @@ Names operator+(Names first, const Names& second)
     return first;
 }
 
-/// With or without support of the app and of the cloud.
+/// Returns settings with or without support of the app and of the cloud.
 SSettings Supporting(bool app, bool cloud)
 {
     SSettings settings;
@@ -61,7 +61,7 @@ TEST_F(LifecycleTest, OneControllerExistsFromInitToUninit)
     EXPECT_EQ(GetExternalController(), nullptr);
 }
 
-TEST_F(LifecycleTest, AControllerThatNeverStartedTouchesNoChannel)
+TEST_F(LifecycleTest, AControllerThatWasNeverStartedCallsNoChannel)
 {
     InitExternalController();
 
@@ -75,7 +75,7 @@ TEST_F(LifecycleTest, AControllerThatNeverStartedTouchesNoChannel)
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
-TEST_F(LifecycleTest, InitMakesAllChannelsAndWiresAndStartsThoseThatTheSettingsSupport)
+TEST_F(LifecycleTest, InitCreatesAllChannelsAndStartsThoseThatTheSettingsSupport)
 {
     const std::pair<SSettings, Names> cases[] = {
         {Supporting(true, false), Names{"App.Create"} + kAppStart + kOtherChannels},
@@ -92,13 +92,13 @@ TEST_F(LifecycleTest, InitMakesAllChannelsAndWiresAndStartsThoseThatTheSettingsS
 
         Names started = RecordingChannels::CallNames();
         if (settings.cloudSupport && started.size() > expected.size())
-            started.resize(expected.size()); // the login comes behind
+            started.resize(expected.size()); // without the login
         EXPECT_EQ(started, expected);
         UninitExternalController();
     }
 }
 
-TEST_F(LifecycleTest, AppSupportSwitchedOnLaterWiresAndStartsTheAppServer)
+TEST_F(LifecycleTest, SwitchingAppSupportOnLaterStartsTheAppServer)
 {
     CExternalController& controller = Start(Supporting(false, false));
 
@@ -109,7 +109,7 @@ TEST_F(LifecycleTest, AppSupportSwitchedOnLaterWiresAndStartsTheAppServer)
     EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(SentCode(Command::ReplyTo(Command::HostNameAndVersion))));
 }
 
-TEST_F(LifecycleTest, StopEndsTheWatchOverTheAppAndTheServerAndUninitReleasesThemAll)
+TEST_F(LifecycleTest, StopEndsTheSupervisionAndTheAppServerAndUninitReleasesAllChannels)
 {
     CExternalController& controller = Start();
     controller.AppServerSupport(false);
@@ -137,7 +137,7 @@ TEST_F(LifecycleTest, TheUploadFolderIsPassedOnToTheAppServer)
     EXPECT_EQ(RecordingChannels::Calls()[0].text, "Medien/Übung");
 }
 
-TEST_F(LifecycleTest, WriteFindsTheSenderByItsKeyAndNothingIsRead)
+TEST_F(LifecycleTest, WriteFindsTheSenderByItsKeyAndReadReturnsFalse)
 {
     struct {
         int key;

@@ -56,7 +56,7 @@ protected:
         RecordingChannels::Callbacks().appTcp(AppPacket(code, body, peer));
     }
 
-    /// What goes out for this login.
+    /// Logs in and returns the calls that send something.
     std::vector<SChannelCall> LogInAs(const QJsonObject& body, const SPeer& peer)
     {
         RecordingChannels::ForgetCalls();
@@ -70,7 +70,7 @@ protected:
 
 } // namespace
 
-TEST_F(LoginTest, AGoodLoginIsAnsweredTakenDownAndToldToTheHost)
+TEST_F(LoginTest, AValidLoginIsAnsweredStoredAndReportedToTheHost)
 {
     QJsonObject body = LoginBody("anna", "apple");
     body["appVersion"] = "2.0.0";
@@ -86,7 +86,7 @@ TEST_F(LoginTest, AGoodLoginIsAnsweredTakenDownAndToldToTheHost)
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Create", "Timer.Start", "App.SendPackage"));
 }
 
-TEST_F(LoginTest, AFailedLoginTellsWhyAndWhoIsLoggedIn)
+TEST_F(LoginTest, TheReplyToAFailedLoginHasTheReasonAndTheCurrentUser)
 {
     EXPECT_THAT(LogInAs(LoginBody("", "apple"), kFirst), ElementsAre(LoginReply(kFirst, 1, "", 0)));
     EXPECT_THAT(LogInAs(LoginBody("carl", "apple"), kFirst), ElementsAre(LoginReply(kFirst, 1, "", 0)));
@@ -102,7 +102,7 @@ TEST_F(LoginTest, AFailedLoginTellsWhyAndWhoIsLoggedIn)
     EXPECT_THAT(Reports(), IsEmpty());
 }
 
-TEST_F(LoginTest, AForcedLoginFromAnotherAddressTellsTheDisplacedAppFirst)
+TEST_F(LoginTest, AForcedLoginFromAnotherAddressFirstNotifiesTheDisplacedApp)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);
 
@@ -113,11 +113,11 @@ TEST_F(LoginTest, AForcedLoginFromAnotherAddressTellsTheDisplacedAppFirst)
     EXPECT_THAT(LogInAs(LoginBody("anna", "apple", 1), kFirst),
                 ElementsAre(DisplacedNotice(kSecond), LoginReply(kFirst, 0, "anna", 3)));
     EXPECT_THAT(LogInAs(LoginBody("ben", "pear", 1), kFirstAgain), ElementsAre(LoginReply(kFirstAgain, 0, "ben", 1)))
-        << "the same address displaces nobody";
+        << "the same address displaces no app";
     EXPECT_EQ(m_pushes.size(), 7u);
 }
 
-TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreWrong)
+TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreRefused)
 {
     const QByteArray block = QByteArray::fromBase64(Encrypted("apple").toLatin1());
     const auto base64 = [](const QByteArray& bytes) { return QString::fromLatin1(bytes.toBase64()); };
@@ -139,7 +139,7 @@ TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreWrong)
     EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", base64(block + "more")}}, kFirst), testing::SizeIs(1));
 }
 
-TEST_F(LoginTest, AClosedConnectionOfTheAppEndsItsLoginOnce)
+TEST_F(LoginTest, ClosingAConnectionOfTheAppEndsItsLoginOnce)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);
     ForgetReports();
@@ -156,7 +156,7 @@ TEST_F(LoginTest, AClosedConnectionOfTheAppEndsItsLoginOnce)
     EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::AppGone, false, {}, 0})));
 }
 
-TEST_F(LoginTest, OfTwoAppsThatLogInAtOnceOneGetsIn)
+TEST_F(LoginTest, OnlyOneOfTwoAppsThatLogInAtOnceSucceeds)
 {
     for (int round = 0; round < 50; ++round) {
         HostModels::UserModel().SetLoginState(false);
@@ -171,7 +171,7 @@ TEST_F(LoginTest, OfTwoAppsThatLogInAtOnceOneGetsIn)
     }
 }
 
-TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverEndsNothing)
+TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverDoesNotEndTheNewLogin)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);
     std::future<void> closing;
@@ -179,7 +179,7 @@ TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverEndsNothing)
         if (closing.valid())
             return;
         closing = std::async(std::launch::async, RecordingChannels::Callbacks().appTcp, CloseNotice(kFirst));
-        // The notice gets ahead of the login within this time if it can.
+        // Without the lock, the notice would be handled before the login within this time.
         closing.wait_for(std::chrono::milliseconds(100));
     });
 
@@ -191,7 +191,7 @@ TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverEndsNothing)
     EXPECT_EQ(m_stops, 0);
 }
 
-TEST_F(LoginTest, TheSignalsAndReportsOfALogoutComeBeforeThoseOfTheNextLogin)
+TEST_F(LoginTest, SignalsAndReportsOfALogoutPrecedeThoseOfTheNextLogin)
 {
     CNotes notes;
     std::future<void> login;
@@ -213,7 +213,7 @@ TEST_F(LoginTest, TheSignalsAndReportsOfALogoutComeBeforeThoseOfTheNextLogin)
                 ElementsAre(Report({0, Command::AppGone, false, {}, 0}), Report({0, Command::Login, true, next, 1})));
 }
 
-TEST_F(LoginTest, ASlotMayHaveOtherThreadsCallTheController)
+TEST_F(LoginTest, ASlotMayWaitForOtherThreadsThatCallTheController)
 {
     CExternalController& controller = *GetExternalController();
     std::vector<std::future<void>> calls;
@@ -237,7 +237,7 @@ TEST_F(LoginTest, ASlotMayHaveOtherThreadsCallTheController)
     EXPECT_EQ(calls.size(), 2u);
 }
 
-TEST(RsaCipherTest, DecodesAndDecryptsWhatWasEncrypted)
+TEST(RsaCipherTest, EncryptedPasswordsAreDecodedAndDecrypted)
 {
     const std::string longest(117, 'x');
     for (const std::string& password : {std::string("apple"), std::string("\xE5\xA0\xB4 \xF0\x9F\x8E\xAC"), longest})

@@ -9,8 +9,8 @@ using testing::ElementsAre;
 
 namespace {
 
-/// "signal signalCloseSoftWare(bool closeServer)"; a signal that stands for another with a default argument is "clone
-/// ...".
+/// Returns for example "signal signalCloseSoftWare(bool closeServer)", or "clone ..." for the overload of a signal that
+/// moc generates for a default argument.
 std::string Describe(const QMetaMethod& method)
 {
     std::string text = method.attributes() & QMetaMethod::Cloned    ? "clone "

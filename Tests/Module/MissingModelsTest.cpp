@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// With a medium of each sort that is described in a way of its own.
+/// Loads a show with a medium of each type that has a special description.
 void LoadManyMedia()
 {
     const std::vector<SResource> resources = {
@@ -29,7 +29,7 @@ void LoadManyMedia()
     HostModels::Show().Change([](SShow& show) { show.file = "/shows/demo.zxc"; });
 }
 
-/// A request that every handler takes as far as it goes.
+/// Returns a request whose body has all keys that handlers read.
 SOperation Request(int code)
 {
     QJsonObject body = Json(R"({"mediaId": "#20", "sceneGroupId": "#2", "sceneId": "#3", "id": "x", "name": "x",
@@ -44,7 +44,7 @@ using MissingModelsRepliesTest = SenderTest;
 
 } // namespace
 
-TEST_F(MissingModelsTest, NoMessageNeedsAModelThatIsMissing)
+TEST_F(MissingModelsTest, EveryMessageIsHandledWithoutAMissingModel)
 {
     LoadManyMedia();
     for (int missing = 0; missing < static_cast<int>(Model::Count); ++missing) {
@@ -78,7 +78,7 @@ TEST_F(MissingModelsTest, NoMessageNeedsAModelThatIsMissing)
     }
 }
 
-TEST_F(MissingModelsRepliesTest, SystemInformationIsEmptyWhereAModelIsMissing)
+TEST_F(MissingModelsRepliesTest, SystemInformationHasEmptyValuesForAMissingModel)
 {
     struct {
         Model missing;

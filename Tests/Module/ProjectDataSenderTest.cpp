@@ -8,7 +8,7 @@
 
 using ProjectDataSenderTest = SenderTestOf<CProjectDataMsgSender>;
 
-TEST_F(ProjectDataSenderTest, EachQuestionIsAnsweredToThoseItIsFor)
+TEST_F(ProjectDataSenderTest, EachQueryIsAnsweredToItsRecipients)
 {
     std::vector<SScreen> screens(3);
     screens[1].open = false;
@@ -43,7 +43,7 @@ TEST_F(ProjectDataSenderTest, EachQuestionIsAnsweredToThoseItIsFor)
         {Command::ScreenState, R"("param": 2.0)", Source::CentralControl, To::CentralControl, screen("NotAdded")},
         {Command::ScreenState, R"("param": 3)", Source::CentralControl, To::CentralControl, screen("NotFound")},
         {Command::ScreenState, R"("param": -1)", Source::CentralControl, To::CentralControl, screen("NotFound")},
-        // What is no such integer reads as 0.
+        // A parameter that is not an integer is read as 0.
         {Command::ScreenState, "", Source::CentralControl, To::CentralControl, screen("Opened")},
         {Command::ScreenState, R"("param": 1.5)", Source::CentralControl, To::CentralControl, screen("Opened")},
         {Command::ScreenState, R"("param": 1e300)", Source::CentralControl, To::CentralControl, screen("Opened")},
@@ -51,7 +51,7 @@ TEST_F(ProjectDataSenderTest, EachQuestionIsAnsweredToThoseItIsFor)
     });
 }
 
-TEST_F(ProjectDataSenderTest, AnEmptyHostAnswersToo)
+TEST_F(ProjectDataSenderTest, AHostWithoutDataAnswersToo)
 {
     Expect({
         {Command::CheckAppId, R"("id": "Tablet-7")", Source::App, To::App, R"({"result": 1, "res": 0})"},

@@ -30,7 +30,7 @@ SResource MakeText(int id, int weight, QFont::Style style)
 
 using ResourceSenderTest = SenderTestOf<CResourceMsgSender>;
 
-TEST_F(ResourceSenderTest, TheListHasWhatIsDemuxedAndAnItemIsToldWithoutItsPath)
+TEST_F(ResourceSenderTest, TheListHasDemuxedResourcesAndAnItemHasNoPath)
 {
     const QStringList keys = {"resourceId", "path", "resolutionW", "demuxerSuccessed", "duration", "isUsedFlag"};
     const SResource used = MakeResource(
@@ -57,7 +57,7 @@ TEST_F(ResourceSenderTest, TheListHasWhatIsDemuxedAndAnItemIsToldWithoutItsPath)
                 IsEmpty());
 }
 
-TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
+TEST_F(ResourceSenderTest, AnUnknownResourceIsNotAnswered)
 {
     LoadStage({MakeResource(6, ResourceType::Picture), MakeText(7, 50, QFont::StyleNormal)});
 
@@ -66,7 +66,7 @@ TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
         Expect({{Command::ResourceItem, id, Source::App, To::None, ""},
                 {Command::ResourceThumbnail, id, Source::App, To::None, ""},
                 {Command::TextResource, id, Source::App, To::App, R"({"result": 4003})"}});
-    // It is no text.
+    // The resource is not a text.
     Expect({{Command::TextResource, R"("resourceId": "#6")", Source::FP | Source::CentralControl, To::App,
              R"({"result": 4003})"}});
     LoadShow({});
@@ -74,12 +74,12 @@ TEST_F(ResourceSenderTest, OfAResourceThatIsNotThereNothingIsTold)
             {Command::ResourceList, "", Source::App, To::App, R"({"result": 1, "count": 0, "resourceMgrData": []})"}});
 }
 
-TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
+TEST_F(ResourceSenderTest, ATextIsSentWithItsSettingsAndWithScrollingIfItHasAny)
 {
     SResource scrolling = MakeText(8, 57, QFont::StyleNormal);
     scrolling.scroll = SScrollSettings{2, 0.1F, true, 11};
     LoadStage({MakeText(7, 58, QFont::StyleOblique), scrolling});
-    const auto told = [this](int id) {
+    const auto settingsOf = [this](int id) {
         return Of(BodyOf(Ask(Command::TextResource, {{"resourceId", IdText(id)}}).at(0)),
                   {"horAlignMent", "showType", "colorTextEffect", "hasBackGroundColor", "underLine", "bold", "italic",
                    "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"});
@@ -88,12 +88,13 @@ TEST_F(ResourceSenderTest, ATextsSettingsAreToldAndItsScrollingIfItHasAny)
     const std::string settings = R"({"horAlignMent": 4, "showType": 7, "colorTextEffect": 8,
         "hasBackGroundColor": false, "underLine": true, )";
 
-    EXPECT_EQ(told(7), Json(settings + R"("bold": true, "italic": true})"));
-    EXPECT_EQ(told(8), Json(settings + R"("bold": false, "italic": false, "scrollMode": 2, "headConnectTail": true,
+    EXPECT_EQ(settingsOf(7), Json(settings + R"("bold": true, "italic": true})"));
+    EXPECT_EQ(settingsOf(8),
+              Json(settings + R"("bold": false, "italic": false, "scrollMode": 2, "headConnectTail": true,
                                           "scrollInterval": 11, "scrollSpeed": 0.10000000149011612})"));
 }
 
-TEST_F(ResourceSenderTest, WhatTheHostCanDoIsToldTheAppWhoeverAsks)
+TEST_F(ResourceSenderTest, CapabilitiesAreSentToTheAppForRequestsOfAnySource)
 {
     EXPECT_THAT(Ask(Command::SupportedFileTypes, kRemote, Source::FP | Source::CentralControl),
                 ElementsAre(SentCode(Command::ReplyTo(Command::SupportedFileTypes))));

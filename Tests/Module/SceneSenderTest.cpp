@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Two groups; two media in the first one's scene, and none in the other's two.
+/// Loads two groups: the first has one scene with two media, the second has two scenes without media.
 void LoadTwoGroups()
 {
     const SResource clip = MakeResource(5, ResourceType::Video);
@@ -39,11 +39,11 @@ void Play(int group, int scene, SPlayback::State state = SPlayback::Playing, int
 
 using SceneSenderTest = SenderTestOf<CSceneMsgSender>;
 
-TEST_F(SceneSenderTest, OnlyAppsOfOneVersionAreToldTheCurrentGroup)
+TEST_F(SceneSenderTest, OnlyAppsOfOneVersionReceiveTheCurrentGroup)
 {
     LoadTwoGroups();
     Play(20, 21);
-    const auto told = [&](int sources) {
+    const auto currentGroups = [&](int sources) {
         QStringList groups;
         for (const SChannelCall& call : Ask(Command::SceneManagerData, {}, sources))
             groups << BodyOf(call)["sceneMgrData"].toObject()["currentSceneGroupId"].toString();
@@ -52,15 +52,15 @@ TEST_F(SceneSenderTest, OnlyAppsOfOneVersionAreToldTheCurrentGroup)
 
     for (const char* version : {"", "2.0.0 ", "2.1.0"}) {
         HostModels::UserModel().SetCurLoginAppVersion(version);
-        EXPECT_EQ(told(Source::App), QStringList(IdText(10)));
-        EXPECT_EQ(told(Source::Every), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
-        EXPECT_EQ(told(Source::CentralControl | Source::CloudControl), QStringList());
+        EXPECT_EQ(currentGroups(Source::App), QStringList(IdText(10)));
+        EXPECT_EQ(currentGroups(Source::Every), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
+        EXPECT_EQ(currentGroups(Source::CentralControl | Source::CloudControl), QStringList());
     }
     HostModels::UserModel().SetCurLoginAppVersion("2.0.0");
-    EXPECT_EQ(told(Source::App | Source::FP | Source::CentralControl), (QStringList{IdText(20), IdText(20)}));
+    EXPECT_EQ(currentGroups(Source::App | Source::FP | Source::CentralControl), (QStringList{IdText(20), IdText(20)}));
 }
 
-TEST_F(SceneSenderTest, TheMainGroupComesInTheRequestsBody)
+TEST_F(SceneSenderTest, TheMainGroupIsAddedToTheRequestsBody)
 {
     LoadTwoGroups();
     const QJsonObject body = {{"tag", "x"}, {"sceneGroupData", "old"}};
@@ -89,7 +89,7 @@ TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)
                                     {"count": 0, "sceneGroupId": "#0", "sceneGroupName": ""}})")));
 }
 
-TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsTurnedDown)
+TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsRefused)
 {
     for (const char* body :
          {"{}", R"({"sceneGroupId": "#10"})", R"({"sceneId": "#11"})", R"({"sceneGroupId": "#10", "sceneId": "x#11"})",
@@ -99,7 +99,7 @@ TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsTurnedDown)
             << body;
         EXPECT_THAT(RecordingChannels::Outgoing(), IsEmpty()) << body;
     }
-    // Ids of nothing are as good as any: the picture is empty.
+    // For unknown ids the picture is empty.
     const auto sent = Ask(Command::SceneThumbnail, Json(R"({"sceneGroupId": "#10", "sceneId": "#11"})"));
     EXPECT_THAT(sent, ElementsAre(SentCode(Command::ReplyTo(Command::SceneThumbnail))));
     EXPECT_EQ(PictureIn(sent, Command::ReplyTo(Command::SceneThumbnail), Id(11)), "");
@@ -110,7 +110,7 @@ TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
     const struct {
         int group, scene;
         SPlayback::State state;
-        int globalState, groupPlace, scenePlace;
+        int globalState, groupNumber, sceneNumber;
     } cases[] = {
         {10, 11, SPlayback::Playing, 0, 1, 1},
         {20, 22, SPlayback::Playing, 1, 2, 2},
@@ -123,9 +123,9 @@ TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
     };
     LoadTwoGroups();
 
-    for (const auto& [group, scene, state, globalState, groupPlace, scenePlace] : cases) {
+    for (const auto& [group, scene, state, globalState, groupNumber, sceneNumber] : cases) {
         Play(group, scene, state, globalState);
-        const QJsonObject chapter = {{"sceneGrpCol", groupPlace}, {"sceneCol", scenePlace}};
+        const QJsonObject chapter = {{"sceneGrpCol", groupNumber}, {"sceneCol", sceneNumber}};
         const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"cmd", QJsonValue::Null}};
         EXPECT_THAT(Ask(Command::PlayingChapter, body, Source::App | Source::FP),
                     Answers(To::CentralControl, Command::PlayingChapter, {{"playingChapter", chapter}}));
@@ -133,7 +133,7 @@ TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
     }
 }
 
-TEST_F(SceneSenderTest, AReplyIsWhollyOfOneProjectWhileTheHostSwitches)
+TEST_F(SceneSenderTest, AReplyHasDataOfOneProjectOnlyWhileTheHostSwitches)
 {
     std::vector<SSceneGroup> groups[2];
     for (int group = 0; group < 20; ++group) {

@@ -21,18 +21,18 @@ using testing::IsEmpty;
 
 namespace {
 
-/// A code of each sender's own that it has no handler for.
+/// For each sender a code without a handler.
 constexpr int kProjectDataUnknown = 0x00c;
 constexpr int kResourceUnknown = 0x406;
 constexpr int kSceneUnknown = 0x3fe;
 constexpr int kStageUnknown = 0x12c;
 
-/// Empty: the machine's own.
+/// The machine's name for Qt; empty for the real one.
 std::string s_machineName;
 
 } // namespace
 
-/// Takes the place of the C library's: Qt asks it for the machine's name.
+/// Replaces the function of the C library, which Qt calls for the machine's name.
 extern "C" int uname(utsname* answer) noexcept
 {
     const long result = syscall(SYS_uname, answer);
@@ -43,7 +43,7 @@ extern "C" int uname(utsname* answer) noexcept
 
 using SendersTest = SenderTest;
 
-TEST_F(SendersTest, AnUnknownRequestComesBackToThoseWhoAsked)
+TEST_F(SendersTest, AnUnknownRequestIsSentBackToItsSources)
 {
     using To::App, To::AppAndFP, To::CentralControl, To::FP, To::None;
     const Recipients appAndCentralControl = {Recipient::App, Recipient::CentralControl};
@@ -77,7 +77,7 @@ TEST_F(SendersTest, AnUnknownRequestComesBackToThoseWhoAsked)
     EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::FP), Answers(To::FP, kSceneUnknown, body));
 }
 
-TEST_F(SendersTest, CentralControlGetsWhatTheBodyHoldsForIt)
+TEST_F(SendersTest, CentralControlReceivesTheReplyTextOfTheBody)
 {
     const std::string responText = QJsonDocument(QJsonObject{{"mode", 3}}).toJson().toStdString();
     const std::string emptyText = QJsonDocument(QJsonObject{}).toJson().toStdString();
@@ -110,7 +110,7 @@ TEST_F(SendersTest, CentralControlGetsWhatTheBodyHoldsForIt)
     }
 }
 
-TEST_F(SendersTest, AChannelThatIsMissingIsPassedOver)
+TEST_F(SendersTest, AMissingChannelIsIgnored)
 {
     const QJsonObject body = {{"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"errorMsg", "x"}};
 
@@ -124,13 +124,13 @@ TEST_F(SendersTest, AChannelThatIsMissingIsPassedOver)
     EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
 }
 
-TEST_F(SendersTest, TheHostsNameIsToldWhoeverAsksAndKeptWhenItIsNew)
+TEST_F(SendersTest, TheHostsNameIsSentForRequestsOfAnySourceAndANewNameIsStored)
 {
-    EXPECT_EQ(GetHostName(), QHostInfo::localHostName()) << "until it has one of its own";
+    EXPECT_EQ(GetHostName(), QHostInfo::localHostName()) << "the machine's name until another one is set";
     const auto ask = [&](int code, const QJsonObject& body, int sources = Source::App) {
         return Ask<CProjectDataMsgSender>(code, body, sources);
     };
-    const auto tells = [](const QString& name) {
+    const auto hasName = [](const QString& name) {
         return Sent(Command::ReplyTo(Command::HostNameAndVersion),
                     {{"result", 1}, {"name", name}, {"version", CGlobalModel::GetInstance()->GetAppFormatName()}});
     };
@@ -138,13 +138,13 @@ TEST_F(SendersTest, TheHostsNameIsToldWhoeverAsksAndKeptWhenItIsNew)
     ask(Command::SetHostName, {{"name", "Stage left"}});
     EXPECT_EQ(HostModels::SoftwareSetting().LoadHostName(), "Stage left");
     for (const QJsonValue& noName : {QJsonValue(""), QJsonValue(7), QJsonValue()})
-        EXPECT_THAT(ask(Command::SetHostName, {{"name", noName}}), ElementsAre(tells("Stage left")));
+        EXPECT_THAT(ask(Command::SetHostName, {{"name", noName}}), ElementsAre(hasName("Stage left")));
     for (const int sources :
          {kNoSource, int{Source::App}, int{Source::FP}, int{Source::CentralControl}, int{Source::Every}})
-        EXPECT_THAT(ask(Command::HostNameAndVersion, {}, sources), ElementsAre(tells("Stage left"))) << sources;
+        EXPECT_THAT(ask(Command::HostNameAndVersion, {}, sources), ElementsAre(hasName("Stage left"))) << sources;
 }
 
-TEST_F(SendersTest, ARenamedMachineIsKnownByItsNewNameAtOnce)
+TEST_F(SendersTest, ANewNameOfTheMachineIsUsedImmediately)
 {
     for (const char* name : {"stage-left", "stage-right"}) {
         s_machineName = name;

@@ -29,7 +29,7 @@ protected:
         EXPECT_TRUE(std::ofstream(Path(name)).is_open()) << name;
     }
 
-    /// What is found below the shared folder.
+    /// Returns the paths that are found below the shared folder.
     std::vector<std::string> Found() const
     {
         std::vector<std::string> names;
@@ -41,10 +41,10 @@ protected:
     QTemporaryDir m_folder;
 };
 
-TEST_F(SharedFolderTest, ASuffixCountsWhenAListsTextHoldsIt)
+TEST_F(SharedFolderTest, ASuffixMatchesIfItIsPartOfASuffixList)
 {
     const std::pair<int, std::vector<const char*>> cases[] = {
-        // A part of a suffix is enough, none at all too, and the first list that holds it decides.
+        // A part of a suffix matches, an empty suffix too, and the first list that contains it is used.
         {0, {"a.mp4", "a.MP4", "a.b.vob", "a.m2", "a.p", "a.w", "a.", "a.mp4 ", "mkv"}},
         {1, {"a.wav", "a.mp3", "a.4a"}},
         {2, {"a.jpeg", "a.gif", "a.pn", "a.if"}},
@@ -77,7 +77,7 @@ TEST_F(SharedFolderTest, TheWholeTreeIsListedInTheFileSystemsOrder)
     EXPECT_THAT(Found(), ElementsAreArray(expected));
 }
 
-TEST_F(SharedFolderTest, LinksAreFollowedUnlessTheyLeadBack)
+TEST_F(SharedFolderTest, LinksAreFollowedUnlessTheyFormACycle)
 {
     Put("a/clip.mp4");
     Put("b/logo.png");
@@ -90,13 +90,13 @@ TEST_F(SharedFolderTest, LinksAreFollowedUnlessTheyLeadBack)
     EXPECT_THAT(Found(), UnorderedElementsAreArray({"a/clip.mp4", "b/again/clip.mp4", "b/logo.png", "link.png"}));
 }
 
-TEST_F(SharedFolderTest, WhatCanNotBeReadIsPassedOver)
+TEST_F(SharedFolderTest, FilesThatCannotBeReadAreSkipped)
 {
     std::vector<std::string> expected = {"a.mp4", "z/c.mp4"};
     for (const char* name : {"a.mp4", "\xff\xfe.mp4", "closed/b.mp4", "z/c.mp4"})
         Put(name);
     fs::permissions(Path("closed"), fs::perms::none);
-    if (geteuid() == 0) // who may read everything
+    if (geteuid() == 0) // root may read everything
         expected.emplace_back("closed/b.mp4");
 
     EXPECT_THAT(Found(), UnorderedElementsAreArray(expected));
@@ -106,7 +106,7 @@ TEST_F(SharedFolderTest, WhatCanNotBeReadIsPassedOver)
         EXPECT_TRUE(CollectSharedFiles(QString::fromStdString(folder)).empty()) << folder;
 }
 
-TEST_F(SharedFolderTest, TheAppIsToldTheListOfTheFolderOfTheMoment)
+TEST_F(SharedFolderTest, TheAppReceivesTheListOfTheCurrentFolder)
 {
     SSettings settings;
     settings.sharedFolder = m_folder.path();

@@ -14,25 +14,25 @@ namespace {
 
 constexpr int kTypes = ResourceType::Last + 1;
 
-/// The places in the list of those objects in which the flag is true; "none" when none has the flag.
+/// Returns the indices of the objects in which the flag is true; "none" if no object has the flag.
 std::string Having(const char* flag, const std::vector<QJsonObject>& objects)
 {
-    std::string places;
+    std::string indices;
     bool isThere = false;
-    for (std::size_t place = 0; place < objects.size(); ++place) {
-        const QJsonValue value = objects[place][QLatin1String(flag)];
+    for (std::size_t index = 0; index < objects.size(); ++index) {
+        const QJsonValue value = objects[index][QLatin1String(flag)];
         isThere = isThere || value.isBool();
         if (value.toBool())
-            places += (places.empty() ? "" : " ") + std::to_string(place);
+            indices += (indices.empty() ? "" : " ") + std::to_string(index);
     }
-    return isThere ? places : "none";
+    return isThere ? indices : "none";
 }
 
 } // namespace
 
 class StageMediaTest : public SenderTestOf<CStageMsgSender> {
 protected:
-    /// How the one medium of a stage is described.
+    /// Returns the description of the only medium of a stage.
     QJsonObject Described(const SResource& resource, const std::function<void(SMediaProperties&)>& change = {})
     {
         LoadStage({resource}, {MakeMedium(31, resource, change)});
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(StageMediaTest, AMediumIsToldWithAllThatItHas)
+TEST_F(StageMediaTest, AMediumIsSentWithAllItsProperties)
 {
     SSettings settings;
     settings.stageStreamUrl = "rtsp://127.0.0.1/stage";
@@ -71,23 +71,23 @@ TEST_F(StageMediaTest, AMediumIsToldWithAllThatItHas)
              To::None, ""}});
 }
 
-TEST_F(StageMediaTest, ATurnedMediumIsPlacedByItsTurnedBackCorner)
+TEST_F(StageMediaTest, TheSourcePositionOfARotatedMediumIsItsCornerBeforeTheRotation)
 {
     const struct {
         float rotation;
         QPointF position, centre;
-        std::string told;
+        std::string expected;
     } cases[] = {
-        // The corner lies 100 left of and 50 above the centre.
+        // The corner is 100 left of and 50 above the centre.
         {90, {100, 50}, {200, 100}, R"("posX": 150, "posY": 200, "srcPosX": 100, "srcPosY": 50)"},
         // 200 - 100 cos 30 - 50 sin 30, 100 + 100 sin 30 - 50 cos 30
         {30, {100, 50}, {200, 100}, R"("posX": 88, "posY": 107, "srcPosX": 100, "srcPosY": 50)"},
-        // It is the corners that give the centre.
+        // The centre is calculated from the corners.
         {90, {10, -30.4}, {20, 10}, R"("posX": -20, "posY": 20, "srcPosX": 10, "srcPosY": -30)"},
         {0, {10, -30.4}, {20, 10}, R"("posX": 10, "posY": -30, "srcPosX": 10, "srcPosY": -30)"},
     };
 
-    for (const auto& [rotation, position, centre, told] : cases) {
+    for (const auto& [rotation, position, centre, expected] : cases) {
         SLayoutProperty layout;
         layout.rotation = rotation;
         layout.position = position;
@@ -95,12 +95,12 @@ TEST_F(StageMediaTest, ATurnedMediumIsPlacedByItsTurnedBackCorner)
         layout.corners = {centre - diagonal, QPointF(), centre + diagonal, QPointF()};
         const QJsonObject medium =
             Described(MakeResource(5, ResourceType::Picture), [&](SMediaProperties& made) { made.layout = layout; });
-        EXPECT_EQ(Of(medium, {"posX", "posY", "srcPosX", "srcPosY"}), Json('{' + told + '}')) << rotation;
+        EXPECT_EQ(Of(medium, {"posX", "posY", "srcPosX", "srcPosY"}), Json('{' + expected + '}')) << rotation;
         EXPECT_EQ(medium["rotation"], double{rotation});
     }
 }
 
-TEST_F(StageMediaTest, TextsAndDocumentsScrollAndWhatHasPagesKeepsItsOwnState)
+TEST_F(StageMediaTest, TextsAndDocumentsScrollAndMediaWithPagesHaveTheirOwnState)
 {
     const QJsonObject plain = {{"mediaState", 1}};
     const QJsonObject presentation = {{"mediaState", 7}};
@@ -110,13 +110,13 @@ TEST_F(StageMediaTest, TextsAndDocumentsScrollAndWhatHasPagesKeepsItsOwnState)
                                           "scrollInterval": 22, "scrollSpeed": 1.5})");
 
     for (int type = -1; type <= kTypes; ++type) {
-        const QJsonObject told = Described(MakeResource(5, type), [](SMediaProperties& medium) {
+        const QJsonObject described = Described(MakeResource(5, type), [](SMediaProperties& medium) {
             medium.play.currentState = 7;
             medium.play.scroll = {2, 0.1F, true, 11};
             medium.pageScroll = {3, 1.5F, false, 22};
         });
         const bool hasPages = type == 15 || type == 19 || type == 20 || type == 23 || type == 24;
-        EXPECT_EQ(Of(told, {"mediaState", "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"}),
+        EXPECT_EQ(Of(described, {"mediaState", "scrollMode", "headConnectTail", "scrollInterval", "scrollSpeed"}),
                   type == 8                  ? presentation
                   : type == 10 || type == 27 ? text
                   : hasPages                 ? document
@@ -125,11 +125,11 @@ TEST_F(StageMediaTest, TextsAndDocumentsScrollAndWhatHasPagesKeepsItsOwnState)
     }
 }
 
-TEST_F(StageMediaTest, WhatMayBeDoneDependsOnTheTypeAlone)
+TEST_F(StageMediaTest, TheSupportedOperationsDependOnTheTypeOnly)
 {
     std::vector<QJsonObject> media;
     std::vector<QJsonObject> items;
-    // Behind the types, as 28 and 29, groups of another kind than 0.
+    // After the types: groups of another kind than 0, with the indices 28 and 29.
     for (int number = 0; number < kTypes + 2; ++number) {
         SResource resource = MakeResource(5, number < kTypes ? number : int{ResourceType::Group});
         resource.groupType = number == 28 ? 1 : number == 29 ? -1 : 0;
@@ -164,7 +164,7 @@ TEST_F(StageMediaTest, WhatMayBeDoneDependsOnTheTypeAlone)
     }
 }
 
-TEST_F(StageMediaTest, TheListIsWholeOrNotSentAtAll)
+TEST_F(StageMediaTest, TheListIsSentCompletelyOrNotAtAll)
 {
     const SResource video = MakeResource(5, ResourceType::Video);
     const SResource gone = MakeResource(6, ResourceType::Video);
@@ -176,7 +176,7 @@ TEST_F(StageMediaTest, TheListIsWholeOrNotSentAtAll)
     for (const SResource& second : {video, gone, unplayed, withoutRecord}) {
         const SScene scene = MakeScene(3, {MakeMedium(30, video), MakeMedium(31, second), MakeMedium(32, video)});
         SProject project = MakeProject(1, {MakeGroup(2, {scene})}, {video, unplayed, group});
-        // The group is there, but no longer under its own id.
+        // The group exists, but the index has it under another id.
         project.resourceIndex.remove(Id(8));
         project.resourceIndex.insert(Id(9), 2);
         LoadShow({project});
@@ -192,7 +192,7 @@ TEST_F(StageMediaTest, TheListIsWholeOrNotSentAtAll)
     }
 }
 
-TEST_F(StageMediaTest, AnUnknownMediumsRequestComesBack)
+TEST_F(StageMediaTest, ARequestForAnUnknownMediumIsSentBack)
 {
     LoadStage({}, {MakeMedium(31, MakeResource(5, ResourceType::Video))});
 
@@ -203,7 +203,7 @@ TEST_F(StageMediaTest, AnUnknownMediumsRequestComesBack)
     }
 }
 
-TEST_F(StageMediaTest, AMediumsThumbnailHasItsShapeAndItsAlpha)
+TEST_F(StageMediaTest, AMediumsThumbnailHasItsAspectRatioAndAnAlphaChannel)
 {
     const SResource video = MakeResource(5, ResourceType::Video);
     LoadStage({video}, {MakeMedium(31, video)});

@@ -17,7 +17,7 @@ void Change(const std::function<void(SEffect&, SPlayback&)>& change)
 
 using StageSenderTest = SenderTestOf<CStageMsgSender>;
 
-TEST_F(StageSenderTest, EachQueryIsAnsweredToThoseItIsFor)
+TEST_F(StageSenderTest, EachQueryIsAnsweredToItsRecipients)
 {
     constexpr int kSources[] = {kNoSource,
                                 Source::App,
@@ -57,7 +57,7 @@ TEST_F(StageSenderTest, EachQueryIsAnsweredToThoseItIsFor)
     }
 }
 
-TEST_F(StageSenderTest, ColoursAndModesAreToldApart)
+TEST_F(StageSenderTest, ColoursAndModesAreNotMixedUp)
 {
     SProject project = MakeProject(7);
     project.appControlMode = 3;
@@ -65,7 +65,7 @@ TEST_F(StageSenderTest, ColoursAndModesAreToldApart)
     SSettings settings;
     settings.stagePreviewMode = 4;
     HostModels::SoftwareSetting().Load(settings, {});
-    // Each of another value, which single precision holds exactly.
+    // Different values that single precision represents exactly.
     Change([](SEffect& effect, SPlayback&) {
         effect.blue = 0.125F;
         effect.red = 0.25F;
@@ -84,10 +84,10 @@ TEST_F(StageSenderTest, ColoursAndModesAreToldApart)
                 "fSaturability": 0.7500001192092896, "fHue": 0.8750001192092896})"}});
 }
 
-TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
+TEST_F(StageSenderTest, ValuesAreCalculatedInSinglePrecision)
 {
     LoadShow({MakeProject(1)});
-    // Just below a power of two the sum falls between two floats.
+    // Slightly below a power of two the sum lies between two floats.
     Change([](SEffect& effect, SPlayback& playback) {
         playback.leftVolume = 0.49999997F;
         effect.volume = effect.hue = 0.99999994F;
@@ -102,7 +102,7 @@ TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
                   .toObject()["globalVolumn"],
               0);
 
-    // 0.29 is stored as less than that, but its hundredfold as 29.
+    // 0.29 is stored as a slightly smaller value, but 100 times this value is stored as 29.
     for (const auto& [luminance, percent] : {std::pair(1.0F, 100), std::pair(0.755F, 75), std::pair(0.999F, 99),
                                              std::pair(0.29F, 29), std::pair(-0.509F, -50)}) {
         Change([value = luminance](SEffect& effect, SPlayback&) { effect.luminance = value; });
@@ -112,7 +112,7 @@ TEST_F(StageSenderTest, ValuesAreReckonedInSinglePrecision)
     }
 }
 
-TEST_F(StageSenderTest, AScreenIsToldWithItsParts)
+TEST_F(StageSenderTest, AScreenIsSentWithItsDivisions)
 {
     SScreen screen = MakeScreen(2);
     screen.place = QRect(-1920, -5, 1920, 1080);
@@ -128,7 +128,7 @@ TEST_F(StageSenderTest, AScreenIsToldWithItsParts)
                   "0": {"x": 1280.5, "y": -0.25, "width": 2559.5, "height": 1080}}}}})"}});
 }
 
-TEST_F(StageSenderTest, WithoutAProjectWhatNeedsOneStaysSilent)
+TEST_F(StageSenderTest, QueriesThatNeedAProjectAreNotAnsweredWithoutOne)
 {
     for (const int code : {Command::StageSnapshot, Command::StageSnapshotAgain, Command::PictureAdjustment,
                            Command::VolumeState, Command::BlackScreenState, Command::MuteState})

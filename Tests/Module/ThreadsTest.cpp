@@ -19,7 +19,7 @@ using testing::Not;
 
 using ThreadsTest = ControllerTest;
 
-TEST_F(ThreadsTest, WhatAChannelDeliversLateDoesNothing)
+TEST_F(ThreadsTest, DeliveriesAfterUninitAreIgnored)
 {
     Start();
     const auto channels = RecordingChannels::Callbacks();
@@ -62,7 +62,7 @@ TEST_F(ThreadsTest, UninitWaitsForARequestThatIsBeingAnswered)
     std::promise<void> ended;
     std::thread watcher([&, end = ended.get_future()] {
         EXPECT_TRUE(WaitUntil(isEnding));
-        // A controller that doesn't wait is gone well within this time.
+        // A controller that doesn't wait is destroyed well within this time.
         EXPECT_EQ(end.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
         EXPECT_THAT(RecordingChannels::CallNames(), Not(Contains("App.Destroy")));
         goOn.set_value();
@@ -76,7 +76,7 @@ TEST_F(ThreadsTest, UninitWaitsForARequestThatIsBeingAnswered)
     EXPECT_THAT(RecordingChannels::CallNames(), Contains("App.Destroy"));
 }
 
-TEST_F(ThreadsTest, AStopAndTheLoginsAndNoticesThatComeMeanwhileDoNotWaitForOneAnother)
+TEST_F(ThreadsTest, AStopAndTheLoginsAndNoticesDuringItDoNotDeadlock)
 {
     CExternalController& controller = Start();
     const auto tcp = RecordingChannels::Callbacks().appTcp;
@@ -108,7 +108,7 @@ TEST_F(ThreadsTest, AStopAndTheLoginsAndNoticesThatComeMeanwhileDoNotWaitForOneA
     }
 }
 
-TEST_F(ThreadsTest, ARequestThatComesWhileInitStillRunsIsPassedOverOrAnswered)
+TEST_F(ThreadsTest, ARequestDuringInitIsIgnoredOrAnswered)
 {
     std::atomic<bool> enough{false};
     std::thread app;

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Encodes, and sees to it that at most one byte is written behind the text.
+/// Encodes, and checks that at most one byte is written after the text.
 QByteArray Encode(const QByteArray& data)
 {
     const std::string guard(16, '#');
@@ -25,7 +25,7 @@ QByteArray Encode(const QByteArray& data)
 
 } // namespace
 
-TEST(Base64, WhatWasEncodedComesBackWholeFromDecoding)
+TEST(Base64, DecodingRestoresTheEncodedBytes)
 {
     for (const int size : {0, 1, 2, 3, 3 << 20, (3 << 20) + 1, (6 << 20) + 2}) {
         QByteArray data(size, Qt::Uninitialized);

@@ -26,7 +26,7 @@ using testing::SizeIs;
 
 namespace {
 
-/// One adapter as a caller sees it who walks the chains.
+/// One adapter as read from the linked lists.
 struct SSeen {
     std::string name;
     std::string hardwareAddress;
@@ -43,7 +43,7 @@ ULONG NeededBytes()
     return bytes;
 }
 
-/// Reads into a buffer of just the needed size, which was not clean before.
+/// Reads into a buffer of exactly the required size that is filled with other bytes before.
 std::vector<SSeen> Adapters()
 {
     constexpr unsigned char dirt = 0xa5;
@@ -70,7 +70,7 @@ std::vector<SSeen> Adapters()
     return seen;
 }
 
-/// Lines for `ip -batch`; false when one of them failed.
+/// Runs these lines with `ip -batch`; returns false if one of them failed.
 bool RunIp(const std::string& lines)
 {
     std::FILE* ip = popen("PATH=\"$PATH:/usr/sbin:/sbin\" exec ip -batch -", "w");
@@ -80,19 +80,19 @@ bool RunIp(const std::string& lines)
     return pclose(ip) == 0;
 }
 
-/// Moves the test's thread, which is the process's first, to a network of its own that has loopback alone.
+/// Moves the test's thread, the main thread, to a new network namespace that has only the loopback interface.
 class IpHelperTest : public testing::Test {
 protected:
     void SetUp() override
     {
         m_home = open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC);
         if (m_home < 0 || unshare(CLONE_NEWNET) != 0)
-            GTEST_SKIP() << "no network namespace can be made here (root makes one): " << std::strerror(errno);
+            GTEST_SKIP() << "can't create a network namespace (root can): " << std::strerror(errno);
         m_moved = true;
         if (!RunIp("link add trial type veth peer name trial2\nlink del trial\n"))
-            GTEST_SKIP() << "no veth pair can be made here: the `ip` command or the kernel's veth is missing";
+            GTEST_SKIP() << "can't create a veth pair: the `ip` command or the kernel's veth is missing";
         if (QNetworkInterface::allInterfaces().size() != 1)
-            GTEST_SKIP() << "this kernel puts more than loopback into a new network namespace";
+            GTEST_SKIP() << "this kernel adds more than the loopback interface to a new network namespace";
     }
 
     void TearDown() override
@@ -109,7 +109,7 @@ private:
     bool m_moved = false;
 };
 
-TEST_F(IpHelperTest, LoopbackAloneIsNoAdapter)
+TEST_F(IpHelperTest, TheLoopbackInterfaceIsNotListed)
 {
     ASSERT_TRUE(RunIp("link set lo up\naddr add 10.1.2.3/8 dev lo label lo:1\n"));
     std::vector<IP_ADAPTER_INFO> buffer(10);
@@ -118,7 +118,7 @@ TEST_F(IpHelperTest, LoopbackAloneIsNoAdapter)
     EXPECT_EQ(GetAdaptersInfo(buffer.data(), &bytes), ERROR_NO_DATA);
 }
 
-TEST_F(IpHelperTest, ABufferOneByteShortIsAnsweredWithTheSizeOfEveryRecord)
+TEST_F(IpHelperTest, ABufferThatIsOneByteTooShortReturnsTheRequiredSize)
 {
     constexpr std::size_t kAdapters = 12;
     std::string pairs;
@@ -137,7 +137,7 @@ TEST_F(IpHelperTest, ABufferOneByteShortIsAnsweredWithTheSizeOfEveryRecord)
     EXPECT_THAT(Adapters(), SizeIs(kAdapters));
 }
 
-TEST_F(IpHelperTest, AdaptersComeInTheOrderOfTheirIndexWithTheirHardwareAddress)
+TEST_F(IpHelperTest, AdaptersAreListedByIndexWithTheirHardwareAddress)
 {
     ASSERT_TRUE(RunIp("link add zoe index 40 address 02:00:00:00:ab:01 type veth "
                       "peer name amy index 30 address 02:00:00:00:ab:02\n"
@@ -152,7 +152,7 @@ TEST_F(IpHelperTest, AdaptersComeInTheOrderOfTheirIndexWithTheirHardwareAddress)
                                         is("zoe", "02-00-00-00-ab-01", 40), is("bob", "02-00-00-00-ab-04", 100)));
 }
 
-TEST_F(IpHelperTest, AddressesOfAliasesAreChainedToTheirAdapterAndOneWithoutAnyHasZeros)
+TEST_F(IpHelperTest, AddressesOfAliasesBelongToTheirAdapterAndAnAdapterWithoutAnyHasZeros)
 {
     ASSERT_TRUE(RunIp("link add east index 11 type veth peer name west index 12\n"
                       "addr add 10.0.0.2/8 dev east\n"
@@ -165,7 +165,7 @@ TEST_F(IpHelperTest, AddressesOfAliasesAreChainedToTheirAdapterAndOneWithoutAnyH
     EXPECT_THAT(Adapters(), ElementsAre(Field(&SSeen::addresses, east), Field(&SSeen::addresses, west)));
 }
 
-TEST_F(IpHelperTest, TheGatewayIsThatOfTheDefaultRouteWithTheLowestMetric)
+TEST_F(IpHelperTest, TheGatewayIsTakenFromTheDefaultRouteWithTheLowestMetric)
 {
     ASSERT_TRUE(RunIp("link add east index 11 type veth peer name west index 12\n"
                       "link set east up\n"
@@ -185,7 +185,7 @@ TEST_F(IpHelperTest, TheGatewayIsThatOfTheDefaultRouteWithTheLowestMetric)
 TEST_F(IpHelperTest, ATunnelWithoutAHardwareAddressIsListed)
 {
     if (!RunIp("tuntap add tun0 mode tun\n"))
-        GTEST_SKIP() << "no tunnel can be made here: the kernel's tun device is missing";
+        GTEST_SKIP() << "can't create a tunnel: the kernel's tun device is missing";
     ASSERT_TRUE(RunIp("addr add 10.8.0.2/24 dev tun0\n"));
 
     const auto addresses = ElementsAre("10.8.0.2/255.255.255.0");

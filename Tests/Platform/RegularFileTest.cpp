@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-TEST(RegularFileTest, OpensRegularFilesAloneAndDoesNotWait)
+TEST(RegularFileTest, OnlyRegularFilesAreOpenedAndOpeningDoesNotBlock)
 {
     std::string name = (std::filesystem::temp_directory_path() / "RegularFileXXXXXX").string();
     const std::filesystem::path folder = mkdtemp(name.data());

@@ -58,7 +58,7 @@ protected:
 
     static void Upload(const QString& path) { RecordingChannels::Callbacks().uploadEnd(path.toStdString()); }
 
-    /// Once the resource is ready; in the project that was open at its upload.
+    /// Waits until the last resource of the open project is ready and returns it.
     static CResourceBase LastReady()
     {
         EXPECT_TRUE(WaitUntil([] { return !Resources().empty() && Resources().back().GetResDemuxered(); }));
@@ -74,7 +74,7 @@ protected:
     CHostLog m_log;
     CHostCommands m_commands;
     QObject m_context;
-    std::vector<std::pair<QUuid, bool>> m_ready; ///< what the host's signals said
+    std::vector<std::pair<QUuid, bool>> m_ready; ///< arguments of the host's signals
 };
 
 SScene MakeSceneWithCommands(int id)
@@ -90,7 +90,7 @@ SScene MakeSceneWithCommands(int id)
 
 } // namespace
 
-TEST_F(HostCommandsTest, OnlyTheNoticeOfTheUploadServerMakesAResource)
+TEST_F(HostCommandsTest, OnlyANoticeOfTheUploadServerCreatesAResource)
 {
     LoadShow({MakeProject(1)});
     const QString picture = MakePicture("uploads/stage.png");
@@ -125,7 +125,7 @@ TEST_F(HostCommandsTest, OnlyARegularFileBelowTheUploadFolderBecomesAResource)
     EXPECT_EQ(LastReady().GetPath(), Path("uploads/inside.png"));
 }
 
-TEST_F(HostCommandsTest, AFileOfTheSameNameRenewsItsResourceInItsProject)
+TEST_F(HostCommandsTest, AFileOfTheSameNameUpdatesItsResourceInItsProject)
 {
     LoadShow({MakeProject(1), MakeProject(2)});
     Upload(MakePicture("uploads/stage.png"));
@@ -168,7 +168,7 @@ TEST_F(HostCommandsTest, ARemoteCannotReportALoginOrItsEnd)
     EXPECT_FALSE(HostModels::UserModel().GetConnectState());
     LogIn();
     EXPECT_TRUE(HostModels::UserModel().GetConnectState());
-    HostModels::UserModel().SetConnectState(false); // which only a login changes
+    HostModels::UserModel().SetConnectState(false); // only a login changes this
     forge();
     EXPECT_FALSE(HostModels::UserModel().GetConnectState());
 }
@@ -188,7 +188,7 @@ TEST_F(HostCommandsTest, AKeywordWithoutACommandIsNamedInTheShowLog)
     EXPECT_TRUE(names.contains("unknown (0x777)")) << names.join('\n').toStdString();
 }
 
-TEST_F(HostCommandsTest, AScenesCommandsComeFromTheShowInWhichItPlayed)
+TEST_F(HostCommandsTest, AScenesCommandsAreReadFromTheShowInWhichItPlayed)
 {
     LoadShow({MakeProject(1, {MakeGroup(10, {MakeSceneWithCommands(11), MakeSceneWithCommands(12)})}), MakeProject(2)});
     CNotes sent;
@@ -212,10 +212,10 @@ TEST_F(HostCommandsTest, AScenesCommandsComeFromTheShowInWhichItPlayed)
     QCoreApplication::processEvents();
 
     EXPECT_THAT(sent.All(), ElementsAre("end 11", "start 12", "end 12"));
-    EXPECT_EQ(CSceneMgrModel::GetInstance()->GetAllSceneGroupId().size(), 0U) << "afterwards the present show is read";
+    EXPECT_EQ(CSceneMgrModel::GetInstance()->GetAllSceneGroupId().size(), 0U) << "afterwards the current show is read";
 }
 
-TEST_F(HostCommandsTest, AnEventIsReportedWhenReadersHaveTheChange)
+TEST_F(HostCommandsTest, AnEventIsReportedAfterTheChangeIsVisibleToReaders)
 {
     constexpr int kChanges = 500;
     LoadShow({MakeProject(1, {MakeGroup(10, {MakeScene(11), MakeScene(12)})})});

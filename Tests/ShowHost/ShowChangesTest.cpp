@@ -10,7 +10,8 @@
 
 namespace {
 
-/// A paused scene with a presentation of three pages, on a black stage; a second project without a name.
+/// Returns a show with a paused scene with a presentation of three pages on a black stage, and a second project without
+/// a name.
 SShow Stage()
 {
     SResource document = MakeResource(5, ResourceType::Presentation);

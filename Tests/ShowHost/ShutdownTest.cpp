@@ -10,7 +10,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// Ends the process unless the deadline does so first.
+/// Ends the process unless the deadline expires first.
 void WaitForTheDeadline(milliseconds limit)
 {
     CShutdownDeadline deadline([] { std::fputs("abandoned", stderr); }, limit);
@@ -22,14 +22,14 @@ void WaitForTheDeadline(milliseconds limit)
 
 } // namespace
 
-TEST(ShutdownDeathTest, AProcessThatDoesNotEndInTimeIsEndedWithItsExitCode)
+TEST(ShutdownDeathTest, AProcessThatDoesNotEndInTimeIsTerminatedWithItsExitCode)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
 
     EXPECT_EXIT(WaitForTheDeadline(milliseconds(1)), testing::ExitedWithCode(3), "abandoned");
 }
 
-TEST(ShutdownDeathTest, AProcessThatEndsInTimeIsLeftAlone)
+TEST(ShutdownDeathTest, AProcessThatEndsInTimeIsNotTerminated)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
 
