@@ -25,7 +25,7 @@ namespace {
 constexpr int kMaxRequests = 16;
 constexpr char kSeparator = '\x1e';
 constexpr std::size_t kRequestHeaderBytes = 3;
-/// Processor time, since the machine may be busy: sanitizers make the host about five times slower.
+/// In processor time, since the machine may be busy. Sanitizers make the host about five times slower.
 constexpr double kMaxSeconds = 5;
 constexpr char kAppIp[] = "10.0.0.7";
 constexpr std::uint16_t kAppPort = 4007;
@@ -65,7 +65,7 @@ public:
         FuzzHost::CloseApp();
         QCoreApplication::sendPostedEvents();
         RecordingChannels::ForgetCalls();
-        // The log only grows. Opening it anew costs more than most inputs.
+        // The log is not reset between inputs: reopening it takes longer than most inputs.
         if (++m_inputs % kInputsPerLog == 0)
             HostModels::ShowLog().Open(":memory:");
     }
@@ -176,7 +176,7 @@ void FuzzHost::RequireConsistent(const SShow& show)
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Never deleted: Qt's own static objects may go first.
+    // Never deleted: Qt's static objects may be destroyed first.
     static const QGuiApplication* const application = new QGuiApplication(*argc, *argv);
     static CHost host;
     s_host = &host;

@@ -11,12 +11,12 @@
 
 struct SShow;
 
-/// What a harness does with one input. Each harness defines this function and nothing else; FuzzHost.cpp calls it with
+/// Runs a harness with one input. Each harness defines this function and nothing else; FuzzHost.cpp calls it with
 /// the host in its initial state and checks afterwards that the show is consistent.
 void FuzzInput(std::string_view input);
 
 /// The module on recording channels in the stand-in host with the demo show, which also executes commands as showhost
-/// does: everything behind the sockets. Single-threaded, one instance a process.
+/// does: everything behind the sockets. Single-threaded, one instance per process.
 namespace FuzzHost {
 
 /// A request in an input of several; see ForEachRequest.
@@ -37,7 +37,7 @@ void SendEnvelope(EChannel channel, std::uint32_t code, std::string_view body);
 void SendBytes(EChannel channel, std::string bytes);
 /// Logs the app in as the user "demo".
 void LogIn();
-/// The app's connection has closed.
+/// Delivers the close notice of the app's connection.
 void CloseApp();
 
 /// Writes the input to a file of this process, and returns its path. The next call overwrites it.
@@ -45,7 +45,7 @@ QString WriteFile(std::string_view input);
 
 /// Reports the violated condition and aborts, which libFuzzer records as a crash.
 void Require(bool condition, const char* text);
-/// Whether what remotes may change is in its range.
+/// Checks that all values that remotes can change are within their ranges.
 void RequireConsistent(const SShow& show);
 
 } // namespace FuzzHost

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Writes the seeds of every harness and the dictionary that they share.
+"""Writes the seeds of every harness and their common dictionary.
 
 Seeds.py SOURCE-FOLDER OUTPUT-FOLDER
 
 The requests are the examples of Docs/Protocol.md and each message of Contract.json with a few bodies; files are those
-of the demo show and the examples of the documents. The same sources give the same seeds.
+of the demo show and the examples of the documents. The same sources always give the same seeds.
 """
 
 import json
@@ -15,7 +15,7 @@ import sys
 from pathlib import Path
 
 SEPARATOR = b"\x1e"
-# Of AppIntake.
+# Flags of AppIntake.
 BULK, CLOSE, LOG_IN, UPLOAD = 1, 4, 8, 16
 REQUESTS_PER_SEQUENCE = 6
 
@@ -38,13 +38,13 @@ class Sources:
         self.ids = sorted(set(re.findall(r"[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}", self.show)))
 
     def examples(self):
-        """Who asks, the code or 0, and the body, of each example in the protocol's order."""
+        """Yields the sender, the code or 0, and the body of each example, in the order of Docs/Protocol.md."""
         for asker, code, body in re.findall(r"```(?:json|text) ask (\S+) ?(0x[0-9a-fA-F]+)?\n(.*?)```", self.protocol,
                                             re.DOTALL):
             yield asker, int(code or "0", 16), compact(body.strip())
 
     def messages(self):
-        """Code, keywords of central control and of the cloud, of each message."""
+        """Yields the code and the keywords of central control and of the cloud of each message."""
         for message in self.contract["messages"]:
             yield int(message["code"], 16), {who: message.get(who, {}).get("keywords", []) for who in ("central", "cloud")}
 
@@ -154,7 +154,7 @@ def property_names(value):
 
 
 def dictionary(sources):
-    """In libFuzzer's format: a quoted text in each line."""
+    """Returns the dictionary in libFuzzer's format: one quoted text on each line."""
     words = {*NUMBERS, *TEXTS, *ENVELOPE_KEYS, *property_names(sources.contract), *sources.ids[:12], "{%s}" % sources.ids[0]}
     codes = []
     for code, keywords in sources.messages():
@@ -177,7 +177,7 @@ def main():
     add_messages(sources, seeds)
     add_others(sources, seeds)
     add_files(sources, seeds)
-    # Last: the build takes it for the result.
+    # Written last: the build uses this file as the output.
     (output / "Dictionary.txt").write_text(dictionary(sources), encoding="ascii")
 
 

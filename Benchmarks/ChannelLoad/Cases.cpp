@@ -14,11 +14,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr double kWarmUpShare = 0.1;
-/// Requests between two looks at the clock.
+/// Requests between two readings of the clock.
 constexpr std::size_t kRequestsPerLook = 64;
 constexpr int kTimeoutMs = 10'000;
 
-/// Calls step, which returns how many replies it got, until the time is over; the sum of them.
+/// Calls step, which returns the number of replies that it received, until the time is over; returns the sum.
 template <class Step>
 std::size_t RunFor(double seconds, Step& step)
 {
@@ -42,12 +42,12 @@ SLoad Measure(const SServer& server, double seconds, Step& step)
     const double cpu = server.process->CpuSeconds() - cpuBefore;
     const double ownCpu = CpuSecondsOf(CLOCK_PROCESS_CPUTIME_ID) - ownCpuBefore;
     if (requests == 0)
-        throw std::runtime_error(server.process->Name() + " answered nothing");
+        throw std::runtime_error(server.process->Name() + " sent no reply");
     const double count = static_cast<double>(requests);
     return {count / elapsed.count(), cpu / count * 1e6, (cpu + ownCpu) / elapsed.count(), {}};
 }
 
-/// Each has been answered once: the server has it in its books before anything is measured.
+/// Opens connections that have been answered once: the server has accepted them before anything is measured.
 std::deque<CConnection> Open(std::size_t count, const SServer& server, const SExchange& exchange)
 {
     std::deque<CConnection> connections;
@@ -56,7 +56,7 @@ std::deque<CConnection> Open(std::size_t count, const SServer& server, const SEx
     return connections;
 }
 
-/// Many connections in one epoll loop, each with one request under way.
+/// Many connections in one epoll loop, each with one pending request.
 class CTurns {
 public:
     CTurns(const SServer& server, const SExchange& exchange)
@@ -88,7 +88,7 @@ public:
         std::size_t replies = 0;
         for (std::size_t i = 0; i < static_cast<std::size_t>(ready); ++i) {
             const std::size_t index = m_events[i].data.u64;
-            // Part of a reply: the rest makes the connection ready again.
+            // A part of a reply: the connection becomes ready again for the rest.
             if (m_connections[index].ReceiveReplies() == 0)
                 continue;
             ++m_counts[index];
@@ -148,7 +148,7 @@ SLoad Cases::InFlight(const SServer& server, const SExchange& exchange, double s
     const auto receive = [&] {
         const std::size_t replies = connection.ReceiveReplies();
         if (replies > underWay)
-            throw std::runtime_error(server.process->Name() + " sent more replies than it was asked for");
+            throw std::runtime_error(server.process->Name() + " sent more replies than requests");
         underWay -= replies;
         return replies;
     };

@@ -32,7 +32,7 @@ int RunChild(const std::string& name, const std::function<int()>& main, pid_t pa
         Syscall::DieOnSignals();
         Syscall::Do("prctl", [] { return prctl(PR_SET_PDEATHSIG, SIGTERM); });
         if (getppid() != parent)
-            return kChildFailed; // it died before we could ask to be told
+            return kChildFailed; // the parent ended before PR_SET_PDEATHSIG took effect
         return main();
     } catch (const std::exception& error) {
         std::cerr << name << ": " << error.what() << std::endl;
@@ -54,7 +54,7 @@ CChildProcess::CChildProcess(std::string name, const std::function<int()>& main)
     const pid_t parent = getpid();
     m_pid = Syscall::Do("fork", [] { return fork(); });
     if (m_pid == 0)
-        _exit(RunChild(m_name, main, parent)); // what the parent owns is not the child's to destroy
+        _exit(RunChild(m_name, main, parent)); // the child must not destroy the parent's objects
     if (const int error = clock_getcpuclockid(m_pid, &m_cpuClock); error != 0)
         Syscall::Fail("clock_getcpuclockid", error);
 }
@@ -72,7 +72,7 @@ CChildProcess::~CChildProcess()
         kill(m_pid, SIGKILL);
         waitpid(m_pid, &m_status, 0);
     } else if (m_status != 0 && !(WIFSIGNALED(m_status) && WTERMSIG(m_status) == SIGTERM)) {
-        std::cerr << m_name << ' ' << TextOfStatus(m_status) << " when it was told to stop" << std::endl;
+        std::cerr << m_name << ' ' << TextOfStatus(m_status) << " after SIGTERM" << std::endl;
     }
 }
 

@@ -5,23 +5,23 @@
 
 #include <sys/types.h>
 
-/// Processor time that a process has had so far, in seconds.
+/// Returns the processor time that a process has used so far, in seconds.
 double CpuSecondsOf(clockid_t processClock);
 
-/// A process of our own that ends no later than this object, nor than this program, however that ends.
+/// A child process that ends with this object or with this program, even if the program crashes.
 class CChildProcess {
 public:
-    /// Forks; main runs in the child, which ends with the code that it returns. The child is pinned like its parent.
+    /// Forks and runs main in the child, whose exit code is main's return value. The child inherits the parent's cores.
     CChildProcess(std::string name, const std::function<int()>& main);
-    /// SIGTERM and a wait; SIGKILL if that doesn't help.
+    /// Sends SIGTERM and waits; sends SIGKILL if the process doesn't end.
     ~CChildProcess();
     CChildProcess(const CChildProcess&) = delete;
     CChildProcess& operator=(const CChildProcess&) = delete;
 
     const std::string& Name() const { return m_name; }
-    /// Of all its threads, not of processes that it started.
+    /// Includes all its threads, but not processes that it started.
     double CpuSeconds() const { return CpuSecondsOf(m_cpuClock); }
-    /// Throws if it has ended.
+    /// Throws if the process has ended.
     void ThrowIfEnded();
 
 private:

@@ -80,11 +80,11 @@ std::string ReceiveExactly(const std::string& name, const CDescriptor& socket, s
     return bytes;
 }
 
-/// How long the body is that follows the header of a right reply.
+/// Returns the length of the body after the header of a valid reply.
 std::size_t BodyBytes(const std::string& name, const std::string& header, const std::string& request)
 {
     if (header.compare(0, Envelope::kMarkBytes, Envelope::kCodeMark) != 0)
-        throw std::runtime_error(name + ": the reply is no envelope");
+        throw std::runtime_error(name + ": the reply is not an envelope");
     const std::uint32_t code = Envelope::ReadNumber(&header[Envelope::kMarkBytes]);
     if (code != Command::ReplyTo(static_cast<int>(Envelope::ReadNumber(&request[Envelope::kMarkBytes]))))
         throw std::runtime_error(name + ": the reply has the code " + std::to_string(code));
@@ -102,7 +102,7 @@ sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port)
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     if (inet_pton(AF_INET, ip.c_str(), &address.sin_addr) != 1)
-        throw std::runtime_error(ip + " is no IPv4 address");
+        throw std::runtime_error("expected an IPv4 address, got \"" + ip + '"');
     return address;
 }
 
@@ -128,7 +128,7 @@ std::string AskForReply(const std::string& name, const sockaddr_in& address, con
     }
     const QJsonObject json = QJsonDocument::fromJson(QByteArray::fromStdString(body)).object();
     if (!json.contains(QString::fromStdString(key)))
-        throw std::runtime_error(name + ": the reply doesn't tell " + key + ": " + body);
+        throw std::runtime_error(name + ": the reply has no key " + key + ": " + body);
     return header + body;
 }
 
@@ -152,7 +152,7 @@ std::size_t CConnection::ReceiveReplies()
     while (!arrived.empty()) {
         const std::size_t part = std::min(arrived.size(), reply.size() - m_ofReply);
         if (std::memcmp(arrived.data(), reply.data() + m_ofReply, part) != 0)
-            throw std::runtime_error(m_name + " gave an answer that differs from its first one");
+            throw std::runtime_error(m_name + " sent a reply that differs from its first one");
         arrived.remove_prefix(part);
         m_ofReply += part;
         if (m_ofReply == reply.size()) {
@@ -170,5 +170,5 @@ void CConnection::Exchange()
     while (replies == 0)
         replies = ReceiveReplies();
     if (replies > 1 || m_ofReply != 0)
-        throw std::runtime_error(m_name + " answered one request with more than one reply");
+        throw std::runtime_error(m_name + " sent more than one reply to a request");
 }

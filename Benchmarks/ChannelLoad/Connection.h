@@ -9,33 +9,33 @@
 
 #include <netinet/in.h>
 
-/// The one request that is sent over and over, and the one right reply.
+/// The request that is sent repeatedly, and its expected reply.
 struct SExchange {
     bool isDatagram = false; ///< UDP: request and reply are one datagram each
     std::string request;
     std::string reply;
 };
 
-/// Throws unless the text is a dotted IPv4 address.
+/// Throws if the text is not a dotted IPv4 address.
 sockaddr_in MakeAddress(const std::string& ip, std::uint16_t port);
 
-/// A request of the app protocol, as one whole envelope.
+/// Returns a request of the app protocol as one complete envelope.
 std::string MakeAppRequest(Command::Code code, std::string_view body);
-/// Sends the request once and returns the reply if it is a right one: a JSON object that has the key, and from the
-/// app's channel in an envelope with the request's code.
+/// Sends the request once and returns the reply. Throws if the reply is not a JSON object with the key, or on the app's
+/// channel not in an envelope with the request's code.
 std::string AskForReply(const std::string& name, const sockaddr_in& address, const SExchange& exchange,
                         const std::string& key);
 
-/// One client connection. What arrives is compared, byte for byte, with the reply repeated.
+/// One client connection. Received bytes are compared with repetitions of the expected reply.
 class CConnection {
 public:
     /// Name and exchange must outlive it.
     CConnection(const std::string& name, const sockaddr_in& address, const SExchange& exchange);
 
     int Descriptor() const { return m_socket.Get(); }
-    /// Sends whole requests.
+    /// Sends complete requests.
     void Send(std::string_view requests);
-    /// Waits until something has arrived; returns how many replies are complete with it.
+    /// Waits for data; returns how many replies it completes.
     std::size_t ReceiveReplies();
     /// Sends one request and waits for its reply.
     void Exchange();

@@ -42,7 +42,7 @@ constexpr SCase kPictureCases[] = {
 
 constexpr SCase kCentralCases[] = {
     {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw", IsHalfOfRaw},
-    // A lost datagram would end the run with an error.
+    // A lost datagram ends the run with an error.
     {"64 in flight, none lost", Cases::InFlight, false, "", nullptr},
 };
 
@@ -57,7 +57,7 @@ struct SSubject {
     const SCase* end;
 };
 
-// The bodies stay as they are: rates compare only between requests of one size.
+// Don't change the bodies: rates are comparable only between requests of the same size.
 constexpr SSubject kSubjects[] = {
     {"host name and version, by the app", R"({"client":"channelload","purpose":"measuring it"})", "version",
      Command::HostNameAndVersion, false, std::begin(kHostNameCases), std::end(kHostNameCases)},
@@ -77,7 +77,7 @@ struct SOptions {
     std::size_t core = 0;
 };
 
-/// The last of those that this process may use: the first ones serve most interrupts.
+/// Returns the last core that this process may use: the first cores serve most interrupts.
 std::size_t DefaultCore()
 {
     cpu_set_t cores;
@@ -103,7 +103,7 @@ double NumberOf(const QCommandLineParser& parser, const QString& option, double 
     bool isNumber = false;
     const double number = parser.value(option).toDouble(&isNumber);
     if (!isNumber || number < least || number > most) {
-        throw std::runtime_error(QStringLiteral("--%1 %2: a number from %3 to %4 is wanted")
+        throw std::runtime_error(QStringLiteral("--%1: expected a number from %3 to %4, got \"%2\"")
                                      .arg(option, parser.value(option))
                                      .arg(least)
                                      .arg(most)
@@ -115,20 +115,21 @@ double NumberOf(const QCommandLineParser& parser, const QString& option, double 
 SOptions ReadOptions(const QCoreApplication& application)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription("Measures showhost's channels beside a raw epoll echo on one core.");
+    parser.setApplicationDescription(
+        "Compares the throughput of showhost's channels with a raw epoll echo on one core.");
     parser.addHelpOption();
     parser.addOptions({
         {"showhost", "The program to measure.", "path"},
-        {"show", "The show that it loads.", "file"},
-        {"rounds", "How often each case is measured.", "count", "5"},
-        {"seconds", "How long each time.", "seconds", "1"},
-        {"address", "Where both servers listen; showhost's ports are fixed.", "ip", "127.0.0.41"},
+        {"show", "The show to load.", "file"},
+        {"rounds", "Number of measurements of each case.", "count", "5"},
+        {"seconds", "Duration of each measurement.", "seconds", "1"},
+        {"address", "Address of both servers; showhost's ports are fixed.", "ip", "127.0.0.41"},
         {"core", "The core for both servers and the client.", "number", QString::number(DefaultCore())},
-        {"json", "Writes the figures there too.", "file"},
+        {"json", "Write the results to this file too.", "file"},
     });
     parser.process(application);
     if (!parser.isSet("showhost") || !parser.isSet("show") || !parser.positionalArguments().isEmpty())
-        throw std::runtime_error("--showhost PATH and --show FILE are wanted; --help tells the rest");
+        throw std::runtime_error("expected --showhost PATH and --show FILE; see --help");
     return {parser.value("showhost"),
             parser.value("show"),
             parser.value("address"),
@@ -144,8 +145,8 @@ double LoadAverage()
     return getloadavg(&average, 1) == 1 ? average : 0;
 }
 
-/// Returns once neither server works any more on what the last case left behind, such as closed connections. One that
-/// never rests is measured all the same: it is part of how it is.
+/// Waits until both servers have finished work that the last case left, such as closing connections; at most 1 s, since
+/// constant background work is part of the measurement.
 void WaitUntilQuiet(const SServer& one, const SServer& other)
 {
     constexpr std::chrono::milliseconds period(10);
@@ -175,7 +176,7 @@ std::vector<SCaseRounds> RunCases(const SServer& raw, const SServer& showhost, c
                 WaitUntilQuiet(raw, showhost);
                 loads.push_back(rounds.testCase->run(server, exchange, options.seconds));
             };
-            // Neither server always has the machine that the other one left.
+            // The order changes, so that neither server always runs after the other one.
             if (round % 2 != 0)
                 run(showhost, rounds.showhost);
             run(raw, rounds.raw);

@@ -65,7 +65,7 @@ private:
 
     void Answer(int peer)
     {
-        // Neither call waits: the one is ready, and the client never has more under way than the buffers hold.
+        // Neither call blocks: the socket is readable, and the buffers can hold all of the client's pending data.
         const auto count = recv(peer, m_read.data(), m_read.size(), 0);
         if (count <= 0) {
             m_unanswered.erase(peer);
@@ -86,9 +86,9 @@ private:
     const CDescriptor m_epoll;
     const std::size_t m_requestBytes;
     const std::size_t m_replyBytes;
-    std::string m_replies; ///< for all the requests that one read can hold
+    std::string m_replies; ///< for all requests that fit into one read
     std::array<char, kReadBytes> m_read;
-    std::map<int, std::size_t> m_unanswered; ///< bytes of a request that isn't whole yet, by descriptor
+    std::map<int, std::size_t> m_unanswered; ///< bytes of an incomplete request, by descriptor
 };
 
 [[noreturn]] void EchoDatagrams(const CDescriptor& server, const std::string& reply)

@@ -3,12 +3,12 @@
 #include "ChannelLoad/ChildProcess.h"
 #include "ChannelLoad/Connection.h"
 
-/// The least that a server can do on this machine: one thread, level-triggered epoll, one read and one write for what
-/// is at hand; for datagrams one that waits in recvfrom. It looks at no byte: for each request's length that arrives,
-/// the reply goes out.
+/// The minimum work of a server, for comparison: one thread, level-triggered epoll, one read and one write for all
+/// available requests; for datagrams a blocking recvfrom. It doesn't parse: it sends one reply for each received
+/// request length.
 class CRawEcho {
 public:
-    /// Listens on a free port of the address.
+    /// Starts a server that listens on a free port of the address.
     CRawEcho(const std::string& ip, const SExchange& exchange);
 
     const CChildProcess& Process() const { return m_process; }

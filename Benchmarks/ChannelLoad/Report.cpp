@@ -16,7 +16,7 @@ struct SCaseFigures {
     SServerFigures showhost;
 };
 
-/// The median over the rounds of what figure(round) gives.
+/// Returns the median of figure(round) over the rounds.
 template <class Figure>
 double MedianOf(std::size_t rounds, Figure figure)
 {
@@ -50,7 +50,7 @@ SServerFigures FiguresOf(const SCaseRounds& rounds, const SCaseRounds& firstRoun
     return figures;
 }
 
-/// Over everything that was measured: much below 1, the rates tell as much about other processes as about the servers.
+/// Over all measurements. If it is much below 1, other processes have influenced the rates.
 double CoreShare(const std::vector<SCaseRounds>& cases)
 {
     std::vector<SLoad> loads;

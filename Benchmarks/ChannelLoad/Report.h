@@ -7,8 +7,8 @@
 
 class QJsonObject;
 
-/// The figures of one server in one case: medians over the rounds. Ratios are taken within a round, where both saw the
-/// same machine, before their median is.
+/// The results of one server in one case: medians over the rounds. Ratios are calculated within each round, where both
+/// servers had the same conditions; the result is the median of the ratios.
 struct SServerFigures {
     double requestsPerSecond = 0;
     double cpuMicroseconds = 0;
@@ -22,11 +22,11 @@ struct SCase {
     const char* name;
     SLoad (*run)(const SServer& server, const SExchange& exchange, double seconds);
     bool isComparedWithFirst;
-    const char* target; ///< for showhost, or empty
+    const char* target; ///< of showhost, or empty
     bool (*isMet)(const SServerFigures& showhost);
 };
 
-/// All rounds of one case; the first case is the one that losses are taken against.
+/// All rounds of one case. Losses are relative to the first case.
 struct SCaseRounds {
     const SCase* testCase;
     std::vector<SLoad> raw;
@@ -47,9 +47,9 @@ struct SRunConditions {
 namespace Report {
 
 void Print(std::ostream& out, const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
-/// What the columns are.
+/// Writes the explanation of the columns.
 void Explain(std::ostream& out);
-/// The medians and every round's figures.
+/// Returns the medians and the results of each round.
 QJsonObject ToJson(const SRunConditions& conditions, const std::vector<SCaseRounds>& cases);
 
 } // namespace Report

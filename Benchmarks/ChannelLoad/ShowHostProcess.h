@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-/// A folder that is gone with this object.
+/// A temporary folder that is deleted with this object.
 class CTemporaryFolder {
 public:
     CTemporaryFolder();
@@ -19,10 +19,10 @@ private:
     std::filesystem::path m_path;
 };
 
-/// A showhost of our own with fresh state.
+/// A showhost process with an empty state folder.
 class CShowHostProcess {
 public:
-    /// Returns once it says that it is ready.
+    /// Starts showhost and waits until it prints that it is ready.
     CShowHostProcess(const std::string& program, const std::string& show, const std::string& ip);
 
     const CChildProcess& Process() const { return m_process; }
@@ -35,6 +35,6 @@ private:
     const sockaddr_in m_appAddress;
     const sockaddr_in m_centralAddress;
     const CTemporaryFolder m_folder;
-    const std::filesystem::path m_output; ///< its standard output: a file never makes it wait for a reader
+    const std::filesystem::path m_output; ///< its standard output: writing to a file never blocks
     CChildProcess m_process;
 };

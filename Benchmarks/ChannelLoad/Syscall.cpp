@@ -14,7 +14,7 @@ constexpr int kEndSignals[] = {SIGINT, SIGTERM, SIGHUP};
 void SetHandler(void (*handler)(int))
 {
     struct sigaction action = {};
-    action.sa_handler = handler; // without SA_RESTART: a call that waits has to come back
+    action.sa_handler = handler; // without SA_RESTART: a blocking call must return
     for (const int number : kEndSignals)
         Syscall::Do("sigaction", [&] { return sigaction(number, &action, nullptr); });
 }
@@ -44,7 +44,7 @@ void Syscall::Fail(const char* name)
 
 void Syscall::Fail(const char* name, int error)
 {
-    // All sockets here are blocking ones: the only "again" is that of a time limit that has passed.
+    // All sockets are blocking: EAGAIN means that a time limit has expired.
     throw std::system_error(error == EAGAIN ? ETIMEDOUT : error, std::generic_category(), name);
 }
 

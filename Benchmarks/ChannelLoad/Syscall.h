@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-/// The person at the keyboard, or the system, wants the program to end.
+/// The user or the system has asked the program to end.
 class CInterrupted : public std::exception {
 public:
     const char* what() const noexcept override { return "interrupted"; }
@@ -12,19 +12,20 @@ public:
 
 namespace Syscall {
 
-/// From here on SIGINT, SIGTERM and SIGHUP make the next call throw CInterrupted instead of killing the process, so
-/// that what has been started is ended on the way out.
+/// After this, SIGINT, SIGTERM and SIGHUP make the next call throw CInterrupted instead of killing the process, so that
+/// child processes are ended.
 void InterruptOnSignals();
-/// The signals' usual effect again, for a child that only has to die.
+/// Restores the default action of the signals, for child processes.
 void DieOnSignals();
-/// Throws if a signal has come; for loops whose calls may never have to wait.
+/// Throws if a signal was received; for loops whose calls may never block.
 void ThrowIfInterrupted();
 
-/// Throws for errno as the call left it.
+/// Throws an error for the current errno.
 [[noreturn]] void Fail(const char* name);
 [[noreturn]] void Fail(const char* name, int error);
 
-/// Makes one system call: its result, or an exception that names it. A call that another signal broke off is repeated.
+/// Makes one system call and returns its result; throws an exception that names it on failure. Repeats a call that
+/// another signal interrupted.
 template <class Call>
 auto Do(const char* name, Call&& call)
 {

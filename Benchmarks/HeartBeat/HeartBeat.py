@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""How long an app's heartbeat takes while another app fetches a list of 10,000 resources, again and again.
+"""Measures how long an app's heartbeat takes while another app repeatedly requests a list of 10,000 resources.
 
 HeartBeat.py PATH-OF-SHOWHOST [SECONDS]
 """
@@ -30,16 +30,16 @@ def show():
     return {"name": "Many resources", "projects": [{"id": str(uuid.uuid4()), "name": "Many", "resources": resources}]}
 
 
-def fetch(ends, fetched):
+def fetch(stop, fetched):
     channel = AppChannel(ADDRESS, CONTROL_PORT)
-    while not ends.is_set():
+    while not stop.is_set():
         channel.send(RESOURCE_LIST)
         _, body = channel.receive_bytes()
         fetched.append(len(body))
 
 
 def beat(seconds):
-    """Milliseconds of each heartbeat, least first."""
+    """Returns the times of all heartbeats in milliseconds, sorted."""
     channel = AppChannel(ADDRESS, CONTROL_PORT)
     times = []
     end = time.monotonic() + seconds
@@ -51,9 +51,9 @@ def beat(seconds):
     return sorted(times)
 
 
-def tell(what, times):
+def print_times(what, times):
     print(f"{what}: {len(times)} heartbeats, median {statistics.median(times):.2f} ms, "
-          f"99th percentile {times[len(times) * 99 // 100]:.2f} ms, most {times[-1]:.2f} ms")
+          f"99th percentile {times[len(times) * 99 // 100]:.2f} ms, maximum {times[-1]:.2f} ms")
 
 
 def main():
@@ -63,15 +63,15 @@ def main():
         file = Path(folder) / "Many.zxc"
         file.write_text(json.dumps(show()), encoding="utf-8")
         with ShowHost(ADDRESS, folder, "--quiet", "--show", file):
-            tell("alone", beat(seconds))
+            print_times("without other requests", beat(seconds))
             with multiprocessing.Manager() as manager:
-                ends, fetched = manager.Event(), manager.list()
-                fetcher = multiprocessing.Process(target=fetch, args=(ends, fetched))
+                stop, fetched = manager.Event(), manager.list()
+                fetcher = multiprocessing.Process(target=fetch, args=(stop, fetched))
                 fetcher.start()
                 while not fetched:
                     time.sleep(0.1)
-                tell("beside the list", beat(seconds))
-                ends.set()
+                print_times("during list requests", beat(seconds))
+                stop.set()
                 fetcher.join()
                 print(f"lists: {len(fetched)} of {fetched[0] / 1e6:.1f} MB")
 

@@ -1,4 +1,4 @@
-// Measures ReadJson beside QJsonDocument::fromJson, which it calls after looking through the text.
+// Compares ReadJson with QJsonDocument::fromJson, which ReadJson calls after scanning the text.
 
 #include "ExternalController/Common/JsonReader.h"
 
@@ -21,13 +21,13 @@ namespace {
 struct SText {
     std::string name;
     QByteArray text;
-    double aim; ///< how many times what fromJson takes ReadJson may take
+    double aim; ///< maximum ratio of ReadJson's time to fromJson's
 };
 
 constexpr double kSmallAim = 1.7;
 constexpr double kAim = 1.3;
 
-/// An object with these keys, in random order, each with the same value.
+/// Returns an object with these keys in random order, each with the same value.
 QByteArray Shuffled(const QByteArray& start, int count, const QByteArray& value)
 {
     std::vector<int> numbers(static_cast<std::size_t>(count));
@@ -40,7 +40,7 @@ QByteArray Shuffled(const QByteArray& start, int count, const QByteArray& value)
     return text;
 }
 
-/// As the module's lists: objects with 24 keys.
+/// Returns a list like the module's: objects with 24 keys.
 QJsonObject List(int count)
 {
     QJsonArray items;
@@ -72,7 +72,7 @@ std::vector<SText> Texts()
     };
 }
 
-/// Prints one line a text, once all have run: the medians of the processor time and their ratio.
+/// Prints one line for each text after all have run: the medians of the processor time and their ratio.
 class CReporter : public benchmark::BenchmarkReporter {
 public:
     explicit CReporter(const std::vector<SText>& texts) : m_texts(texts) {}
@@ -117,7 +117,7 @@ void Register(const std::string& name, const SText& text, Read read)
     benchmark::RegisterBenchmark(name.c_str(), [&text, read](benchmark::State& state) {
         for (auto _ : state) {
             if (read(text.text).isNull())
-                state.SkipWithError("the text was not read");
+                state.SkipWithError("the text could not be read");
         }
     });
 }
@@ -126,7 +126,7 @@ void Register(const std::string& name, const SText& text, Read read)
 
 int main(int argc, char* argv[])
 {
-    // A flag that is given comes later than its default, and counts.
+    // A flag of the command line follows its default and overrides it.
     std::vector<char*> arguments(argv, argv + argc);
     char repetitions[] = "--benchmark_repetitions=11";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";

@@ -13,15 +13,15 @@
 
 class QImage;
 
-/// One request, answered by the module and by hand. Both work from the same data to the same text.
+/// One request, answered by the module and by handwritten code. Both produce the same text from the same data.
 struct SCase {
     std::string name;
-    int items;                     ///< how many the list in the reply has
-    double aim;                    ///< how many times what it costs by hand it may cost the module
-    std::function<void()> prepare; ///< makes the host what the request asks about; not measured
+    int items;                     ///< number of items of the list in the reply
+    double aim;                    ///< maximum ratio of the module's time to that of the handwritten code
+    std::function<void()> prepare; ///< prepares the host's data for the request; not measured
     std::function<void()> ask;
     std::function<QByteArray()> byHand;
-    /// Whether what the module has sent, packet by packet, has in it what is made by hand. Empty: it ends with it.
+    /// Returns whether the module's packets contain the handwritten reply. If empty, they must end with it.
     std::function<bool(const std::vector<QByteArray>& sent, const QByteArray& text)> isSame = {};
 };
 
@@ -35,21 +35,21 @@ std::vector<SCase> SharedFolderList();
 std::vector<SCase> MediaThumbnail();
 std::vector<SCase> LogTables();
 std::vector<SCase> ProjectExport();
-/// Those whose memory is measured: by hand it is that of one picture and the project's document.
+/// The cases whose memory is measured; handwritten, it is that of one picture and the project's document.
 std::vector<SCase> ProjectExportMemory();
 
 } // namespace Cases
 
-/// Hands the module a request whose body comes as text.
+/// Delivers a request with this body text to the module.
 void Ask(int code, const QByteArray& body, Source::Flag source = Source::App);
 
-/// A host whose one project has this in it.
+/// Loads a show with one project with these contents.
 SShow ShowOf(SProject project);
-/// Smooth like a photo, with some grain and a transparent edge.
+/// Returns a picture that is smooth like a photo, with some noise and a transparent edge.
 QImage MakePicture(const QSize& size);
-/// The same id for the same numbers.
+/// Returns the same id for the same numbers.
 QUuid IdOf(int kind, int number);
 
-/// The numbers below count in the order of their decimal texts. A list with these keys grows at its end alone; in
-/// numerical order a long one takes far longer to build.
+/// Returns the numbers below count in the order of their decimal texts. Inserting keys in this order only appends; in
+/// numerical order a long list takes far longer to build.
 std::vector<int> InTextOrder(int count);

@@ -5,13 +5,13 @@
 #include <functional>
 #include <vector>
 
-/// The channels and the timer of the module that is measured: they throw away what goes out, so that a figure is the
-/// module's own.
+/// The channels and the timer of the measured module. They discard all packets, so that only the module's time is
+/// measured.
 namespace CountingChannels {
 
-/// How many packets have gone out so far.
+/// Returns the number of packets that were sent so far.
 int Sent();
-/// The bodies of the packets that go out while send runs.
+/// Returns the bodies of the packets that are sent while send runs.
 std::vector<QByteArray> BodiesSentBy(const std::function<void()>& send);
 
 } // namespace CountingChannels

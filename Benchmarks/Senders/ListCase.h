@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-/// The case "name/count" of a query without keys that is answered with a list. read gets what the module's own reply
-/// says of each item, once; byHand writes the reply from that.
+/// Returns the case "name/count" of a query without keys that is answered with a list. read receives each item of the
+/// module's reply once; byHand writes the reply from these items.
 template <class Item, class Read>
 SCase ListCase(const std::string& name, int code, int count, SShow show, Read read,
                QByteArray (*byHand)(const std::vector<Item>&))

@@ -33,7 +33,7 @@ SRecords MakeRecords()
     return records;
 }
 
-/// The log model holds them then, and isn't asked for more.
+/// Loads the records into the log model; they are not queried again.
 void Load(const SRecords& records)
 {
     CShowLog& log = HostModels::ShowLog();

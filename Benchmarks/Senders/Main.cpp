@@ -27,7 +27,7 @@ std::vector<SCase> AllCases()
     return all;
 }
 
-/// Those whose memory is measured.
+/// The cases whose memory is measured.
 std::vector<SCase> MemoryCases()
 {
     std::vector<SCase> cases = Cases::ProjectExportMemory();
@@ -37,11 +37,11 @@ std::vector<SCase> MemoryCases()
 
 bool IsSame(const SCase& measured, const std::vector<QByteArray>& sent, const QByteArray& text)
 {
-    // A picture has its id before it.
+    // A picture follows its id.
     return measured.isSame ? measured.isSame(sent, text) : !sent.empty() && sent.back().endsWith(text);
 }
 
-/// Throws unless the module's answer is the one that is made by hand.
+/// Throws if the module's answer differs from the handwritten one.
 void Check(const SCase& measured)
 {
     static std::set<std::string> checked;
@@ -49,7 +49,7 @@ void Check(const SCase& measured)
         return;
     const QByteArray text = measured.byHand();
     if (text.isEmpty() || !IsSame(measured, CountingChannels::BodiesSentBy(measured.ask), text))
-        throw std::runtime_error("the module's answer isn't the one that is made by hand");
+        throw std::runtime_error("the module's answer differs from the handwritten one");
     checked.insert(measured.name);
 }
 
@@ -78,14 +78,14 @@ void Register(const SCase& measured)
             const int before = CountingChannels::Sent();
             measured.ask();
             if (CountingChannels::Sent() == before)
-                state.SkipWithError("nothing was sent");
+                state.SkipWithError("no packet was sent");
         });
     });
 }
 
 void Run(int argc, char** argv)
 {
-    // A flag that is given comes later than its default, and counts.
+    // A flag of the command line follows its default and overrides it.
     std::vector<char*> arguments(argv, argv + argc);
     char repetitions[] = "--benchmark_repetitions=11";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
@@ -94,7 +94,7 @@ void Run(int argc, char** argv)
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
-        throw std::runtime_error("--help tells what is known");
+        throw std::runtime_error("unknown argument; see --help");
 
     const std::vector<SCase> cases = AllCases();
     CRatioReporter reporter(cases);
@@ -102,7 +102,7 @@ void Run(int argc, char** argv)
         Register(measured);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     if (reporter.HasFailed())
-        throw std::runtime_error("not every case could be measured");
+        throw std::runtime_error("some cases could not be measured");
     for (const SCase& measured : MemoryCases()) {
         const auto [byHand, module] = PeakMemory::Measure(measured.name);
         reporter.PrintMemory(measured, byHand, module);
@@ -115,7 +115,7 @@ int main(int argc, char* argv[])
 {
     // Pictures need a GUI application.
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Qt complains where nobody has logged in, in each process that measures memory.
+    // Without XDG_RUNTIME_DIR, Qt prints a warning in each process that measures memory.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     const QGuiApplication application(argc, argv);
     SSettings settings;

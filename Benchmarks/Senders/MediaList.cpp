@@ -31,7 +31,7 @@ constexpr std::array kMediaFlags = {"isMuted",
                                     "isSupportScroll",
                                     "isSupportModifyScrollDirection"};
 
-/// What the list says of a medium.
+/// The data of a medium in the list.
 struct SListedMedium {
     QUuid id;
     QUuid resourceId;
@@ -116,7 +116,7 @@ SListedMedium ReadMedium(const QJsonObject& item)
     return medium;
 }
 
-/// The flags and the turned corners follow from rules of the module's that don't belong to the writing of the list.
+/// The flags and the rotated corners are calculated by the module; this is not part of writing the list.
 std::vector<SListedMedium> ReadList(int count, const QByteArray& sent)
 {
     const QJsonObject items = QJsonDocument::fromJson(sent).object()["mediaList"].toObject();

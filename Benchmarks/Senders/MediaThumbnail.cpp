@@ -15,7 +15,7 @@ const QImage& Image()
     return image;
 }
 
-/// In the place of the host's: what it takes to paint a medium is no cost of the module's.
+/// Replaces the host's function: the time to paint a medium is not the module's.
 class CReadyRenderController : public CRenderController {
 public:
     QImage GetStageViewImage() override { return Image(); }

@@ -22,18 +22,18 @@ std::size_t ReadStatus(const std::string& key)
         if (line.compare(0, key.size(), key) == 0)
             return std::stoul(line.substr(key.size()));
     }
-    throw std::runtime_error("/proc/self/status: there is no " + key);
+    throw std::runtime_error("/proc/self/status: no line starts with " + key);
 }
 
 template <class Way>
 std::size_t GrowthOf(const Way& way)
 {
     way();
-    // What is free already would hide what the way takes.
+    // Memory that is already free would hide the memory that the code uses.
     malloc_trim(0);
-    // 5: the highest so far is forgotten.
+    // Writing 5 resets the peak.
     if (!(std::ofstream("/proc/self/clear_refs") << 5 << std::flush))
-        throw std::runtime_error("/proc/self/clear_refs: can't be written");
+        throw std::runtime_error("can't write /proc/self/clear_refs");
     const std::size_t before = ReadStatus("VmRSS:");
     way();
     return ReadStatus("VmHWM:") - before;
@@ -48,7 +48,7 @@ std::size_t GrowthInChild(const QString& way, const std::string& name)
     bool isNumber = false;
     const auto growth = static_cast<std::size_t>(child.readAllStandardOutput().trimmed().toULongLong(&isNumber));
     if (!isNumber)
-        throw std::runtime_error("the peak of the memory isn't told");
+        throw std::runtime_error("the child process printed no memory peak");
     return growth;
 }
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// The memory that an answer needs at its highest, on top of what the process has, in kilobytes. Each way is measured
-/// in a process of its own, which has answered once before.
+/// The peak of the memory that an answer needs in addition to the process's memory, in kilobytes. The module and the
+/// handwritten code are measured in separate processes, which have answered once before.
 namespace PeakMemory {
 
 struct SPeaks {
@@ -17,9 +17,9 @@ struct SPeaks {
     std::size_t module;
 };
 
-/// Starts this program once more for each way of the case that is called so.
+/// Starts this program twice for the case with this name: for the module and for the handwritten code.
 SPeaks Measure(const std::string& name);
-/// In a program that Measure has started: prints the figure of the case that it names. False in any other.
+/// Prints the peak of the case and returns true in a process that Measure has started; returns false in others.
 bool PrintAsChild(const QStringList& arguments, const std::vector<SCase>& cases);
 
 } // namespace PeakMemory

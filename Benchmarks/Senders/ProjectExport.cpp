@@ -25,7 +25,7 @@ namespace {
 constexpr double kAim = 1.15;
 constexpr double kMemoryAim = 1.2;
 
-/// In the place of the host's: what it takes to paint a resource is no cost of the module's.
+/// Replaces the host's function: the time to paint a resource is not the module's.
 const QPixmap& Thumbnail()
 {
     static const QPixmap picture = QPixmap::fromImage(MakePicture({320, 180}));
@@ -57,7 +57,7 @@ QByteArray PictureByHand()
     QBuffer buffer(&jpeg);
     buffer.open(QIODevice::WriteOnly);
     Thumbnail().save(&buffer, "jpg");
-    // The encoder may end the text with a zero.
+    // The encoder may append a null character.
     QByteArray text((jpeg.size() + 2) / 3 * 4 + 1, Qt::Uninitialized);
     text.resize(hv_base64_encode(reinterpret_cast<const unsigned char*>(jpeg.constData()),
                                  static_cast<unsigned int>(jpeg.size()), text.data()));

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-/// What the benchmark of a case's one way is called.
+/// Returns the name of the benchmark of the module or of the handwritten code.
 std::string ModuleName(const SCase& measured);
 std::string ByHandName(const SCase& measured);
 
-/// Prints one line a case, once all have run: the medians of the processor time, and how many times the module takes.
+/// Prints one line for each case after all have run: the medians of the processor time and their ratio.
 class CRatioReporter : public benchmark::BenchmarkReporter {
 public:
     explicit CRatioReporter(const std::vector<SCase>& cases) : m_cases(cases) {}
@@ -22,7 +22,7 @@ public:
     void Finalize() override;
 
     bool HasFailed() const { return m_hasFailed; }
-    /// A line for what isn't time, in kilobytes.
+    /// Prints a line with memory peaks in kilobytes.
     void PrintMemory(const SCase& measured, std::size_t byHand, std::size_t module);
 
 private:

@@ -17,7 +17,7 @@ constexpr std::array kResourceFlags = {"showResolution",    "needPushStream",   
                                        "streamWithAlpha",   "isSupportScroll",   "volumeSupport",     "isUsedFlag",
                                        "isSupportFillMode", "isHasRealThumbnail"};
 
-/// What the list says of a resource.
+/// The data of a resource in the list.
 struct SListedResource {
     SResourceProperties properties;
     std::array<bool, kResourceFlags.size()> flags;
@@ -43,7 +43,7 @@ SShow MakeShow(int count)
     return ShowOf(std::move(project));
 }
 
-/// The flags follow from rules of the module's that don't belong to the writing of the list.
+/// The flags are calculated by the module; this is not part of writing the list.
 std::vector<SListedResource> ReadList(const SShow& show, const QByteArray& sent)
 {
     const QJsonArray items = QJsonDocument::fromJson(sent).object()["resourceMgrData"].toArray();

@@ -37,7 +37,7 @@ void FillFolders(const QTemporaryDir& in, int count)
     for (int f = 0; f < count; ++f) {
         const QString folder = QStringLiteral("folder-%1").arg(f);
         if (!top.mkdir(folder))
-            throw std::runtime_error(top.filePath(folder).toStdString() + ": can't be made");
+            throw std::runtime_error(top.filePath(folder).toStdString() + ": can't create this folder");
         for (int i = 0; i < kFilesOfFolder; ++i) {
             QFile file(top.filePath(QStringLiteral("%1/clip-%2.%3")
                                         .arg(folder)
@@ -95,7 +95,7 @@ SCase CaseOf(int count)
             count,
             kAim,
             [=] {
-                // It takes seconds, and a run may leave this case out.
+                // It takes seconds, and a run may skip this case.
                 if (!std::exchange(*isFilled, true))
                     FillFolders(*folder, count / kFilesOfFolder);
                 GetExternalController()->ModifyAppSharedPath(folder->path());

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double kAim = 1.5;
 
-/// As the central-control library hands it on.
+/// Returns a message as the central-control library delivers it.
 constexpr char kPlayStateBody[] =
     R"({"cmd":"getGlobalPlayState","cmdType":290,"remoteIp":"127.0.0.1","remotePort":25600})";
 constexpr char kHostNameBody[] = R"({"client":"sendercost","purpose":"measuring it"})";

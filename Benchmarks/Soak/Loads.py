@@ -1,6 +1,6 @@
-"""The loads of the soak, one function each: it runs until the event is set and calls done() after each of its rounds.
+"""The loads of the soak test. Each function runs until the event stop is set and calls done() after each round.
 
-chance is the load's own random generator; folder a folder for its files.
+chance is the load's random generator, folder a folder for its files.
 """
 
 import contextlib
@@ -43,29 +43,29 @@ def command(chance):
 
 
 def drain(channel, seconds=0.05):
-    """Reads and drops what has come."""
+    """Reads and discards all received data."""
     while select.select([channel], [], [], seconds)[0]:
         if not channel.recv(1 << 16):
             return
 
 
 def public_key_of(peer):
-    """Skips the notices that may come before the reply."""
+    """Returns the public key; skips notices before the reply."""
     peer.control.send(PUBLIC_KEY)
     while (message := peer.control.receive())[0] != REPLY | PUBLIC_KEY:
         pass
     return message[1]["publicKey"]
 
 
-def app(chance, folder, ends, done):
-    """An app on both channels that logs in, asks for lists and pictures, and sends commands at an operator's pace."""
+def app(chance, folder, stop, done):
+    """An app on both channels that logs in, requests lists and pictures, and sends commands as fast as an operator."""
     with App(ADDRESS, APP_ADDRESS) as peer:
         for channel in (peer.control, peer.bulk):
             channel.socket.settimeout(TIMEOUT)
         peer.control.send(LOGIN, {"username": "demo", "password": encrypt(public_key_of(peer), "demo"), "id": "soak",
                                   "appVersion": "1.0.0", "appType": 1, "force": 1})
         for _ in range(chance.randint(5, 40)):
-            if ends.is_set():
+            if stop.is_set():
                 return
             peer.control.send(HEARTBEAT)
             peer.bulk.send(HEARTBEAT)
@@ -78,17 +78,17 @@ def app(chance, folder, ends, done):
             drain(peer.control.socket)
             drain(peer.bulk.socket)
             done()
-            ends.wait(0.5)
+            stop.wait(0.5)
 
 
-def passers_by(chance, folder, ends, done):
-    """Connections without a login that ask one thing, say nothing, or end in the middle of an envelope or a reply."""
-    while not ends.is_set():
+def short_connections(chance, folder, stop, done):
+    """Connections without a login that send one request or nothing, or end within an envelope or a reply."""
+    while not stop.is_set():
         with socket.create_connection((ADDRESS, chance.choice((CONTROL_PORT, BULK_PORT))), TIMEOUT) as peer:
-            ends_early = chance.random()
-            if ends_early < 0.3:
+            choice = chance.random()
+            if choice < 0.3:
                 peer.sendall(envelope(chance.choice(LISTS))[:chance.randint(0, 12)])
-            elif ends_early < 0.6:
+            elif choice < 0.6:
                 peer.sendall(envelope(STAGE_SNAPSHOT) + envelope(chance.choice(LISTS)))
             else:
                 peer.sendall(envelope(NAME_AND_VERSION))
@@ -97,12 +97,12 @@ def passers_by(chance, folder, ends, done):
                 # Closes with a reset.
                 peer.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         done()
-        ends.wait(0.02)
+        stop.wait(0.02)
 
 
-def crowd(chance, folder, ends, done):
-    """Many connections at a time, which all ask and then go."""
-    while not ends.is_set():
+def crowd(chance, folder, stop, done):
+    """Many connections at once, each of which sends a request, waits for the reply and closes."""
+    while not stop.is_set():
         with contextlib.ExitStack() as stack:
             peers = [stack.enter_context(AppChannel(ADDRESS, CONTROL_PORT)) for _ in range(100)]
             for peer in peers:
@@ -111,21 +111,21 @@ def crowd(chance, folder, ends, done):
                 peer.socket.settimeout(TIMEOUT)
                 peer.receive_bytes()
         done()
-        ends.wait(5)
+        stop.wait(5)
 
 
-def slow_reader(chance, folder, ends, done):
-    """A peer that asks for lists again and again and reads nothing for a while."""
-    while not ends.is_set():
+def slow_reader(chance, folder, stop, done):
+    """A peer that requests lists repeatedly and reads nothing for 3 s."""
+    while not stop.is_set():
         with AppChannel(ADDRESS, CONTROL_PORT) as peer:
             for _ in range(300):
                 peer.send(chance.choice((0x300, 0x400)))
-            ends.wait(3)
+            stop.wait(3)
         done()
 
 
-def malformed(chance, folder, ends, done):
-    """What is not of the protocol, on every port."""
+def malformed(chance, folder, stop, done):
+    """Invalid data on every port."""
     def junk():
         return chance.choice([
             bytes(chance.randrange(256) for _ in range(chance.randint(1, 2000))), b"GET / HTTP/1.1\r\n\r\n",
@@ -133,7 +133,7 @@ def malformed(chance, folder, ends, done):
             envelope(LOGIN, b'{"username":"demo","password":"AAAA"}'), envelope(0x403, b"ZXID" + bytes(20))])
 
     datagrams = [b'{"cmd":1}', b'{"cmd":"none"}', b"[" * 2000, b'{"cmd":"getHDR","cmd":["x"]}', b"\0" * 1000, b"unknown"]
-    while not ends.is_set():
+    while not stop.is_set():
         for port in (CONTROL_PORT, BULK_PORT, FTP_PORT):
             with contextlib.suppress(OSError), socket.create_connection((ADDRESS, port), TIMEOUT) as peer:
                 peer.sendall(junk())
@@ -142,17 +142,17 @@ def malformed(chance, folder, ends, done):
             for port in (CENTRAL_PORT, DISCOVERY_PORT):
                 peer.sendto(chance.choice([*datagrams, junk()]), (ADDRESS, port))
         done()
-        ends.wait(0.1)
+        stop.wait(0.1)
 
 
-def uploads(chance, folder, ends, done):
+def uploads(chance, folder, stop, done):
     """Files over FTP under a few names, some of them aborted."""
     files = [MEDIA / "Balloons.jpg", MEDIA / "Emblem.png", MEDIA / "Speech.txt"]
     with ftplib.FTP(timeout=TIMEOUT) as session:
         session.connect(ADDRESS, FTP_PORT)
         session.login("demo", "demo")
         for _ in range(chance.randint(1, 8)):
-            if ends.is_set():
+            if stop.is_set():
                 return
             file = chance.choice(files)
             name = f"Soak {chance.randint(0, 9)}{file.suffix}"
@@ -165,40 +165,40 @@ def uploads(chance, folder, ends, done):
             with file.open("rb") as content:
                 session.storbinary(f"STOR {name}", content)
             done()
-            ends.wait(2)
+            stop.wait(2)
 
 
-def central(chance, folder, ends, done):
+def central(chance, folder, stop, done):
     """Central control: queries and commands."""
     words = ("getProjectName", "getScreenState", "getHDR", "getGlobalBrightness", "getPlayingChapter")
     with socket.socket(type=socket.SOCK_DGRAM) as peer:
         peer.connect((ADDRESS, CENTRAL_PORT))
-        while not ends.is_set():
+        while not stop.is_set():
             for word in words:
                 peer.send(json.dumps({"cmd": word}).encode())
             peer.send(json.dumps({"cmd": "globalVolume", "param": chance.randint(0, 100)}).encode())
             drain(peer)
             done()
-            ends.wait(0.5)
+            stop.wait(0.5)
 
 
-def discovery(chance, folder, ends, done):
+def discovery(chance, folder, stop, done):
     with socket.socket(type=socket.SOCK_DGRAM) as peer:
         peer.connect((ADDRESS, DISCOVERY_PORT))
-        while not ends.is_set():
+        while not stop.is_set():
             peer.send(b"App Server request Zentravox Controller")
             drain(peer)
             done()
-            ends.wait(1)
+            stop.wait(1)
 
 
 @contextlib.contextmanager
-def accepted(port, ends):
-    """The next connection of the host to this port, or None once the load ends."""
+def accepted(port, stop):
+    """Provides the next connection of the host to this port, or None if the load ends."""
     with socket.create_server((CLOUD_ADDRESS, port)) as listener:
-        while not ends.is_set() and not select.select([listener], [], [], 0.2)[0]:
+        while not stop.is_set() and not select.select([listener], [], [], 0.2)[0]:
             pass
-        if ends.is_set():
+        if stop.is_set():
             yield None
             return
         connection, _ = listener.accept()
@@ -207,26 +207,26 @@ def accepted(port, ends):
         yield connection
 
 
-def fp(chance, folder, ends, done):
-    """An FP controller that asks and commands, and closes the connection at times."""
-    with accepted(FP_PORT, ends) as connection:
+def fp(chance, folder, stop, done):
+    """An FP controller that sends queries and commands, and sometimes closes the connection."""
+    with accepted(FP_PORT, stop) as connection:
         if not connection:
             return
         peer = EnvelopeChannel(connection)
         for _ in range(chance.randint(5, 100)):
-            if ends.is_set():
+            if stop.is_set():
                 return
             for code in (0x109, 0x112, 0x191, 0x192, 0x193, 0x300, 0x013):
                 peer.send(code, {})
             peer.send(*command(chance))
             drain(connection)
             done()
-            ends.wait(0.5)
+            stop.wait(0.5)
 
 
-def cloud(chance, folder, ends, done):
-    """The cloud service: information, pictures, exports and logs, and connections that end in the middle of them."""
-    with accepted(CLOUD_PORT, ends) as connection:
+def cloud(chance, folder, stop, done):
+    """The cloud service: information, pictures, exports and logs, and connections that end during them."""
+    with accepted(CLOUD_PORT, stop) as connection:
         if not connection:
             return
         link = ServerConnection(max_size=None)
@@ -236,7 +236,7 @@ def cloud(chance, folder, ends, done):
             while select.select([connection], [], [], seconds)[0]:
                 data = connection.recv(1 << 16)
                 if not data:
-                    raise ConnectionError("the host has closed")
+                    raise ConnectionError("the host has closed the connection")
                 link.receive_data(data)
                 connection.sendall(b"".join(link.data_to_send()))
 
@@ -244,17 +244,17 @@ def cloud(chance, folder, ends, done):
             exchange(0.1)
         link.send_response(link.accept(events[0]))
         for _ in range(chance.randint(2, 30)):
-            if ends.is_set():
+            if stop.is_set():
                 return
             for query in ({"cmdType": 0x16}, {"cmdType": 0x18}, {"cmdType": 0x19}, {"cmd": "downLoadLog"}, {"cmdType": "x"}):
                 link.send_text(json.dumps(query).encode())
             exchange(0.5)
             assert all(frame.opcode in (Opcode.TEXT, Opcode.CONT, Opcode.PING) for frame in link.events_received())
             done()
-            ends.wait(1)
+            stop.wait(1)
         link.send_text(json.dumps({"cmdType": 0x19}).encode())
         connection.sendall(b"".join(link.data_to_send()))
 
 
-LOADS = {load.__name__: load for load in (app, passers_by, crowd, slow_reader, malformed, uploads, central, discovery, fp,
-                                          cloud)}
+LOADS = {load.__name__: load for load in (app, short_connections, crowd, slow_reader, malformed, uploads, central,
+                                          discovery, fp, cloud)}

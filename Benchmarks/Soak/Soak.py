@@ -6,7 +6,7 @@ Soak.py PATH-OF-SHOWHOST [--minutes N] [--only LOAD,...] [--csv FILE]
 Prints the resident memory, descriptors and threads of the host every 10 s. The exit code is 0 if every load worked, the
 peak of the memory in every later 2 minutes is within 10 % of that in the first 2 minutes after the warm-up (5 minutes, or
 a third of a shorter run), and descriptors and threads return to their number before the load. A run of less than 10
-minutes does not judge the memory, one of less than 1 minute only checks that the loads work.
+minutes does not check the memory, one of less than 1 minute only checks that the loads work.
 """
 
 import argparse
@@ -26,14 +26,14 @@ from Support import DEMO_SHOW, Central, ShowHost  # noqa: E402
 PERIOD = 10
 WARM_UP = 5 * 60
 WINDOW = 2 * 60
-SHORTEST_JUDGED, SHORTEST_WITH_MEMORY = 60, 10 * 60
+MIN_SECONDS_FOR_REST, MIN_SECONDS_FOR_MEMORY = 60, 10 * 60
 MAX_GROWTH = 1.10
 REST_TIMEOUT = 60
-CORE_SECONDS = os.sysconf("SC_CLK_TCK")
+CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
 
 
 class Reading:
-    """What the host's process has at a moment."""
+    """The resources that the host's process uses at one time."""
 
     def __init__(self, pid):
         process = Path("/proc") / str(pid)
@@ -42,11 +42,11 @@ class Reading:
         self.threads = int(status["Threads"])
         self.descriptors = len(os.listdir(process / "fd"))
         fields = (process / "stat").read_text().rpartition(")")[2].split()
-        self.processor_seconds = (int(fields[11]) + int(fields[12])) / CORE_SECONDS
+        self.processor_seconds = (int(fields[11]) + int(fields[12])) / CLOCK_TICKS
 
 
 class Counters:
-    """What the loads have done, by name. The loads run on threads of their own."""
+    """Counts the rounds and failures of each load. Each load runs on its own thread."""
 
     def __init__(self):
         self._lock = threading.Lock()
@@ -66,23 +66,23 @@ class Counters:
         return sum(self._counts.values())
 
     def report(self, loads):
-        """Prints the counts and returns whether every load has done something."""
+        """Prints the counts and returns whether every load has completed a round."""
         print("rounds: " + ", ".join(f"{load} {count}" for load, count in sorted(self._counts.items())))
         for key, count in sorted(self._failures.items()):
             print(f"failed {count} times: {key}")
         return all(load in self._counts for load in loads)
 
 
-def keep_running(name, load, folder, ends, counters):
+def keep_running(name, load, folder, stop, counters):
     chance = random.Random(name)
-    while not ends.is_set():
+    while not stop.is_set():
         try:
             load(chance, folder, ends, lambda: counters.add(name))
-        # The host closes connections of malformed peers; a load starts again then.
+        # The host closes connections of malformed peers; the load is restarted.
         except Exception as error:
-            if not ends.is_set():
+            if not stop.is_set():
                 counters.fail(name, error)
-                ends.wait(0.5)
+                stop.wait(0.5)
 
 
 def watch(pid, seconds, counters, csv):
@@ -102,7 +102,7 @@ def watch(pid, seconds, counters, csv):
 
 
 def memory_is_flat(readings, warm_up):
-    """Compares peaks: a picture that is being painted comes and goes between two readings."""
+    """Compares peaks, since memory for painting is used only for short times."""
     peaks = {}
     for elapsed, reading in readings:
         if elapsed >= warm_up:
@@ -135,12 +135,12 @@ def read_arguments():
     parser.add_argument("showhost")
     parser.add_argument("--minutes", type=float, default=30)
     parser.add_argument("--only", default="", help=f"the loads to run, separated by commas: {', '.join(LOADS)}")
-    parser.add_argument("--csv", help="writes the readings to this file as well")
+    parser.add_argument("--csv", help="write the readings to this file as well")
     arguments = parser.parse_args()
     arguments.loads = arguments.only.split(",") if arguments.only else list(LOADS)
     for name in arguments.loads:
         if name not in LOADS:
-            parser.error(f"--only: load not found: {name}")
+            parser.error(f"--only: expected one of {', '.join(LOADS)}, got \"{name}\"")
     return arguments
 
 
@@ -148,7 +148,7 @@ def main():
     arguments = read_arguments()
     os.environ["SHOWHOST"] = arguments.showhost
     seconds = arguments.minutes * 60
-    counters, ends = Counters(), threading.Event()
+    counters, stop = Counters(), threading.Event()
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         with ShowHost(ADDRESS, folder / "state", "--quiet", "--fp", f"{CLOUD_ADDRESS}:{FP_PORT}", "--cloud",
@@ -158,7 +158,7 @@ def main():
                 peer.ask(cmd="globalVolume", param=50)
             time.sleep(2)
             rest = Reading(host.process.pid)
-            threads = [threading.Thread(target=keep_running, args=(load, LOADS[load], folder, ends, counters))
+            threads = [threading.Thread(target=keep_running, args=(load, LOADS[load], folder, stop, counters))
                        for load in arguments.loads]
             for thread in threads:
                 thread.start()
@@ -166,13 +166,13 @@ def main():
                 with open(arguments.csv or os.devnull, "w", encoding="ascii") as csv:
                     readings = watch(host.process.pid, seconds, counters, csv)
             finally:
-                ends.set()
+                stop.set()
                 for thread in threads:
                     thread.join()
             worked = counters.report(arguments.loads)
-            if seconds >= SHORTEST_WITH_MEMORY:
+            if seconds >= MIN_SECONDS_FOR_MEMORY:
                 worked = memory_is_flat(readings, min(WARM_UP, seconds / 3)) and worked
-            if seconds >= SHORTEST_JUDGED:
+            if seconds >= MIN_SECONDS_FOR_REST:
                 worked = returns_to_rest(host.process.pid, rest) and worked
     return 0 if worked else 1
 

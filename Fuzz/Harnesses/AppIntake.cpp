@@ -2,7 +2,7 @@
 
 #include "Support/RecordingChannels.h"
 
-// Requests of the app, with everything that the senders and the host do about them.
+// Requests of the app, including their handling by the senders and the host.
 void FuzzInput(std::string_view input)
 {
     enum Flag : unsigned {

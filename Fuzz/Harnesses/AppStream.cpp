@@ -2,7 +2,7 @@
 
 #include "Comm/FrameReader.h"
 
-// What arrives on an app's connection: the first byte is the size of the pieces, the rest the stream.
+// Data on an app's connection: the first byte is the size of the pieces, the rest is the stream.
 void FuzzInput(std::string_view input)
 {
     if (input.empty())

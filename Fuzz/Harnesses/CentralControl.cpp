@@ -37,7 +37,8 @@ void FuzzInput(std::string_view input)
     for (const SChannelCall& call : RecordingChannels::Outgoing()) {
         if (call.name != "Central.SendData")
             continue;
-        FuzzHost::Require(call.ip == kPeerIp && call.port == kPeerPort, "an answer goes to its asker");
+        FuzzHost::Require(call.ip == kPeerIp && call.port == kPeerPort,
+                          "an answer is sent to the sender of the request");
         FuzzHost::Require(call.text.size() <= kMaxDatagramBytes, "an answer fits a datagram");
     }
 }

@@ -9,7 +9,7 @@
 // Text frames of the cloud service, separated by a byte 0x1e.
 void FuzzInput(std::string_view input)
 {
-    // An export encodes every picture of the project: one in an input is enough.
+    // An export encodes every picture of the project: one per input is enough.
     bool exported = false;
     const QByteArray frames(input.data(), static_cast<int>(input.size()));
     for (const QByteArray& frame : frames.split('\x1e').mid(0, 16)) {

@@ -18,7 +18,7 @@ void CheckWritten(const std::vector<SDevice>& devices)
 
 } // namespace
 
-// The text of a device file. Its devices exist for the length of an input.
+// The text of a device file. Its devices exist while the input is handled.
 void FuzzInput(std::string_view input)
 {
     try {

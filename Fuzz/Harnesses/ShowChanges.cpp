@@ -17,7 +17,7 @@ bool IsSame(const SShow& a, const SShow& b)
 
 } // namespace
 
-// Commands that change the show, without the channels that they come on.
+// Commands that change the show, without their channels.
 void FuzzInput(std::string_view input)
 {
     SShow show = *HostModels::Show().Current();

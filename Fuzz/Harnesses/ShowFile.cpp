@@ -9,7 +9,7 @@ namespace {
 
 constexpr qint64 kMaxStagePixels = 3840 * 2160;
 
-/// Asks for all that a show is made of.
+/// Requests all data of a show.
 void AskForShow()
 {
     for (const Command::Code code : {Command::ScreenList, Command::ProjectList, Command::PictureAdjustment,
@@ -17,7 +17,7 @@ void AskForShow()
         FuzzHost::SendEnvelope(FuzzHost::EChannel::AppControl, static_cast<std::uint32_t>(code), {});
 }
 
-/// What is large or has many media is slow and no different.
+/// Larger inputs or inputs with more media are slow and find no other errors.
 bool IsQuick(const SShow& show, const SScene& scene)
 {
     QRect stage(0, 0, 1920, 1080);
