@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Holds what cmake/KeyPair.cmake takes for a key and what it makes of it: KeyPair.py SOURCE_DIR
+"""Tests which keys cmake/KeyPair.cmake accepts and what it generates: KeyPair.py SOURCE_DIR
 
 Needs the commands cmake, ninja and openssl.
 """
@@ -63,7 +63,7 @@ class KeyPairTest(unittest.TestCase):
         self.assertFalse(self.generated.joinpath("KeyPair.h").exists())
 
     def assert_private(self, private_pem):
-        """Nobody else can read the generated files, and none of the key's text lies in a source tree."""
+        """Only the user can read the generated files, and no source folder contains text of the key."""
         self.assertEqual(mode(self.generated), 0o700)
         self.assertEqual({mode(file) for file in self.generated.iterdir()}, {0o600})
         self.assertEqual([file.name for file in self.project.iterdir()], ["CMakeLists.txt"])
@@ -84,7 +84,7 @@ class KeyPairTest(unittest.TestCase):
                 self.assert_pair_of(pem)
                 self.assert_private(pem)
 
-    def test_the_development_key_is_made_once(self):
+    def test_the_development_key_is_generated_once(self):
         self.assertEqual(self.configure().returncode, 0)
         pem = self.generated.joinpath("DevelopmentKey.pem").read_text()
 
@@ -93,7 +93,7 @@ class KeyPairTest(unittest.TestCase):
         self.assert_pair_of(pem)
         self.assert_private(pem)
 
-    def test_a_key_of_another_kind_is_refused_by_its_file_name(self):
+    def test_an_unsupported_key_is_refused_and_the_error_has_its_file_name(self):
         good = openssl(*RSA_1024)
         others = {
             "RSA-2048": openssl(*RSA_1024[:-1], "rsa_keygen_bits:2048"),
@@ -102,7 +102,7 @@ class KeyPairTest(unittest.TestCase):
             "encrypted": openssl("pkcs8", "-topk8", "-passout", "pass:secret", text=good),
             "public half": openssl("pkey", "-pubout", text=good),
             "damaged": good.replace("\nMII", "\nAAA", 1),
-            "no PEM": "[[;\n" * 16,
+            "not PEM": "[[;\n" * 16,
             "empty": "",
         }
         for name, text in others.items():
@@ -111,7 +111,7 @@ class KeyPairTest(unittest.TestCase):
 
                 self.assert_refused()
 
-    def test_a_missing_file_is_told(self):
+    def test_a_missing_file_is_reported(self):
         self.assert_refused()
 
 

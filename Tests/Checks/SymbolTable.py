@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Holds the module's exported interface: SymbolTable.py LIBRARY
+"""Checks the module's exported symbols: SymbolTable.py LIBRARY
 
-The library exports the four functions, by their C names, and the class CExternalController: nothing more, nothing less.
+The library must export exactly the four functions with C names and the class CExternalController.
 """
 import re
 import subprocess
@@ -11,7 +11,7 @@ FUNCTIONS = {"InitExternalController", "GetExternalController", "StopExternalCon
 CLASS = "CExternalController"
 CLASS_TABLES = {f"{table} for {CLASS}" for table in ("vtable", "typeinfo", "typeinfo name")}
 CONSTRUCTOR = f"{CLASS}::{CLASS}()"
-# A C++ function's demangled name has its parameters, so a bare name is a C name.
+# A demangled C++ name includes the parameters, so a name without them is a C name.
 OF_THE_CLASS = re.compile(rf"((non-virtual |virtual )?thunk to |guard variable for )?{CLASS}::.+")
 
 
@@ -28,7 +28,7 @@ def main():
     surplus = sorted(name for name in exported - required if not OF_THE_CLASS.fullmatch(name))
     missing = sorted(required - exported)
     for name in surplus:
-        print(f"{library}: exports what is the module's own: {name}")
+        print(f"{library}: must not export {name}")
     for name in missing:
         print(f"{library}: doesn't export {name}")
     sys.exit(1 if surplus or missing else 0)

@@ -1,10 +1,9 @@
 #!/usr/bin/python3
 """Compiles all of Src/ for Windows, as far as possible without its libraries: WindowsCompile.py SOURCE_DIR CACHE_DIR
-COMPILER QT_INCLUDE_DIR GENERATED_DIR..., where the compiler is MinGW's and the last are the folders with generated headers.
+COMPILER QT_INCLUDE_DIR GENERATED_DIR... (MinGW's compiler; the last arguments are the folders with generated headers).
 
-Nothing is linked or run. There is no Qt for MinGW here: the headers are this machine's, which support Windows as well.
-What compiled before and has not changed since, in any header that it includes, is not compiled again: CACHE_DIR has a
-fingerprint of it.
+Nothing is linked or run. Qt's headers are those of this machine, which support Windows too. Sources that compiled before
+are not compiled again unless they or an included header changed: CACHE_DIR has their fingerprints.
 """
 import functools
 import hashlib
@@ -16,7 +15,7 @@ from concurrent.futures import ThreadPoolExecutor
 from itertools import groupby
 from pathlib import Path
 
-# As many files in a translation unit as in CMake's unity builds: that takes a quarter of the time.
+# The same number of files per translation unit as in CMake's unity builds, which takes a quarter of the time.
 FILES_AT_ONCE = 8
 FLAGS = """-std=c++17 -fsyntax-only -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
     -Wno-subobject-linkage -D_WIN32_WINNT=0x0A00 -DEXTERNALCONTROLLER_BUILD
@@ -24,7 +23,7 @@ FLAGS = """-std=c++17 -fsyntax-only -Werror -Wall -Wextra -Wpedantic -Wshadow -W
     -DZENTRAVOX_CONTRACT_VERSION="0" """.split()
 ROOTS = ("Src/Libs/ExternalController", "Src/Libs/StandIns", "Src/Apps")
 NOT_ON_WINDOWS = {"Src/Libs/StandIns/Platform/IpHelper.cpp"}
-# Headers without a platform of their own; this machine's system headers must not come along.
+# Headers that don't depend on the platform; other system headers of this machine must not be found.
 NEUTRAL = ("asio", "asio.hpp", "curl", "openssl", "sqlite3.h")
 
 
@@ -40,11 +39,11 @@ def gather_headers(folder):
 
 
 def batches(source_dir):
-    files = sorted((source_dir / "Src").rglob("*.cpp"))
-    wanted = [file for file in files if file.relative_to(source_dir).as_posix() not in NOT_ON_WINDOWS]
+    sources = sorted((source_dir / "Src").rglob("*.cpp"))
+    wanted = [file for file in sources if file.relative_to(source_dir).as_posix() not in NOT_ON_WINDOWS]
     for _, group in groupby(wanted, key=lambda file: file.parent):
-        room = list(group)
-        yield from (room[start:start + FILES_AT_ONCE] for start in range(0, len(room), FILES_AT_ONCE))
+        files = list(group)
+        yield from (files[start:start + FILES_AT_ONCE] for start in range(0, len(files), FILES_AT_ONCE))
 
 
 @functools.cache
@@ -59,7 +58,7 @@ def fingerprint(command, text, files):
 
 
 class Unit:
-    """Some sources as one translation unit. Its stamp holds the files it was compiled from and their fingerprint."""
+    """Several sources as one translation unit. Its stamp file has the compiled files and their fingerprint."""
 
     def __init__(self, command, sources, cache):
         self.command = command

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Builds the module against a real host's SDK, which is made here of the interfaces and the built stand-ins, and has the
-host serve with that module: HostSdkTest.py SOURCE_DIR BUILD_DIR
+"""Builds the module against a host's SDK, which the test creates from the interfaces and the built stand-ins, and runs the
+host with that module: HostSdkTest.py SOURCE_DIR BUILD_DIR
 """
 import os
 import shutil
@@ -16,7 +16,7 @@ sys.path.insert(0, str(SOURCE_DIR / "Tests" / "EndToEnd"))
 from Support import ShowHost, showremote  # noqa: E402
 
 INTERFACES = SOURCE_DIR / "Src/Libs/ExternalController/Interfaces"
-NOT_THE_HOSTS = {"Hv.h", "IpHelper.h"}
+NOT_IN_SDK = {"Hv.h", "IpHelper.h"}
 ADDRESS = "127.0.0.103"
 
 
@@ -26,7 +26,7 @@ class HostSdkTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.top = Path(folder.name)
         self.sdk, self.build = self.top / "sdk", self.top / "build"
-        shutil.copytree(INTERFACES, self.sdk / "include/Interfaces", ignore=lambda *_: NOT_THE_HOSTS)
+        shutil.copytree(INTERFACES, self.sdk / "include/Interfaces", ignore=lambda *_: NOT_IN_SDK)
         self.sdk.joinpath("lib").mkdir()
         for library in BUILD_DIR.joinpath("lib").glob("lib*.so"):
             if library.stem not in ("libExternalController", "libPlatform"):
@@ -36,12 +36,12 @@ class HostSdkTest(unittest.TestCase):
         return subprocess.run(["cmake", *map(str, arguments)], text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def configure(self):
-        # The demo's users have passwords for the build's own key.
+        # The demo's passwords are encrypted with the build's key.
         return self.run_cmake("-G", "Ninja", "-S", SOURCE_DIR, "-B", self.build, "-DCMAKE_UNITY_BUILD=ON",
                               f"-DZENTRAVOX_HOST_SDK={self.sdk}",
                               f"-DZENTRAVOX_PRIVATE_KEY={BUILD_DIR}/generated/DevelopmentKey.pem")
 
-    def test_a_header_that_is_missing_is_told_rather_than_taken_from_ours(self):
+    def test_a_missing_header_is_reported_and_not_taken_from_our_interfaces(self):
         self.sdk.joinpath("include/Interfaces/GlobalModel.h").unlink()
 
         run = self.configure()
@@ -49,7 +49,7 @@ class HostSdkTest(unittest.TestCase):
         self.assertNotEqual(run.returncode, 0)
         self.assertIn("include: missing headers: Interfaces/GlobalModel.h", " ".join(run.stdout.split()))
 
-    def test_the_module_is_built_of_the_hosts_libraries_and_serves(self):
+    def test_the_module_is_built_with_the_hosts_libraries_and_answers(self):
         for run in (self.configure(), self.run_cmake("--build", self.build)):
             self.assertEqual(run.returncode, 0, run.stdout)
 
@@ -57,7 +57,7 @@ class HostSdkTest(unittest.TestCase):
         self.assertEqual(built, ["libExternalController.so", "libJsonReader.a", "libPlatform.a"])
         read = subprocess.run(["ninja", "-C", self.build, "-t", "deps"], text=True, capture_output=True, check=True).stdout
         ours = {Path(line.strip()).name for line in read.splitlines() if str(INTERFACES) in line}
-        self.assertLessEqual(ours, NOT_THE_HOSTS)
+        self.assertLessEqual(ours, NOT_IN_SDK)
 
         os.environ["LD_LIBRARY_PATH"] = str(self.build / "lib")
         with ShowHost(ADDRESS, self.top / "state") as host:

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a Debian package into a root that has nothing but Debian's minimum and what the package asks for, has the host
-# and a remote talk there, and removes it again: CleanRoot.sh PACKAGE.deb
+# Installs a Debian package into a minimal Debian root with the package's dependencies, runs the host and a remote there,
+# and removes the package: CleanRoot.sh PACKAGE.deb
 # Needs root, the commands debootstrap, ip and unshare, and apt's sources. Works in a temporary folder.
 set -euo pipefail
 
@@ -8,7 +8,7 @@ say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
 [ $# -eq 1 ] && [ -f "$1" ] || { sed -n '2,4s/^# *//p' "$0" >&2; exit 2; }
 if [ "$(id -u)" -ne 0 ] || ! unshare --mount --net true 2>/dev/null; then
-    say "NOT TRIED: this needs root, and namespaces of its own"
+    say "SKIPPED: this needs root and the right to create namespaces"
     exit 0
 fi
 
@@ -20,11 +20,11 @@ quietly() { "$@" >"$work/log" 2>&1 || { tail -n 40 "$work/log" >&2; say "failed:
 codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
 mirror=$(apt-get indextargets --format '$(ORIGIN) $(COMPONENT) $(CODENAME) $(REPO_URI)' 'Created-By: Packages' |
          awk -v codename="$codename" '$1 == "Debian" && $2 == "main" && $3 == codename { print $4; exit }')
-[ -n "$mirror" ] || { say "apt's lists name no source of Debian $codename: apt-get update"; exit 1; }
+[ -n "$mirror" ] || { say "no source of Debian $codename in apt's lists; run apt-get update"; exit 1; }
 more=()
 case $mirror in https:*) more=(--include=ca-certificates) ;; esac
 
-say "making a root of Debian $codename"
+say "creating a root of Debian $codename"
 quietly debootstrap --variant=minbase "${more[@]}" "$codename" "$root" "$mirror"
 apt-config dump | grep -i '^Acquire::[a-z]*::Proxy' >"$root/etc/apt/apt.conf.d/proxy" || true
 echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/quick"
@@ -32,7 +32,7 @@ cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
 package=$(dpkg-deb --field "$1" Package)
 cp "$1" "$root/tmp/package.deb"
 
-# Its mounts and processes end with it, whatever happens.
+# Its mounts and processes always end with it.
 in_root() { # in_root SCRIPT [OPTION_OF_UNSHARE]
     unshare --mount --pid --fork --kill-child "${@:2}" bash -c '
         mount -t proc proc "$0/proc"
@@ -46,8 +46,8 @@ quietly in_root '
     apt-get -qq update
     apt-get -qq install --yes --no-install-recommends /tmp/package.deb'
 
-# Without the machine's network: at the addresses that a user meets, and nobody else's ports are in the way.
-say "letting a remote talk to the host"
+# Without the machine's network, so that the default addresses can be used and all ports are free.
+say "running the host and a remote"
 in_root '
     user=(setpriv --reuid=nobody --regid=nogroup --clear-groups env -u HOME)
     "${user[@]}" showhost --show /usr/share/zentravox/DemoShow/DemoShow.zxc --state /tmp/state >/tmp/host.log 2>&1 &
@@ -67,5 +67,5 @@ in_root '
 say "removing $package"
 quietly in_root "dpkg --purge $package"
 left=$(find "$root/usr" "$root/etc" -ipath '*zentravox*')
-[ -z "$left" ] || { say "it leaves behind: $left"; exit 1; }
-say "all went well"
+[ -z "$left" ] || { say "files left after the removal: $left"; exit 1; }
+say "passed"
