@@ -15,7 +15,7 @@ import urllib.parse
 from websockets.frames import Opcode
 from websockets.server import ServerConnection
 
-from Support import PATIENCE, Folder, ShowHost, environment, showhost_command, showremote, wait_until
+from Support import TIMEOUT, Folder, ShowHost, environment, showhost_command, showremote, wait_until
 
 CLOUD_PORT = 25511
 PATH = "/VexorWebSocket/websocket/chat?username="
@@ -80,7 +80,7 @@ class Cloud:
     def __init__(self, address=CLOUD, context=None):
         self._context = context
         self._listener = socket.create_server((address, CLOUD_PORT))
-        self._listener.settimeout(PATIENCE)
+        self._listener.settimeout(TIMEOUT)
 
     def __enter__(self):
         return self
@@ -90,7 +90,7 @@ class Cloud:
 
     def accept_socket(self):
         connection, _ = self._listener.accept()
-        connection.settimeout(PATIENCE)
+        connection.settimeout(TIMEOUT)
         return connection
 
     def accept(self):
@@ -200,7 +200,7 @@ class ProcessTest(unittest.TestCase):
     def test_an_address_that_is_none_is_told(self):
         for url in ("http://127.0.0.83", "ws://", "cloud"):
             result = subprocess.run(showhost_command(HOST, self.folder / "state", "--cloud", url), capture_output=True,
-                                    encoding="utf-8", timeout=PATIENCE, env=environment())
+                                    encoding="utf-8", timeout=TIMEOUT, env=environment())
             self.assertEqual(result.returncode, 2, url)
             self.assertIn(url, result.stderr)
 
@@ -239,7 +239,7 @@ class ShowRemoteTest(unittest.TestCase):
         with process:
             wait_until(lambda: process.stdout.readline().startswith("listening"), "that it listens")
             process.send_signal(signal.SIGINT)
-            self.assertEqual(process.wait(PATIENCE), 0)
+            self.assertEqual(process.wait(TIMEOUT), 0)
         self.assertEqual(showremote("cloud", "--listen", OTHER_CLOUD, "--seconds", 0.2, "listen").returncode, 0)
 
     def test_wrong_usage_is_told(self):

@@ -5,7 +5,7 @@ import ftplib
 import io
 import unittest
 
-from Support import FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, wait_until
+from Support import FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, wait_until
 
 OBEDIENT = "127.0.0.46"
 SCREEN_LIST, SNAPSHOT, MEDIA_LIST, RESOURCE_LIST, RESOURCE_ITEM = 0x101, 0x100, 0x200, 0x400, 0x401
@@ -95,7 +95,7 @@ class ObedienceTest(unittest.TestCase):
         return {item["resourceName"]: item for item in self.ask_app(RESOURCE_LIST)["resourceMgrData"]}
 
     def upload(self, name, content):
-        with ftplib.FTP(timeout=PATIENCE) as ftp:
+        with ftplib.FTP(timeout=TIMEOUT) as ftp:
             ftp.connect(OBEDIENT, FTP_PORT)
             ftp.login("demo", "demo")
             ftp.storbinary(f"STOR {name}", io.BytesIO(content))

@@ -1,4 +1,4 @@
-"""Src/Contract/Contract.json as the tests read it: what may be asked, and whether what came back is what it promises."""
+"""Src/Contract/Contract.json as the tests read it: what may be asked, and whether what received back is what it promises."""
 
 import hashlib
 import json
@@ -79,29 +79,29 @@ class Contract:
         return promise["route"] if who == "cloud" else int(promise.get("code", hex(own_code)), 16)
 
     def command_reply(self, message):
-        request, fate = message["command"]["request"], self.shapes["fate"]
+        request, result = message["command"]["request"], self.shapes["fate"]
         # A request that is refused may have had anything in its keys.
         return {"type": "object", "properties": {**dict.fromkeys(request.get("properties", {}), {}),
-                                                 **fate["properties"]},
-                "required": fate["required"], "additionalProperties": False}
+                                                 **result["properties"]},
+                "required": result["required"], "additionalProperties": False}
 
-    def check_replies(self, who, code, came):
-        """came: what was answered, as (where, code or route, payload). Returns the promises that were kept."""
+    def check_replies(self, who, code, received):
+        """received: what was answered, as (where, code or route, payload). Returns the promises that were matched."""
         promised = self.replies(who, code)
-        kept = []
-        for where, place, payload in came:
+        matched = []
+        for where, place, payload in received:
             what = f"{who} {hexadecimal(code)}: {where} {place_text(who, place)}".rstrip()
             fitting = [promise for to, at, promise in promised if (to, at) == (where, place)]
             if not fitting:
                 raise AssertionError(f"{what} isn't in the contract: {payload[:200]!r}")
-            kept.append(self.kept_promise(fitting, payload, what))
-        for promise in kept:
+            matched.append(self.matching_promise(fitting, payload, what))
+        for promise in matched:
             many = promise.get("many", 1)
-            if many is not True and kept.count(promise) != many:
-                raise AssertionError(f"{who} {hexadecimal(code)}: a reply came {kept.count(promise)} times, not {many}")
-        return kept
+            if many is not True and matched.count(promise) != many:
+                raise AssertionError(f"{who} {hexadecimal(code)}: a reply received {matched.count(promise)} times, not {many}")
+        return matched
 
-    def kept_promise(self, promises, payload, what):
+    def matching_promise(self, promises, payload, what):
         failure = None
         for promise in promises:
             try:
@@ -159,13 +159,13 @@ class Contract:
 
     def promise_text(self, where, place, promise, who, code):
         usual = code | REPLY if who.startswith("app") else code
-        told = [] if where == who else [where]
+        parts = [] if where == who else [where]
         if who == "cloud":
-            told.append(f"route {place}")
+            parts.append(f"route {place}")
         elif place not in (None, usual):
-            told.append(hexadecimal(place))
-        told.append(promise.get("picture") or promise.get("text") or self.notation(promise["body"]))
-        return ", ".join(told)
+            parts.append(hexadecimal(place))
+        parts.append(promise.get("picture") or promise.get("text") or self.notation(promise["body"]))
+        return ", ".join(parts)
 
     def shape_section(self):
         lines = []

@@ -19,7 +19,7 @@ ROOT = Path(__file__).resolve().parents[2]
 PAGES = {page: page.read_text(encoding="utf-8")
          for page in (ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "Docs").glob("*.md"))) if page.exists()}
 BIN = Path(os.environ["SHOWHOST"]).parent
-MARK = "IN_A_NETWORK_OF_ITS_OWN"
+MARK = "IN_SEPARATE_NETWORK"
 
 BLOCK = re.compile(r"^```(\w*)[^\n]*\n(.*?)^```$", re.M | re.S)
 SHOWN = re.compile(r"^\$ ((?:showhost|showremote) .*)$", re.M)
@@ -52,7 +52,7 @@ class CommandsTest(unittest.TestCase):
             raise unittest.SkipTest("the commands need a network of their own, which unshare -rn doesn't make here")
         cls.folder = folder = cls.enterClassContext(Folder())
         cls.serial_line, far_end = os.openpty()
-        cls.stand_ins = {"build/release/bin/": f"{BIN}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
+        cls.replacements = {"build/release/bin/": f"{BIN}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
                          "password.txt": f"{folder}/password.txt", "/tmp/curtain": f"{folder}/curtain",
                          "/dev/ttyUSB0": os.ttyname(far_end)}
         (folder / "password.txt").write_text("demo\n")
@@ -60,11 +60,11 @@ class CommandsTest(unittest.TestCase):
         os.environ["PATH"] = f"{BIN}:{os.environ['PATH']}"
         cls.show = copy_demo_show(folder, {"/tmp/curtain": f"{folder}/curtain"})
 
-    def run_beside_a_host(self, command):
+    def run_with_a_host(self, command):
         """The exit code and all that was said. Questions are answered, and what has no end sees some of the show."""
         shows = next((shown for start, shown in ENDLESS.items() if re.search(rf"showremote .*{start}", command)), None)
-        for text, stand_in in self.stand_ins.items():
-            command = re.sub(rf"(?<![\w/]){text}(?!\w)" if text.isupper() else re.escape(text), stand_in, command)
+        for text, replacement in self.replacements.items():
+            command = re.sub(rf"(?<![\w/]){text}(?!\w)" if text.isupper() else re.escape(text), replacement, command)
         # A new host: one that has run for a while looks for the cloud and the FP controller at long intervals only.
         host = ShowHost("127.0.0.1", self.folder / "state", "--cloud", "ws://127.0.0.1:25511", show=self.show)
         with host, Terminal(["bash", "-c", command]) as terminal:
@@ -73,7 +73,7 @@ class CommandsTest(unittest.TestCase):
             def runs_on_or_ends():
                 for question in set(re.findall("Password.*?: ", terminal.output())) - answered:
                     answered.add(question)
-                    terminal.say("demo")
+                    terminal.type_line("demo")
                 return "Ctrl-C ends it" in terminal.output() or terminal.process.poll() is not None
 
             wait_until(runs_on_or_ends, command)
@@ -101,7 +101,7 @@ class CommandsTest(unittest.TestCase):
                 elif not short or (BIN / "channelload").exists():
                     ours = program.startswith(("build/", "show", "source")) or (ROOT / program).is_file()
                     self.assertTrue(ours, "neither ours nor run by .ci/run")
-                    code, output = self.run_beside_a_host(short.format(command) if short else command)
+                    code, output = self.run_with_a_host(short.format(command) if short else command)
                     self.assertEqual(code, 0, output)
 
 

@@ -21,7 +21,7 @@ from urllib.parse import quote
 import websockets
 
 from ProtocolTest import picture_text
-from Support import (FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, copy_demo_show, discover, environment, log_in)
+from Support import (FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, copy_demo_show, discover, environment, log_in)
 
 HOST, FIRST_APP, SECOND_APP, DEVICE, CLOUD = (f"127.0.0.{number}" for number in range(111, 116))
 CLOUD_PORT, DEVICE_PORT = 25511, 25168
@@ -38,35 +38,35 @@ class Tablet(App):
 
     def __init__(self, source):
         super().__init__(HOST, source)
-        self._told = []
-        self._asleep = threading.Event()
+        self._notices = []
+        self._silent = threading.Event()
         self._beats = threading.Thread(target=self._beat)
         self._beats.start()
 
     def _beat(self):
-        while not self._asleep.wait(1):
+        while not self._silent.wait(1):
             self.bulk.send(HEARTBEAT)
 
-    def fall_asleep(self):
-        self._asleep.set()
+    def stop_heartbeats(self):
+        self._silent.set()
         self._beats.join()
 
     def close(self):
-        self.fall_asleep()
+        self.stop_heartbeats()
         super().close()
 
     def ask(self, code, body=None):
         self.control.send(code, body)
         while (message := self.control.receive())[0] != REPLY | code or message == SCENE_CHANGED:
-            self._told.append(message)
+            self._notices.append(message)
         return message[1]
 
-    def hear(self, count):
+    def take_notices(self, count):
         """So many notices, or all if more have come."""
-        while len(self._told) < count:
-            self._told.append(self.control.receive())
-        told, self._told = self._told, []
-        return told
+        while len(self._notices) < count:
+            self._notices.append(self.control.receive())
+        notices, self._notices = self._notices, []
+        return notices
 
     def picture(self, code, **body):
         self.control.send(code, body)
@@ -95,13 +95,13 @@ class Cloud:
         await link.wait_closed()
 
     def wait_for_host(self):
-        self._link = self._links.get(timeout=PATIENCE)
+        self._link = self._links.get(timeout=TIMEOUT)
 
     def send(self, **command):
-        asyncio.run_coroutine_threadsafe(self._link.send(json.dumps(command)), self._loop).result(PATIENCE)
+        asyncio.run_coroutine_threadsafe(self._link.send(json.dumps(command)), self._loop).result(TIMEOUT)
 
     def receive(self):
-        return json.loads(asyncio.run_coroutine_threadsafe(self._link.recv(), self._loop).result(PATIENCE))
+        return json.loads(asyncio.run_coroutine_threadsafe(self._link.recv(), self._loop).result(TIMEOUT))
 
 
 class EveningTest(unittest.TestCase):
@@ -128,7 +128,7 @@ class EveningTest(unittest.TestCase):
             self.change_scenes_and_devices(tablet)
             self.work_together(tablet)
             with Tablet(SECOND_APP) as second:
-                self.take_over_and_fall_silent(tablet, second)
+                self.take_over_and_stop_heartbeats(tablet, second)
         with Tablet(FIRST_APP) as tablet:
             self.assertEqual(log_in(tablet)["result"], SUCCESS)
             tablet.control.send(SHUT_DOWN)
@@ -138,7 +138,7 @@ class EveningTest(unittest.TestCase):
         self.assertEqual(tablet.ask(PROJECT_LIST)["0"]["projectName"], "Opening gala")
         scenes = tablet.ask(SCENES)["sceneMgrData"]
         self.group = scenes["currentSceneGroupId"]
-        self.scenes = [scenes["sceneGroupDataList"]["0"][str(place)]["sceneId"] for place in range(3)]
+        self.scenes = [scenes["sceneGroupDataList"]["0"][str(position)]["sceneId"] for position in range(3)]
         self.assertEqual(scenes["currentSceneId"], self.scenes[0])
         medium = tablet.ask(MEDIA_LIST)["mediaList"]["0"]
         self.assertEqual(medium["mediaName"], "Harbour at dawn")
@@ -151,8 +151,8 @@ class EveningTest(unittest.TestCase):
         clip, name = self.folder / "clip", "Zugabe Grüße 舞台 🎬 #1%.mp4"
         clip.write_bytes(os.urandom(300_000))
         subprocess.run(["curl", "-sS", "--noproxy", "*", "--user", "demo:demo", "-T", clip,
-                        f"ftp://{HOST}:{FTP_PORT}/{quote(name)}"], check=True, timeout=PATIENCE, env=environment())
-        (code, notice), = tablet.hear(1)
+                        f"ftp://{HOST}:{FTP_PORT}/{quote(name)}"], check=True, timeout=TIMEOUT, env=environment())
+        (code, notice), = tablet.take_notices(1)
         added = tablet.ask(RESOURCE_LIST)["resourceMgrData"][-1]
         self.assertEqual((code, notice["dexumerFlag"]), (REPLY | RESOURCE_DEMUXED, True))
         self.assertEqual((added["resourceId"], added["resourceName"], added["resourceType"]), (notice["resId"], name, 0))
@@ -161,49 +161,49 @@ class EveningTest(unittest.TestCase):
     def play(self, tablet, group, scene, by_app=False):
         """The app is told that the scene has changed, then whose use has, and nothing else."""
         before = tablet.used()
-        place = {"sceneGrpCol": group, "sceneCol": scene}
-        answer = tablet.ask(SCENE_PLAY, place)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **place)
+        position = {"sceneGrpCol": group, "sceneCol": scene}
+        answer = tablet.ask(SCENE_PLAY, position)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **position)
         self.assertEqual(answer, "SUCCESS")
         after = tablet.used()
-        told = tablet.hear(1 + len(before ^ after))
+        notices = tablet.take_notices(1 + len(before ^ after))
         self.assertTrue(before ^ after)
-        self.assertEqual(told[0], SCENE_CHANGED)
-        self.assertCountEqual([(code, body["resId"], body["usedFlag"]) for code, body in told[1:]],
+        self.assertEqual(notices[0], SCENE_CHANGED)
+        self.assertCountEqual([(code, body["resId"], body["usedFlag"]) for code, body in notices[1:]],
                               [(REPLY | RESOURCE_USED, resource, resource in after) for resource in before ^ after])
-        self.assertEqual(self.central.ask(cmd="getPlayingChapter"), {"playingChapter": place})
+        self.assertEqual(self.central.ask(cmd="getPlayingChapter"), {"playingChapter": position})
 
     def new_lights(self):
         lights = self.enterContext(socket.socket(type=socket.SOCK_DGRAM))
-        lights.settimeout(PATIENCE)
+        lights.settimeout(TIMEOUT)
         lights.bind((DEVICE, 0))
         return lights
 
-    def assert_devices_hear(self, *datagrams, curtain=b""):
+    def assert_devices_receive(self, *datagrams, curtain=b""):
         for expected in datagrams:
             datagram, (_, port) = self.lights.recvfrom(65535)
             self.assertEqual((datagram, port), (expected, DEVICE_PORT))
-        heard = b""
-        while select.select([self.curtain], [], [], PATIENCE if len(heard) < len(curtain) else 0)[0]:
-            heard += os.read(self.curtain, 4096)
-        self.assertEqual(heard, curtain)
+        received = b""
+        while select.select([self.curtain], [], [], TIMEOUT if len(received) < len(curtain) else 0)[0]:
+            received += os.read(self.curtain, 4096)
+        self.assertEqual(received, curtain)
 
     def change_scenes_and_devices(self, tablet):
         self.play(tablet, 1, 3, by_app=True)
-        self.assert_devices_hear(b"HOUSE 50\r", b"HOUSE 0\r")
+        self.assert_devices_receive(b"HOUSE 50\r", b"HOUSE 0\r")
         self.play(tablet, 2, 1)
-        self.assert_devices_hear(b"HOUSE 0\r", curtain=b"4f50454e")
+        self.assert_devices_receive(b"HOUSE 0\r", curtain=b"4f50454e")
         self.play(tablet, 1, 1)
-        self.assert_devices_hear(b"HOUSE 100\r", curtain=b"CLOSE\r")
+        self.assert_devices_receive(b"HOUSE 100\r", curtain=b"CLOSE\r")
         # The lights move to another port and the curtain is taken away, which holds at once and is kept.
         lights, curtain = json.loads(self.devices.read_text())["ExControlDevData"]
         self.lights = self.new_lights()
         lights["Port"] = self.lights.getsockname()[1]
         for line in ("put " + json.dumps(lights), "delete " + curtain["DevId"], 'put {"DevId": "7"}'):
-            self.host.tell("device " + line)
+            self.host.write_line("device " + line)
         self.host.wait_for_line(lambda line: line.startswith("device put: DevId: must be an id"), "the complaint")
         self.play(tablet, 1, 3)
         self.play(tablet, 1, 1)
-        self.assert_devices_hear(b"HOUSE 50\r", b"HOUSE 0\r", b"HOUSE 100\r")
+        self.assert_devices_receive(b"HOUSE 50\r", b"HOUSE 0\r", b"HOUSE 100\r")
         self.assertEqual(json.loads(self.devices.read_text())["ExControlDevData"], [lights])
 
     def work_together(self, tablet):
@@ -232,12 +232,12 @@ class EveningTest(unittest.TestCase):
             for job in [pool.submit(job) for job in (central, cloud, app)]:
                 job.result()
 
-    def take_over_and_fall_silent(self, first, second):
+    def take_over_and_stop_heartbeats(self, first, second):
         self.assertEqual(log_in(second)["result"], ANOTHER_APP)
         self.assertEqual(log_in(second, force=1)["result"], SUCCESS)
-        self.assertEqual(first.hear(1), [(REPLY | APP_GONE, None)])
-        first.fall_asleep()
-        second.fall_asleep()
+        self.assertEqual(first.take_notices(1), [(REPLY | APP_GONE, None)])
+        first.stop_heartbeats()
+        second.stop_heartbeats()
         start = time.monotonic()
         self.assertIsNone(second.control.receive())
         self.assertTrue(all(code == REPLY | HEARTBEAT for code, _ in iter(second.bulk.receive, None)))

@@ -15,7 +15,7 @@ import time
 import unittest
 import zlib
 
-from Support import (BULK_PORT, CONTROL_PORT, DEMO_SHOW, PATIENCE, REPLY, App, Folder, ShowHost, copy_demo_show, log_in,
+from Support import (BULK_PORT, CONTROL_PORT, DEMO_SHOW, TIMEOUT, REPLY, App, Folder, ShowHost, copy_demo_show, log_in,
                      wait_until)
 
 HOST = "127.0.0.131"
@@ -89,7 +89,7 @@ class HostileTest(unittest.TestCase):
         return self.enterContext(App(HOST, next(self.sources)))
 
     def connect(self, port=CONTROL_PORT):
-        return self.enterContext(socket.create_connection((HOST, port), PATIENCE))
+        return self.enterContext(socket.create_connection((HOST, port), TIMEOUT))
 
     def assert_answers(self, app):
         for channel in (app.control, app.bulk):

@@ -22,7 +22,7 @@ from contextlib import closing
 from pathlib import Path
 
 from LoginTest import run_with_password
-from Support import FTP_PORT, PATIENCE, REPLY, App, Central, Folder, ShowHost, discover, wait_until
+from Support import FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, discover, wait_until
 
 HOST = "127.0.0.38"
 SET_HOST_NAME = 0x004
@@ -30,7 +30,7 @@ UPLOADED_NAMES = 12
 options = argparse.Namespace(rounds=4, seed=None)
 
 
-class Kept:
+class Stored:
     """What must be found: a value that was acknowledged, or the one that was under way when the host was killed."""
 
     def __init__(self, *values):
@@ -45,23 +45,23 @@ class Kept:
         self.values = [value]
 
 
-class Storm:
+class Load:
     """Far ends that keep the host busy until it is gone, each on a thread of its own."""
 
     def __init__(self, record):
         self.failures = []
         self._gone = threading.Event()
-        self._threads = [threading.Thread(target=self._run, args=(work, random.Random(record.dice.random())))
+        self._threads = [threading.Thread(target=self._run, args=(work, random.Random(record.chance.random())))
                          for work in (record.upload, record.rename, record.command)]
         for thread in self._threads:
             thread.start()
 
-    def _run(self, work, dice):
+    def _run(self, work, chance):
         try:
-            for _ in work(dice):
+            for _ in work(chance):
                 pass
         except (OSError, EOFError) as error:
-            if not self._gone.wait(PATIENCE):
+            if not self._gone.wait(TIMEOUT):
                 self.failures.append(error)
         except Exception as error:
             self.failures.append(error)
@@ -69,38 +69,38 @@ class Storm:
     def ended(self):
         self._gone.set()
         for thread in self._threads:
-            thread.join(PATIENCE)
+            thread.join(TIMEOUT)
         return self.failures
 
 
 class Record:
     """All that the host was asked to store, over all rounds."""
 
-    def __init__(self, dice):
-        self.dice = dice
+    def __init__(self, chance):
+        self.chance = chance
         self.files = {}
         self.users = set()
-        self.host_name = Kept()
+        self.host_name = Stored()
         self.commands = 0
         self.commands_sent = 0
 
-    def upload(self, dice):
+    def upload(self, chance):
         with ftplib.FTP() as ftp:
-            ftp.connect(HOST, FTP_PORT, PATIENCE)
+            ftp.connect(HOST, FTP_PORT, TIMEOUT)
             ftp.login("demo", "demo")
             while True:
-                name = f"clip {dice.randrange(UPLOADED_NAMES)}.mp4"
-                kept = self.files.setdefault(name, Kept(None))
-                appends = dice.random() < 0.3 and len(kept.values) == 1 and len(kept.values[0] or b"") < 4 << 20
-                data = dice.randbytes(dice.choice((0, 1000, 100_000, 2 << 20)))
-                whole = (kept.values[0] or b"") + data if appends else data
-                kept.try_to_set(whole, lambda: ftp.storbinary(("APPE " if appends else "STOR ") + name, io.BytesIO(data)))
+                name = f"clip {chance.randrange(UPLOADED_NAMES)}.mp4"
+                stored = self.files.setdefault(name, Stored(None))
+                appends = chance.random() < 0.3 and len(stored.values) == 1 and len(stored.values[0] or b"") < 4 << 20
+                data = chance.randbytes(chance.choice((0, 1000, 100_000, 2 << 20)))
+                whole = (stored.values[0] or b"") + data if appends else data
+                stored.try_to_set(whole, lambda: ftp.storbinary(("APPE " if appends else "STOR ") + name, io.BytesIO(data)))
                 yield
 
-    def rename(self, dice):
+    def rename(self, chance):
         with App(HOST) as app:
             while True:
-                name = f"stage {dice.random()}"
+                name = f"stage {chance.random()}"
                 self.host_name.try_to_set(name, lambda: self.expect_success(app, name))
                 yield
 
@@ -135,15 +135,15 @@ class KillTest(unittest.TestCase):
                 host = ShowHost(HOST, state)
                 try:
                     self.check(record, state)
-                    storm = Storm(record)
-                    time.sleep(record.dice.uniform(0, 0.7))
+                    load = Load(record)
+                    time.sleep(record.chance.uniform(0, 0.7))
                 finally:
-                    self.kill(host, record.dice.random() < 0.5)
-                self.assertEqual(storm.ended(), [])
+                    self.kill(host, record.chance.random() < 0.5)
+                self.assertEqual(load.ended(), [])
         with ShowHost(HOST, state):
             self.check(record, state)
             with ftplib.FTP() as ftp:
-                ftp.connect(HOST, FTP_PORT, PATIENCE)
+                ftp.connect(HOST, FTP_PORT, TIMEOUT)
                 ftp.login("demo", "demo")
                 ftp.storbinary("STOR last.mp4", io.BytesIO())
             self.assertEqual([name for name in os.listdir(state / "Resources") if name.startswith(".")], [])
@@ -152,7 +152,7 @@ class KillTest(unittest.TestCase):
     def add_user(self, record, state, name):
         """Every other time the program is killed over it."""
         command = [os.environ["SHOWHOST"], "--state", state, "--add-user", name]
-        if record.dice.random() < 0.5:
+        if record.chance.random() < 0.5:
             self.assertEqual(run_with_password(command, "secret").returncode, 0)
             record.users.add(name)
             return
@@ -162,7 +162,7 @@ class KillTest(unittest.TestCase):
         with subprocess.Popen([*map(str, command), "--password-fd", str(reading)], pass_fds=[reading],
                               stdout=subprocess.PIPE) as process:
             os.close(reading)
-            time.sleep(record.dice.uniform(0, 0.15))
+            time.sleep(record.chance.uniform(0, 0.15))
             process.kill()
             if process.stdout.read():
                 record.users.add(name)
@@ -184,12 +184,12 @@ class KillTest(unittest.TestCase):
         settings = state / "settings.json"
         names = {user["name"] for user in json.loads(settings.read_text())["users"]} if settings.exists() else set()
         self.assertLessEqual(record.users, names)
-        for name, kept in record.files.items():
+        for name, stored in record.files.items():
             path = state / "Resources" / name
             found = path.read_bytes() if path.exists() else None
-            self.assertTrue(found in kept.values, f"{name}: {found and len(found)} bytes instead of one of "
-                                                  f"{[value and len(value) for value in kept.values]}")
-            kept.found(found)
+            self.assertTrue(found in stored.values, f"{name}: {found and len(found)} bytes instead of one of "
+                                                  f"{[value and len(value) for value in stored.values]}")
+            stored.found(found)
         others = set(os.listdir(state / "Resources")) - set(record.files)
         self.assertFalse([name for name in others if not re.fullmatch(r"\.[0-9a-f]{16}\.upload", name)])
         with closing(sqlite3.connect(state / "show.sqlite")) as log:  # a row for each command

@@ -9,7 +9,7 @@ import subprocess
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from Support import (PATIENCE, REPLY, App, Folder, ShowHost, Terminal, encrypt, environment, log_in, public_key, showremote,
+from Support import (TIMEOUT, REPLY, App, Folder, ShowHost, Terminal, encrypt, environment, log_in, public_key, showremote,
                      wait_until)
 
 APP_GONE = 0x12
@@ -34,7 +34,7 @@ def run_with_password(command, *lines):
         with open(writing, "w", encoding="utf-8") as far_end:
             far_end.write("\n".join(lines) + "\n")
         return subprocess.run([*map(str, command), "--password-fd", str(reading)], pass_fds=[reading],
-                              capture_output=True, encoding="utf-8", timeout=PATIENCE, env=environment())
+                              capture_output=True, encoding="utf-8", timeout=TIMEOUT, env=environment())
 
 
 def count(host, text):

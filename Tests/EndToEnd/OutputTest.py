@@ -9,7 +9,7 @@ import signal
 import subprocess
 import unittest
 
-from Support import (FTP_PORT, PATIENCE, App, Central, Folder, ShowHost, discover, environment, showhost_command)
+from Support import (FTP_PORT, TIMEOUT, App, Central, Folder, ShowHost, discover, environment, showhost_command)
 
 HOST = "127.0.0.61"
 SET_HOST_NAME = 0x004
@@ -19,7 +19,7 @@ FLOOD = 12_000
 
 def upload(address, name):
     with ftplib.FTP(encoding="utf-8") as ftp:
-        ftp.connect(address, FTP_PORT, PATIENCE)
+        ftp.connect(address, FTP_PORT, TIMEOUT)
         ftp.login("demo", "demo")
         with open(__file__, "rb") as file:
             ftp.storbinary(f"STOR {name}", file)
@@ -48,7 +48,7 @@ class UnreadOutputTest(unittest.TestCase):
 
     def end(self):
         self.host.send_signal(signal.SIGTERM)
-        self.assertEqual(self.host.wait(PATIENCE), 0)
+        self.assertEqual(self.host.wait(TIMEOUT), 0)
 
     def test_the_host_goes_on_and_reports_how_many_lines_were_dropped(self):
         lines = []
@@ -74,7 +74,7 @@ class UnreadOutputTest(unittest.TestCase):
 class TextsTest(unittest.TestCase):
     def test_names_from_outside_cannot_forge_a_line(self):
         with Folder() as state, ShowHost(HOST, state) as host:
-            host.tell("device put " + json.dumps({"DevId": "75abf6a9-add1-4262-84c2-217f41365491", "Type": "udp",
+            host.write_line("device put " + json.dumps({"DevId": "75abf6a9-add1-4262-84c2-217f41365491", "Type": "udp",
                                                   "lamp\n12:00:00.000 host: forged\x1b[2J\u202e": 1}))
             upload(HOST, "opening\x1b[2J\x9b\u2028.txt")
             host.wait_for_line(lambda line: "host: uploaded" in line, "the upload")
@@ -127,7 +127,7 @@ class StateTest(unittest.TestCase):
             resource.prlimit(host.process.pid, resource.RLIMIT_FSIZE, limits)
             name("after")
             self.assertEqual(settings()["hostName"], "after")
-            host.tell("a marker")
+            host.write_line("a marker")
             host.wait_for_line(lambda line: "a marker" in line, "the marker")
 
         reports = [line.split("settings.json: ")[1] for line in host.lines if "settings.json: " in line]
@@ -139,7 +139,7 @@ class StateTest(unittest.TestCase):
 
         for command in (showhost_command(HOST, self.state),
                         [os.environ["SHOWHOST"], "--state", self.state, "--add-user", "ben", "--password-fd", "0"]):
-            result = subprocess.run(command, input="secret\n", capture_output=True, encoding="utf-8", timeout=PATIENCE,
+            result = subprocess.run(command, input="secret\n", capture_output=True, encoding="utf-8", timeout=TIMEOUT,
                                     env=environment())
             self.assertEqual(result.returncode, 2)
             self.assertIn("settings.json: users[0].encryptedPassword: the password of \"anna\" ", result.stderr)

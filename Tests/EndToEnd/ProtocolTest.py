@@ -35,9 +35,9 @@ NOTICES = {SCENE_PLAY, RESOURCE_USED, RESOURCE_DEMUXED, APP_GONE}
 ENDING = {0x011, 0x015, 0x190}
 LAST_CODE = 0x4ff
 # The host refuses the cloud's commands when more than twice as many wait.
-MOST_WAITING = 32
+MAX_WAITING = 32
 PLAY_LOG, OPERATION_LOG = 3, 4
-LONGEST_SHOWN, SHOWN_OF_LONG = 55, 28
+MAX_SHOWN_LINES, SHOWN_LINES_OF_LONG = 55, 28
 # Values that differ between runs or machines: the page shows "..." for them.
 VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..."'), (r'("path": ").+"', r'\1..."'),
             (r'("resPath": ").+/', r"\1.../"), (r'("data": ").+"', r'\1..."'), (r'("publicKey": ").+"', r'\1..."')]
@@ -77,7 +77,7 @@ def completed(*words):
 
 
 class Remotes:
-    """One remote of each kind. ask() returns what came as (where, code or route, payload) until all that was on its way
+    """One remote of each kind. ask() returns what received as (where, code or route, payload) until all that was on its way
     has come; the app's notices are put aside."""
 
     def __init__(self, address, enter, *options):
@@ -110,9 +110,9 @@ class Remotes:
 
     def replies_to_app(self, _):
         self.app.control.send_bytes(FENCE, self.next_fence())
-        came = self.until(self.app.control, REPLY | FENCE, "app")
+        received = self.until(self.app.control, REPLY | FENCE, "app")
         self.app.bulk.send(HEARTBEAT)
-        return came + self.until(self.app.bulk, REPLY | HEARTBEAT, "app-bulk")
+        return received + self.until(self.app.bulk, REPLY | HEARTBEAT, "app-bulk")
 
     def replies_to_app_bulk(self, _):
         # Nothing else is asked there, so that no fence is needed, and none could be told from the answer.
@@ -125,32 +125,32 @@ class Remotes:
     def replies_to_central(self, _):
         fence = self.next_fence()
         self.central.send(fence)
-        came = []
+        received = []
         while fence[2:-2] not in (answer := self.central.receive()):
-            came.append(("central", None, answer))
-        return came
+            received.append(("central", None, answer))
+        return received
 
     def replies_to_cloud(self, code):
         self.cloud.send(cmdType=LOGS)
-        came = []
-        while sum(route == OPERATION_LOG for _, route, _ in came) < 1 + (code == LOGS):
+        received = []
+        while sum(route == OPERATION_LOG for _, route, _ in received) < 1 + (code == LOGS):
             route, data = self.cloud.receive()
-            came.append(("cloud", route, data.encode()))
-        return came[:-2]
+            received.append(("cloud", route, data.encode()))
+        return received[:-2]
 
     def next_fence(self):
         self.fences += 1
         return json.dumps({"cmd": f"fence {self.fences}"}).encode()
 
     def until(self, channel, fence, name):
-        came = []
+        received = []
         while (message := channel.receive_bytes())[0] != fence:
             code, body = message
             if code & ~REPLY in NOTICES and b"errorMsg" not in body:
                 self.notices.append((code & ~REPLY, body))
             else:
-                came.append((name, code, body))
-        return came
+                received.append((name, code, body))
+        return received
 
 
 def fits(shown, text):
@@ -164,15 +164,15 @@ def shorten(text):
     for pattern, replacement in VOLATILE:
         text = re.sub(pattern, replacement, text)
     lines = text.split("\n")
-    if len(lines) > LONGEST_SHOWN:
-        lines = lines[:SHOWN_OF_LONG] + ["..."] + lines[-2:]
+    if len(lines) > MAX_SHOWN_LINES:
+        lines = lines[:SHOWN_LINES_OF_LONG] + ["..."] + lines[-2:]
     return "\n".join(lines)
 
 
-def updated(example, came):
+def updated(example, received):
     old = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
     text = example[0][:len(example[0]) - len(example["replies"])]
-    for place, (sender, body) in enumerate(came):
+    for place, (sender, body) in enumerate(received):
         if place < len(old) and old[place][0] == sender and fits(old[place][1], body):
             body = old[place][1]
         else:
@@ -193,17 +193,17 @@ def with_keys(contract, page):
 
 
 class Replay:
-    """The page's examples and what the host said to each."""
+    """The page's examples and what the host replies to each."""
 
     def __init__(self, contract, remotes, page):
-        self.said = []
+        self.replies = []
         for example in EXAMPLE.finditer(page):
             who, body = example["who"], example["body"]
             keyword = json.loads(body).get("cmd") if body.startswith("{") else body
             code = int(example["code"], 16) if example["code"] else contract.keywords(who).get(keyword)
             if who == "cloud" and code is None:
                 code = json.loads(body)["cmdType"]
-            self.said.append((example, who, code, remotes.ask(who, code, body)))
+            self.replies.append((example, who, code, remotes.ask(who, code, body)))
 
 
 class ProtocolTest(unittest.TestCase):
@@ -215,38 +215,38 @@ class ProtocolTest(unittest.TestCase):
         cls.replay = Replay(cls.contract, cls.remotes, cls.page)
 
     def test_the_examples_are_what_the_host_answers(self):
-        self.assertGreater(len(self.replay.said), 60)
-        for example, who, code, came in self.replay.said:
+        self.assertGreater(len(self.replay.replies), 60)
+        for example, who, code, received in self.replay.replies:
             expected = [(answer["from"], answer["text"]) for answer in ANSWER.finditer(example["replies"])]
             with self.subTest(who=who, code=code if code is None else hexadecimal(code), body=example["body"]):
-                said = [shown(*reply) for reply in came]
-                self.assertEqual([sender for sender, _ in said], [sender for sender, _ in expected])
-                for (_, text), (_, shown_text) in zip(said, expected):
+                replies = [shown(*reply) for reply in received]
+                self.assertEqual([sender for sender, _ in replies], [sender for sender, _ in expected])
+                for (_, text), (_, shown_text) in zip(replies, expected):
                     self.assertTrue(fits(shown_text, text), f"the page has\n{shown_text}\nand the host says\n{text}")
 
     def test_everybody_gets_from_each_message_what_the_contract_says(self):
-        kept, bodies, asked = [], {}, set()
+        matched, bodies, asked = [], {}, set()
         refusals = [text for text in self.contract.shapes["resultText"]["enum"] if text != "SUCCESS"]
 
-        def check(who, code, body, came):
+        def check(who, code, body, received):
             if body.get("cmd") in self.contract.text["keywordsWithoutCommand"] and who == "central":
-                self.assertEqual(came, [("central", None, b"COMMAND ERROR")])
+                self.assertEqual(received, [("central", None, b"COMMAND ERROR")])
                 return
-            promises = self.contract.check_replies(who, code, came)
+            promises = self.contract.check_replies(who, code, received)
             if "command" in self.contract.messages[code] and who != "cloud":
                 self.assertTrue(promises, "a command is always answered")
-            kept.extend((who, code, promise) for promise in promises)
+            matched.extend((who, code, promise) for promise in promises)
             asked.add((who, code, body.get("cmd")))
 
-        for example, who, code, came in self.replay.said:
+        for example, who, code, received in self.replay.replies:
             if code is None:
                 continue
             body = json.loads(example["body"]) if example["body"].startswith("{") else {"cmd": example["body"]}
-            check(who, code, body, came)
+            check(who, code, body, received)
             bodies.setdefault(code, {key: value for key, value in body.items() if key not in ("cmd", "cmdType")})
-            if code and not any(refusal.encode() in payload for refusal in refusals for _, _, payload in came):
+            if code and not any(refusal.encode() in payload for refusal in refusals for _, _, payload in received):
                 self.contract.check_request(who, code, body)
-        for who, code, keyword in self.everything():
+        for who, code, keyword in self.all_messages():
             if (who, code, keyword) in asked or (keyword is None and any(key[:2] == (who, code) for key in asked)):
                 continue
             body = dict(bodies.get(code, {}))
@@ -256,11 +256,11 @@ class ProtocolTest(unittest.TestCase):
                 body["cmdType"] = code
             with self.subTest(who=who, code=hexadecimal(code), body=body):
                 check(who, code, body, self.remotes.ask(who, code, json.dumps(body)))
-        for who, code in {(who, code) for who, code, _ in self.everything()}:
+        for who, code in {(who, code) for who, code, _ in self.all_messages()}:
             for where, _, promise in self.contract.replies(who, code) if code else []:
-                self.assertIn((who, code, promise), kept, f"{who} {hexadecimal(code)} never got this on {where}")
+                self.assertIn((who, code, promise), matched, f"{who} {hexadecimal(code)} never got this on {where}")
 
-    def everything(self):
+    def all_messages(self):
         """Each asker's messages that leave the host running, once for each of their keywords."""
         for code, message in self.contract.messages.items():
             for who in message.keys() & set(ASKERS) if code not in ENDING else ():
@@ -271,14 +271,14 @@ class ProtocolTest(unittest.TestCase):
 
     def test_nobody_gets_an_answer_that_the_contract_does_not_know(self):
         for who in ("app", "fp", "cloud"):
-            came = []
+            received = []
             unknown = [code for code in range(LAST_CODE) if code != FENCE and code not in ENDING
                        and who not in self.contract.messages.get(code, {})]
-            for start in range(0, len(unknown), MOST_WAITING):
-                for code in unknown[start:start + MOST_WAITING]:
+            for start in range(0, len(unknown), MAX_WAITING):
+                for code in unknown[start:start + MAX_WAITING]:
                     self.remotes.send(who, code, json.dumps({"cmdType": code}))
-                came += self.remotes.replies_to(who)
-            for place, _, payload in came:
+                received += self.remotes.replies_to(who)
+            for place, _, payload in received:
                 self.assertEqual((place, json.loads(payload).get("errorMsg")), (who, "COMMAND ERROR"), payload)
             for other in ("app", "fp", "central", "cloud"):
                 self.assertEqual(self.remotes.replies_to(other), [], f"what {who} asked is answered to {other}")
@@ -302,11 +302,11 @@ class ProtocolTest(unittest.TestCase):
         with App(ADDRESS, OTHER_APP) as other:
             log_in(other)
 
-            def came():
+            def received():
                 self.remotes.ask("app", HEARTBEAT, "{}")
                 return NOTICES <= {code for code, _ in self.remotes.notices}
 
-            wait_until(came, "a notice of each kind")
+            wait_until(received, "a notice of each kind")
         for code, body in self.remotes.notices:
             self.contract.check_notice(code, body)
         self.contract.check_value(self.contract.text["discovery"]["reply"], discover(ADDRESS), "discovery")
@@ -364,8 +364,8 @@ class ProtocolTest(unittest.TestCase):
 def update():
     ProtocolTest.setUpClass()
     try:
-        said = iter(ProtocolTest.replay.said)
-        page = EXAMPLE.sub(lambda example: updated(example, [shown(*reply) for reply in next(said)[3]]),
+        replies = iter(ProtocolTest.replay.replies)
+        page = EXAMPLE.sub(lambda example: updated(example, [shown(*reply) for reply in next(replies)[3]]),
                            ProtocolTest.page)
         PAGE.write_text(with_keys(ProtocolTest.contract, page), encoding="utf-8")
     finally:

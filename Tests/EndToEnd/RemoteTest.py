@@ -17,7 +17,7 @@ import unittest
 from websockets.client import ClientConnection
 from websockets.uri import parse_uri
 
-from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, PATIENCE, PUBLIC_KEY, LOGIN, REPLY, EnvelopeChannel,
+from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, TIMEOUT, PUBLIC_KEY, LOGIN, REPLY, EnvelopeChannel,
                      Folder, environment, showremote, wait_until)
 
 HOST, CLOUD, CLOUD_PORT = "127.0.0.141", "127.0.0.62", 25511
@@ -43,9 +43,9 @@ class FakeHost:
         channels = []
         try:
             for server in self._servers:
-                server.settimeout(PATIENCE)
+                server.settimeout(TIMEOUT)
                 connection, _ = server.accept()
-                connection.settimeout(PATIENCE)
+                connection.settimeout(TIMEOUT)
                 channels.append(EnvelopeChannel(connection))
             talk(*channels)
             while channels[0].receive_bytes():
@@ -65,7 +65,7 @@ class FakeHost:
     def __exit__(self, *_):
         for server in self._servers:
             server.shutdown(socket.SHUT_RDWR)
-        self._thread.join(PATIENCE)
+        self._thread.join(TIMEOUT)
         for server in self._servers:
             server.close()
         assert not self.faults, self.faults
@@ -126,7 +126,7 @@ class AppTest(unittest.TestCase):
             control.send(REPLY | asked, {})
 
         notice = bytes(2 << 20)
-        with FakeHost(talk), subprocess.Popen([os.environ["SHOWREMOTE"], "app", "--host", HOST, "--timeout", str(PATIENCE),
+        with FakeHost(talk), subprocess.Popen([os.environ["SHOWREMOTE"], "app", "--host", HOST, "--timeout", str(TIMEOUT),
                                                "heartbeat"], stdout=subprocess.DEVNULL) as process:
             _, status, usage = os.wait4(process.pid, 0)
             process.returncode = os.waitstatus_to_exitcode(status)
@@ -165,7 +165,7 @@ class OutputTest(unittest.TestCase):
     def run_with(self, *arguments, **options):
         with FakeHost(answering(id_form(b"x" * 100_000))):
             return subprocess.run([os.environ["SHOWREMOTE"], "app", "--host", HOST, *map(str, arguments), "resource-thumbnail"],
-                                  stderr=subprocess.PIPE, timeout=PATIENCE, env=environment(), **options).returncode
+                                  stderr=subprocess.PIPE, timeout=TIMEOUT, env=environment(), **options).returncode
 
     def test_it_is_a_failure(self):
         reading, unread = os.pipe()
@@ -192,14 +192,14 @@ class DatagramsTest(unittest.TestCase):
         """What showremote makes of the answer, and what it sent."""
         with socket.socket(type=socket.SOCK_DGRAM) as host:
             host.bind((HOST, port))
-            host.settimeout(PATIENCE)
-            process = subprocess.Popen([os.environ["SHOWREMOTE"], *arguments, "--host", HOST, "--timeout", str(PATIENCE)],
+            host.settimeout(TIMEOUT)
+            process = subprocess.Popen([os.environ["SHOWREMOTE"], *arguments, "--host", HOST, "--timeout", str(TIMEOUT)],
                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8", env=environment())
             with process:
                 asked, address = host.recvfrom(65536)
                 if answer is not None:
                     host.sendto(answer, address)
-                output, error = process.communicate(timeout=PATIENCE)
+                output, error = process.communicate(timeout=TIMEOUT)
         return process.returncode, asked, output + error
 
     def test_central_control_sends_an_object_as_it_is(self):
@@ -235,7 +235,7 @@ class CloudTest(unittest.TestCase):
 
     def connect(self, user="demo"):
         """The host's end: a function that sends a reply."""
-        link = self.enterContext(socket.create_connection((CLOUD, CLOUD_PORT), PATIENCE))
+        link = self.enterContext(socket.create_connection((CLOUD, CLOUD_PORT), TIMEOUT))
         protocol = ClientConnection(parse_uri(f"ws://{CLOUD}:{CLOUD_PORT}/?username={user}"))
         protocol.send_request(protocol.connect())
         link.sendall(b"".join(protocol.data_to_send()))
@@ -258,7 +258,7 @@ class CloudTest(unittest.TestCase):
                 send = self.connect("%1b%5b2J%0a")
                 for route, data in replies:
                     send(route, data if isinstance(data, str) else json.dumps(data))
-                output, _ = process.communicate(timeout=PATIENCE)
+                output, _ = process.communicate(timeout=TIMEOUT)
 
                 self.assertEqual(process.returncode, 0 if files else 1, output)
                 self.assertFalse(any(not c.isprintable() for c in output.replace("\n", "")), output)
@@ -268,7 +268,7 @@ class CloudTest(unittest.TestCase):
     def test_an_object_is_sent_as_it_is(self):
         with self.start('{"cmdType": 22}') as process:
             self.connect()(0, "{}")
-            process.communicate(timeout=PATIENCE)
+            process.communicate(timeout=TIMEOUT)
             self.assertEqual(process.returncode, 0)
 
     def test_a_second_ctrl_c_ends_it_while_its_output_is_not_read(self):

@@ -25,7 +25,7 @@ LOGIN, PUBLIC_KEY = 3, 7
 
 DEMO_SHOW = Path(__file__).resolve().parents[2] / "Examples" / "DemoShow" / "DemoShow.zxc"
 # Generous, for a busy machine under a sanitizer: only a test that fails waits so long.
-PATIENCE = 30
+TIMEOUT = 30
 
 
 def environment(**more):
@@ -35,14 +35,14 @@ def environment(**more):
 
 def showremote(*arguments, **more_environment):
     return subprocess.run([os.environ["SHOWREMOTE"], *map(str, arguments)], capture_output=True, encoding="utf-8",
-                          timeout=PATIENCE, env=environment(**more_environment))
+                          timeout=TIMEOUT, env=environment(**more_environment))
 
 
 def wait_until(condition, what):
-    deadline = time.monotonic() + PATIENCE
+    deadline = time.monotonic() + TIMEOUT
     while not condition():
         if time.monotonic() > deadline:
-            raise AssertionError(f"waited {PATIENCE} s in vain: {what}")
+            raise AssertionError(f"waited {TIMEOUT} s in vain: {what}")
         time.sleep(0.02)
 
 
@@ -104,7 +104,7 @@ class ShowHost:
         if not found():
             raise AssertionError(f"showhost ended without {what}:\n" + "\n".join(self.lines))
 
-    def tell(self, command):
+    def write_line(self, command):
         """Gives the host a line on its standard input."""
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
@@ -112,12 +112,12 @@ class ShowHost:
     def ended(self):
         """The exit code, once it has ended."""
         try:
-            code = self.process.wait(PATIENCE)
+            code = self.process.wait(TIMEOUT)
         except subprocess.TimeoutExpired:
             self.process.kill()
-            code = f"no answer to the signal within {PATIENCE} s"
+            code = f"no answer to the signal within {TIMEOUT} s"
             self.process.wait()
-        self._reader.join(PATIENCE)
+        self._reader.join(TIMEOUT)
         if self.process.stdin:
             self.process.stdin.close()
         return code
@@ -169,7 +169,7 @@ class AppChannel(EnvelopeChannel):
     """One TCP channel of the app; source is the address that it comes from."""
 
     def __init__(self, address, port, source=""):
-        super().__init__(socket.create_connection((address, port), PATIENCE, (source, 0)))
+        super().__init__(socket.create_connection((address, port), TIMEOUT, (source, 0)))
 
 
 class App:
@@ -204,7 +204,7 @@ def encrypt(key, password):
         pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
         cipher = subprocess.run(["openssl", "pkeyutl", "-encrypt", "-pubin", "-inkey", pem,
                                  "-pkeyopt", "rsa_padding_mode:pkcs1"],
-                                input=password.encode(), stdout=subprocess.PIPE, check=True, timeout=PATIENCE).stdout
+                                input=password.encode(), stdout=subprocess.PIPE, check=True, timeout=TIMEOUT).stdout
     return base64.b64encode(cipher).decode()
 
 
@@ -221,7 +221,7 @@ class DatagramPeer:
 
     def __init__(self, address, port):
         self.socket = socket.socket(type=socket.SOCK_DGRAM)
-        self.socket.settimeout(PATIENCE)
+        self.socket.settimeout(TIMEOUT)
         self.socket.connect((address, port))
 
     def __enter__(self):
@@ -256,7 +256,7 @@ class FPController:
     def __init__(self, address, port=FP_PORT):
         self.port = port
         self._listener = socket.create_server((address, port))
-        self._listener.settimeout(PATIENCE)
+        self._listener.settimeout(TIMEOUT)
 
     def __enter__(self):
         return self
@@ -266,7 +266,7 @@ class FPController:
 
     def accept(self):
         connection, _ = self._listener.accept()
-        connection.settimeout(PATIENCE)
+        connection.settimeout(TIMEOUT)
         return EnvelopeChannel(connection)
 
 
@@ -318,12 +318,12 @@ class Terminal:
     def wait_for(self, text):
         wait_until(lambda: text in self.output(), f"\"{text}\" on the terminal")
 
-    def say(self, text):
+    def type_line(self, text):
         os.write(self._near, text.encode() + b"\n")
 
     def answer(self, prompt, text):
         self.wait_for(prompt)
-        self.say(text)
+        self.type_line(text)
 
     def ended(self):
         """The exit code and all that stands on the terminal."""

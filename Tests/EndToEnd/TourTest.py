@@ -10,7 +10,7 @@ import threading
 import unittest
 from pathlib import Path
 
-from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, PATIENCE, App, Folder, FPController, ShowHost,
+from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, TIMEOUT, App, Folder, FPController, ShowHost,
                      discover, environment, showhost_command, showremote)
 
 CONTRACT = Path(__file__).resolve().parents[2] / "Src/Contract/Contract.json"
@@ -120,10 +120,10 @@ class ShowRemoteFailuresTest(unittest.TestCase):
         commands = {("discover",): 25505, ("app", "heartbeat"): CONTROL_PORT, ("upload", __file__): FTP_PORT}
         for arguments, port in commands.items():
             with self.subTest(arguments=arguments):
-                result = showremote(*arguments, "--host", NOBODY)
+                result = showremote(*arguments, "--host", NO_HOST)
 
                 self.assertEqual(result.returncode, 1)
-                self.assertIn(f"can't connect to {NOBODY}:{port}: connection refused; is showhost running?",
+                self.assertIn(f"can't connect to {NO_HOST}:{port}: connection refused; is showhost running?",
                               result.stderr)
 
     def test_a_host_that_does_not_answer_or_closes_is_a_failure(self):
@@ -132,13 +132,13 @@ class ShowRemoteFailuresTest(unittest.TestCase):
             connection.recv(4096)
             connection.close()
 
-        with socket.create_server((NOBODY, CONTROL_PORT)), socket.create_server((NOBODY, BULK_PORT)):
-            silent = showremote("app", "--host", NOBODY, "--timeout", 0.2, "heartbeat")
-        with socket.create_server((NOBODY, CONTROL_PORT)) as control, socket.create_server((NOBODY, BULK_PORT)):
-            control.settimeout(PATIENCE)
+        with socket.create_server((NO_HOST, CONTROL_PORT)), socket.create_server((NO_HOST, BULK_PORT)):
+            silent = showremote("app", "--host", NO_HOST, "--timeout", 0.2, "heartbeat")
+        with socket.create_server((NO_HOST, CONTROL_PORT)) as control, socket.create_server((NO_HOST, BULK_PORT)):
+            control.settimeout(TIMEOUT)
             far_end = threading.Thread(target=hang_up, args=(control,))
             far_end.start()
-            closed = showremote("app", "--host", NOBODY, "--timeout", PATIENCE, "heartbeat")
+            closed = showremote("app", "--host", NO_HOST, "--timeout", TIMEOUT, "heartbeat")
             far_end.join()
 
         for result, text in ((silent, "no reply heartbeat (0x10000001) within 0.2 s"),
@@ -155,7 +155,7 @@ class ProcessTest(unittest.TestCase):
 
     def run_to_its_end(self, show=None):
         return subprocess.run(showhost_command(STARTED, self.folder / "state", show=show), capture_output=True,
-                              encoding="utf-8", timeout=PATIENCE, env=environment())
+                              encoding="utf-8", timeout=TIMEOUT, env=environment())
 
     @staticmethod
     def taken(port):
