@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The cloud service as a stranger would write it: login, commands and replies, and a service that misbehaves."""
+"""Tests with an independent implementation of the cloud service: login, commands and replies, and invalid data."""
 
 import json
 import os
@@ -52,7 +52,7 @@ class HostLink:
         while not self._events:
             data = self.socket.recv(1 << 16)
             if not data:
-                raise ConnectionError("the host has closed")
+                raise ConnectionError("the host has closed the connection")
             self._protocol.receive_data(data)
             self._send_waiting()
             self._events += self._protocol.events_received()
@@ -63,7 +63,7 @@ class HostLink:
         self._send_waiting()
 
     def receive(self):
-        """The next reply's route and data."""
+        """Returns the next reply's route and data."""
         text, final = b"", False
         while not final:
             frame = self._next_event()
@@ -99,7 +99,7 @@ class Cloud:
 
 
 class ServedTest(unittest.TestCase):
-    """One host, one service, a connection of its own for each test."""
+    """One host, one service, and a new connection for each test."""
 
     @classmethod
     def setUpClass(cls):
@@ -110,7 +110,7 @@ class ServedTest(unittest.TestCase):
     def setUp(self):
         self.link = self.enterContext(self.cloud.accept())
 
-    def test_what_is_too_long_or_broken_ends_the_connection_alone(self):
+    def test_data_that_is_too_long_or_invalid_only_ends_the_connection(self):
         final_text = 0x80 | Opcode.TEXT
         too_long = struct.pack(">BBQ", final_text, 127, 1 << 40)
         link = self.link
@@ -123,7 +123,7 @@ class ServedTest(unittest.TestCase):
 
         self.assertEqual(link.receive()[0], PLAY_LOG)
 
-    def test_a_new_connection_gets_nothing_of_an_export_that_was_cut_off(self):
+    def test_a_new_connection_receives_nothing_of_an_interrupted_export(self):
         self.link.send(cmdType=0x19)
         self.link.receive()
         self.link.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
@@ -146,22 +146,22 @@ class ProcessTest(unittest.TestCase):
     def start(self, *options):
         return ShowHost(HOST, self.folder / "state", *options)
 
-    def test_the_login_is_percent_encoded_and_a_broken_password_is_empty(self):
+    def test_the_login_is_percent_encoded_and_an_invalid_password_is_empty(self):
         user = "B\u00fchne 1&2=%1+/?#"
         settings = self.settings(user=user, account="x", encryptedPassword="bm8gY2lwaGVy")
         with Cloud() as cloud, self.start("--settings", settings), cloud.accept() as link:
             self.assertEqual(link.path, PATH + urllib.parse.quote(user, safe="") + "&password=")
 
-    def test_the_host_ends_at_once_while_the_cloud_says_nothing(self):
+    def test_the_host_ends_at_once_while_the_cloud_is_silent(self):
         with Cloud() as cloud, self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}") as host, cloud.accept_socket():
             start = time.monotonic()
             host.process.send_signal(signal.SIGTERM)
 
             self.assertEqual(host.ended(), 0)
-            # Well below the time after which the silence is noticed.
+            # Much less than the timeout of a silent connection.
             self.assertLess(time.monotonic() - start, 5)
 
-    def test_the_play_log_has_what_plays_when_the_host_starts_and_ends(self):
+    def test_the_play_log_has_the_scene_that_plays_when_the_host_starts_and_ends(self):
         def played(link):
             link.send(cmd="downLoadLog")
             tables = dict(link.receive() for _ in range(2))
@@ -180,7 +180,7 @@ class ProcessTest(unittest.TestCase):
             with self.start("--cloud", url), cloud.accept() as link:
                 self.assertEqual(played(link), 2 * scene)
 
-    def test_only_a_certificate_that_is_known_is_trusted(self):
+    def test_only_a_known_certificate_is_trusted(self):
         certificate, key = self.folder / "cloud.pem", self.folder / "key.pem"
         subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=cloud",
                         "-addext", f"subjectAltName=IP:{CLOUD}", "-keyout", key, "-out", certificate],
@@ -197,7 +197,7 @@ class ProcessTest(unittest.TestCase):
                 self.assertEqual(link.path, PATH + "demo&password=demo")
             self.assertFalse(any("password=" in line for line in host.lines))
 
-    def test_an_address_that_is_none_is_told(self):
+    def test_an_invalid_address_is_reported(self):
         for url in ("http://127.0.0.83", "ws://", "cloud"):
             result = subprocess.run(showhost_command(HOST, self.folder / "state", "--cloud", url), capture_output=True,
                                     encoding="utf-8", timeout=TIMEOUT, env=environment())
@@ -212,7 +212,7 @@ class ShowRemoteTest(unittest.TestCase):
         cls.host = cls.enterClassContext(
             ShowHost(HOST, folder / "state", "--cloud", f"ws://{OTHER_CLOUD}:{CLOUD_PORT}"))
 
-    def test_replies_are_shown_and_kept(self):
+    def test_replies_are_printed_and_saved(self):
         with Folder() as folder:
             for command in ("0x16", "downLoadLog", "0x19", "0x189"):
                 result = showremote("cloud", "--listen", OTHER_CLOUD, "--out", folder, command)
@@ -227,7 +227,7 @@ class ShowRemoteTest(unittest.TestCase):
             information = json.loads((folder / "system-information.json").read_text(encoding="utf-8"))
             self.assertRegex(information["version"], r"^Zentravox XA 2\.0 \d+\.\d+\.\d+$")
 
-    def test_a_command_that_brings_no_reply_ends_when_the_host_has_it(self):
+    def test_a_command_without_a_reply_ends_when_the_host_has_received_it(self):
         result = showremote("cloud", "--listen", OTHER_CLOUD, "globalVolume", '{"param": 7}')
 
         self.assertEqual(result.returncode, 0, result.stderr)
@@ -242,7 +242,7 @@ class ShowRemoteTest(unittest.TestCase):
             self.assertEqual(process.wait(TIMEOUT), 0)
         self.assertEqual(showremote("cloud", "--listen", OTHER_CLOUD, "--seconds", 0.2, "listen").returncode, 0)
 
-    def test_wrong_usage_is_told(self):
+    def test_wrong_usage_is_reported(self):
         for arguments in (("no-such-keyword",), ("refresh", "[]"), ("--cert", "x", "refresh"), ()):
             self.assertEqual(showremote("cloud", *arguments).returncode, 2, arguments)
 

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Commands from remotes: what they change."""
+"""Tests what commands of remotes change."""
 
 import ftplib
 import io
@@ -7,24 +7,24 @@ import unittest
 
 from Support import FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, wait_until
 
-OBEDIENT = "127.0.0.46"
+HOST = "127.0.0.46"
 SCREEN_LIST, SNAPSHOT, MEDIA_LIST, RESOURCE_LIST, RESOURCE_ITEM = 0x101, 0x100, 0x200, 0x400, 0x401
 
 
-class ObedienceTest(unittest.TestCase):
+class CommandsTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = cls.enterClassContext(Folder())
-        cls.host = cls.enterClassContext(ShowHost(OBEDIENT, cls.folder))
+        cls.host = cls.enterClassContext(ShowHost(HOST, cls.folder))
 
     def setUp(self):
-        self.app = self.enterContext(App(OBEDIENT))
-        self.central = self.enterContext(Central(OBEDIENT))
+        self.app = self.enterContext(App(HOST))
+        self.central = self.enterContext(Central(HOST))
         self.central.ask(cmd="switchProject", param=0)
         self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=1)
 
     def ask_app(self, code):
-        """The answer, past the notices of what commands have done."""
+        """Returns the answer; skips notices of earlier commands."""
         self.app.control.send(code)
         while True:
             answer, body = self.app.control.receive()
@@ -39,7 +39,7 @@ class ObedienceTest(unittest.TestCase):
         return stage, media, self.ask_app(SCREEN_LIST), [self.central.ask(cmd=query) for query in (
             "getHDR", "getProjectName", "getGlobalBrightness", "getScreenStateByIndex")]
 
-    def test_what_a_command_changes_the_next_query_tells(self):
+    def test_the_next_query_returns_what_a_command_has_changed(self):
         for command, query, answer in (
                 ({"cmd": "pauseAll"}, "getGlobalPlayState", {"GlobalPlayState": "Pause"}),
                 ({"cmd": "continueAll"}, "getGlobalPlayState", {"GlobalPlayState": "Play"}),
@@ -67,9 +67,9 @@ class ObedienceTest(unittest.TestCase):
             self.assertEqual(self.central.ask(**command), "SUCCESS")
             self.assertAlmostEqual(self.ask_app(SNAPSHOT)["stageData"]["globalVolumn"], volume, 5)
 
-    def test_what_cannot_be_done_changes_nothing(self):
+    def test_a_refused_command_changes_nothing(self):
         self.central.ask(cmd="closeHDR")
-        self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=3)  # the group's last, with nothing on the stage
+        self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=3)  # the last scene of the group, without media
         self.central.ask(cmd="pauseAll")
         before = self.all_states()
 
@@ -96,13 +96,13 @@ class ObedienceTest(unittest.TestCase):
 
     def upload(self, name, content):
         with ftplib.FTP(timeout=TIMEOUT) as ftp:
-            ftp.connect(OBEDIENT, FTP_PORT)
+            ftp.connect(HOST, FTP_PORT)
             ftp.login("demo", "demo")
             ftp.storbinary(f"STOR {name}", io.BytesIO(content))
-        wait_until(lambda: name in self.resources(), f"{name} is a resource that can play")
+        wait_until(lambda: name in self.resources(), f"{name} is a playable resource")
         return self.resources()[name]
 
-    def test_only_an_upload_makes_a_resource_and_a_huge_picture_is_reported_once(self):
+    def test_only_an_upload_creates_a_resource_and_a_huge_picture_is_reported_once(self):
         before = self.resources()
         picture = self.folder / "stranger.gif"
         picture.write_bytes(gif(10, 10))
@@ -120,7 +120,7 @@ class ObedienceTest(unittest.TestCase):
 
 
 def gif(width, height):
-    """A picture of this size, of which the first pixel alone is painted."""
+    """Returns a picture of this size with data of the first pixel only."""
     size = width.to_bytes(2, "little") + height.to_bytes(2, "little")
     return b"GIF89a" + size + bytes.fromhex("800000 000000ffffff 2c00000000 01000100 00 02024401 00 3b")
 

@@ -1,4 +1,4 @@
-"""Src/Contract/Contract.json as the tests read it: what may be asked, and whether what received back is what it promises."""
+"""Reads Src/Contract/Contract.json, and checks requests and replies against it."""
 
 import hashlib
 import json
@@ -22,7 +22,7 @@ def hexadecimal(code):
 
 
 def place_text(who, place):
-    """The code or route of a reply, as the page writes it."""
+    """Returns the code or route of a reply as Docs/Protocol.md shows it."""
     return "" if place is None else f"route {place}" if who == "cloud" else hexadecimal(place)
 
 
@@ -36,12 +36,12 @@ class Contract:
                 raise AssertionError(f'Contract.json: write the code {message["code"]} as "{hexadecimal(code)}"')
 
     def digest(self):
-        """Of all that a remote depends on."""
+        """Returns a digest of everything that a remote depends on."""
         content = {key: value for key, value in self.text.items() if key not in ("version", "released")}
         return hashlib.sha256(json.dumps(content, sort_keys=True).encode()).hexdigest()
 
     def keywords(self, who):
-        """Each keyword of central control or the cloud, with its code."""
+        """Returns the keywords of central control or the cloud with their codes."""
         known = {keyword: code for code, message in self.messages.items()
                  for keyword in message.get(who, {}).get("keywords", [])}
         if who == "central":
@@ -61,7 +61,7 @@ class Contract:
         self.check_value(schema, own, f"request of {who} {hexadecimal(code)}")
 
     def replies(self, who, code):
-        """What may come back, as (where, code or route, promise)."""
+        """Returns the specified replies as (where, code or route, promise). A promise is one reply's definition."""
         message = self.messages[code]
         answer = message[who]
         if "command" in message:
@@ -80,13 +80,13 @@ class Contract:
 
     def command_reply(self, message):
         request, result = message["command"]["request"], self.shapes["fate"]
-        # A request that is refused may have had anything in its keys.
+        # The keys of a refused request may have any values.
         return {"type": "object", "properties": {**dict.fromkeys(request.get("properties", {}), {}),
                                                  **result["properties"]},
                 "required": result["required"], "additionalProperties": False}
 
     def check_replies(self, who, code, received):
-        """received: what was answered, as (where, code or route, payload). Returns the promises that were matched."""
+        """received: the replies, as (where, code or route, payload). Returns the promises that they match."""
         promised = self.replies(who, code)
         matched = []
         for where, place, payload in received:
@@ -98,7 +98,7 @@ class Contract:
         for promise in matched:
             many = promise.get("many", 1)
             if many is not True and matched.count(promise) != many:
-                raise AssertionError(f"{who} {hexadecimal(code)}: a reply received {matched.count(promise)} times, not {many}")
+                raise AssertionError(f"{who} {hexadecimal(code)}: a reply was received {matched.count(promise)} times, not {many}")
         return matched
 
     def matching_promise(self, promises, payload, what):
@@ -115,12 +115,12 @@ class Contract:
         if "picture" in promise:
             starts = {"image/png": b"\x89PNG", "image/jpeg": b"\xff\xd8\xff"}[promise["picture"]]
             if not payload.startswith(b"ZXID") or not payload[24:].startswith(starts):
-                raise AssertionError(f"{what}: no {promise['picture']} under an id: {payload[:40]!r}")
+                raise AssertionError(f"{what}: not an id with {promise['picture']}: {payload[:40]!r}")
         elif promise.get("text") == "fate":
             self.check_value({"$ref": "#/$defs/resultText"}, payload.decode(), what)
         elif promise.get("text") == "text/csv":
             if payload.count(b"\n") == 0 or payload.count(b",") == 0:
-                raise AssertionError(f"{what}: no table: {payload[:40]!r}")
+                raise AssertionError(f"{what}: not a table: {payload[:40]!r}")
         elif "body" in promise:
             self.check_value(promise["body"], json.loads(payload), what)
         elif payload:
@@ -132,10 +132,10 @@ class Contract:
             raise AssertionError(f"the contract has no notice {hexadecimal(code)}: {payload[:200]!r}")
         self.check_payload(notice, payload, f"notice {hexadecimal(code)}")
 
-    # The page's text.
+    # The text of Docs/Protocol.md.
 
     def section(self, code):
-        """What the page shows of a message: who asks with which keys, and what comes back."""
+        """Returns the page's text about a message: who may send it with which keys, and the replies."""
         message = self.messages[code]
         lines = []
         if "command" in message:
@@ -203,7 +203,7 @@ class Contract:
 
 
 def routes_of_the_module():
-    """The routing table: for each code and asker of the contract, who answers it."""
+    """Returns the routing table: the answerer for each code and asker."""
     header = (MODULE_COMMON / "Routes.h").read_text(encoding="utf-8")
     codes = named_codes()
     askers = {"App": "app", "FP": "fp", "CentralControl": "central", "CloudControl": "cloud"}
@@ -219,7 +219,7 @@ def routes_of_the_module():
 
 
 def named_codes():
-    """Every code that Command.h has a name for, by that name."""
+    """Returns the codes of Command.h by name."""
     header = (MODULE_COMMON / "Command.h").read_text(encoding="utf-8")
     enumeration = re.search(r"enum Code : int \{(.*?)\};", header, re.S).group(1)
     return {name: int(code, 16) for name, code in re.findall(r"(\w+) = (0x\w+),", enumeration)}

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Runs every command that README.md, CONTRIBUTING.md and Docs give, and checks that the files which they name are there.
+"""Runs every command of README.md, CONTRIBUTING.md and Docs, and checks that the files that they name exist.
 
-The commands have the usual addresses, so all of it runs in a network of its own.
+The commands use the default addresses, so the test runs in a separate network namespace.
 """
 
 import json
@@ -26,13 +26,13 @@ SHOWN = re.compile(r"^\$ ((?:showhost|showremote) .*)$", re.M)
 LINK = re.compile(r"\]\(([^)#:]*)(?:#([^)]*))?\)")
 NAMED = re.compile(r"`((?:[\w.-]+/)+[\w.-]*|[\w.-]+\.(?:cpp|h|py|sh|md|json|zxc))[ `]")
 
-# Builds and whole runs of the tests have no place within a test: .ci/run makes them, itself or by a script that it calls.
+# Builds and complete test runs are not repeated here: .ci/run executes them, directly or through a script.
 RUN_BY_CI = ("./run", "./test", ".ci/run", "cmake/InstallDependencies.sh", "cmake", "ctest", "cpack")
-# Measurements take minutes, but whether they work is told by short ones. Only builds without sanitizers have the programs.
+# Measurements take minutes; short ones show whether they work. Only builds without sanitizers have these programs.
 SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 1", "Soak.py": "{} --minutes 0.05",
              "sendercost": "{} --benchmark_filter=name --benchmark_repetitions=1 --benchmark_min_time=0.001",
              "jsonread": "{} --benchmark_filter=bytes --benchmark_repetitions=1 --benchmark_min_time=0.001"}
-# What runs until Ctrl-C, and what it shows of the show that goes on meanwhile.
+# Commands that run until Ctrl-C, and a text that they print during the show.
 ENDLESS = {"listen": "<- scene-play", "device udp": "HOUSE 100", "device serial --link": "CLOSE",
            "device serial /dev/": "RAISE"}
 
@@ -49,7 +49,7 @@ class CommandsTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         if MARK not in os.environ:
-            raise unittest.SkipTest("the commands need a network of their own, which unshare -rn doesn't make here")
+            raise unittest.SkipTest("the commands need a network namespace, which unshare -rn can't create here")
         cls.folder = folder = cls.enterClassContext(Folder())
         cls.serial_line, far_end = os.openpty()
         cls.replacements = {"build/release/bin/": f"{BIN}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
@@ -61,11 +61,11 @@ class CommandsTest(unittest.TestCase):
         cls.show = copy_demo_show(folder, {"/tmp/curtain": f"{folder}/curtain"})
 
     def run_with_a_host(self, command):
-        """The exit code and all that was said. Questions are answered, and what has no end sees some of the show."""
+        """Returns the exit code and the output. Answers password prompts; ends endless commands after part of the show."""
         shows = next((shown for start, shown in ENDLESS.items() if re.search(rf"showremote .*{start}", command)), None)
         for text, replacement in self.replacements.items():
             command = re.sub(rf"(?<![\w/]){text}(?!\w)" if text.isupper() else re.escape(text), replacement, command)
-        # A new host: one that has run for a while looks for the cloud and the FP controller at long intervals only.
+        # A new host, since an older one tries to reach the cloud and the FP controller only at long intervals.
         host = ShowHost("127.0.0.1", self.folder / "state", "--cloud", "ws://127.0.0.1:25511", show=self.show)
         with host, Terminal(["bash", "-c", command]) as terminal:
             answered = set()
@@ -100,13 +100,13 @@ class CommandsTest(unittest.TestCase):
                     self.assertLessEqual(set(re.findall(r"--preset (\w+)", command)), presets)
                 elif not short or (BIN / "channelload").exists():
                     ours = program.startswith(("build/", "show", "source")) or (ROOT / program).is_file()
-                    self.assertTrue(ours, "neither ours nor run by .ci/run")
+                    self.assertTrue(ours, "not a program of the project and not run by .ci/run")
                     code, output = self.run_with_a_host(short.format(command) if short else command)
                     self.assertEqual(code, 0, output)
 
 
 class NamesTest(unittest.TestCase):
-    def test_links_and_file_names_lead_somewhere(self):
+    def test_the_targets_of_links_and_file_names_exist(self):
         tree = [f"/{path}" for path in (found.relative_to(ROOT) for found in ROOT.rglob("*")) if path.parts[0] != "build"]
         for page, text in PAGES.items():
             text = BLOCK.sub("", text)
@@ -116,7 +116,7 @@ class NamesTest(unittest.TestCase):
                     self.assertTrue(path.exists())
                     headings = re.findall(r"^#+ (.*)$", path.read_text(encoding="utf-8"), re.M) if anchor else [""]
                     self.assertIn(anchor, [re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings])
-            for name in set(NAMED.findall(text)) - {"settings.json"}:  # which the host makes
+            for name in set(NAMED.findall(text)) - {"settings.json"}:  # created by the host
                 with self.subTest(page=page.name, name=name):
                     end = "/" + name.removeprefix("./").rstrip("/")
                     self.assertTrue(any(path.endswith(end) for path in tree))

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""An evening with the demo show: what an app, central control, the cloud and the devices on stage see of it, in one story.
+"""An evening with the demo show: one long test with an app, central control, the cloud and devices at the same time.
 
-All far ends are strangers: curl, the openssl command, python3-websockets as the cloud, a pseudo-terminal and plain sockets.
+All peers are independent: curl, the openssl command, python3-websockets as the cloud, a pseudo-terminal and sockets.
 """
 
 import asyncio
@@ -34,7 +34,7 @@ SCENE_CHANGED = (REPLY | SCENE_PLAY, {"result": 1})
 
 
 class Tablet(App):
-    """An app that beats on the bulk channel until it falls asleep, and keeps what it is told without asking."""
+    """An app that sends heartbeats on the bulk channel until stop_heartbeats(), and stores notices."""
 
     def __init__(self, source):
         super().__init__(HOST, source)
@@ -62,7 +62,7 @@ class Tablet(App):
         return message[1]
 
     def take_notices(self, count):
-        """So many notices, or all if more have come."""
+        """Waits for this many notices; returns and forgets all notices."""
         while len(self._notices) < count:
             self._notices.append(self.control.receive())
         notices, self._notices = self._notices, []
@@ -79,7 +79,7 @@ class Tablet(App):
 
 
 class Cloud:
-    """The service, on a thread of its own; the host's first connection is its link."""
+    """The service on its own thread; it uses the host's first connection."""
 
     def __init__(self):
         self._links = queue.Queue()
@@ -159,7 +159,7 @@ class EveningTest(unittest.TestCase):
         self.assertEqual((self.folder / "state" / "Resources" / name).read_bytes(), clip.read_bytes())
 
     def play(self, tablet, group, scene, by_app=False):
-        """The app is told that the scene has changed, then whose use has, and nothing else."""
+        """The app receives a notice of the scene change, then of the changed use of resources, and nothing else."""
         before = tablet.used()
         position = {"sceneGrpCol": group, "sceneCol": scene}
         answer = tablet.ask(SCENE_PLAY, position)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **position)
@@ -194,20 +194,20 @@ class EveningTest(unittest.TestCase):
         self.assert_devices_receive(b"HOUSE 0\r", curtain=b"4f50454e")
         self.play(tablet, 1, 1)
         self.assert_devices_receive(b"HOUSE 100\r", curtain=b"CLOSE\r")
-        # The lights move to another port and the curtain is taken away, which holds at once and is kept.
+        # The lights get another port and the curtain is deleted: this takes effect at once and is saved.
         lights, curtain = json.loads(self.devices.read_text())["ExControlDevData"]
         self.lights = self.new_lights()
         lights["Port"] = self.lights.getsockname()[1]
         for line in ("put " + json.dumps(lights), "delete " + curtain["DevId"], 'put {"DevId": "7"}'):
             self.host.write_line("device " + line)
-        self.host.wait_for_line(lambda line: line.startswith("device put: DevId: must be an id"), "the complaint")
+        self.host.wait_for_line(lambda line: line.startswith("device put: DevId: must be an id"), "the error")
         self.play(tablet, 1, 3)
         self.play(tablet, 1, 1)
         self.assert_devices_receive(b"HOUSE 50\r", b"HOUSE 0\r", b"HOUSE 100\r")
         self.assertEqual(json.loads(self.devices.read_text())["ExControlDevData"], [lights])
 
     def work_together(self, tablet):
-        """All ask at once, and each gets its own answers, and true ones."""
+        """All send requests at once, and each receives the correct answers to its own."""
         def central():
             for number in range(101):
                 self.assertEqual(self.central.ask(cmd="globalBrightness", param=number), "SUCCESS")

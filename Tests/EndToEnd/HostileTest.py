@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Hostile peers against a showhost with little address space, which must answer the others all the while."""
+"""Hostile peers of a showhost with a small address space, which must answer other peers meanwhile."""
 
 import contextlib
 import functools
@@ -23,9 +23,9 @@ HEARTBEAT, HOST_NAME, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x001, 0x005, 0x400, 0
 MIB = 1 << 20
 ADDRESS_SPACE = 1500 * MIB
 BUDGET, MAX_REQUEST, MAX_QUEUED, MAX_CONNECTIONS = 256 * MIB, 4 * MIB, 64 * MIB, 1000
-# The host has 2 s to end; the rest is for a busy machine.
+# The host must end within 2 s; twice as long on a busy machine.
 END_SECONDS = 4
-# A sanitizer needs far more address space for its own purposes.
+# A sanitizer needs far more address space.
 IS_SANITIZED = bool(os.environ["SANITIZERS"])
 
 
@@ -35,13 +35,13 @@ def header(code, length):
 
 @functools.lru_cache
 def slow_picture():
-    """A transparent PNG of 62 megapixels, interlaced, which takes long to read."""
+    """Returns a transparent, interlaced PNG of 62 megapixels, which takes long to read."""
     def chunk(kind, data):
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
     side, compression = 7872, zlib.compressobj(1)
     data = b""
-    # What the seven passes of Adam7 skip and how far apart their pixels are, across and down.
+    # First column, first row, column step and row step of the seven Adam7 passes.
     for x, y, across, down in ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2),
                                (0, 1, 1, 2)):
         data += compression.compress(bytes(-(-(side - y) // down) * (1 + -(-(side - x) // across) * 4)))
@@ -51,7 +51,7 @@ def slow_picture():
 
 
 def count_closed(peers):
-    """How many of the peers the host has closed. Those read nothing."""
+    """Returns how many of the peers the host has closed. The peers must not read."""
     poll = select.poll()
     for peer in peers:
         poll.register(peer, select.POLLRDHUP)
@@ -75,7 +75,7 @@ class HostileTest(unittest.TestCase):
             resource.prlimit(self.host.process.pid, resource.RLIMIT_AS, (ADDRESS_SPACE, ADDRESS_SPACE))
 
     def large_show(self):
-        """A show whose resource list is large and yet quickly made, and the size of that list."""
+        """Returns the path of a show whose resource list is large but quickly created."""
         show = json.loads(DEMO_SHOW.read_text(encoding="utf-8"))
         project = next(project for project in show["projects"] if project["id"] == show["openProject"])
         for number in range(2, 6):
@@ -103,7 +103,7 @@ class HostileTest(unittest.TestCase):
         self.assertLess(time.monotonic() - start, END_SECONDS)
         self.assertFalse(any("abandoned" in line for line in self.host.lines))
 
-    def test_half_envelopes_of_many_peers_take_a_limited_amount_of_memory(self):
+    def test_incomplete_envelopes_of_many_peers_use_a_limited_amount_of_memory(self):
         self.start()
         app = self.app()
         half = header(HOST_NAME, MAX_REQUEST) + bytes(MAX_REQUEST - MIB // 4)
@@ -119,7 +119,7 @@ class HostileTest(unittest.TestCase):
         self.host.wait_for_line(lambda line: "an envelope is longer than the maximum" in line, "the reason")
         self.assert_answers(app)
 
-    def test_peers_that_do_not_read_take_a_limited_amount_of_memory(self):
+    def test_peers_that_do_not_read_use_a_limited_amount_of_memory(self):
         self.start(self.large_show())
         app = self.app()
         list_bytes = 8 * MIB
@@ -132,7 +132,7 @@ class HostileTest(unittest.TestCase):
         self.host.wait_for_line(lambda line: "unsent replies exceed the memory limit" in line, "a peer is closed")
         self.assert_answers(app)
 
-    def test_more_connections_than_there_may_be_displace_idle_ones_but_no_logged_in_app(self):
+    def test_too_many_connections_displace_idle_ones_but_no_logged_in_app(self):
         self.start()
         app = self.app()
         self.assertEqual(log_in(app)["result"], 0)
@@ -144,14 +144,14 @@ class HostileTest(unittest.TestCase):
 
         def are_displaced():
             app.bulk.send(HEARTBEAT)
-            return count_closed(peers) == 2 * 51  # two connections of each channel are the apps'
+            return count_closed(peers) == 2 * 51  # the two apps have two connections on each channel
 
         wait_until(are_displaced, "the longest idle are closed")
         self.assertEqual(count_closed([idle.control.socket, idle.bulk.socket]), 2)
         self.assert_answers(app)
         self.assert_answers(self.app())
 
-    def test_the_host_ends_though_a_batch_of_requests_waits(self):
+    def test_the_host_ends_while_a_batch_of_requests_is_queued(self):
         self.start(self.large_show())
         app = self.app()
         app.control.socket.sendall(header(RESOURCE_LIST, 0) * 500)
@@ -159,7 +159,7 @@ class HostileTest(unittest.TestCase):
 
         self.assert_ends()
 
-    def test_the_host_ends_though_slow_pictures_are_being_decoded(self):
+    def test_the_host_ends_while_slow_pictures_are_decoded(self):
         show = copy_demo_show(self.folder, {})
         for name in ("Curtain.jpg", "Emblem.png", "Harbour at dawn.jpg"):
             (show.parent / "Media" / name).write_bytes(slow_picture())

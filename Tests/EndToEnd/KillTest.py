@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""showhost killed at random moments. What it had acknowledged is there after the next start, and nothing half-written.
+"""Kills showhost at random times, and checks that acknowledged data survives and that no file is incomplete.
 
     KillTest.py [--rounds N] [--seed N]
 """
@@ -31,7 +31,7 @@ options = argparse.Namespace(rounds=4, seed=None)
 
 
 class Stored:
-    """What must be found: a value that was acknowledged, or the one that was under way when the host was killed."""
+    """The values that may be found: the last acknowledged one, or the one being stored when the host was killed."""
 
     def __init__(self, *values):
         self.values = list(values)
@@ -46,7 +46,7 @@ class Stored:
 
 
 class Load:
-    """Far ends that keep the host busy until it is gone, each on a thread of its own."""
+    """Peers that keep the host busy until it is killed, each on its own thread."""
 
     def __init__(self, record):
         self.failures = []
@@ -74,7 +74,7 @@ class Load:
 
 
 class Record:
-    """All that the host was asked to store, over all rounds."""
+    """All data that the host was asked to store in all rounds."""
 
     def __init__(self, chance):
         self.chance = chance
@@ -107,7 +107,7 @@ class Record:
     @staticmethod
     def expect_success(app, name):
         app.control.send(SET_HOST_NAME, {"name": name})
-        while message := app.control.receive():  # among them the notices of uploads
+        while message := app.control.receive():  # including notices of uploads
             if message[0] == REPLY | SET_HOST_NAME:
                 assert message[1]["result"] == 1, message
                 return
@@ -124,7 +124,7 @@ class Record:
 
 
 class KillTest(unittest.TestCase):
-    def test_what_was_acknowledged_survives_and_nothing_is_half_written(self):
+    def test_acknowledged_data_survives_and_no_file_is_incomplete(self):
         seed = random.randrange(1 << 32) if options.seed is None else options.seed
         print(f"seed {seed}, {options.rounds} rounds")
         record = Record(random.Random(seed))
@@ -147,10 +147,10 @@ class KillTest(unittest.TestCase):
                 ftp.login("demo", "demo")
                 ftp.storbinary("STOR last.mp4", io.BytesIO())
             self.assertEqual([name for name in os.listdir(state / "Resources") if name.startswith(".")], [])
-        print(f"found again: {len(record.files)} files, {len(record.users)} users, {record.commands} commands")
+        print(f"found after the last round: {len(record.files)} files, {len(record.users)} users, {record.commands} commands")
 
     def add_user(self, record, state, name):
-        """Every other time the program is killed over it."""
+        """Adds a user; kills the program meanwhile in half of the rounds."""
         command = [os.environ["SHOWHOST"], "--state", state, "--add-user", name]
         if record.chance.random() < 0.5:
             self.assertEqual(run_with_password(command, "secret").returncode, 0)
@@ -202,7 +202,7 @@ class KillTest(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    parser.add_argument("--rounds", type=int, default=options.rounds, help="how often the host is killed")
-    parser.add_argument("--seed", type=int, help="of an earlier run")
+    parser.add_argument("--rounds", type=int, default=options.rounds, help="number of times to kill the host")
+    parser.add_argument("--seed", type=int, help="seed of an earlier run")
     options, rest = parser.parse_known_args()
     unittest.main(argv=sys.argv[:1] + rest)

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Logging in as the two programs do it: showremote's passwords, refusals and listening, and users that showhost adds."""
+"""Tests logins: showremote's passwords, refused logins and listening, and users that showhost adds."""
 
 import itertools
 import json
@@ -17,7 +17,7 @@ SUCCESS, UNKNOWN_USER, WRONG_PASSWORD = range(3)
 
 SHARED, SECOND, THIRD = "127.0.0.35", "127.0.0.36", "127.0.0.37"
 
-# The host knows an app by its address, so every app of these tests has its own.
+# The host identifies an app by its address, so every app of these tests has its own.
 addresses = (f"127.0.35.{number}" for number in itertools.count(1))
 
 SECRET = "Vorhang auf, 7 Zwerge: \"ß\""
@@ -28,7 +28,7 @@ def remote(address, *arguments, password="demo", user="demo"):
 
 
 def run_with_password(command, *lines):
-    """Gives the program the lines on a descriptor of its own."""
+    """Runs the command with these lines on the descriptor of --password-fd."""
     reading, writing = os.pipe()
     with open(reading) as pipe:
         with open(writing, "w", encoding="utf-8") as far_end:
@@ -47,8 +47,8 @@ class ShowRemoteLoginTest(unittest.TestCase):
         cls.host = cls.enterClassContext(ShowHost(SHARED, cls.enterClassContext(Folder())))
 
     def setUp(self):
-        # A remote of the last test that closes late would log out one of the same address.
-        wait_until(lambda: count(self.host, " connected") == count(self.host, " closed: "), "nobody is connected")
+        # A remote of the last test that closes late would log out a remote with the same address.
+        wait_until(lambda: count(self.host, " connected") == count(self.host, " closed: "), "no remote is connected")
 
     def app(self):
         return self.enterContext(App(SHARED, next(addresses)))
@@ -66,7 +66,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
         self.assertEqual(code, 0, output)
         self.assertTrue(output.startswith("Password: \r\n"), output)
 
-    def test_a_refusal_is_told_in_words(self):
+    def test_a_refused_login_is_explained(self):
         log_in(self.app())
         for words, arguments, password, user in (
                 ("the host doesn't know this user", ("--force", "login"), "demo", "nobody"),
@@ -79,7 +79,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
                 self.assertEqual((result.returncode, result.stderr), (1, f"showremote app: {words}\n"))
                 self.assertNotIn(SECRET, result.stdout)
 
-    def test_a_login_body_of_one_s_own_is_sent_as_it_stands(self):
+    def test_a_given_login_body_is_sent_unchanged(self):
         body = {"username": "demo", "password": encrypt(public_key(self.app()), "demo")}
 
         result = showremote("app", "--host", SHARED, "login", json.dumps(body))
@@ -88,7 +88,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
         self.assertRegex(result.stdout, r'<- login .*\n\{\n    "access": 1,\n    "account": "demo",\n    "result": 0')
         self.assertEqual(showremote("app", "--host", SHARED, "login", "{}").returncode, 1)
 
-    def test_listening_tells_a_takeover_and_ends_by_an_interrupt(self):
+    def test_listening_reports_a_takeover_and_ends_on_an_interrupt(self):
         with Terminal(self.command("listen")) as terminal:
             terminal.answer("Password: ", "demo")
             terminal.wait_for("listening")
@@ -103,7 +103,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
             terminal.process.send_signal(signal.SIGINT)
             self.assertEqual(terminal.ended()[0], 0)
 
-    def test_options_that_do_not_go_together_are_refused(self):
+    def test_incompatible_options_are_refused(self):
         for arguments in (("--force", "login"), ("--seconds", 1, "heartbeat"), ("--bulk", "listen"),
                           ("--user", "demo", "login", "{}"), ("--user", "demo", "--count", 2, "login")):
             with self.subTest(arguments=arguments):
@@ -111,7 +111,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
 
 
 class ListeningTest(unittest.TestCase):
-    def test_listening_keeps_the_login_alive_and_without_heartbeats_ends_with_the_host_s_patience(self):
+    def test_listening_keeps_the_login_alive_and_without_heartbeats_ends_with_the_timeout(self):
         def listen(address, *options):
             with Folder() as state, ShowHost(address, state) as host:
                 return remote(address, *options, "listen"), count(host, "heartBeat timeOut")
@@ -136,7 +136,7 @@ class UsersTest(unittest.TestCase):
     def command(self, *arguments):
         return [os.environ["SHOWHOST"], "--state", str(self.state), "--add-user", "Inspizientin", *arguments]
 
-    def test_an_added_user_logs_in_and_the_password_is_kept_and_printed_nowhere(self):
+    def test_an_added_user_can_log_in_and_the_password_is_neither_stored_nor_printed(self):
         with Terminal(self.command()) as terminal:
             for prompt in ("Password: ", "Password again: "):
                 terminal.answer(prompt, "old")
@@ -158,7 +158,7 @@ class UsersTest(unittest.TestCase):
         for text in (settings, printed, again.stdout):
             self.assertNotIn("7 Zwerge", text)
 
-    def test_a_password_that_can_not_be_kept_is_refused(self):
+    def test_an_invalid_password_is_refused(self):
         for password, reason in (("x" * 118, "too long: 117 bytes at most"), ("ü" * 59, "too long"), ("", "is empty")):
             with self.subTest(reason=reason):
                 result = run_with_password(self.command(), password)
@@ -173,7 +173,7 @@ class UsersTest(unittest.TestCase):
         self.assertIn("the two passwords differ", output)
         self.assertFalse((self.state / "settings.json").exists())
 
-    def test_an_interrupted_question_leaves_a_terminal_that_shows_what_is_typed(self):
+    def test_an_interrupted_prompt_restores_the_terminals_echo(self):
         for number in (signal.SIGINT, signal.SIGHUP):
             with Terminal(self.command()) as terminal:
                 terminal.wait_for("Password: ")

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""What showhost prints and stores: output that nobody reads, full disks, texts from strangers, rights of its files."""
+"""Tests what showhost prints and stores: unread output, full disks, texts from remotes, permissions of its files."""
 
 import ftplib
 import json
@@ -26,7 +26,7 @@ def upload(address, name):
 
 
 def start_unread(address, state):
-    """A showhost whose output is read until it is ready."""
+    """Returns a showhost whose output is not read after it is ready."""
     host = subprocess.Popen(showhost_command(address, state), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                             stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
     while not host.stdout.readline().startswith("showhost ready"):
@@ -50,7 +50,7 @@ class UnreadOutputTest(unittest.TestCase):
         self.host.send_signal(signal.SIGTERM)
         self.assertEqual(self.host.wait(TIMEOUT), 0)
 
-    def test_the_host_goes_on_and_reports_how_many_lines_were_dropped(self):
+    def test_the_host_continues_and_reports_how_many_lines_were_dropped(self):
         lines = []
         for end, command in (("lines dropped\n", "a marker\n"), ("; \"help\" lists the commands\n", "")):
             while not lines or not lines[-1].endswith(end):
@@ -64,7 +64,7 @@ class UnreadOutputTest(unittest.TestCase):
         printed = sum(" central control " in line and (" <- getHDR" in line or " -> " in line) for line in lines)
         self.assertEqual(printed + dropped[0], 2 * FLOOD)  # each request and its answer
         self.host.stdout.close()
-        flood(HOST)  # with no reader at all
+        flood(HOST)  # without a reader
         self.end()
 
     def test_the_end_does_not_wait_for_a_reader(self):
@@ -72,7 +72,7 @@ class UnreadOutputTest(unittest.TestCase):
 
 
 class TextsTest(unittest.TestCase):
-    def test_names_from_outside_cannot_forge_a_line(self):
+    def test_names_from_remotes_cannot_forge_a_line(self):
         with Folder() as state, ShowHost(HOST, state) as host:
             host.write_line("device put " + json.dumps({"DevId": "75abf6a9-add1-4262-84c2-217f41365491", "Type": "udp",
                                                   "lamp\n12:00:00.000 host: forged\x1b[2J\u202e": 1}))
@@ -96,7 +96,7 @@ class StateTest(unittest.TestCase):
         self.folder = self.enterContext(Folder())
         self.state = self.folder / "state"
 
-    def test_it_is_private_with_all_that_was_there(self):
+    def test_the_state_folder_and_its_existing_files_become_private(self):
         old = self.state / "Resources" / "Old"
         old.mkdir(parents=True)
         for file in (self.state / "settings.json", self.state / "show.sqlite", self.state / "operation.log", old / "clip.mp4"):
@@ -107,7 +107,7 @@ class StateTest(unittest.TestCase):
             self.assertEqual(self.rights_of_others(self.state), {})
             self.assertTrue((self.state / "show.sqlite-wal").exists())
 
-    def test_a_full_disk_is_reported_once_and_costs_nothing_that_was_stored(self):
+    def test_a_full_disk_is_reported_once_and_stored_data_is_not_lost(self):
         with ShowHost(HOST, self.state, "--quiet") as host, App(HOST) as app:
             def name(text):
                 app.control.send(SET_HOST_NAME, {"name": text})

@@ -44,7 +44,7 @@ VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..
 
 
 def picture_text(body):
-    """What the page says of a picture: its id, format and size."""
+    """Returns the page's text for a picture: its id, format and size."""
     picture = body[24:]
     if picture[1:4] == b"PNG":
         kind, (width, height) = "PNG", struct.unpack(">II", picture[16:24])
@@ -57,7 +57,7 @@ def picture_text(body):
 
 
 def shown(where, place, payload):
-    """A reply as the page has it: who says it, and the text."""
+    """Returns a reply as the page shows it: the sender and the text."""
     sender = where.replace("-", ", ")
     if where == "cloud":
         sender += f" route {place}"
@@ -67,7 +67,7 @@ def shown(where, place, payload):
 
 
 def completed(*words):
-    """What bash offers for the last of these words behind showremote."""
+    """Returns bash's completions of the last of these words after showremote."""
     script = (f'source {SOURCE_FOLDER}/Src/Apps/ShowRemote/showremote.bash; COMP_WORDS=(showremote "$@"); COMP_CWORD=$#; '
               '_showremote; printf "%s\\n" "${COMPREPLY[@]}"')
     path = os.path.dirname(os.environ["SHOWREMOTE"]) + ":" + os.environ["PATH"]
@@ -77,8 +77,8 @@ def completed(*words):
 
 
 class Remotes:
-    """One remote of each kind. ask() returns what received as (where, code or route, payload) until all that was on its way
-    has come; the app's notices are put aside."""
+    """One remote of each kind. ask() returns all replies as (where, code or route, payload); the app's notices are stored
+    separately. After each request a "fence" is sent: a request whose reply shows that all earlier replies have arrived."""
 
     def __init__(self, address, enter, *options):
         controller = enter(FPController(address))
@@ -115,7 +115,7 @@ class Remotes:
         return received + self.until(self.app.bulk, REPLY | HEARTBEAT, "app-bulk")
 
     def replies_to_app_bulk(self, _):
-        # Nothing else is asked there, so that no fence is needed, and none could be told from the answer.
+        # This channel has one request at a time: no fence is needed, and its reply would look like the answer.
         return [("app-bulk", *self.app.bulk.receive_bytes())]
 
     def replies_to_fp(self, _):
@@ -154,7 +154,7 @@ class Remotes:
 
 
 def fits(shown, text):
-    """Whether the page's text is the reply; a line of dots stands for any lines, dots in a line for any text."""
+    """Returns whether the page's text matches the reply. A line "..." matches any lines, "..." in a line any text."""
     lines = [r"(?:.*\n)*?" if line.strip() == "..." else re.escape(line).replace(r"\.\.\.", ".*") + r"\n"
              for line in shown.split("\n")]
     return re.fullmatch("".join(lines), text + "\n") is not None
@@ -182,7 +182,7 @@ def updated(example, received):
 
 
 def with_keys(contract, page):
-    """The page, with the keys of each message and of what they are made of as the contract has them."""
+    """Returns the page with the contract's keys of each message and of the shared shapes."""
     def section(match):
         codes = [int(code, 16) for code in re.findall(r"0x(\w+)", match["names"])]
         texts = [(f"{hexadecimal(code)}\n" if len(codes) > 1 else "") + contract.section(code) for code in codes]
@@ -193,7 +193,7 @@ def with_keys(contract, page):
 
 
 class Replay:
-    """The page's examples and what the host replies to each."""
+    """The page's examples and the host's replies to each."""
 
     def __init__(self, contract, remotes, page):
         self.replies = []
@@ -224,7 +224,7 @@ class ProtocolTest(unittest.TestCase):
                 for (_, text), (_, shown_text) in zip(replies, expected):
                     self.assertTrue(fits(shown_text, text), f"the page has\n{shown_text}\nand the host says\n{text}")
 
-    def test_everybody_gets_from_each_message_what_the_contract_says(self):
+    def test_all_remotes_receive_the_replies_of_the_contract_for_each_message(self):
         matched, bodies, asked = [], {}, set()
         refusals = [text for text in self.contract.shapes["resultText"]["enum"] if text != "SUCCESS"]
 
@@ -234,7 +234,7 @@ class ProtocolTest(unittest.TestCase):
                 return
             promises = self.contract.check_replies(who, code, received)
             if "command" in self.contract.messages[code] and who != "cloud":
-                self.assertTrue(promises, "a command is always answered")
+                self.assertTrue(promises, "a command must be answered")
             matched.extend((who, code, promise) for promise in promises)
             asked.add((who, code, body.get("cmd")))
 
@@ -258,10 +258,10 @@ class ProtocolTest(unittest.TestCase):
                 check(who, code, body, self.remotes.ask(who, code, json.dumps(body)))
         for who, code in {(who, code) for who, code, _ in self.all_messages()}:
             for where, _, promise in self.contract.replies(who, code) if code else []:
-                self.assertIn((who, code, promise), matched, f"{who} {hexadecimal(code)} never got this on {where}")
+                self.assertIn((who, code, promise), matched, f"{who} {hexadecimal(code)} never received this on {where}")
 
     def all_messages(self):
-        """Each asker's messages that leave the host running, once for each of their keywords."""
+        """Yields each asker's messages that don't end the host, once for each of their keywords."""
         for code, message in self.contract.messages.items():
             for who in message.keys() & set(ASKERS) if code not in ENDING else ():
                 for keyword in message[who].get("keywords") or [None]:
@@ -269,7 +269,7 @@ class ProtocolTest(unittest.TestCase):
         for keyword in self.contract.text["keywordsWithoutCommand"]:
             yield "central", 0, keyword
 
-    def test_nobody_gets_an_answer_that_the_contract_does_not_know(self):
+    def test_codes_that_the_contract_does_not_know_are_refused(self):
         for who in ("app", "fp", "cloud"):
             received = []
             unknown = [code for code in range(LAST_CODE) if code != FENCE and code not in ENDING
@@ -281,7 +281,7 @@ class ProtocolTest(unittest.TestCase):
             for place, _, payload in received:
                 self.assertEqual((place, json.loads(payload).get("errorMsg")), (who, "COMMAND ERROR"), payload)
             for other in ("app", "fp", "central", "cloud"):
-                self.assertEqual(self.remotes.replies_to(other), [], f"what {who} asked is answered to {other}")
+                self.assertEqual(self.remotes.replies_to(other), [], f"a request of {who} is answered to {other}")
 
     def test_notices_are_what_the_contract_says(self):
         key = json.loads(self.remotes.ask("app", PUBLIC_KEY, "{}")[0][2])["publicKey"]
@@ -311,7 +311,7 @@ class ProtocolTest(unittest.TestCase):
             self.contract.check_notice(code, body)
         self.contract.check_value(self.contract.text["discovery"]["reply"], discover(ADDRESS), "discovery")
 
-    def test_messages_that_end_the_host_end_it(self):
+    def test_messages_that_end_the_host(self):
         for code in ENDING:
             for who in self.contract.messages[code].keys() & set(ASKERS):
                 for keyword in self.contract.messages[code][who].get("keywords") or [None]:
@@ -331,7 +331,7 @@ class ProtocolTest(unittest.TestCase):
         for keyword in self.contract.text["keywordsWithoutCommand"]:
             self.assertIn(f"`{keyword}`", self.page)
 
-    def test_the_module_and_the_tools_know_what_the_contract_knows(self):
+    def test_the_module_and_the_tools_have_the_messages_of_the_contract(self):
         named = set(named_codes().values())
         self.assertEqual([hexadecimal(code) for code in named ^ set(self.contract.messages)], [],
                          "only one of Command.h and Contract.json has these codes")

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""showremote against hosts that are broken or hostile, and with output that can't be written."""
+"""Tests showremote with faulty or hostile hosts, and with output that can't be written."""
 
 import base64
 import fcntl
@@ -23,7 +23,7 @@ from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, TIME
 HOST, CLOUD, CLOUD_PORT = "127.0.0.141", "127.0.0.62", 25511
 HEARTBEAT, SET_HOST_NAME, NAME, THUMBNAIL, NOTICE = 1, 4, 5, 0x403, 0x306
 
-# What a terminal would take for commands: ESC, DEL and the 8-bit CSI; and a line that isn't the program's own.
+# Control characters that a terminal would execute: ESC, DEL and the 8-bit CSI; and a forged line.
 HOSTILE = "Stage\x1b]0;pwned\x07\x7f\x9b2J\nlogged in as root"
 
 
@@ -32,7 +32,7 @@ def id_form(picture):
 
 
 class FakeHost:
-    """A host that does what talk(control, bulk) says with one app."""
+    """A host that runs talk(control, bulk) with one app."""
 
     def __init__(self, talk):
         self._servers = [socket.create_server((HOST, port)) for port in (CONTROL_PORT, BULK_PORT)]
@@ -51,7 +51,7 @@ class FakeHost:
             while channels[0].receive_bytes():
                 pass
         except OSError:
-            pass  # the remote has ended before
+            pass  # the remote has closed the connection
         except BaseException as fault:
             self.faults.append(fault)
         finally:
@@ -72,7 +72,7 @@ class FakeHost:
 
 
 def answering(*bodies, code=None):
-    """The talk of a host that answers a request with these bodies."""
+    """Returns a talk function that answers a request with these bodies."""
     def talk(control, _):
         asked, _ = control.receive_bytes()
         for body in bodies:
@@ -85,7 +85,7 @@ def app(*arguments, **more):
 
 
 class AppTest(unittest.TestCase):
-    def test_a_reply_that_is_not_what_was_asked_for_is_a_failure_and_no_file(self):
+    def test_an_unexpected_reply_is_a_failure_and_writes_no_file(self):
         with Folder() as folder:
             for request, body, text in (("heartbeat", b"", "not a JSON object"), ("heartbeat", b"\0garbage", "not a JSON"),
                                         ("scene-play", b'{"errorMsg": "FAIL", "result": 1}', "refused the request: FAIL"),
@@ -98,11 +98,11 @@ class AppTest(unittest.TestCase):
                     self.assertIn(text, result.stderr)
             self.assertEqual(list(folder.iterdir()), [])
 
-    def test_an_empty_name_is_answered_by_the_name_alone(self):
+    def test_an_empty_name_is_only_answered_with_the_name(self):
         with FakeHost(answering(b'{"name": "Stage"}', code=NAME)):
             self.assertEqual(app("set-host-name", '{"name": ""}').returncode, 0)
 
-    def test_what_is_printed_is_valid_json_without_control_characters(self):
+    def test_printed_replies_are_valid_json_without_control_characters(self):
         with FakeHost(answering(json.dumps({"name": HOSTILE}, ensure_ascii=False).encode())):
             result = app("host-name-and-version")
 
@@ -118,7 +118,7 @@ class AppTest(unittest.TestCase):
         self.assertLess(len(result.stdout), 2 * len(deep))
 
     @unittest.skipIf(os.environ.get("SANITIZERS"), "sanitizers retain freed memory")
-    def test_what_a_host_sends_meanwhile_does_not_fill_the_memory(self):
+    def test_notices_during_a_request_do_not_fill_the_memory(self):
         def talk(control, _):
             asked, _ = control.receive_bytes()
             for _ in range(100):
@@ -170,10 +170,10 @@ class OutputTest(unittest.TestCase):
     def test_it_is_a_failure(self):
         reading, unread = os.pipe()
         os.close(reading)
-        with open("/dev/full", "wb") as full, open(unread, "wb") as nobody_reads:
+        with open("/dev/full", "wb") as full, open(unread, "wb") as without_reader:
             self.assertEqual(self.run_with(stdout=full), 1)
-            self.assertEqual(self.run_with(stdout=nobody_reads, restore_signals=False), 1)
-        # A closed one's descriptor must not become a channel of the host's, which would get the output.
+            self.assertEqual(self.run_with(stdout=without_reader, restore_signals=False), 1)
+        # The descriptor of a closed standard output must not be reused for a connection, which would receive the output.
         self.assertEqual(self.run_with(preexec_fn=lambda: os.close(1)), 1)
 
     def test_a_file_that_did_not_fit_is_removed(self):
@@ -189,7 +189,7 @@ class OutputTest(unittest.TestCase):
 
 class DatagramsTest(unittest.TestCase):
     def ask(self, port, answer, *arguments):
-        """What showremote makes of the answer, and what it sent."""
+        """Answers one datagram of showremote; returns its exit code, the datagram and its output."""
         with socket.socket(type=socket.SOCK_DGRAM) as host:
             host.bind((HOST, port))
             host.settimeout(TIMEOUT)
@@ -202,12 +202,12 @@ class DatagramsTest(unittest.TestCase):
                 output, error = process.communicate(timeout=TIMEOUT)
         return process.returncode, asked, output + error
 
-    def test_central_control_sends_an_object_as_it_is(self):
+    def test_central_control_sends_an_object_unchanged(self):
         code, asked, _ = self.ask(CENTRAL_PORT, b'{"HDRState": "opened"}', "central", '{"cmd": "getHDR", "x": 1}')
 
         self.assertEqual((code, json.loads(asked)), (0, {"cmd": "getHDR", "x": 1}))
 
-    def test_a_command_without_an_answer_succeeds_where_something_listens(self):
+    def test_a_command_without_an_answer_succeeds_if_the_port_is_open(self):
         self.assertEqual(self.ask(CENTRAL_PORT, None, "central", "shutdown")[0], 0)
         self.assertEqual(self.ask(CENTRAL_PORT, b"PARAMETER ERROR", "central", '{"cmd": "shutdown"}')[0], 1)
         self.assertEqual(showremote("central", "--host", HOST, "shutdown").returncode, 1)
@@ -234,7 +234,7 @@ class CloudTest(unittest.TestCase):
         return process
 
     def connect(self, user="demo"):
-        """The host's end: a function that sends a reply."""
+        """Connects as the host; returns a function that sends a reply."""
         link = self.enterContext(socket.create_connection((CLOUD, CLOUD_PORT), TIMEOUT))
         protocol = ClientConnection(parse_uri(f"ws://{CLOUD}:{CLOUD_PORT}/?username={user}"))
         protocol.send_request(protocol.connect())
@@ -247,7 +247,7 @@ class CloudTest(unittest.TestCase):
             link.sendall(b"".join(protocol.data_to_send()))
         return send
 
-    def test_nothing_that_a_host_sends_leaves_the_folder_or_reaches_the_terminal(self):
+    def test_a_host_can_neither_write_outside_the_folder_nor_control_the_terminal(self):
         log = f"1,{HOSTILE}"
         for command, replies, files in (
                 ("0x189", [(2, {"type": "preview", "id": "", "data": ""})], []),
@@ -265,7 +265,7 @@ class CloudTest(unittest.TestCase):
                 self.assertEqual(sorted(str(file.relative_to(folder)) for file in folder.rglob("*.*")),
                                  [f"out/{file}" for file in files])
 
-    def test_an_object_is_sent_as_it_is(self):
+    def test_an_object_is_sent_unchanged(self):
         with self.start('{"cmdType": 22}') as process:
             self.connect()(0, "{}")
             process.communicate(timeout=TIMEOUT)
@@ -276,7 +276,7 @@ class CloudTest(unittest.TestCase):
             self.connect()(3, "x" * 100_000)
             wait_until(lambda: struct.unpack("i", fcntl.ioctl(process.stdout, termios.FIONREAD, b"    "))[0] > 40_000,
                        "the pipe is full")
-            # Two that are sent at once may arrive as one.
+            # Two signals that are sent at once may be delivered as one.
             wait_until(lambda: process.send_signal(signal.SIGINT) or process.poll() is not None, "it ends")
 
             self.assertEqual(process.returncode, -signal.SIGINT)

@@ -1,6 +1,6 @@
-"""What the end-to-end tests share: showhost as a process, and far ends of its channels as a stranger would write them.
+"""Shared by the end-to-end tests: showhost as a process, and independent implementations of its peers.
 
-Nothing here is taken from the sources: a mistake in the wire format can't hide by being made on both sides.
+Nothing here uses the sources, so that an error in the wire format can't be on both sides.
 The environment names the programs: SHOWHOST and SHOWREMOTE.
 """
 
@@ -24,12 +24,12 @@ REPLY = 0x10000000
 LOGIN, PUBLIC_KEY = 3, 7
 
 DEMO_SHOW = Path(__file__).resolve().parents[2] / "Examples" / "DemoShow" / "DemoShow.zxc"
-# Generous, for a busy machine under a sanitizer: only a test that fails waits so long.
+# Seconds. Long, for a busy machine with a sanitizer: only a test that fails waits that long.
 TIMEOUT = 30
 
 
 def environment(**more):
-    """The C locale: nobody but the programs themselves says that names are UTF-8."""
+    """Returns the environment with the C locale, so that the programs themselves must treat names as UTF-8."""
     return {**os.environ, "LC_ALL": "C", **more}
 
 
@@ -42,12 +42,12 @@ def wait_until(condition, what):
     deadline = time.monotonic() + TIMEOUT
     while not condition():
         if time.monotonic() > deadline:
-            raise AssertionError(f"waited {TIMEOUT} s in vain: {what}")
+            raise AssertionError(f"timeout after {TIMEOUT} s: {what}")
         time.sleep(0.02)
 
 
 def copy_demo_show(folder, changes):
-    """The demo show in a folder of the test's own, with texts of its device file changed. The path of its copy."""
+    """Copies the demo show into the folder, replaces texts in its device file, and returns the show's path."""
     show = folder / "DemoShow" / DEMO_SHOW.name
     shutil.copytree(DEMO_SHOW.parent, show.parent)
     devices = show.with_name("Devices.json")
@@ -64,7 +64,7 @@ def showhost_command(address, state, *options, show=None):
 
 
 class ShowHost:
-    """A running showhost. Leaving it by SIGTERM, it must end with expected_code. stdin: None closes its standard input."""
+    """A running showhost. On exit it gets SIGTERM and must end with expected_code. stdin: None closes standard input."""
 
     def __init__(self, address, state, *options, show=None, stdin=subprocess.PIPE):
         self.address = address
@@ -105,12 +105,12 @@ class ShowHost:
             raise AssertionError(f"showhost ended without {what}:\n" + "\n".join(self.lines))
 
     def write_line(self, command):
-        """Gives the host a line on its standard input."""
+        """Writes a line to the host's standard input."""
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
 
     def ended(self):
-        """The exit code, once it has ended."""
+        """Waits for the end and returns the exit code."""
         try:
             code = self.process.wait(TIMEOUT)
         except subprocess.TimeoutExpired:
@@ -147,7 +147,7 @@ class EnvelopeChannel:
         self.socket.sendall(b"ZXAP" + struct.pack(">II", code, len(body)) + body)
 
     def receive(self):
-        """The next envelope's code and body, or None when the host has closed."""
+        """Returns the next envelope's code and body, or None if the host has closed the connection."""
         message = self.receive_bytes()
         return message and (message[0], json.loads(message[1]) if message[1] else None)
 
@@ -198,7 +198,7 @@ def public_key(app):
 
 
 def encrypt(key, password):
-    """By the openssl command, so that a mistake in the cipher can't hide by being made on both sides."""
+    """Encrypts with the openssl command, so that an error in the cipher can't be on both sides."""
     with Folder() as folder:
         pem = folder / "key.pem"
         pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
@@ -217,7 +217,7 @@ def log_in(app, user="demo", password="demo", force=0):
 
 
 class DatagramPeer:
-    """One end of a talk in datagrams."""
+    """A peer that sends and receives datagrams."""
 
     def __init__(self, address, port):
         self.socket = socket.socket(type=socket.SOCK_DGRAM)
@@ -238,13 +238,13 @@ class DatagramPeer:
 
 
 class Central(DatagramPeer):
-    """A central-control system. It hears only what comes from the port that it sends to."""
+    """A central-control system. It receives only datagrams from the port that it sends to."""
 
     def __init__(self, address):
         super().__init__(address, CENTRAL_PORT)
 
     def ask(self, **message):
-        """What comes back: text for a command, an object for a query."""
+        """Returns the answer: text for a command, an object for a query."""
         self.send(json.dumps(message).encode())
         answer = self.receive().decode()
         return json.loads(answer) if answer.startswith("{") else answer
@@ -271,21 +271,21 @@ class FPController:
 
 
 def discover(address):
-    """What an app hears that looks for hosts."""
+    """Returns the answer to a discovery datagram."""
     with DatagramPeer(address, DISCOVERY_PORT) as app:
         app.send(b"App Server request Zentravox Controller")
         return json.loads(app.receive())
 
 
 class Folder(tempfile.TemporaryDirectory):
-    """A folder of the test's own that goes with it."""
+    """A temporary folder."""
 
     def __enter__(self):
         return Path(super().__enter__())
 
 
 class Terminal:
-    """A program on a terminal of its own."""
+    """A program with a new pseudo-terminal."""
 
     def __init__(self, command):
         self._near, self._far = pty.openpty()
@@ -326,6 +326,6 @@ class Terminal:
         self.type_line(text)
 
     def ended(self):
-        """The exit code and all that stands on the terminal."""
+        """Waits for the end and returns the exit code and the terminal's output."""
         wait_until(lambda: self.output() is not None and self.process.poll() is not None, "the program ends")
         return self.process.returncode, self.output()

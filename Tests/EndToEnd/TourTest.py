@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""showremote's commands against a host that keeps running, what it tells without one, and how showhost starts and ends."""
+"""Tests showremote's commands with a running host and its errors without one, and how showhost starts and ends."""
 
 import json
 import os
@@ -24,7 +24,7 @@ class ShowRemoteTest(unittest.TestCase):
         cls.state = cls.folder / "state"
         cls.host = cls.enterClassContext(ShowHost(SHARED, cls.state, "--fp", f"{CONTROLLER}:{FP_PORT}"))
 
-    def test_it_discovers_the_host_and_the_machine_s_adapters(self):
+    def test_it_discovers_the_host_and_the_machines_adapters(self):
         listed = json.loads(subprocess.run(["ip", "-json", "address"], capture_output=True, check=True).stdout)
         adapters = [(one.get("address", "").upper().replace(":", "-"),
                      [address["local"] for address in one["addr_info"] if address["family"] == "inet"])
@@ -39,7 +39,7 @@ class ShowRemoteTest(unittest.TestCase):
             "macAddress": next((hardware for hardware, addresses in adapters if addresses), ""),
             "macAddressList": [hardware for hardware, _ in adapters]})
 
-    def test_it_shows_the_channels_and_every_reply(self):
+    def test_it_prints_the_channels_and_every_reply(self):
         for request, channel in ((("heartbeat",), "control"), (("0x1", "--bulk"), "bulk")):
             with self.subTest(channel=channel):
                 result = showremote("app", "--host", SHARED, *request)
@@ -57,7 +57,7 @@ class ShowRemoteTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0)
         self.assertRegex(result.stdout, r"(?s)<- set-host-name.*<- host-name-and-version.*Bühne 2")
 
-    def test_it_uploads_a_file_with_a_name_in_any_script_and_tells_a_refusal(self):
+    def test_it_uploads_a_file_with_a_name_in_any_script_and_reports_a_refusal(self):
         name, content = "showremote Grüße 舞台 🎬 #1%;type=a.bin", os.urandom(100_000)
         source = self.folder / name
         source.write_bytes(content)
@@ -74,7 +74,7 @@ class ShowRemoteTest(unittest.TestCase):
         self.assertIn("login denied", result.stderr)
         self.assertFalse((self.state / "Resources" / "refused.bin").exists())
 
-    def test_central_shows_the_answer_and_fails_on_a_refusal(self):
+    def test_central_prints_the_answer_and_fails_on_a_refusal(self):
         cases = {("getBlackAll",): 0, ("getBlackAll", '{"row": 1}'): 0, ("no-keyword",): 1, ("--raw", "{"): 0}
         for arguments, code in cases.items():
             with self.subTest(arguments=arguments):
@@ -83,7 +83,7 @@ class ShowRemoteTest(unittest.TestCase):
                 self.assertEqual(result.returncode, code, result.stderr)
                 self.assertTrue(result.stdout.startswith(f"answer from {SHARED}:{CENTRAL_PORT}\n"))
 
-    def test_fp_shows_the_reply(self):
+    def test_fp_prints_the_reply(self):
         result = showremote("fp", "--listen", CONTROLLER, "picture-adjustment")
 
         self.assertEqual(result.returncode, 0, result.stderr)
@@ -101,7 +101,7 @@ class ShowRemoteFailuresTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0)
         self.assertRegex(result.stdout, rf"\Ashowremote [\d.]+ \(contract {contract}\)\n\Z")
 
-    def test_wrong_usage_is_told_in_one_line(self):
+    def test_wrong_usage_is_reported_in_one_line(self):
         cases = {
             ("app", "no-such-request"): "unknown request \"no-such-request\"",
             ("app", "heartbeat", '{"ü": 1 "b": 2}'): "near character 9",
@@ -116,7 +116,7 @@ class ShowRemoteFailuresTest(unittest.TestCase):
                 self.assertEqual((result.returncode, result.stdout, result.stderr.count("\n")), (2, "", 1))
                 self.assertIn(text, result.stderr)
 
-    def test_a_host_where_nobody_listens_is_told_at_once(self):
+    def test_a_refused_connection_is_reported_at_once(self):
         commands = {("discover",): 25505, ("app", "heartbeat"): CONTROL_PORT, ("upload", __file__): FTP_PORT}
         for arguments, port in commands.items():
             with self.subTest(arguments=arguments):
@@ -148,12 +148,12 @@ class ShowRemoteFailuresTest(unittest.TestCase):
 
 
 class ProcessTest(unittest.TestCase):
-    """How showhost starts and ends."""
+    """Tests how showhost starts and ends."""
 
     def setUp(self):
         self.folder = self.enterContext(Folder())
 
-    def run_to_its_end(self, show=None):
+    def run_until_it_ends(self, show=None):
         return subprocess.run(showhost_command(STARTED, self.folder / "state", show=show), capture_output=True,
                               encoding="utf-8", timeout=TIMEOUT, env=environment())
 
@@ -165,40 +165,40 @@ class ProcessTest(unittest.TestCase):
         datagrams.bind((STARTED, port))
         return datagrams
 
-    def test_a_bad_show_is_told_with_file_and_reason(self):
+    def test_an_invalid_show_is_reported_with_file_and_reason(self):
         show = self.folder / "Bühne.zxc"
         for text, reason in ((None, ""), ("{", "unterminated object"), ('{"name": 3}', "name")):
             with self.subTest(text=text):
                 if text is not None:
                     show.write_text(text)
 
-                result = self.run_to_its_end(show)
+                result = self.run_until_it_ends(show)
 
                 self.assertEqual(result.returncode, 2)
                 self.assertRegex(result.stderr, rf"Bühne\.zxc: .*{reason}")
 
-    def test_a_port_that_is_taken_is_told_with_its_address(self):
+    def test_a_port_in_use_is_reported_with_its_address(self):
         for port in (CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT):
             with self.subTest(port=port), self.taken(port):
-                result = self.run_to_its_end()
+                result = self.run_until_it_ends()
 
                 self.assertEqual(result.returncode, 1)
                 self.assertRegex(result.stderr, f"{STARTED}:{port}.*already in use")
 
-    def test_an_interrupt_ends_it_properly(self):
+    def test_an_interrupt_ends_it_with_code_0(self):
         with ShowHost(STARTED, self.folder / "state") as host, App(STARTED):
             host.process.send_signal(signal.SIGINT)
 
             self.assertEqual(host.ended(), 0)
 
-    def test_a_host_whose_input_is_closed_or_empty_serves_as_any_other(self):
+    def test_a_host_with_a_closed_or_empty_input_works_normally(self):
         for stdin in (None, subprocess.DEVNULL):
             with self.subTest(stdin=stdin), ShowHost(STARTED, self.folder / "state", stdin=stdin) as host:
                 for _ in range(3):
                     self.assertTrue(discover(STARTED)["name"])
                 self.assertIsNone(host.process.poll())
 
-    def test_the_option_goes_over_the_settings_for_the_fp_controller(self):
+    def test_the_option_overrides_the_settings_of_the_fp_controller(self):
         settings = self.folder / "settings.json"
         settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
         for port, option in ((FP_PORT + 90, ()), (FP_PORT + 91, ("--fp", f"{CONTROLLER}:{FP_PORT + 91}"))):
