@@ -128,7 +128,8 @@ QJsonObject JsonOf(const std::vector<SLoad>& loads, const SServerFigures& figure
 void Report::Print(std::ostream& out, const SRunConditions& conditions, const std::vector<SCaseRounds>& cases)
 {
     out << conditions.subject << '\n'
-        << Format("%d cores, load average %.2f before; server and client pinned to core %zu, theirs for %.0f %% of the "
+        << Format("%d cores, load average %.2f before; server and client pinned to core %zu, which they used for %.0f "
+                  "%% of the "
                   "time\n",
                   conditions.cores, conditions.loadAverage, conditions.pinnedTo, CoreShare(cases) * 100)
         << Format("medians of %zu rounds of %g s; request %zu bytes, reply %zu\n\n", conditions.rounds,
@@ -144,10 +145,10 @@ void Report::Print(std::ostream& out, const SRunConditions& conditions, const st
 
 void Report::Explain(std::ostream& out)
 {
-    out << "of raw: showhost's rate as a part of the raw echo's in the same round; CPU us each: the server's "
+    out << "of raw: showhost's rate divided by the raw echo's in the same round; CPU us each: the server's "
            "processor\n"
-           "time for one request; loss: against the same server with one connection alone; slowest: the slowest\n"
-           "connection's requests as a part of the median one's.\n";
+           "time for one request; loss: relative to the same server with only one connection; slowest: the slowest\n"
+           "connection's requests divided by the median connection's.\n";
 }
 
 QJsonObject Report::ToJson(const SRunConditions& conditions, const std::vector<SCaseRounds>& cases)

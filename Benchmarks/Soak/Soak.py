@@ -77,7 +77,7 @@ def keep_running(name, load, folder, stop, counters):
     chance = random.Random(name)
     while not stop.is_set():
         try:
-            load(chance, folder, ends, lambda: counters.add(name))
+            load(chance, folder, stop, lambda: counters.add(name))
         # The host closes connections of malformed peers; the load is restarted.
         except Exception as error:
             if not stop.is_set():

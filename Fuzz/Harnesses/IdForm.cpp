@@ -28,7 +28,7 @@ void CheckReading(const QByteArray& packet)
 
 } // namespace
 
-// Bytes as both forms of the envelope, alone and nested.
+// Bytes as both forms of the envelope, single and nested.
 void FuzzInput(std::string_view input)
 {
     const std::string bytes(input);

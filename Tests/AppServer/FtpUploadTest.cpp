@@ -279,12 +279,12 @@ TEST_F(FtpUploadTest, NewSessionsReplaceSessionsThatHaveNotLoggedIn)
 {
     ASSERT_TRUE(StartServer());
     CFtpSession loggedIn;
-    std::vector<std::unique_ptr<QTcpSocket>> strangers(70);
-    for (auto& stranger : strangers) {
-        stranger = std::make_unique<QTcpSocket>();
-        stranger->connectToHost(kFtpTestAddress, AppServer::kFtpPort);
-        ASSERT_TRUE(stranger->waitForReadyRead(kDeadlineMs));
-        stranger->write("USER demo\r\nPASS wrong\r\n");
+    std::vector<std::unique_ptr<QTcpSocket>> sessions(70);
+    for (auto& session : sessions) {
+        session = std::make_unique<QTcpSocket>();
+        session->connectToHost(kFtpTestAddress, AppServer::kFtpPort);
+        ASSERT_TRUE(session->waitForReadyRead(kDeadlineMs));
+        session->write("USER demo\r\nPASS wrong\r\n");
     }
 
     CFtpSession late;
@@ -315,15 +315,15 @@ TEST_F(FtpUploadTest, ASessionThatHasNotLoggedInIsClosedEvenIfItIsBusy)
 TEST_F(FtpUploadTest, ASessionThatReadsNoRepliesIsClosed)
 {
     ASSERT_TRUE(StartServer());
-    QTcpSocket deaf;
-    deaf.setReadBufferSize(1);
-    deaf.connectToHost(kFtpTestAddress, AppServer::kFtpPort);
-    ASSERT_TRUE(deaf.waitForConnected(kDeadlineMs));
+    QTcpSocket unread;
+    unread.setReadBufferSize(1);
+    unread.connectToHost(kFtpTestAddress, AppServer::kFtpPort);
+    ASSERT_TRUE(unread.waitForConnected(kDeadlineMs));
 
     EXPECT_TRUE(WaitUntil([&] {
-        deaf.write(QByteArray("HELP\r\n").repeated(500));
-        deaf.waitForBytesWritten(10);
-        return deaf.state() == QTcpSocket::UnconnectedState;
+        unread.write(QByteArray("HELP\r\n").repeated(500));
+        unread.waitForBytesWritten(10);
+        return unread.state() == QTcpSocket::UnconnectedState;
     }));
 }
 

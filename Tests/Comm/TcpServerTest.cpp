@@ -152,12 +152,12 @@ TEST_F(TcpServerTest, TheHostsProcessingTimeDoesNotCountTowardsAPeersDeadline)
         ASSERT_TRUE(peer->Receive());
     }
     // Nothing is read during this call: no other thread takes over.
-    std::atomic<bool> stands{false};
+    std::atomic<bool> isBlocked{false};
     asio::post(m_threads.Context(), [&] {
-        stands = true;
+        isBlocked = true;
         m_gate.Wait();
     });
-    ASSERT_TRUE(WaitUntil([&] { return stands.load(); }));
+    ASSERT_TRUE(WaitUntil([&] { return isBlocked.load(); }));
     unread.Send(frame.substr(20));
     CheckDeadlines();
     m_gate.Open();

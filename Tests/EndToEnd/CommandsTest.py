@@ -104,7 +104,7 @@ class CommandsTest(unittest.TestCase):
 
     def test_only_an_upload_creates_a_resource_and_a_huge_picture_is_reported_once(self):
         before = self.resources()
-        picture = self.folder / "stranger.gif"
+        picture = self.folder / "not uploaded.gif"
         picture.write_bytes(gif(10, 10))
         self.app.control.send(RESOURCE_ITEM, {"resourcePath": str(picture)})
         self.assertEqual(self.resources(), before)

@@ -222,7 +222,7 @@ class ProtocolTest(unittest.TestCase):
                 replies = [shown(*reply) for reply in received]
                 self.assertEqual([sender for sender, _ in replies], [sender for sender, _ in expected])
                 for (_, text), (_, shown_text) in zip(replies, expected):
-                    self.assertTrue(fits(shown_text, text), f"the page has\n{shown_text}\nand the host says\n{text}")
+                    self.assertTrue(fits(shown_text, text), f"the page has\n{shown_text}\nand the host replies\n{text}")
 
     def test_all_remotes_receive_the_replies_of_the_contract_for_each_message(self):
         matched, bodies, asked = [], {}, set()

@@ -209,7 +209,7 @@ def encrypt(key, password):
 
 
 def log_in(app, user="demo", password="demo", force=0):
-    app.control.send(LOGIN, {"username": user, "password": encrypt(public_key(app), password), "id": "a stranger",
+    app.control.send(LOGIN, {"username": user, "password": encrypt(public_key(app), password), "id": "a test",
                              "appVersion": "1.0.0", "appType": 1, "force": force})
     code, reply = app.control.receive()
     assert code == REPLY | LOGIN, hex(code)
