@@ -192,9 +192,9 @@ TEST_F(CentralChannelTest, AFloodIsLimitedAndOtherPeersAreAnswered)
             flooder.Send(datagram);
     }
     const int before = m_messages;
-    const std::string told = m_log.Text();
-    EXPECT_NE(told.find("datagrams dropped"), std::string::npos);
-    EXPECT_EQ(told.find("datagrams dropped"), told.rfind("datagrams dropped"));
+    const std::string log = m_log.Text();
+    EXPECT_NE(log.find("datagrams dropped"), std::string::npos);
+    EXPECT_EQ(log.find("datagrams dropped"), log.rfind("datagrams dropped"));
     m_gate.Open();
 
     EXPECT_EQ(flooder.Receive(), flooder.Stamped({{"cmd", kSlow}}, 0));

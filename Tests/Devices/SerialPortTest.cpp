@@ -118,8 +118,8 @@ TEST_F(SerialPortTest, CommandsWaitForAMissingPortUntilTheQueueIsFull)
     m_serial->Send(Package("too much as well"));
     EXPECT_FALSE(m_log.Has("as well"));
     std::this_thread::sleep_for(1200ms); // two more attempts to open it
-    const std::string told = m_log.Text();
-    EXPECT_EQ(told.find("opening failed"), told.rfind("opening failed"));
+    const std::string log = m_log.Text();
+    EXPECT_EQ(log.find("opening failed"), log.rfind("opening failed"));
 
     m_port.Plug();
     EXPECT_EQ(m_port.Read(20000), sent.substr(0, 20000));

@@ -21,6 +21,7 @@ class CommandsTest(unittest.TestCase):
         self.app = self.enterContext(App(HOST))
         self.central = self.enterContext(Central(HOST))
         self.central.ask(cmd="switchProject", param=0)
+        self.central.ask(cmd="openHDR")
         self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=1)
 
     def ask_app(self, code):

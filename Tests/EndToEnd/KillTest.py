@@ -182,7 +182,7 @@ class KillTest(unittest.TestCase):
             self.assertIn(name, record.host_name.values)
             record.host_name.found(name)
         settings = state / "settings.json"
-        names = {user["name"] for user in json.loads(settings.read_text())["users"]} if settings.exists() else set()
+        names = {user["name"] for user in json.loads(settings.read_text()).get("users", [])} if settings.exists() else set()
         self.assertLessEqual(record.users, names)
         for name, stored in record.files.items():
             path = state / "Resources" / name

@@ -14,7 +14,7 @@ from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, T
                      discover, environment, showhost_command, showremote)
 
 CONTRACT = Path(__file__).resolve().parents[2] / "Src/Contract/Contract.json"
-SHARED, STARTED, NOBODY, CONTROLLER = "127.0.0.31", "127.0.0.33", "127.0.0.34", "127.0.0.55"
+SHARED, STARTED, NO_HOST, CONTROLLER = "127.0.0.31", "127.0.0.33", "127.0.0.34", "127.0.0.55"
 
 
 class ShowRemoteTest(unittest.TestCase):

@@ -8,6 +8,7 @@
 #include "HostModels/HostModels.h"
 #include "HostModels/Show/ShowFile.h"
 #include "Log/OperationLog.h"
+#include "Platform/AllocatorLimits.h"
 #include "Platform/PrivateFiles.h"
 #include "ShowHost/CloudSettings.h"
 #include "ShowHost/ConnectionLimit.h"
@@ -272,6 +273,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
 
 int main(int argc, char** argv)
 {
+    LimitAllocatorArenas();
     // Check first: if standard input is closed, the next file that is opened gets its descriptor number.
     const bool hasInput = CConsole::HasInput();
     // QPixmap needs a QGuiApplication, which needs a display or the platform plugin "offscreen".

@@ -77,16 +77,16 @@ void ChangeScene(SShow& show, const QUuid& groupId, const QUuid& sceneId, Events
     show.playback.Enter(SPlayback::Stopped, SPlayback::Clock::now());
 }
 
-void TellUse(const QHash<QUuid, int>& before, const QHash<QUuid, int>& after, Events& events)
+void ReportUse(const QHash<QUuid, int>& before, const QHash<QUuid, int>& after, Events& events)
 {
-    const auto tell = [&](const QHash<QUuid, int>& those, const QHash<QUuid, int>& others, bool used) {
+    const auto report = [&](const QHash<QUuid, int>& those, const QHash<QUuid, int>& others, bool used) {
         for (auto use = those.constBegin(); use != those.constEnd(); ++use) {
             if (!others.contains(use.key()))
                 events.push_back({SShowEvent::ResourceUsed, use.key(), {}, used});
         }
     };
-    tell(before, after, false);
-    tell(after, before, true);
+    report(before, after, false);
+    report(after, before, true);
 }
 
 Index PlayAt(SShow& show, const SSceneGroup& group, std::size_t place, Events& events)
@@ -96,7 +96,7 @@ Index PlayAt(SShow& show, const SSceneGroup& group, std::size_t place, Events& e
     show.playback.Enter(SPlayback::Playing, SPlayback::Clock::now());
     events.push_back({SShowEvent::SceneStarted, show.playback.group, show.playback.scene});
     events.push_back({SShowEvent::ScenePlayed, show.playback.group, show.playback.scene});
-    TellUse(usedBefore, show.UseCounts(), events);
+    ReportUse(usedBefore, show.UseCounts(), events);
     return ResultText::Success;
 }
 
@@ -352,7 +352,7 @@ Index SwitchProject(SShow& show, const QJsonObject& body, Events& events)
     if (group && !group->scenes.empty())
         ChangeScene(show, group->id, group->scenes.front()->node.GetId(), events);
     events.push_back({SShowEvent::ScenePlayed, show.playback.group, show.playback.scene});
-    TellUse(usedBefore, show.UseCounts(), events);
+    ReportUse(usedBefore, show.UseCounts(), events);
     return ResultText::Success;
 }
 

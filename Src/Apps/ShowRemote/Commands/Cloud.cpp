@@ -23,14 +23,14 @@ namespace {
 
 using Clock = CCloudPeer::Clock;
 
-constexpr char kUsage[] =
+constexpr char kCloudUsage[] =
     "Act as the cloud service: wait for the host to connect, send a command and show every reply. COMMAND is a keyword "
     "from --list, a name from showremote app --list or a code; JSON is an object with the command's other keys. An "
     "object with \"cmd\" or \"cmdType\" can replace both. If COMMAND is listen, show all messages of the host until "
     "Ctrl-C.";
 
 /// A host that can't connect waits up to 30 s before the next attempt.
-constexpr char kTimeoutSeconds[] = "40";
+constexpr char kCloudTimeoutSeconds[] = "40";
 
 struct SCloudCommand {
     unsigned int code = 0;
@@ -50,7 +50,7 @@ void AddCloudOptions(CCommandLine& line)
     line.AddOption({"key", "Read the certificate's private key from FILE (PEM).", "FILE"});
     line.AddOption({"out", "Write the contents of the replies to files in DIR.", "DIR"});
     line.AddOption({"list", "List all keywords and the codes of their commands."});
-    line.AddTimeoutOption(kTimeoutSeconds);
+    line.AddTimeoutOption(kCloudTimeoutSeconds);
     AddListenOptions(line);
 }
 
@@ -155,7 +155,7 @@ void ListenToHost(CCloudPeer& peer, const SListening& listening, const QString& 
 
 int RunCloud(const QStringList& arguments)
 {
-    CCommandLine line("COMMAND [JSON]", kUsage);
+    CCommandLine line("COMMAND [JSON]", kCloudUsage);
     AddCloudOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;

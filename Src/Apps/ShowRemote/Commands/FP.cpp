@@ -10,18 +10,18 @@
 
 namespace {
 
-constexpr char kUsage[] =
+constexpr char kFPUsage[] =
     "Act as the FP controller: wait for the host to connect, send a request and show every reply. REQUEST is a name "
     "from showremote app --list or a code such as 274 or 0x112; JSON is its body. If REQUEST is listen, show all "
     "messages of the host until Ctrl-C.";
 
 /// A host that can't connect waits up to 10 s before the next attempt.
-constexpr char kTimeoutSeconds[] = "15";
+constexpr char kFPTimeoutSeconds[] = "15";
 
 void AddFPOptions(CCommandLine& line)
 {
     line.AddListenAddressOptions("the host", FPClient::kDefaultPort);
-    line.AddTimeoutOption(kTimeoutSeconds);
+    line.AddTimeoutOption(kFPTimeoutSeconds);
     AddListenOptions(line);
 }
 
@@ -51,7 +51,7 @@ void AwaitHost(CEnvelopePeer& peer, const CCommandLine& line)
 
 int RunFP(const QStringList& arguments)
 {
-    CCommandLine line("REQUEST [JSON]", kUsage);
+    CCommandLine line("REQUEST [JSON]", kFPUsage);
     AddFPOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;
