@@ -88,6 +88,8 @@ void CIoThreads::Work(SWorker& worker)
 bool CIoThreads::Park(SWorker& worker)
 {
     std::unique_lock lock(m_mutex);
+    if (!worker.slow)
+        return true; // the watcher has withdrawn the mark
     worker.slow = false;
     --m_slow;
     if (m_running - m_slow <= 1)
@@ -154,7 +156,11 @@ bool CIoThreads::FindSlowCallbacks()
         anyCallback = anyCallback || inCallback || turn != worker->seenTurn;
         if (inCallback && turn == worker->seenTurn && !worker->slow) {
             worker->slow = true;
-            ++m_slow;
+            // If the callback has ended meanwhile, the worker may be waiting for events already: it would not park.
+            if (worker->turn == turn)
+                ++m_slow;
+            else
+                worker->slow = false;
         }
         worker->seenTurn = turn;
     }
