@@ -45,7 +45,8 @@ std::uint32_t HashOf(std::string_view text)
         for (const char c : text)
             head = head << 8 | static_cast<unsigned char>(c);
     }
-    const std::uint64_t hash = (head * 0x9e3779b97f4a7c15 + tail + text.size()) * 0xc2b2ae3d27d4eb4f;
+    const std::uint64_t sum = head * 0x9e3779b97f4a7c15 + tail + text.size();
+    const std::uint64_t hash = (sum ^ sum >> 32) * 0xc2b2ae3d27d4eb4f;
     return static_cast<std::uint32_t>(hash >> 32);
 }
 
@@ -225,23 +226,29 @@ const CJsonScan::SKey* CJsonScan::FindRepeated(SKey* first, SKey* last)
     return found->quote < found[1].quote ? found + 1 : found;
 }
 
-/// Returns false if two hashes are equal, or if there are too many keys for comparing all pairs.
+/// Returns false if two hashes are equal, or if there are too many keys for the table.
 bool CJsonScan::AreHashesDifferent(const SKey* first, const SKey* last)
 {
     const auto count = static_cast<std::size_t>(last - first);
-    if (count == 0)
-        return true;
-    if (count > kInlineKeys)
+    if (count > kMaxTableKeys)
         return false;
-    std::array<std::uint32_t, kInlineKeys> hashes;
-    std::transform(first, last, hashes.begin(), [](const SKey& key) { return key.hash; });
-    m_comparisons += static_cast<std::int64_t>(count * (count - 1) / 2);
-    bool isAnyEqual = false; // no early return, so that the compiler can use vector instructions
-    for (std::size_t i = 1; i < count; ++i) {
-        for (std::size_t j = 0; j < i; ++j)
-            isAnyEqual |= hashes[i] == hashes[j];
+    // A hash table with open addressing, at most half full. Bit 0 marks the slots in use.
+    std::array<std::uint32_t, 2 * kMaxTableKeys> table;
+    std::size_t size = 4;
+    while (size < 2 * count)
+        size *= 2;
+    std::fill_n(table.begin(), size, 0);
+    for (const SKey* key = first; key != last; ++key) {
+        const std::uint32_t hash = key->hash | 1;
+        std::size_t slot = (hash >> 1) & (size - 1);
+        for (; table[slot] != 0; slot = (slot + 1) & (size - 1)) {
+            ++m_comparisons;
+            if (table[slot] == hash)
+                return false;
+        }
+        table[slot] = hash;
     }
-    return !isAnyEqual;
+    return true;
 }
 
 std::string_view CJsonScan::TextOf(const SKey& key) const

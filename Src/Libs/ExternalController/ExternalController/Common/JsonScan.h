@@ -35,6 +35,7 @@ public:
 
 private:
     static constexpr int kInlineKeys = 48;
+    static constexpr std::size_t kMaxTableKeys = 128; // a power of two
     static constexpr int kArray = -1;
 
     struct SKey {
