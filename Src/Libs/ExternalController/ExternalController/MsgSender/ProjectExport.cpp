@@ -28,31 +28,28 @@ void SendPicture(const Send& send, const char* type, const QUuid& id, const QPix
 void ExportProject(const std::function<void(const std::string&)>& sendPicture,
                    const std::function<void(const std::string&)>& sendProject)
 {
-    CGlobalModel* global = CGlobalModel::GetInstance();
-    CScreenModel* screens = CScreenModel::GetInstance();
-    CPlayController* player = GetPlayController();
-    CResourceModel* resources = CResourceModel::GetInstance();
-    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
-    const auto project = ReadFrom(global, &CGlobalModel::GetZXProject);
+    const auto project = GetModel(&CGlobalModel::GetZXProject);
     const QString path = ToWindowsSeparators(ReadFrom(project, &CZXProject::GetProjectPath));
     if (path.isEmpty())
         return;
 
+    CResourceModel* resources = CResourceModel::GetInstance();
     for (const CResourceBase& resource : ReadFrom(resources, &CResourceModel::GetAllResNode, false, kEveryResourceType))
         SendPicture(sendPicture, "clip", resource.GetId(), resource.GetThumbnail());
+    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
     for (const QUuid& groupId : ReadFrom(scenes, &CSceneMgrModel::GetAllSceneGroupId)) {
         for (const QUuid& sceneId : scenes->GetGroupSceneId(groupId))
             SendPicture(sendPicture, "chapter", sceneId, scenes->GetSceneImage(groupId, sceneId));
     }
 
     const CReply app = {{"App Name", kAppName}, {"App Version", QCoreApplication::applicationVersion()}};
+    const auto normal = GetModel(&CGlobalModel::GetNorProgramScheduleModel);
+    const auto inserted = GetModel(&CGlobalModel::GetInsProgramScheduleModel);
     const CReply content = {{"Project_Data", app},
-                            {"ScreenData", ReadFrom(screens, &CScreenModel::SaveData)},
-                            {"NormalProgramScheduleData",
-                             ReadFrom(global->GetNorProgramScheduleModel(), &CProgramScheduleModel::SaveScheduleData)},
-                            {"InsertProgramScheduleData",
-                             ReadFrom(global->GetInsProgramScheduleModel(), &CProgramScheduleModel::SaveScheduleData)},
-                            {"StageSceneData", ReadFrom(player, &CPlayController::SaveStageData)},
+                            {"ScreenData", ReadFrom(CScreenModel::GetInstance(), &CScreenModel::SaveData)},
+                            {"NormalProgramScheduleData", ReadFrom(normal, &CProgramScheduleModel::SaveScheduleData)},
+                            {"InsertProgramScheduleData", ReadFrom(inserted, &CProgramScheduleModel::SaveScheduleData)},
+                            {"StageSceneData", ReadFrom(GetPlayController(), &CPlayController::SaveStageData)},
                             {"SceneMgrModel", ReadFrom(scenes, &CSceneMgrModel::SaveSceneMgrModel, QString())},
                             {"ResourceModel", ReadFrom(resources, &CResourceModel::SaveResourceModel, false, false)}};
     const CReply message = {{"curProjectPath", path},

@@ -167,7 +167,6 @@ void CResourceMsgSender::SendResourceThumbnail(const SOperation& request)
 
 void CResourceMsgSender::SendTextResource(const SOperation& request)
 {
-    CPlayController* player = GetPlayController();
     CResourceModel* model = CResourceModel::GetInstance();
     const QUuid id = ResourceId(request);
     CResourceBase resource;
@@ -177,7 +176,7 @@ void CResourceMsgSender::SendTextResource(const SOperation& request)
         return;
     }
     CReply reply = TextObject(id, text);
-    if (const auto shared = ReadFrom(player, &CPlayController::GetMediaSharePty, id, false))
+    if (const auto shared = ReadFrom(GetPlayController(), &CPlayController::GetMediaSharePty, id, false))
         AddScroll(reply, shared->scroll);
     SendReplyToApp(Command::TextResource, std::move(reply));
 }

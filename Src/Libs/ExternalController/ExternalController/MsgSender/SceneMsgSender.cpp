@@ -61,8 +61,10 @@ struct SChapter {
 };
 
 /// Returns an empty chapter if the stage isn't playing, or if the playing scene has been removed from its group.
-SChapter PlayingChapter(CPlayController* player, CSceneMgrModel* model)
+SChapter PlayingChapter()
 {
+    CPlayController* player = GetPlayController();
+    CSceneMgrModel* model = CSceneMgrModel::GetInstance();
     if (!player || !model || (!player->GetStageIsPlaying() && player->GetGlobalPlayState() != PlayState::Playing))
         return {};
     const auto [groupId, sceneId] = model->GetCurPlayScene();
@@ -128,8 +130,7 @@ void CSceneMsgSender::SendPlayingChapter(const SOperation& request)
 {
     if (!request.jsonBody.contains(QLatin1String("cmd")))
         return;
-    CPlayController* player = GetPlayController();
-    const SChapter chapter = PlayingChapter(player, CSceneMgrModel::GetInstance());
+    const SChapter chapter = PlayingChapter();
     SendReplyToCentralControl(
         request, {{"playingChapter", CReply{{"sceneGrpCol", chapter.group}, {"sceneCol", chapter.scene}}}});
 }

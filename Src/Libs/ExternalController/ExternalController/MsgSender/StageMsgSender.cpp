@@ -4,7 +4,8 @@
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/Picture.h"
 #include "ExternalController/MsgSender/CloudPicture.h"
-#include "ExternalController/MsgSender/StageMediaView.h"
+#include "ExternalController/MsgSender/MediaObject.h"
+#include "Interfaces/MediaNode.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/RenderController.h"
 #include "Interfaces/SceneMgrModel.h"
@@ -106,17 +107,17 @@ bool CStageMsgSender::HandleMsg(SOperation request)
 
 void CStageMsgSender::SendStageSnapshot(const SOperation& request)
 {
-    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
-    const auto projectSetting = GetModel(&CGlobalModel::GetProjectSetting);
-    CPlayController* player = GetPlayController();
     CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
     const auto effect = ReadFrom(scenes, &CSceneMgrModel::GetGlobalProperty);
+    CPlayController* player = GetPlayController();
     if (!effect || !player)
         return;
 
     const auto [groupId, sceneId] = scenes->GetCurPlayScene();
     const auto [left, right] = player->GetVolumn();
     const double globalVolume = effect->IsMute() ? 0 : Biased(effect->GetVolume(), kGlobalVolumeBias);
+    const auto projectSetting = GetModel(&CGlobalModel::GetProjectSetting);
+    const auto setting = GetModel(&CGlobalModel::GetSoftwareSetting);
     const QColor color = ReadFrom(setting, &CZXSoftwareSettingData::LoadStageColor);
     const CReply stage = {{"result", 1},
                           {"blackScreen", effect->IsBlack()},
@@ -241,10 +242,9 @@ void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
 /// Sends no reply if one medium can't be described: the app would assume that an incomplete list is complete.
 void CStageMsgSender::SendMediaList(const SOperation&)
 {
-    const CStageMediaView view;
     std::vector<CReply> objects;
-    for (const CMediaNode& medium : view.Media()) {
-        objects.push_back(view.Describe(medium));
+    for (const CMediaNode& medium : ReadFrom(GetPlayController(), &CPlayController::GetStageMedias)) {
+        objects.push_back(MediaObject(medium));
         if (objects.back().IsEmpty())
             return;
     }
@@ -258,14 +258,13 @@ void CStageMsgSender::SendMediaData(const SOperation& request)
     if (!(request.nSourceFlags & Source::App))
         return;
     const QUuid mediaId(request.jsonBody["mediaId"].toString());
-    const CStageMediaView view;
-    const std::list<CMediaNode> media = view.Media();
+    const auto media = ReadFrom(GetPlayController(), &CPlayController::GetStageMedias);
     const auto found =
         std::find_if(media.begin(), media.end(), [&](const CMediaNode& medium) { return medium.GetId() == mediaId; });
     CReply reply = request.jsonBody;
     if (found != media.end()) {
         reply.Remove("mediaId");
-        reply.Set("mediaData", view.Describe(*found));
+        reply.Set("mediaData", MediaObject(*found));
     }
     ReplyToAppIfAsked(request, reply);
 }

@@ -82,17 +82,16 @@ CReply Network(const IP_ADAPTER_INFO* first)
 
 CReply SystemInformation()
 {
-    CGlobalModel* global = CGlobalModel::GetInstance();
-    CScreenModel* screens = CScreenModel::GetInstance();
-    CPlayController* player = GetPlayController();
-    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
-    const auto project = ReadFrom(global, &CGlobalModel::GetZXProject);
-    const auto effect = ReadFrom(scenes, &CSceneMgrModel::GetGlobalProperty);
-    const auto performance = ReadFrom(global, &CGlobalModel::GetPerformanceModel);
+    const auto performance = GetModel(&CGlobalModel::GetPerformanceModel);
     const ZXPerformanceData::SSystemInfo machine = ReadFrom(performance, &CPerformanceModel::GetSystemInfo);
-    const QString format = ReadFrom(global, &CGlobalModel::GetAppFormatName);
-    const QString version = ReadFrom(global, &CGlobalModel::GetAppVersion);
+    const auto screens = ReadFrom(CScreenModel::GetInstance(), &CScreenModel::GetAllScreen);
+    const QString format = ReadFrom(CGlobalModel::GetInstance(), &CGlobalModel::GetAppFormatName);
+    const QString version = ReadFrom(CGlobalModel::GetInstance(), &CGlobalModel::GetAppVersion);
+    const auto project = GetModel(&CGlobalModel::GetZXProject);
     const auto projects = ReadFrom(project, &CZXProject::GetProjectMgrList);
+    CSceneMgrModel* scenes = CSceneMgrModel::GetInstance();
+    const auto effect = ReadFrom(scenes, &CSceneMgrModel::GetGlobalProperty);
+    CPlayController* player = GetPlayController();
     const bool hasChapter = scenes && player && player->GetGlobalPlayState() != PlayState::Stopped;
     const QUuid sceneId = ReadFrom(scenes, &CSceneMgrModel::GetCurPlayScene).second;
 
@@ -103,7 +102,7 @@ CReply SystemInformation()
             {"syncCardConnected", false},
             {"hardDisk", ArrayOf(machine.disks, DiskObject)},
             {"memory", ArrayOf(machine.memory, MemoryObject)},
-            {"screens", ArrayOf(ReadFrom(screens, &CScreenModel::GetAllScreen), ScreenResolution)},
+            {"screens", ArrayOf(screens, ScreenResolution)},
             {"verticalSynchronization", false},
             {"gpuDriveVersion", machine.gpuDriverVersion},
             {"office", machine.office},

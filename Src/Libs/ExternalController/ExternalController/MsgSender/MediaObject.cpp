@@ -1,9 +1,10 @@
-#include "ExternalController/MsgSender/StageMediaView.h"
+#include "ExternalController/MsgSender/MediaObject.h"
 
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/Capabilities.h"
 #include "ExternalController/MsgSender/ScrollKeys.h"
+#include "Interfaces/MediaNode.h"
 #include "Interfaces/PPtPlayerMgr.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/RenderController.h"
@@ -45,38 +46,52 @@ void AddLayout(CReply& to, const SLayoutProperty& layout)
     to.Set("blendType", layout.blendType);
 }
 
-} // namespace
-
-CStageMediaView::CStageMediaView()
-    : m_resources(CResourceModel::GetInstance())
-    , m_presentations(GetPPtPlayerMgr())
-    , m_render(GetRenderController())
-    , m_player(GetPlayController())
-{}
-
-std::list<CMediaNode> CStageMediaView::Media() const
+/// Adds the keys that only some types of resources have. Returns false if the medium can't be described.
+bool AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType)
 {
-    return ReadFrom(m_player, &CPlayController::GetStageMedias);
+    const auto play = media.GetPlayProperty();
+    switch (resourceType) {
+    case ResourceType::Presentation:
+        to.Set("mediaState", play->currentState);
+        return ReadFrom(GetPPtPlayerMgr(), &CPPtPlayerMgr::GetPPtPlayer, media.GetId()) != nullptr;
+    case ResourceType::Text:
+    case ResourceType::ScrollingGroup:
+        AddScroll(to, play->scroll);
+        return true;
+    case ResourceType::Spreadsheet:
+    case ResourceType::Table:
+    case ResourceType::Database:
+    case ResourceType::Pdf:
+    case ResourceType::Word:
+        to.Set("mediaState", play->currentState);
+        AddScroll(to, *media.GetPageScroll());
+        return true;
+    default:
+        return true;
+    }
 }
 
-CReply CStageMediaView::Describe(const CMediaNode& media) const
+} // namespace
+
+CReply MediaObject(const CMediaNode& media)
 {
+    CResourceModel* resources = CResourceModel::GetInstance();
     CResourceBase resource;
-    if (!m_resources || !m_resources->GetResourceBaseNode(media.GetResourceId(), resource))
+    if (!resources || !resources->GetResourceBaseNode(media.GetResourceId(), resource))
         return {};
     CGroupResource group;
     if (resource.GetType() == ResourceType::Group &&
-        !m_resources->GetGroupResourceNode(resource.GetId(), resource, group))
+        !resources->GetGroupResourceNode(resource.GetId(), resource, group))
         return {};
 
     const auto play = media.GetPlayProperty();
     const auto timing = media.GetTimingProperty();
     SMediaPlayData playData = {0, -1};
-    if (m_player)
-        m_player->GetMediaPlayData(media.GetId(), playData);
+    if (CPlayController* player = GetPlayController())
+        player->GetMediaPlayData(media.GetId(), playData);
     QString streamUrl;
-    if (m_render)
-        m_render->GetMediaStreamPushUrl(media.GetId(), streamUrl);
+    if (CRenderController* render = GetRenderController())
+        render->GetMediaStreamPushUrl(media.GetId(), streamUrl);
 
     CReply object = {{"currentTime", playData.currentTime},
                      {"mediaId", media.GetId()},
@@ -93,29 +108,4 @@ CReply CStageMediaView::Describe(const CMediaNode& media) const
     AddLayout(object, *media.GetLayoutProperty());
     Capabilities::Add(object, Capabilities::Media, resource.GetType(), group.GetGroupResType());
     return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();
-}
-
-/// Adds the keys that only some types of resources have. Returns false if the medium can't be described.
-bool CStageMediaView::AddOfItsKind(CReply& to, const CMediaNode& media, int resourceType) const
-{
-    const auto play = media.GetPlayProperty();
-    switch (resourceType) {
-    case ResourceType::Presentation:
-        to.Set("mediaState", play->currentState);
-        return ReadFrom(m_presentations, &CPPtPlayerMgr::GetPPtPlayer, media.GetId()) != nullptr;
-    case ResourceType::Text:
-    case ResourceType::ScrollingGroup:
-        AddScroll(to, play->scroll);
-        return true;
-    case ResourceType::Spreadsheet:
-    case ResourceType::Table:
-    case ResourceType::Database:
-    case ResourceType::Pdf:
-    case ResourceType::Word:
-        to.Set("mediaState", play->currentState);
-        AddScroll(to, *media.GetPageScroll());
-        return true;
-    default:
-        return true;
-    }
 }
