@@ -1,6 +1,6 @@
 #include "ShowRemote/Peers/EnvelopePeer.h"
 
-#include "Comm/Acceptor.h"
+#include "Comm/Sockets.h"
 #include "ExternalController/Common/Command.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Console/Failure.h"

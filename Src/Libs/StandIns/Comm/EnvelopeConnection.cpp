@@ -1,6 +1,6 @@
 #include "Comm/EnvelopeConnection.h"
 
-#include "Comm/IpText.h"
+#include "Comm/Sockets.h"
 
 #include <asio/buffer.hpp>
 

@@ -1,6 +1,6 @@
 #include "Comm/TcpServer.h"
 
-#include "Comm/Acceptor.h"
+#include "Comm/Sockets.h"
 
 #include <asio/post.hpp>
 

@@ -1,6 +1,6 @@
 #include "Comm/UdpSocket.h"
 
-#include "Comm/IpText.h"
+#include "Comm/Sockets.h"
 
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>

@@ -3,6 +3,7 @@
 #include "Comm/Envelope.h"
 #include "ExternalController/Common/JsonReader.h"
 
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -23,6 +24,14 @@ bool IsCodeForm(const QByteArray& packet)
 }
 
 } // namespace
+
+Comm::RequestPackage::RequestPackage()
+{
+    using namespace std::chrono;
+    using Ticks = duration<std::int64_t, std::ratio<1, 10'000'000>>;
+    createdMonotonic = duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
+    createdWallClock = duration_cast<Ticks>(system_clock::now().time_since_epoch()).count();
+}
 
 CAppDataPack::CAppDataPack(QByteArray packet) : m_data(std::move(packet)) {}
 
