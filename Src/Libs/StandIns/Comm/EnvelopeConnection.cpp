@@ -74,7 +74,7 @@ void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_takingBytes = true;
+        m_receiving = Receiving::Handling;
     }
     if (!error && TakeBytes({m_firstBytes.data(), count}) && count == m_firstBytes.size())
         error = ReadMore();
@@ -86,7 +86,7 @@ void CEnvelopeConnection::ReadBytes(asio::error_code error, std::size_t count)
         Close(error.message());
     {
         const std::lock_guard lock(m_mutex);
-        m_takingBytes = false;
+        m_receiving = Receiving::Waiting;
         FlushLocked();
     }
     WaitForBytes();
@@ -133,10 +133,10 @@ bool CEnvelopeConnection::TakeBytes(std::string_view bytes)
 
     {
         const std::lock_guard lock(m_mutex);
-        const bool isNewFrame = !m_insideFrame || m_reader.Frames() != framesBefore;
         m_frames = m_reader.Frames();
-        m_insideFrame = m_reader.IsInsideFrame();
-        if (m_insideFrame && isNewFrame)
+        if (!m_reader.IsInsideFrame())
+            m_unfinishedSince.reset();
+        else if (!m_unfinishedSince || m_frames != framesBefore)
             m_unfinishedSince = Clock::now();
         if (IsOpenLocked())
             m_input.Set(m_reader.HeldBytes());
@@ -150,9 +150,7 @@ void CEnvelopeConnection::PeerEnded()
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_takingBytes = false;
-        m_peerEnded = true;
-        m_insideFrame = false;
+        m_receiving = Receiving::PeerEnded;
         m_unfinishedSince = Clock::now();
         FlushLocked();
         if (IsOpenLocked() && !m_queue.empty())
@@ -167,9 +165,9 @@ void CEnvelopeConnection::End()
     std::string reason;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_ended)
+        if (m_receiving == Receiving::Ended)
             return;
-        m_ended = true;
+        m_receiving = Receiving::Ended;
         CloseLocked("the connection was lost");
         reason = m_closeReason;
         m_reader.Release(); // no thread reads any more
@@ -181,13 +179,13 @@ bool CEnvelopeConnection::Send(std::shared_ptr<const Comm::RequestPackage> packa
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (!IsOpenLocked() || m_sendingEnded)
+        if (!IsOpenLocked() || m_sending == Sending::Failed)
             return false;
         if (package->data.empty())
             return true;
         m_queuedBytes += package->data.size();
         m_queue.push_back(std::move(package));
-        if (!m_takingBytes || m_queuedBytes >= kBatchBytes)
+        if (m_receiving != Receiving::Handling || m_queuedBytes >= kBatchBytes)
             FlushLocked();
         if (m_queuedBytes > m_limits.maxQueuedBytes)
             CloseLocked("the peer doesn't read its replies");
@@ -205,7 +203,7 @@ void CEnvelopeConnection::FlushLocked()
 
 void CEnvelopeConnection::WriteLocked()
 {
-    while (IsOpenLocked() && !m_queue.empty() && !m_waitsForSpace) {
+    while (IsOpenLocked() && !m_queue.empty() && m_sending != Sending::Blocked) {
         m_gather.clear();
         for (const auto& package : m_queue) {
             m_gather.emplace_back(asio::buffer(package->data));
@@ -236,16 +234,16 @@ void CEnvelopeConnection::WriteLocked()
 
 void CEnvelopeConnection::WaitForSpaceLocked()
 {
-    m_waitsForSpace = true;
+    m_sending = Sending::Blocked;
     m_socket.async_wait(asio::socket_base::wait_write, [self = shared_from_this()](const asio::error_code& error) {
         bool finished = false;
         {
             const std::lock_guard lock(self->m_mutex);
-            self->m_waitsForSpace = false;
+            self->m_sending = Sending::Ready;
             if (!error)
                 self->FlushLocked();
             // After the peer has shut down its side no read is pending, so the end is reported from here.
-            finished = self->m_peerEnded && !self->m_waitsForSpace;
+            finished = self->m_receiving == Receiving::PeerEnded && self->m_sending != Sending::Blocked;
         }
         if (finished)
             self->End();
@@ -256,7 +254,7 @@ void CEnvelopeConnection::WaitForSpaceLocked()
 /// until the end of the stream, which the shutdown causes.
 void CEnvelopeConnection::EndSendingLocked(const std::string& reason)
 {
-    m_sendingEnded = true;
+    m_sending = Sending::Failed;
     m_closeReason = reason;
     DropQueueLocked();
     asio::error_code ignored;
@@ -281,7 +279,7 @@ void CEnvelopeConnection::CloseLocked(const std::string& reason)
     m_socket.close(ignored);
     DropQueueLocked();
     m_input.Set(0);
-    if (!m_takingBytes)
+    if (m_receiving != Receiving::Handling)
         m_reader.Release();
 }
 
@@ -297,21 +295,22 @@ void CEnvelopeConnection::CheckDeadline(Clock::time_point now)
     const std::lock_guard lock(m_mutex);
     if (std::exchange(m_seenFrames, m_frames) != m_frames)
         m_activeAt = now;
-    if (!IsOpenLocked() || m_takingBytes || !(m_insideFrame || m_peerEnded) ||
-        now - m_unfinishedSince <= m_limits.deadline)
+    if (!IsOpenLocked() || m_receiving == Receiving::Handling || !m_unfinishedSince ||
+        now - *m_unfinishedSince <= m_limits.deadline)
         return;
+    const bool peerEnded = m_receiving == Receiving::PeerEnded;
     asio::error_code ignored;
-    if (m_insideFrame && m_socket.available(ignored) != 0)
+    if (!peerEnded && m_socket.available(ignored) != 0)
         m_unfinishedSince = now; // the peer has sent the bytes, but the host has not read them yet
     else
-        CloseLocked(m_peerEnded ? "the peer did not read the last replies in time"
-                                : "an envelope was not completed in time");
+        CloseLocked(peerEnded ? "the peer did not read the last replies in time"
+                              : "an envelope was not completed in time");
 }
 
 std::optional<CEnvelopeConnection::Clock::time_point> CEnvelopeConnection::IdleSince() const
 {
     const std::lock_guard lock(m_mutex);
-    if (!IsOpenLocked() || m_takingBytes || !m_queue.empty())
+    if (!IsOpenLocked() || m_receiving == Receiving::Handling || !m_queue.empty())
         return std::nullopt;
     return m_frames == m_seenFrames ? m_activeAt : Clock::now();
 }

@@ -73,6 +73,18 @@ public:
     bool IsProtected() const { return m_isProtected; }
 
 private:
+    enum class Receiving {
+        Waiting,   ///< a read is pending, or about to be started
+        Handling,  ///< received bytes are being handled; replies are written when that ends
+        PeerEnded, ///< the peer has shut down its sending side; no read is pending, but replies may still be sent
+        Ended,     ///< the end has been reported
+    };
+    enum class Sending {
+        Ready,   ///< the socket may accept more bytes
+        Blocked, ///< the socket's send buffer is full; a wait for space is pending
+        Failed,  ///< a write has failed: replies are dropped, but bytes that have arrived are still read
+    };
+
     void WaitForBytes();
     void ReadBytes(asio::error_code error, std::size_t count);
     asio::error_code ReadMore();
@@ -96,7 +108,7 @@ private:
     std::string m_remoteIp;
     std::uint16_t m_remotePort = 0;
 
-    CFrameReader m_reader; ///< used by the reading thread while m_takingBytes, otherwise under the mutex
+    CFrameReader m_reader; ///< used by the reading thread in Receiving::Handling, otherwise under the mutex
     std::array<char, 512> m_firstBytes;
     std::atomic<bool> m_isProtected{false}; ///< not to be closed in favour of a new connection
 
@@ -108,15 +120,13 @@ private:
     std::vector<asio::const_buffer> m_gather; ///< buffers of the current write; a member to reuse its memory
     std::size_t m_sentOfFirst = 0;            ///< bytes of the first queued package that are already sent
     std::size_t m_queuedBytes = 0;            ///< unsent bytes in the queue
-    bool m_takingBytes = false;               ///< received bytes are being handled; replies are written when that ends
-    bool m_waitsForSpace = false;             ///< the socket's send buffer is full; a wait for space is pending
-    bool m_peerEnded = false;                 ///< the peer has shut down its sending side; replies may still be sent
-    bool m_sendingEnded = false;              ///< sending has failed; bytes that have arrived are still read
-    bool m_insideFrame = false;               ///< an envelope has been received in part
-    bool m_ended = false;                     ///< the end has been reported
-    Clock::time_point m_unfinishedSince;      ///< since when the peer's next bytes, or its last reads, are awaited
-    std::size_t m_frames = 0;                 ///< number of envelopes received so far
-    std::size_t m_seenFrames = 0;             ///< value of m_frames at the last CheckDeadline
+    // Independent of each other, and of whether the socket is open: Close may be called in every state.
+    Receiving m_receiving = Receiving::Waiting;
+    Sending m_sending = Sending::Ready;
+    /// Since when the rest of an envelope is awaited or, after the peer has ended, its last reads.
+    std::optional<Clock::time_point> m_unfinishedSince;
+    std::size_t m_frames = 0;                    ///< number of envelopes received so far
+    std::size_t m_seenFrames = 0;                ///< value of m_frames at the last CheckDeadline
     Clock::time_point m_activeAt = Clock::now(); ///< last CheckDeadline that found a new envelope
     std::string m_closeReason;                   ///< the first reason to close
 };
