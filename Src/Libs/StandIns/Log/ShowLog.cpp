@@ -104,27 +104,34 @@ std::string Selection(const std::string& database, const char* rest, bool descen
     return "SELECT * FROM " + database + rest + " ORDER BY rowid" + (descending ? " DESC" : " ASC");
 }
 
+template <class... Values>
+bool Execute(sqlite3* log, const std::string& sql, const Values&... values)
+{
+    CStatement statement(log, sql);
+    (statement.Bind(values), ...);
+    return statement.Execute();
+}
+
 bool InsertInto(sqlite3* log, const std::string& database, const SPlayRecord& record)
 {
-    return CStatement(log, "INSERT INTO " + database + ".played VALUES (?, ?, ?, ?, ?, ?)")
-        .Bind(record.fileType)
-        .Bind(record.fileDuration)
-        .Bind(record.startTime)
-        .Bind(record.endTime)
-        .Bind(record.playDuration)
-        .Bind(record.fileName)
-        .Execute();
+    return Execute(log, "INSERT INTO " + database + ".played VALUES (?, ?, ?, ?, ?, ?)", record.fileType,
+                   record.fileDuration, record.startTime, record.endTime, record.playDuration, record.fileName);
 }
 
 bool InsertInto(sqlite3* log, const std::string& database, const SOPRecord& record)
 {
-    return CStatement(log, "INSERT INTO " + database + ".operations VALUES (?, ?, ?, ?, ?)")
-        .Bind(record.time)
-        .Bind(record.module)
-        .Bind(record.function)
-        .Bind(record.description)
-        .Bind(record.source)
-        .Execute();
+    return Execute(log, "INSERT INTO " + database + ".operations VALUES (?, ?, ?, ?, ?)", record.time, record.module,
+                   record.function, record.description, record.source);
+}
+
+void ReadRow(const CStatement& row, SPlayRecord& record)
+{
+    record = {row.Number(0), row.Text(1), row.Text(2), row.Text(3), row.Text(4), row.Text(5)};
+}
+
+void ReadRow(const CStatement& row, SOPRecord& record)
+{
+    record = {row.Text(0), row.Text(1), row.Text(2), row.Text(3), row.Number(4)};
 }
 
 } // namespace
@@ -223,29 +230,32 @@ QList<SOPRecord> CShowLog::GetOPLogList()
     return m_operations;
 }
 
-void CShowLog::QueryPlayLog(const QDateTime& start, const QDateTime& end, const QString& name, bool descending)
+/// Replaces the list by the records that meet the condition, whose parameters are the values.
+///
+/// \param condition table and SQL condition, such as ".operations WHERE time > ?"
+template <class Record, class... Values>
+void CShowLog::Query(QList<Record>& records, const char* condition, bool descending, const Values&... values)
 {
     const std::lock_guard lock(m_mutex);
-    m_played.clear();
+    records.clear();
     for (const std::string& database : Databases(descending)) {
-        CStatement query(
-            m_database.get(),
-            Selection(database, ".played WHERE startTime BETWEEN ? AND ? AND instr(fileName, ?) > 0", descending));
-        query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat)).Bind(name);
-        while (query.Step())
-            m_played.append(
-                {query.Number(0), query.Text(1), query.Text(2), query.Text(3), query.Text(4), query.Text(5)});
+        CStatement query(m_database.get(), Selection(database, condition, descending));
+        (query.Bind(values), ...);
+        for (Record record; query.Step();) {
+            ReadRow(query, record);
+            records.append(record);
+        }
     }
+}
+
+void CShowLog::QueryPlayLog(const QDateTime& start, const QDateTime& end, const QString& name, bool descending)
+{
+    Query(m_played, ".played WHERE startTime BETWEEN ? AND ? AND instr(fileName, ?) > 0", descending,
+          start.toString(kLogTimeFormat), end.toString(kLogTimeFormat), name);
 }
 
 void CShowLog::QueryOPLog(const QDateTime& start, const QDateTime& end, bool descending)
 {
-    const std::lock_guard lock(m_mutex);
-    m_operations.clear();
-    for (const std::string& database : Databases(descending)) {
-        CStatement query(m_database.get(), Selection(database, ".operations WHERE time BETWEEN ? AND ?", descending));
-        query.Bind(start.toString(kLogTimeFormat)).Bind(end.toString(kLogTimeFormat));
-        while (query.Step())
-            m_operations.append({query.Text(0), query.Text(1), query.Text(2), query.Text(3), query.Number(4)});
-    }
+    Query(m_operations, ".operations WHERE time BETWEEN ? AND ?", descending, start.toString(kLogTimeFormat),
+          end.toString(kLogTimeFormat));
 }

@@ -41,6 +41,8 @@ private:
 
     template <class Record>
     void Insert(const Record& record);
+    template <class Record, class... Values>
+    void Query(QList<Record>& records, const char* condition, bool descending, const Values&... values);
     bool WriteWaiting();
 
     std::mutex m_mutex;

@@ -3,7 +3,31 @@
 #include "HostModels/Files/PasswordCipher.h"
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
+
+namespace {
+
+/// Sets the value to that of the key, or leaves it unchanged if the key is absent.
+template <class Value>
+void Read(const CJsonObjectReader& from, const char* key, Value& value)
+{
+    if constexpr (std::is_same_v<Value, bool>)
+        value = from.Flag(key, value);
+    else if constexpr (std::is_same_v<Value, int>)
+        value = from.Number(key, value);
+    else if constexpr (std::is_same_v<Value, QColor>)
+        value = from.Color(key, value);
+    else
+        value = from.Text(key, value);
+}
+
+void ReadPath(const CJsonObjectReader& from, const char* key, QString& value)
+{
+    value = from.Path(key, value);
+}
+
+} // namespace
 
 void PutUser(std::vector<SAPPUserNode>& users, SAPPUserNode user)
 {
@@ -37,33 +61,33 @@ SSettings ReadSettings(const CJsonObjectReader& top, SSettings settings)
     top.AllowOnly({"hostName", "appSupport", "cloudSupport", "resourceFolder", "ftp", "fp", "cloud", "appId",
                    "stagePreviewMode", "stageColor", "stageStreamUrl", "sharedFolder", "users"});
     settings.hostName = LimitedHostName(top.Text("hostName", settings.hostName));
-    settings.appSupport = top.Flag("appSupport", settings.appSupport);
-    settings.cloudSupport = top.Flag("cloudSupport", settings.cloudSupport);
-    settings.resourceFolder = top.Path("resourceFolder", settings.resourceFolder);
+    Read(top, "appSupport", settings.appSupport);
+    Read(top, "cloudSupport", settings.cloudSupport);
+    ReadPath(top, "resourceFolder", settings.resourceFolder);
 
     const CJsonObjectReader ftp = top.Object("ftp");
     ftp.AllowOnly({"user", "password"});
-    settings.ftpUser = ftp.Text("user", settings.ftpUser);
-    settings.ftpPassword = ftp.Text("password", settings.ftpPassword);
+    Read(ftp, "user", settings.ftpUser);
+    Read(ftp, "password", settings.ftpPassword);
 
-    settings.appId = top.Text("appId", settings.appId);
-    settings.stagePreviewMode = top.Number("stagePreviewMode", settings.stagePreviewMode);
-    settings.stageColor = top.Color("stageColor", settings.stageColor);
-    settings.stageStreamUrl = top.Text("stageStreamUrl", settings.stageStreamUrl);
-    settings.sharedFolder = top.Path("sharedFolder", settings.sharedFolder);
+    Read(top, "appId", settings.appId);
+    Read(top, "stagePreviewMode", settings.stagePreviewMode);
+    Read(top, "stageColor", settings.stageColor);
+    Read(top, "stageStreamUrl", settings.stageStreamUrl);
+    ReadPath(top, "sharedFolder", settings.sharedFolder);
     const CJsonObjectReader fp = top.Object("fp");
     fp.AllowOnly({"address", "port"});
-    settings.fpAddress = fp.Text("address", settings.fpAddress);
+    Read(fp, "address", settings.fpAddress);
     settings.fpPort = fp.Number("port", settings.fpPort, 1, 65535);
 
     const CJsonObjectReader cloud = top.Object("cloud");
     cloud.AllowOnly({"url", "user", "account", "encryptedPassword", "caFile", "verify"});
-    settings.cloudUrl = cloud.Text("url", settings.cloudUrl);
-    settings.cloudUser = cloud.Text("user", settings.cloudUser);
-    settings.cloudAccount = cloud.Text("account", settings.cloudAccount);
-    settings.cloudPassword = cloud.Text("encryptedPassword", settings.cloudPassword);
-    settings.cloudCaFile = cloud.Path("caFile", settings.cloudCaFile);
-    settings.cloudVerifies = cloud.Flag("verify", settings.cloudVerifies);
+    Read(cloud, "url", settings.cloudUrl);
+    Read(cloud, "user", settings.cloudUser);
+    Read(cloud, "account", settings.cloudAccount);
+    Read(cloud, "encryptedPassword", settings.cloudPassword);
+    ReadPath(cloud, "caFile", settings.cloudCaFile);
+    Read(cloud, "verify", settings.cloudVerifies);
 
     for (const CJsonObjectReader& user : top.Objects("users")) {
         user.AllowOnly({"name", "encryptedPassword", "access"});
