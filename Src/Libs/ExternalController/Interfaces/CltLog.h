@@ -5,6 +5,14 @@
 #include <memory>
 #include <string>
 
+// Lets the compiler check the arguments of a function like printf: the positions of the text and of the first argument,
+// counted from 1. In a member function, `this` is the first.
+#if defined(__GNUC__)
+#define CLT_LOG_PRINTF(text, first) __attribute__((format(printf, text, first)))
+#else
+#define CLT_LOG_PRINTF(text, first)
+#endif
+
 /// The library that writes the host's log of operations.
 namespace CltLog {
 
@@ -29,53 +37,19 @@ public:
     ~CLogEvent();
 
     /// Appends to the text, formatted as by printf.
-#if defined(__GNUC__)
-    __attribute__((format(printf, 2, 3)))
-#endif
-    void
-    Format(const char* format, ...);
+    CLT_LOG_PRINTF(2, 3) void Format(const char* format, ...);
 
-    const std::shared_ptr<CLogger>& GetLogger() const
-    {
-        return m_logger;
-    }
-    int GetLevel() const
-    {
-        return m_level;
-    }
-    int GetKind() const
-    {
-        return m_kind;
-    }
+    const std::shared_ptr<CLogger>& GetLogger() const { return m_logger; }
+    int GetLevel() const { return m_level; }
+    int GetKind() const { return m_kind; }
     /// The position in the source code that logged the event; may be null.
-    const char* GetFile() const
-    {
-        return m_file;
-    }
-    std::int32_t GetLine() const
-    {
-        return m_line;
-    }
-    std::uint32_t GetThreadId() const
-    {
-        return m_threadId;
-    }
-    std::time_t GetTime() const
-    {
-        return m_time;
-    }
-    const std::string& GetModule() const
-    {
-        return m_module;
-    }
-    const std::string& GetFunction() const
-    {
-        return m_function;
-    }
-    const std::string& GetText() const
-    {
-        return m_text;
-    }
+    const char* GetFile() const { return m_file; }
+    std::int32_t GetLine() const { return m_line; }
+    std::uint32_t GetThreadId() const { return m_threadId; }
+    std::time_t GetTime() const { return m_time; }
+    const std::string& GetModule() const { return m_module; }
+    const std::string& GetFunction() const { return m_function; }
+    const std::string& GetText() const { return m_text; }
 
 private:
     std::shared_ptr<CLogger> m_logger;
