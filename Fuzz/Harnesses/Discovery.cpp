@@ -1,6 +1,6 @@
 #include "FuzzHost.h"
 
-#include "ExternalController/Common/Discovery.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "Support/RecordingChannels.h"
 
 // A datagram on the discovery port.

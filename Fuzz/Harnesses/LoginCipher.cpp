@@ -1,7 +1,7 @@
 #include "FuzzHost.h"
 
-#include "ExternalController/Common/Base64.h"
 #include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Picture.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "HostModels/HostModels.h"
 

@@ -1,8 +1,7 @@
 #include "Support/SenderTest.h"
 
-#include "ExternalController/MsgSender/LogTables.h"
+#include "ExternalController/MsgSender/CloudReplies.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
-#include "ExternalController/MsgSender/SystemInformation.h"
 
 #include <QJsonDocument>
 

@@ -2,7 +2,7 @@
 
 #include "AppServer/AppServerConfig.h"
 #include "Comm/PayloadText.h"
-#include "ExternalController/Common/Discovery.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
 #include "ShowRemote/Console/Terminal.h"

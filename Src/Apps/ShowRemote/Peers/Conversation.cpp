@@ -1,7 +1,7 @@
 #include "ShowRemote/Peers/Conversation.h"
 
 #include "ExternalController/Common/CommandNames.h"
-#include "ExternalController/Common/LoginResult.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Commands/AppRequests.h"
 #include "ShowRemote/Console/CommandLine.h"

@@ -4,8 +4,8 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/HostModel.h"
-#include "ExternalController/Common/LoginResult.h"
 #include "ExternalController/Common/RsaCipher.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/AppServer.h"
 
 #include <QJsonDocument>

@@ -16,7 +16,6 @@
 #include "Interfaces/FPClient.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ResourceModel.h"
-#include "Interfaces/ResultModel.h"
 
 #include <QMetaType>
 
@@ -190,31 +189,4 @@ void CExternalController::ModifyAppSharedPath(const QString& path)
 void CExternalController::SetPrjLoadState(int state)
 {
     m_prjLoadState = state;
-}
-
-bool CExternalController::Read(SOperation)
-{
-    return false;
-}
-
-bool CExternalController::Write(SOperation operation)
-{
-    IMsgSenderBase* sender = operation.nSenderType == SenderType::None ? nullptr : FindSender(operation.nSenderType);
-    return sender && sender->HandleMsg(std::move(operation));
-}
-
-IMsgSenderBase* CExternalController::FindSender(int senderType) const
-{
-    // The channels may already deliver requests while Init creates the senders.
-    if (!m_sendersReady.load(std::memory_order_acquire))
-        return nullptr;
-    const auto found = m_senders.find(senderType);
-    return found == m_senders.end() ? nullptr : found->second;
-}
-
-void CExternalController::ReportToHost(const SOperation& request, bool hasData)
-{
-    SResultData result = {request.nSenderType, request.nCmdCode, hasData, request.jsonBody, request.nSourceFlags};
-    if (CResultModel* host = CResultModel::GetInstance())
-        host->NotifyExControlMsgResult(true, result);
 }

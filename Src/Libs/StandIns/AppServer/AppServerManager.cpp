@@ -10,7 +10,7 @@
 #include "Comm/UdpSocket.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
-#include "ExternalController/Common/LoginResult.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "HostModels/Show/HostShow.h"
 
 #include <QJsonObject>

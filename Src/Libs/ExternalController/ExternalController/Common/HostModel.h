@@ -6,6 +6,15 @@
 #include <type_traits>
 #include <utility>
 
+/// The host's numbers for the state of the stage, as CPlayController::GetGlobalPlayState returns them.
+namespace PlayState {
+enum State : int {
+    Playing = 0,
+    Paused = 1,
+    Stopped = 2,
+};
+} // namespace PlayState
+
 // A host may lack any of the models. Values of a missing model are read as empty values.
 
 /// Calls a function, usually a getter, with the model. Returns its result, or an empty value if the model is null.

@@ -19,8 +19,21 @@ public:
 /// Waits on a condition variable.
 class CPause : public IPause {
 public:
-    void WaitFor(std::chrono::milliseconds time, const std::function<bool()>& over) override;
-    void Wake() override;
+    void WaitFor(std::chrono::milliseconds time, const std::function<bool()>& over) override
+    {
+        std::unique_lock lock(m_mutex);
+        m_woken.wait_for(lock, time, over);
+    }
+
+    void Wake() override
+    {
+        // Lock once, so that no wake-up is lost: a thread in WaitFor has then either seen the change or is already
+        // waiting.
+        {
+            const std::lock_guard lock(m_mutex);
+        }
+        m_woken.notify_all();
+    }
 
 private:
     std::mutex m_mutex;

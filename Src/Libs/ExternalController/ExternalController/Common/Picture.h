@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QSize>
 
+#include <string>
+
 /// The size of the thumbnails in the app's lists, in pixels.
 constexpr QSize kThumbnailSize(320, 180);
 
@@ -25,3 +27,8 @@ QByteArray Encode(const Picture& picture, const char* format)
     picture.save(&buffer, format);
     return buffer.data();
 }
+
+/// Returns the base64 text (RFC 4648, section 4; padded, without line breaks) of the bytes.
+///
+/// \param length number of bytes
+std::string Base64Encode(const char* data, unsigned int length);

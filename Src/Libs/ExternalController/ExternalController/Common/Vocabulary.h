@@ -119,6 +119,16 @@ inline const std::map<int, std::string> ResultTextMap = {
     {ResultText::End, ""},
 };
 
+/// The values of "result" in the reply to an app's login.
+namespace LoginResult {
+enum Code : int {
+    Success = 0,
+    UnknownUser = 1,
+    WrongPassword = 2,
+    AnotherAppLoggedIn = 3,
+};
+} // namespace LoginResult
+
 /// The numbers in the host's logs for the source of an operation.
 namespace ControlSource {
 enum Index : int {
@@ -175,6 +185,9 @@ inline const std::map<int, std::string> EditionNameMap = {
 /// The name of this edition and its password. An app without a user account logs in with these.
 inline const QString kEditionName = QStringLiteral("ZentravoxXA");
 inline const QString kLoginPassword = QStringLiteral("Harbovline");
+
+/// The datagram with which an app discovers hosts. Any other datagram is ignored.
+constexpr char kDiscoveryRequest[] = "App Server request Zentravox Controller";
 
 inline const QString kResourceItemName = QStringLiteral("ResourceItem");
 inline const QString kUriListMimeType = QStringLiteral("text/uri-list"); ///< RFC 2483

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ExternalController/Common/Base64.h"
 #include "ExternalController/Common/Picture.h"
 #include "ExternalController/MsgSender/Reply.h"
 

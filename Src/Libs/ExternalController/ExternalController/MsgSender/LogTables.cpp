@@ -1,4 +1,4 @@
-#include "ExternalController/MsgSender/LogTables.h"
+#include "ExternalController/MsgSender/CloudReplies.h"
 
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/MsgSender/MsgSenderBase.h"

@@ -3,7 +3,6 @@
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/Capabilities.h"
-#include "ExternalController/MsgSender/ScrollKeys.h"
 #include "Interfaces/MediaNode.h"
 #include "Interfaces/PPtPlayerMgr.h"
 #include "Interfaces/PlayController.h"
@@ -108,4 +107,12 @@ CReply MediaObject(const CMediaNode& media)
     AddLayout(object, *media.GetLayoutProperty());
     Capabilities::Add(object, Capabilities::Media, resource.GetType(), group.GetGroupResType());
     return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();
+}
+
+void AddScroll(CReply& to, const SScrollSettings& scroll)
+{
+    to.Set("scrollMode", scroll.mode);
+    to.Set("headConnectTail", scroll.headConnectTail);
+    to.Set("scrollInterval", scroll.interval);
+    to.Set("scrollSpeed", scroll.speed);
 }

@@ -3,9 +3,7 @@
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Vocabulary.h"
-#include "ExternalController/MsgSender/LogTables.h"
-#include "ExternalController/MsgSender/ProjectExport.h"
-#include "ExternalController/MsgSender/SystemInformation.h"
+#include "ExternalController/MsgSender/CloudReplies.h"
 #include "Interfaces/ScreenModel.h"
 
 namespace {

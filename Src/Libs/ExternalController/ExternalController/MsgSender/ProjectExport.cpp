@@ -1,8 +1,7 @@
-#include "ExternalController/MsgSender/ProjectExport.h"
+#include "ExternalController/MsgSender/CloudReplies.h"
 
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Vocabulary.h"
-#include "ExternalController/Common/WindowsSeparators.h"
 #include "ExternalController/MsgSender/CloudPicture.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ProgramScheduleModel.h"

@@ -3,7 +3,6 @@
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Picture.h"
-#include "ExternalController/Common/PlayState.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/SceneMgrModel.h"
 

@@ -11,8 +11,7 @@ public:
 /// project-data sender answers requests for the state of a screen, the stage sender those for the list of screens.
 class CScreenMsgSender : public CMsgSenderBase, public IScreenMsgSender {
 public:
-    CScreenMsgSender(CAPPServerManager* appServer, IFPClientManager* fpClient,
-                     CCentralControllerManager* centralControl, ICloudControlManager* cloudControl);
+    using CMsgSenderBase::CMsgSenderBase;
 
-    bool HandleMsg(SOperation request) override;
+    bool HandleMsg(SOperation) override { return true; }
 };

@@ -1,11 +1,9 @@
-#include "ExternalController/MsgSender/SystemInformation.h"
+#include "ExternalController/MsgSender/CloudReplies.h"
 
-#include "ExternalController/Common/Adapters.h"
+#include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Percent.h"
-#include "ExternalController/Common/PlayState.h"
 #include "ExternalController/Common/Vocabulary.h"
-#include "ExternalController/Common/WindowsSeparators.h"
 #include "Interfaces/DeviceResource.h"
 #include "Interfaces/PerformanceModel.h"
 #include "Interfaces/PlayController.h"

@@ -1,17 +1,20 @@
 #include "ExternalController/ExternalController.h"
 
-#include "ExternalController/Common/Adapters.h"
 #include "ExternalController/Common/AppPackage.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
-#include "ExternalController/Common/Discovery.h"
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/Routes.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "Interfaces/AppServer.h"
+#include "Interfaces/CltLog.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <functional>
+#include <thread>
 
 namespace {
 
@@ -37,6 +40,22 @@ SAdapterMacs ReadAdapterMacs(const QString& localAddress)
             macs.ofAddress = mac;
     }
     return macs;
+}
+
+constexpr int kProjectLoaded = 1;
+/// The kind of log events that concern the whole program.
+constexpr int kGlobalLogKind = 4;
+
+void LogRestart()
+{
+    const std::shared_ptr<CltLog::CLogger> logger = CltLog::GetOperationLogger();
+    if (!logger || logger->GetLevel() > CltLog::Operation)
+        return;
+    const auto thread = static_cast<std::uint32_t>(std::hash<std::thread::id>()(std::this_thread::get_id()));
+    CltLog::CLogEventWrap wrap(std::make_shared<CltLog::CLogEvent>(
+        logger, CltLog::Operation, kGlobalLogKind, nullptr, __LINE__, thread, std::time(nullptr),
+        QObject::tr("Log_Global").toStdString(), QObject::tr("Log_SoftwareRestart").toStdString()));
+    wrap.GetEvent().Format("%s", "");
 }
 
 } // namespace
@@ -110,4 +129,66 @@ void CExternalController::RecvAPPFtpUploadEndMsg(std::string resourcePath)
         return;
     const QJsonObject body = {{"resourcePath", QString::fromStdString(resourcePath)}};
     ReportToHost(MakeRequest(Command::ResourceItem, body, Source::App));
+}
+
+void CExternalController::RecvFPTcpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
+{
+    if (!packet || packet->closed)
+        return;
+
+    const SOperation request = ReadAppRequest(*packet, Source::FP);
+    if (AnswererOf(request.nCmdCode, Source::FP) == Answerer::SenderAndHost)
+        Write(request);
+    // The host receives every packet of this channel, also those that a sender answers.
+    ReportToHost(request, !request.jsonBody.isEmpty());
+}
+
+void CExternalController::RecvContralControllerUdpMsg(QJsonObject& message)
+{
+    if (message.isEmpty())
+        return;
+
+    const int code = message.value(QLatin1String("cmdType")).toInt();
+    const SOperation request = MakeRequest(code, message, Source::CentralControl);
+    if (code == Command::ShutDown) {
+        DebugLog() << "Recv ShutDown msg";
+        emit signalCloseSoftWare(true);
+        return;
+    }
+    if (AnswererOf(code, Source::CentralControl) == Answerer::Sender) {
+        Write(request);
+        return;
+    }
+    if (code == Command::CloseSoftware)
+        emit signalCloseSoftWare(false);
+    ReportToHost(request);
+}
+
+void CExternalController::RecvCloudControlMsg(QJsonObject& message)
+{
+    if (message.isEmpty())
+        return;
+    const int code = message.value(QLatin1String("cmdType")).toInt();
+    const SOperation request = MakeRequest(code, message, Source::CloudControl);
+    switch (code) {
+    case Command::Restart:
+        LogRestart();
+        emit signalRestartSoftware();
+        break;
+    case Command::Refresh:
+        Write(MakeRequest(Command::SystemInformation, message, Source::CloudControl));
+        Write(MakeRequest(Command::StagePreviewPush, message, Source::CloudControl));
+        break;
+    case Command::SwitchProject:
+    case Command::ScenePlay:
+        // Ignored while a project is loading: its scenes can't be played yet.
+        if (m_prjLoadState == kProjectLoaded)
+            ReportToHost(request);
+        break;
+    default:
+        if (AnswererOf(code, Source::CloudControl) == Answerer::Sender)
+            Write(request);
+        else
+            ReportToHost(request);
+    }
 }

@@ -1,4 +1,4 @@
-#include "ExternalController/Common/Base64.h"
+#include "ExternalController/Common/Picture.h"
 
 #include "Interfaces/Hv.h"
 

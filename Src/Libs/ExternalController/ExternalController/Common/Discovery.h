@@ -1,4 +1,0 @@
-#pragma once
-
-/// The datagram with which an app discovers hosts. Any other datagram is ignored.
-constexpr char kDiscoveryRequest[] = "App Server request Zentravox Controller";
