@@ -10,6 +10,13 @@
 #include <optional>
 #include <thread>
 
+struct SHeartBeatTestAccess {
+    static void SetPause(CExternalController& controller, std::unique_ptr<IPause> pause)
+    {
+        controller.m_heartBeatPause = std::move(pause);
+    }
+};
+
 namespace {
 
 /// A pause whose time is controlled by the test.
@@ -62,7 +69,8 @@ protected:
     {
         auto pause = std::make_unique<CTestPause>();
         m_pause = pause.get();
-        m_controller.emplace(std::move(pause));
+        m_controller.emplace();
+        SHeartBeatTestAccess::SetPause(*m_controller, std::move(pause));
         m_controller->Init();
         RecordingChannels::Callbacks().connected(m_app.ip, m_app.port);
         LogIn(m_app);

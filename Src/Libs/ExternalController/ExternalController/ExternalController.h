@@ -23,6 +23,7 @@ class CFPClientManager;
 class CTimer;
 class IMsgSenderBase;
 class IPause;
+struct SHeartBeatTestAccess;
 struct SResultData;
 
 namespace Comm {
@@ -44,8 +45,6 @@ class EXTERNALCONTROLLER_EXPORT CExternalController : public QObject {
 
 public:
     CExternalController();
-    /// For tests: waits in the given pause, instead of for one second, between two checks of the app's heartbeat.
-    explicit CExternalController(std::unique_ptr<IPause> heartBeatPause);
     ~CExternalController() override;
 
     /// Creates all channels and starts the FP and the central-control channel; starts the app server and the cloud
@@ -126,6 +125,9 @@ private slots:
     void slotUpdateResourceDexumerState(const QUuid& resId, bool bFlag);
 
 private:
+    /// Replaces m_heartBeatPause before Init, so that a test controls the time of the heartbeat check.
+    friend struct SHeartBeatTestAccess;
+
     struct SAppAddress {
         std::string ip;
         unsigned short port = 0;
@@ -211,7 +213,7 @@ private:
     /// 1 if a project is loaded. Atomic: written by controller, read by cloud.
     std::atomic<int> m_prjLoadState{1};
 
-    /// The wait between two checks. No lock: set by the constructor only. Check waits; app and controller wake it.
+    /// The wait between two checks. No lock: not replaced after Init. Check waits; app and controller wake it.
     std::unique_ptr<IPause> m_heartBeatPause;
     /// Guards m_heartBeatTimer: app and controller start and stop the timer one at a time. Check must not lock it,
     /// because stopping the timer waits for the check to end.

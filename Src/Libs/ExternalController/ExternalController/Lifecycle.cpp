@@ -52,10 +52,8 @@ void UninitExternalController()
     delete std::exchange(s_controller, nullptr);
 }
 
-CExternalController::CExternalController() : CExternalController(std::make_unique<CPause>()) {}
-
-CExternalController::CExternalController(std::unique_ptr<IPause> heartBeatPause)
-    : m_heartBeatPause(std::move(heartBeatPause)), m_gate(std::make_shared<CCallGate>())
+CExternalController::CExternalController()
+    : m_heartBeatPause(std::make_unique<CPause>()), m_gate(std::make_shared<CCallGate>())
 {
     qRegisterMetaType<std::string>("std::string");
 }
