@@ -15,7 +15,12 @@ enum State : int {
 };
 } // namespace PlayState
 
-// A host may lack any of the models. Values of a missing model are read as empty values.
+// The host's models.
+// - The host owns them, and they exist longer than the controller. GetInstance and the like only return a pointer, so
+//   fetch a model where it is used.
+// - Within one callback of a channel, all models return values of the same state of the show. Don't store values for a
+//   later callback: the host may have changed the show by then.
+// - A host may lack any of the models. Values of a missing model are read as empty values.
 
 /// Calls a function, usually a getter, with the model. Returns its result, or an empty value if the model is null.
 template <class Model, class Read, class... Args>
