@@ -49,7 +49,7 @@ install(DIRECTORY Docs DESTINATION ${document_folder} COMPONENT Runtime)
 
 # Headers of the module: its interface and the constants that it shares with the host.
 set(module Src/Libs/ExternalController/ExternalController)
-set(vocabulary Command CommandNames FileType Operation ResourceType Routes Vocabulary)
+set(vocabulary Command CommandNames FileType Keywords Operation ResourceType Routes Vocabulary)
 list(TRANSFORM vocabulary REPLACE "(.+)" "${module}/Common/\\1.h")
 install(FILES ${module}/ExternalController.h ${module}/Export.h
     DESTINATION ${header_folder}/ExternalController COMPONENT Development)

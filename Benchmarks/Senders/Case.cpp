@@ -26,7 +26,7 @@ void AddDecade(std::vector<int>& numbers, int first, int count)
 void Ask(int code, const QByteArray& body, Source::Flag source)
 {
     const CShowReading reading; // as in a channel's callback for a request
-    GetExternalController()->Write({code & Command::kSenderMask, code, QJsonDocument::fromJson(body).object(), source});
+    GetExternalController()->Write({code & SenderType::kMask, code, QJsonDocument::fromJson(body).object(), source});
 }
 
 SShow ShowOf(SProject project)

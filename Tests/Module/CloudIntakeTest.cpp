@@ -1,3 +1,4 @@
+#include "ExternalController/Common/Command.h"
 #include "Support/ControllerTest.h"
 #include "Support/ShowBuilder.h"
 

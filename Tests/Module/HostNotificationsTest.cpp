@@ -1,5 +1,6 @@
 #include "Support/ControllerTest.h"
 
+#include "ExternalController/Common/Command.h"
 #include "Interfaces/PlayController.h"
 #include "Interfaces/ResourceModel.h"
 

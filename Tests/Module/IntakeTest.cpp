@@ -62,7 +62,7 @@ QJsonObject BodyWith(int code)
 /// The report of a request with BodyWith(code).
 SResultData ReportOf(const SIntake& intake, int code)
 {
-    return {code & Command::kSenderMask, code, intake.hasPackets, BodyWith(code), intake.source};
+    return {code & SenderType::kMask, code, intake.hasPackets, BodyWith(code), intake.source};
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Support/SenderTest.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 

@@ -1,5 +1,6 @@
 #include "Support/SenderTest.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/ResourceMsgSender.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"

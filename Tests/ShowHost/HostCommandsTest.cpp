@@ -67,7 +67,7 @@ protected:
 
     void Change(int code, const QJsonObject& body)
     {
-        m_commands.CarryOut({code & Command::kSenderMask, code, true, body, Source::App});
+        m_commands.CarryOut({code & SenderType::kMask, code, true, body, Source::App});
     }
 
     QTemporaryDir m_folder;

@@ -1,5 +1,7 @@
 #include "Support/SenderTest.h"
 
+#include "ExternalController/Common/Command.h"
+
 #include <QJsonDocument>
 
 #include <ostream>

@@ -71,7 +71,7 @@ protected:
     std::vector<SChannelCall> Ask(int code, const QJsonObject& body, int sources)
     {
         RecordingChannels::ForgetCalls();
-        EXPECT_TRUE(Handle<Sender>({code & Command::kSenderMask, code, body, sources}));
+        EXPECT_TRUE(Handle<Sender>({code & SenderType::kMask, code, body, sources}));
         return RecordingChannels::Calls();
     }
 

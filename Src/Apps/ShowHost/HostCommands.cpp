@@ -1,6 +1,7 @@
 #include "ShowHost/HostCommands.h"
 
 #include "ExternalController/Common/CommandNames.h"
+#include "ExternalController/Common/Keywords.h"
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "ExternalController/ExternalController.h"
@@ -65,7 +66,7 @@ ControlSource::Index SourceOf(int sourceFlags)
 /// The module name of the command's record in the show log.
 const char* LogModuleOf(int cmdCode)
 {
-    switch (cmdCode & Command::kSenderMask) {
+    switch (cmdCode & SenderType::kMask) {
     case SenderType::Scene:
         return "Scene";
     case SenderType::Resource:

@@ -1,5 +1,6 @@
 #include "ShowHost/ShowChanges.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "HostModels/Show/ShowEdit.h"

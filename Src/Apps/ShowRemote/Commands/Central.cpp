@@ -3,7 +3,7 @@
 #include "CentralControl/CentralControlConfig.h"
 #include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
-#include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/Common/Keywords.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
 #include "ShowRemote/Console/Terminal.h"

@@ -3,7 +3,7 @@
 #include "CloudControl/CloudControlConfig.h"
 #include "Comm/PayloadText.h"
 #include "ExternalController/Common/JsonReader.h"
-#include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/Common/Keywords.h"
 #include "ShowRemote/Commands/AppRequests.h"
 #include "ShowRemote/Commands/CloudReplies.h"
 #include "ShowRemote/Commands/Listen.h"

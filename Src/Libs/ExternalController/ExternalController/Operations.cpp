@@ -46,7 +46,7 @@ SOperation CExternalController::MakeAnswer(const SResultData& command, ResultTex
 
     // A sender returns the answer to the peer only if it has no handler for the code. The project data sender has no
     // handlers for the codes of other senders, and the stage sender has none for those of the project data sender.
-    if ((command.nCmdCode & Command::kSenderMask) == SenderType::ProjectData)
+    if ((command.nCmdCode & SenderType::kMask) == SenderType::ProjectData)
         answer.nSenderType = SenderType::Stage;
     // Central control gets only the text, without a code. Of the two senders only the stage sender sends it.
     if (command.nSourceFlags & Source::CentralControl) {

@@ -1,6 +1,7 @@
 #include "CentralControl/TextCommand.h"
 
 #include "ExternalController/Common/JsonReader.h"
+#include "ExternalController/Common/Keywords.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QJsonArray>

@@ -1,7 +1,7 @@
 #include "CloudControl/CloudCommand.h"
 
 #include "ExternalController/Common/JsonReader.h"
-#include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/Common/Keywords.h"
 
 #include <QJsonDocument>
 

@@ -1,12 +1,11 @@
 #pragma once
 
 /// Request codes of the app protocol. The keywords of central control and the cloud are translated into these codes.
-/// The kSenderMask bits select the sender. A reply to the app carries the code with kReplyBit set. A code without a
-/// comment is described in Docs/Protocol.md.
+/// The bits of SenderType::kMask select the sender. A reply to the app carries the code with kReplyBit set. A code
+/// without a comment is described in Docs/Protocol.md.
 namespace Command {
 
 constexpr unsigned int kReplyBit = 0x10000000;
-constexpr int kSenderMask = 0xf00;
 
 enum Code : int {
     // session

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "ExternalController/Common/Command.h"
-
 #include <QJsonObject>
 
 #include <utility>
 
 /// Keys of the sender table.
 namespace SenderType {
+
+/// The bits of a command code that are the key of its sender.
+constexpr int kMask = 0xf00;
+
 enum Key : int {
     None = -1, ///< no command code selects it
     ProjectData = 0x000,
@@ -17,6 +19,7 @@ enum Key : int {
     Resource = 0x400,
     ExControlDev = 0x500,
 };
+
 } // namespace SenderType
 
 /// The channels that a request came from, to which the reply is sent. Each flag is one hexadecimal digit.
@@ -32,7 +35,7 @@ enum Flag : int {
 
 /// A request for a sender.
 struct SOperation {
-    int nSenderType = SenderType::None; ///< key of the sender; for a command code its Command::kSenderMask bits
+    int nSenderType = SenderType::None; ///< key of the sender; for a command code its kMask bits
     int nCmdCode = -1;                  ///< the full command code, without the reply bit
     QJsonObject jsonBody;               ///< central control and the cloud: the whole message
     int nSourceFlags = Source::Every;   ///< the peers to reply to
@@ -41,5 +44,5 @@ struct SOperation {
 /// Makes a request for the sender that the code selects.
 inline SOperation MakeRequest(int cmdCode, QJsonObject body, int sourceFlags)
 {
-    return {cmdCode & Command::kSenderMask, cmdCode, std::move(body), sourceFlags};
+    return {cmdCode & SenderType::kMask, cmdCode, std::move(body), sourceFlags};
 }

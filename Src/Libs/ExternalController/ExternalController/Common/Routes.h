@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/Operation.h"
 
 /// Who answers a request.

@@ -1,6 +1,7 @@
 #include "ExternalController/MsgSender/MsgSenderBase.h"
 
 #include "ExternalController/Common/AppPackage.h"
+#include "ExternalController/Common/Command.h"
 #include "Interfaces/CentralControl.h"
 #include "Interfaces/FPClient.h"
 #include "Interfaces/ZXComm.h"

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ExternalController/Common/Command.h"
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
 #include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/AppServer.h"
@@ -9,6 +8,10 @@
 #include <QByteArray>
 
 #include <string>
+
+namespace Command {
+enum Code : int;
+}
 
 class CCentralControllerManager;
 class IFPClientManager;

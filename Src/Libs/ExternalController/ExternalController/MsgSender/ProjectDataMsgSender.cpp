@@ -1,5 +1,6 @@
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Vocabulary.h"

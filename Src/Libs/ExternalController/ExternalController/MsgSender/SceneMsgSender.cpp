@@ -1,5 +1,6 @@
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/DebugLog.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Picture.h"

@@ -1,5 +1,6 @@
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/Percent.h"
 #include "ExternalController/Common/Picture.h"
