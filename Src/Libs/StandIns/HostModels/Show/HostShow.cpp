@@ -1,5 +1,7 @@
 #include "HostModels/Show/HostShow.h"
 
+#include "HostModels/HostModels.h"
+
 namespace {
 
 thread_local const SShow* t_read = nullptr; ///< the show of the thread's innermost CShowReading
@@ -10,6 +12,11 @@ CHostShow& CHostShow::GetInstance()
 {
     static CHostShow show;
     return show;
+}
+
+CHostShow& HostModels::Show()
+{
+    return CHostShow::GetInstance();
 }
 
 CShowReading::CShowReading() : CShowReading(t_read ? nullptr : CHostShow::GetInstance().Current()) {}
