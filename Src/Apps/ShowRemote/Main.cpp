@@ -1,6 +1,6 @@
 #include "ShowRemote/Commands/Commands.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 
 #include <QCoreApplication>
 
@@ -27,21 +27,21 @@ constexpr SCommand kCommands[] = {
 
 void PrintHelp()
 {
-    Terminal::PrintLine("Usage: showremote COMMAND [options] ...");
-    Terminal::PrintLine("Act as a remote controller or an external control device of a show host.\n");
-    Terminal::PrintLine("Commands:");
+    Output::PrintLine("Usage: showremote COMMAND [options] ...");
+    Output::PrintLine("Act as a remote controller or an external control device of a show host.\n");
+    Output::PrintLine("Commands:");
     for (const SCommand& command : kCommands)
-        Terminal::PrintLine(QStringLiteral("  %1  %2").arg(command.name, -9).arg(command.help));
-    Terminal::PrintLine("\nOptions:");
-    Terminal::PrintLine("  --help     Show this help.");
-    Terminal::PrintLine("  --version  Show the versions of showremote and of the message contract.");
-    Terminal::PrintLine("\nRun showremote COMMAND --help to show the options of a command.");
-    Terminal::PrintLine("Exit codes: 0 success, 1 failure, 2 wrong usage.");
+        Output::PrintLine(QStringLiteral("  %1  %2").arg(command.name, -9).arg(command.help));
+    Output::PrintLine("\nOptions:");
+    Output::PrintLine("  --help     Show this help.");
+    Output::PrintLine("  --version  Show the versions of showremote and of the message contract.");
+    Output::PrintLine("\nRun showremote COMMAND --help to show the options of a command.");
+    Output::PrintLine("Exit codes: 0 success, 1 failure, 2 wrong usage.");
 }
 
 void PrintVersion()
 {
-    Terminal::PrintLine(
+    Output::PrintLine(
         QStringLiteral("showremote %1 (contract %2)").arg(ZENTRAVOX_VERSION).arg(ZENTRAVOX_CONTRACT_VERSION));
 }
 
@@ -74,7 +74,7 @@ int Run(const SCommand* command, const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
-    Terminal::ReserveStandardStreams();
+    Output::ReserveStandardStreams();
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     const SCommand* const command = Find(arguments.value(0));
@@ -82,10 +82,10 @@ int main(int argc, char* argv[])
     try {
         return Run(command, arguments);
     } catch (const CWrongUsage& error) {
-        Terminal::PrintError(QStringLiteral("%1: %2 (see %1 --help)").arg(who, error.what()));
+        Output::PrintError(QStringLiteral("%1: %2 (see %1 --help)").arg(who, error.what()));
         return kExitWrongUsage;
     } catch (const std::exception& error) {
-        Terminal::PrintError(QStringLiteral("%1: %2").arg(who, QString::fromUtf8(error.what())));
+        Output::PrintError(QStringLiteral("%1: %2").arg(who, QString::fromUtf8(error.what())));
         return kExitFailed;
     }
 }

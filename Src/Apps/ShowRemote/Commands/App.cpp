@@ -6,11 +6,11 @@
 #include "ShowRemote/Commands/Login.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
-#include "ShowRemote/Peers/Conversation.h"
+#include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Peers/EnvelopePeer.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -27,7 +27,7 @@ void PrintSummary(std::vector<Milliseconds> durations, int wanted)
                     .arg(durations[durations.size() / 2].count(), 0, 'f', 2)
                     .arg(durations.back().count(), 0, 'f', 2);
     }
-    Terminal::PrintLine(text);
+    Output::PrintLine(text);
 }
 
 /// Stops at the first request without a reply: a late reply would be matched with the next request.
@@ -37,7 +37,7 @@ void AskRepeatedly(CEnvelopePeer& peer, const SRequest& request, int count)
     try {
         while (durations.size() < static_cast<std::size_t>(count)) {
             const auto start = CEnvelopePeer::Clock::now();
-            Conversation::Ask(peer, request);
+            AppRequests::Ask(peer, request);
             durations.push_back(CEnvelopePeer::Clock::now() - start);
         }
     } catch (const CFailure&) {
@@ -47,10 +47,12 @@ void AskRepeatedly(CEnvelopePeer& peer, const SRequest& request, int count)
     PrintSummary(std::move(durations), count);
 }
 
-void PrintNames()
+std::vector<std::pair<QString, int>> RequestNames()
 {
+    std::vector<std::pair<QString, int>> names;
     for (const Command::SName& entry : Command::kNames)
-        Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(int{entry.code}, 3, 16, QLatin1Char('0')).arg(entry.name));
+        names.emplace_back(entry.name, entry.code);
+    return names;
 }
 
 void AddOptions(CCommandLine& line)
@@ -60,30 +62,32 @@ void AddOptions(CCommandLine& line)
     line.AddOption({"bulk", "Send on the bulk channel instead of the control channel."});
     line.AddOption({"count", "Send the request N times, each after the previous reply.", "N", "1"});
     line.AddOption({"out", "Write the picture in the reply to FILE.", "FILE"});
-    line.AddOption({"list", "List the codes and names of all requests."});
+    line.AddListOption("List the codes and names of all requests.", RequestNames());
     AddLoginOptions(line);
-    AddListenOptions(line);
+    line.AddListen();
     line.AddOption({"no-heartbeat", "Send no heartbeats while listening; the host then logs the app out."});
 }
 
 SRequest ReadRequest(const CCommandLine& line)
 {
-    const QStringList positional = line.Positional(1, 2);
-    SRequest request;
-    request.code = AppRequests::CodeOf(positional[0]);
-    if (positional.size() > 1)
-        request.body = CheckedObject(positional[1]);
-    request.channel = line.IsSet("bulk") ? Channel::Bulk : Channel::Control;
-    request.timeout = line.Timeout();
+    SRequest request = AppRequests::Read(line, line.IsSet("bulk") ? Channel::Bulk : Channel::Control);
     request.outFile = line.Value("out");
     return request;
 }
 
-/// Rejects the options of a request. For listen and login, which send no other request.
+/// Rejects JSON and the options of a request. For listen and login, which send no other request.
 void RefuseRequestOptions(const CCommandLine& line)
 {
     line.Positional(1, 1);
     line.Refuse({"bulk", "count", "out"}, "can only be used with a request");
+}
+
+void ConnectBoth(CEnvelopePeer& peer, const QString& host, std::chrono::milliseconds timeout)
+{
+    for (const Channel channel : {Channel::Control, Channel::Bulk}) {
+        const std::uint16_t port = peer.Connect(channel, host, CEnvelopePeer::Clock::now() + timeout);
+        Output::PrintLine(QStringLiteral("%1 channel open: %2").arg(NameOf(channel), AddressText(host, port)));
+    }
 }
 
 } // namespace
@@ -92,47 +96,40 @@ int RunApp(const QStringList& arguments)
 {
     CCommandLine line("REQUEST [JSON]",
                       "Send a request as the mobile app and show every reply. REQUEST is a name from --list or a code "
-                      "such as 5 or 0x5; JSON is its body. If REQUEST is listen, show all messages of the host until "
-                      "Ctrl-C.");
+                      "such as 5 or 0x5; JSON is its body.");
     AddOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;
-    if (line.IsSet("list")) {
-        line.Positional(0, 0);
-        PrintNames();
-        return kExitDone;
-    }
 
-    const bool listens = line.Positional(1, 2).first() == kListen;
+    const bool listens = line.IsListen();
     const bool logsIn = line.IsSet("user");
     const SRequest request = listens ? SRequest{} : ReadRequest(line);
     const bool asks = !listens && !(logsIn && request.code == Command::Login);
     if (!asks)
         RefuseRequestOptions(line);
-    if (!listens) {
-        RefuseListenOptions(line);
-        line.Refuse({"no-heartbeat"}, kGoesWithListen);
-    }
+    if (!listens)
+        line.Refuse({"no-heartbeat"}, kOnlyWithListen);
     if (!logsIn)
         RefuseLoginOptions(line);
     const int count = line.Number("count", 1);
-    SListening listening = listens ? ReadListening(line) : SListening{};
-    listening.heartbeats = !line.IsSet("no-heartbeat");
+    const auto duration = line.Duration();
     const std::chrono::milliseconds timeout = line.Timeout();
     const SCredentials credentials = logsIn ? ReadCredentials(line) : SCredentials{};
 
     CEnvelopePeer peer;
-    Conversation::ConnectBoth(peer, line.Host(), timeout);
+    ConnectBoth(peer, line.Host(), timeout);
     if (logsIn)
         LogIn(peer, credentials, timeout);
     // The host handles the requests of one channel in sequence, so a slow request would delay heartbeats on that
     // channel.
     if (logsIn && asks)
         peer.KeepAlive(request.channel == Channel::Bulk ? Channel::Control : Channel::Bulk, timeout);
+    if (listens && !line.IsSet("no-heartbeat"))
+        peer.KeepAlive(Channel::Control, timeout);
     if (listens)
-        Listen(peer, listening);
+        Listen(peer, duration, AppRequests::Show);
     else if (asks && count == 1)
-        Conversation::Ask(peer, request);
+        AppRequests::Ask(peer, request);
     else if (asks)
         AskRepeatedly(peer, request, count);
     return kExitDone;

@@ -6,7 +6,7 @@
 #include "ExternalController/Common/Keywords.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Contract.h"
 #include "ShowRemote/Peers/Datagrams.h"
 
@@ -15,23 +15,13 @@
 
 namespace {
 
-void PrintKeywords()
-{
-    for (const auto& [keyword, code] : CenterControlCmdMap)
-        Terminal::PrintLine(QStringLiteral("0x%1  %2").arg(code, 3, 16, QLatin1Char('0')).arg(keyword));
-}
-
 QByteArray ReadMessage(const CCommandLine& line)
 {
-    const QStringList positional = line.Positional(1, 2);
-    if (IsObject(positional[0])) {
-        line.Positional(1, 1);
-        return CheckedObject(positional[0]);
-    }
-    QJsonObject message;
-    if (positional.size() > 1)
-        message = ReadJson(CheckedObject(positional[1])).object();
-    message["cmd"] = positional[0];
+    const QByteArray json = line.Json();
+    if (IsObject(line.Request()))
+        return json;
+    QJsonObject message = ReadJson(json).object();
+    message["cmd"] = line.Request();
     return QJsonDocument(message).toJson(QJsonDocument::Compact);
 }
 
@@ -51,11 +41,11 @@ bool IsUnanswered(const QByteArray& datagram)
 /// object and a command with a result text.
 QString FaultOf(const QByteArray& answer)
 {
-    const QJsonDocument json = Terminal::PrintJson(answer);
+    const QJsonDocument json = Output::PrintJson(answer);
     if (json.isObject())
         return Contract::RefusalOf(json["errorMsg"].toString());
     if (json.isNull())
-        Terminal::PrintLine(PayloadText(answer));
+        Output::PrintLine(PayloadText(answer));
     return answer.isEmpty() ? QStringLiteral("the answer is empty") : Contract::RefusalOf(QString::fromUtf8(answer));
 }
 
@@ -71,14 +61,10 @@ int RunCentral(const QStringList& arguments)
     line.AddHostOption();
     line.AddTimeoutOption();
     line.AddOption({"raw", "Send TEXT unchanged and accept any answer.", "TEXT"});
-    line.AddOption({"list", "List all keywords and the codes of their commands. Code 0x000: no command."});
+    line.AddListOption("List all keywords and the codes of their commands. Code 0x000: no command.",
+                       {CenterControlCmdMap.begin(), CenterControlCmdMap.end()});
     if (!line.Parse(arguments))
         return kExitDone;
-    if (line.IsSet("list")) {
-        line.Positional(0, 0);
-        PrintKeywords();
-        return kExitDone;
-    }
 
     const bool isRaw = line.IsSet("raw");
     if (isRaw)
@@ -87,7 +73,7 @@ int RunCentral(const QStringList& arguments)
     const auto answer =
         Datagrams::Ask(line.Host(), CentralControl::kPort, datagram, line.Timeout(), IsUnanswered(datagram));
     if (!answer) {
-        Terminal::PrintLine("sent; the host doesn't reply to this command");
+        Output::PrintLine("sent; the host doesn't reply to this command");
         return kExitDone;
     }
     const QString fault = FaultOf(*answer);

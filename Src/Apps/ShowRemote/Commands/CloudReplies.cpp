@@ -4,8 +4,7 @@
 #include "ExternalController/Common/JsonReader.h"
 #include "Interfaces/CloudControl.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/OutFile.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Contract.h"
 
 #include <QDir>
@@ -42,11 +41,11 @@ QString ShowPicture(const QByteArray& message, const QString& outFolder)
     if ((type != "clip" && type != "chapter" && type != "preview") || (id.isNull() && !idText.isEmpty()))
         throw CFailure("the reply is not a picture");
     const QString name = id.isNull() ? type : type + '-' + id.toString(QUuid::WithoutBraces);
-    Terminal::PrintLine(QStringLiteral("%1, %2 bytes").arg(name).arg(bytes.size()));
+    Output::PrintLine(QStringLiteral("%1, %2 bytes").arg(name).arg(bytes.size()));
     if (bytes.isEmpty())
         return QStringLiteral("the picture %1 is empty").arg(name);
     if (!outFolder.isEmpty())
-        WriteOutFile(QDir(outFolder).filePath(name + ".jpg"), bytes);
+        Output::WriteFile(QDir(outFolder).filePath(name + ".jpg"), bytes);
     return {};
 }
 
@@ -55,7 +54,7 @@ void PrintText(const QByteArray& text)
 {
     const QList<QByteArray> lines = text.trimmed().split('\n');
     for (const QByteArray& line : lines)
-        Terminal::PrintLine(PayloadText(line));
+        Output::PrintLine(PayloadText(line));
 }
 
 } // namespace
@@ -80,12 +79,12 @@ CloudReplies::SReply CloudReplies::Show(const QByteArray& frame, const QString& 
                 .arg(frame.size()));
 
     const QByteArray data = reply["data"].toString().toUtf8();
-    Terminal::PrintLine(QStringLiteral("<- %1 (route %2)").arg(route->second.name).arg(number));
+    Output::PrintLine(QStringLiteral("<- %1 (route %2)").arg(route->second.name).arg(number));
     if (!route->second.file)
         return {number, ShowPicture(data, outFolder)};
-    if (Terminal::PrintJson(data).isNull())
+    if (Output::PrintJson(data).isNull())
         PrintText(data);
     if (!outFolder.isEmpty())
-        WriteOutFile(QDir(outFolder).filePath(route->second.file), data);
+        Output::WriteFile(QDir(outFolder).filePath(route->second.file), data);
     return {number, {}};
 }

@@ -4,10 +4,9 @@
 #include "Comm/PayloadText.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Peers/Datagrams.h"
 #include "ShowRemote/Peers/PseudoTerminal.h"
-#include "ShowRemote/Peers/SocketErrors.h"
 
 #include <QTime>
 
@@ -33,12 +32,10 @@ constexpr int kDefaultUdpPort = 25169;
 /// Prints received data until --count is reached, until Ctrl-C, or until --seconds have passed.
 class CDisplay {
 public:
-    explicit CDisplay(const CCommandLine& line) : m_signals(m_context, SIGINT, SIGTERM)
+    explicit CDisplay(const CCommandLine& line) : m_signals(m_context, SIGINT, SIGTERM), m_duration(line.Duration())
     {
         if (line.IsSet("count"))
             m_missing = line.Number("count", 1);
-        if (line.IsSet("seconds"))
-            m_duration = line.Seconds("seconds");
         m_signals.async_wait([this](const asio::error_code&, int) { m_context.stop(); });
     }
 
@@ -47,10 +44,10 @@ public:
     /// \param counted number of datagrams or bytes, for --count
     void Show(const QString& from, const QByteArray& bytes, int counted)
     {
-        Terminal::PrintLine(
+        Output::PrintLine(
             QStringLiteral("%1 %2%3 bytes").arg(QTime::currentTime().toString("hh:mm:ss.zzz"), from).arg(bytes.size()));
-        Terminal::PrintLine("    hex:  " + QString::fromLatin1(bytes.toHex(' ')));
-        Terminal::PrintLine("    text: " + PayloadText(bytes));
+        Output::PrintLine("    hex:  " + QString::fromLatin1(bytes.toHex(' ')));
+        Output::PrintLine("    text: " + PayloadText(bytes));
         if (m_missing && (*m_missing -= counted) <= 0)
             m_context.stop();
     }
@@ -69,7 +66,7 @@ private:
     asio::io_context m_context;
     asio::signal_set m_signals;
     std::optional<int> m_missing;
-    std::optional<std::chrono::milliseconds> m_duration;
+    const std::optional<std::chrono::milliseconds> m_duration;
 };
 
 class CUdpDevice {
@@ -83,10 +80,9 @@ public:
             m_socket.open(local.protocol(), error);
         if (!error)
             m_socket.bind(local, error);
-        const QString place = QStringLiteral("%1:%2").arg(address).arg(port);
         if (error)
-            throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
-        Terminal::PrintLine(QStringLiteral("UDP device on %1; Ctrl-C ends it").arg(place));
+            throw CantListen(address, port, ReasonOf(error));
+        Output::PrintLine(QStringLiteral("UDP device on %1; Ctrl-C ends it").arg(AddressText(address, port)));
         Receive();
     }
 
@@ -97,7 +93,7 @@ private:
             asio::buffer(m_datagram), m_from, [this](const asio::error_code& error, std::size_t count) {
                 if (error)
                     throw CFailure("can't receive: " + ReasonOf(error));
-                m_display.Show(QStringLiteral("%1:%2, ").arg(m_from.address().to_string().c_str()).arg(m_from.port()),
+                m_display.Show(AddressText(m_from.address().to_string().c_str(), m_from.port()) + ", ",
                                QByteArray(m_datagram.data(), static_cast<int>(count)), 1);
                 Receive();
             });
@@ -155,7 +151,7 @@ void RunSerialPort(const CCommandLine& line, const QString& path)
     fault = error ? error.message() : ApplyLineSettings(*settings, port);
     if (!fault.empty())
         throw CFailure(QStringLiteral("can't open %1: %2").arg(path, QString::fromStdString(fault)));
-    Terminal::PrintLine(QStringLiteral("serial device at the other end of %1; Ctrl-C ends it").arg(path));
+    Output::PrintLine(QStringLiteral("serial device at the other end of %1; Ctrl-C ends it").arg(path));
     const CSerialDevice device(display, port);
     display.Run();
 }
@@ -169,7 +165,7 @@ void RunPseudoTerminal(const CCommandLine& line)
     const CPseudoTerminal terminal(line.Value("link"));
     CDisplay display(line);
     asio::posix::stream_descriptor port(display.Context(), dup(terminal.Descriptor()));
-    Terminal::PrintLine(QStringLiteral("serial device on %1; Ctrl-C ends it").arg(terminal.PortName()));
+    Output::PrintLine(QStringLiteral("serial device on %1; Ctrl-C ends it").arg(terminal.PortName()));
     const CSerialDevice device(display, port);
     display.Run();
 #endif
@@ -188,7 +184,7 @@ int RunDevice(const QStringList& arguments)
         {"line", "serial: use these line settings for PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});
     line.AddOption({"link", "serial: create PATH as a link to the pseudo-terminal.", "PATH"});
     line.AddOption({"count", "Stop after N datagrams (udp) or N bytes (serial).", "N"});
-    line.AddOption({"seconds", "Stop after S seconds.", "S"});
+    line.AddDurationOption("Stop after S seconds.");
     if (!line.Parse(arguments))
         return kExitDone;
 

@@ -5,7 +5,7 @@
 #include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Peers/Datagrams.h"
 
 int RunDiscover(const QStringList& arguments)
@@ -19,7 +19,7 @@ int RunDiscover(const QStringList& arguments)
 
     const QByteArray answer =
         Datagrams::Ask(line.Host(), AppServer::kDiscoveryPort, kDiscoveryRequest, line.Timeout()).value();
-    if (!Terminal::PrintJson(answer).isObject())
+    if (!Output::PrintJson(answer).isObject())
         throw CFailure("the answer is not a JSON object: " + PayloadText(answer.left(kMaxShownCharacters)));
     return kExitDone;
 }

@@ -1,28 +1,26 @@
 #pragma once
 
+#include "ShowRemote/Console/Output.h"
+
+#include <QTime>
+
 #include <chrono>
 #include <optional>
 
-class CEnvelopePeer;
-class CCommandLine;
-
-/// The word on the command line that replaces a request.
-constexpr char kListen[] = "listen";
-constexpr char kGoesWithListen[] = "can only be used with listen";
-
-struct SListening {
-    bool heartbeats = false;
-    std::optional<std::chrono::milliseconds> duration; ///< none: until Ctrl-C
-    std::chrono::milliseconds timeout{};               ///< for sending a heartbeat
-};
-
-/// Adds --seconds.
-void AddListenOptions(CCommandLine& line);
-/// Throws CWrongUsage if an option of listen is given.
-void RefuseListenOptions(const CCommandLine& line);
-/// Returns the values of --seconds and --timeout.
-SListening ReadListening(const CCommandLine& line);
-
-/// Prints the host's messages until Ctrl-C or the end of the duration; heartbeats keep an app logged in. Throws
-/// CFailure if the host closes a channel or another app replaces this one.
-void Listen(CEnvelopePeer& peer, const SListening& listening);
+/// Shows the host's messages, each after the time of its arrival, until Ctrl-C or the end of the duration. Throws
+/// CFailure if the host closes a channel.
+/// \param peer     a CEnvelopePeer or a CCloudPeer
+/// \param duration none: until Ctrl-C
+/// \param show     called with each message
+template <class Peer, class Show>
+void Listen(Peer& peer, std::optional<std::chrono::milliseconds> duration, Show&& show)
+{
+    using Clock = typename Peer::Clock;
+    const auto end = duration ? Clock::now() + *duration : Clock::time_point::max();
+    peer.HeedInterrupt();
+    Output::PrintLine("listening; Ctrl-C ends it");
+    while (const auto message = peer.Receive(end)) {
+        Output::PrintLine(QTime::currentTime().toString("hh:mm:ss.zzz"));
+        show(*message);
+    }
+}

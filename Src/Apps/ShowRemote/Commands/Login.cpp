@@ -3,10 +3,10 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "Shared/PasswordInput.h"
+#include "ShowRemote/Commands/AppRequests.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
-#include "ShowRemote/Peers/Conversation.h"
+#include "ShowRemote/Console/Output.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -73,7 +73,7 @@ QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& bo
     request.body = body;
     request.timeout = timeout;
     // Ask returns the last reply, which is the expected one.
-    return ReadJson(Conversation::Ask(peer, request)).object();
+    return ReadJson(AppRequests::Ask(peer, request)).object();
 }
 
 } // namespace
@@ -124,5 +124,5 @@ void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::mi
         {"force", credentials.force ? 1 : 0}, // the host reads a number
     };
     AskFor(peer, Command::Login, QJsonDocument(body).toJson(QJsonDocument::Compact), timeout);
-    Terminal::PrintLine(QStringLiteral("logged in as %1").arg(credentials.user));
+    Output::PrintLine(QStringLiteral("logged in as %1").arg(credentials.user));
 }

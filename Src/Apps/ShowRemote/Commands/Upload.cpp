@@ -4,8 +4,7 @@
 #include "Comm/PayloadText.h"
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
-#include "ShowRemote/Peers/SocketErrors.h"
+#include "ShowRemote/Console/Output.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -67,7 +66,7 @@ int ShowProgress(void* context, curl_off_t, curl_off_t, curl_off_t total, curl_o
     if (total <= 0 || elapsed < transfer.nextProgress)
         return 0;
     transfer.nextProgress = elapsed + kProgressMilliseconds;
-    Terminal::ShowProgress(QStringLiteral("%1 % of %2 MB").arg(100 * sent / total).arg(total / 1'000'000));
+    Output::ShowProgress(QStringLiteral("%1 % of %2 MB").arg(100 * sent / total).arg(total / 1'000'000));
     return 0;
 }
 
@@ -78,30 +77,30 @@ QByteArray UrlOf(const STarget& target)
            QUrl::toPercentEncoding(target.name, "/");
 }
 
-QString FailureText(CURL* curl, CURLcode code, const STarget& target, const STransfer& transfer)
+CFailure FailureOf(CURL* curl, CURLcode code, const STarget& target, const STransfer& transfer)
 {
     long osError = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &osError);
     switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
-        return CantFind(target.host);
+        return CantResolve(target.host);
     case CURLE_COULDNT_CONNECT:
         return CantConnect(target.host, AppServer::kFtpPort,
                            asio::error_code(static_cast<int>(osError), asio::error::get_system_category()));
     case CURLE_LOGIN_DENIED:
-        return QStringLiteral("login denied: wrong user name or password for user \"%1\"").arg(target.user);
+        return CFailure(QStringLiteral("login denied: wrong user name or password for user \"%1\"").arg(target.user));
     case CURLE_READ_ERROR:
     case CURLE_ABORTED_BY_CALLBACK:
-        return QStringLiteral("can't read %1: %2").arg(transfer.file.fileName(), transfer.file.errorString());
+        return CFailure(QStringLiteral("can't read %1: %2").arg(transfer.file.fileName(), transfer.file.errorString()));
     case CURLE_OPERATION_TIMEDOUT:
-        return QStringLiteral("no answer from the host at %1:%2").arg(target.host).arg(AppServer::kFtpPort);
+        return CFailure("no answer from the host at " + AddressText(target.host, AppServer::kFtpPort));
     case CURLE_REMOTE_ACCESS_DENIED:
     case CURLE_UPLOAD_FAILED:
     case CURLE_PARTIAL_FILE:
     case CURLE_REMOTE_DISK_FULL:
-        return QStringLiteral("the host refused the upload: %1").arg(transfer.lastReply);
+        return CFailure(QStringLiteral("the host refused the upload: %1").arg(transfer.lastReply));
     default:
-        return QStringLiteral("the upload failed: %1").arg(curl_easy_strerror(code));
+        return CFailure(QStringLiteral("the upload failed: %1").arg(curl_easy_strerror(code)));
     }
 }
 
@@ -142,9 +141,9 @@ void Upload(const STarget& target, STransfer& transfer)
     transfer.sinceStart.start();
     const CURLcode code = curl_easy_perform(curl.get());
     if (transfer.showsProgress)
-        Terminal::ShowProgress({});
+        Output::ShowProgress({});
     if (code != CURLE_OK)
-        throw CFailure(FailureText(curl.get(), code, target, transfer));
+        throw FailureOf(curl.get(), code, target, transfer);
     long reply = 0;
     curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &reply);
     if (reply / 100 != 2)
@@ -200,9 +199,9 @@ int RunUpload(const QStringList& arguments)
 
     STransfer transfer;
     Open(transfer.file, file);
-    transfer.showsProgress = transfer.file.size() > kProgressFromBytes && Terminal::IsErrorOnTerminal();
+    transfer.showsProgress = transfer.file.size() > kProgressFromBytes && Output::IsErrorOnTerminal();
     Upload(target, transfer);
-    Terminal::PrintLine(
+    Output::PrintLine(
         QStringLiteral("uploaded %1, %2 bytes, as %3").arg(file).arg(transfer.file.size()).arg(target.name));
     return kExitDone;
 }

@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/JsonReader.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 
 #include <QHostAddress>
 
@@ -11,7 +11,24 @@
 
 namespace {
 
-constexpr double kMostSeconds = 24 * 60 * 60;
+constexpr double kMaxSeconds = 24 * 60 * 60;
+constexpr char kListen[] = "listen";
+
+/// Returns the UTF-8 text of an argument that must be a JSON object. Throws CWrongUsage with the position of the error
+/// if it isn't one.
+QByteArray CheckedObject(const QString& text)
+{
+    QByteArray body = text.toUtf8();
+    SJsonError error;
+    const QJsonDocument json = ReadJson(body, &error);
+    if (json.isNull()) {
+        const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
+        throw CWrongUsage(QStringLiteral("JSON: error near character %1: %2").arg(character).arg(error.reason));
+    }
+    if (!json.isObject())
+        throw CWrongUsage("JSON: expected an object, {...}");
+    return body;
+}
 
 } // namespace
 
@@ -41,24 +58,48 @@ void CCommandLine::AddListenAddressOptions(const QString& whom, int defaultPort)
                QString::number(defaultPort)});
 }
 
+void CCommandLine::AddListOption(const QString& help, std::vector<std::pair<QString, int>> entries)
+{
+    AddOption({"list", help});
+    m_list = std::move(entries);
+}
+
+void CCommandLine::AddDurationOption(const QString& help)
+{
+    AddOption({"seconds", help, "S"});
+}
+
+void CCommandLine::AddListen()
+{
+    m_parser.setApplicationDescription(
+        QStringLiteral("%1 If %2 is %3, show all messages of the host until Ctrl-C.")
+            .arg(m_parser.applicationDescription(), m_usage.section(' ', 0, 0), kListen));
+    AddDurationOption("Stop listening after S seconds.");
+}
+
 bool CCommandLine::Parse(const QStringList& arguments)
 {
-    const bool sound = m_parser.parse(arguments);
+    const bool isValid = m_parser.parse(arguments);
     if (m_parser.isSet("help")) {
         // Qt's usage line doesn't contain the command.
         const QString help = m_parser.helpText();
-        Terminal::PrintLine(
+        Output::PrintLine(
             QStringLiteral("Usage: showremote %1 [options] %2").arg(arguments.first(), m_usage).trimmed());
-        Terminal::PrintLine(help.mid(help.indexOf('\n') + 1).trimmed());
+        Output::PrintLine(help.mid(help.indexOf('\n') + 1).trimmed());
         return false;
     }
-    if (!sound) {
+    if (!isValid) {
         QString error = m_parser.errorText();
         if (error.endsWith('.'))
             error.chop(1);
         throw CWrongUsage(error);
     }
-    return true;
+    if (m_list.empty() || !IsSet("list"))
+        return true;
+    Positional(0, 0);
+    for (const auto& [name, code] : m_list)
+        Output::PrintLine(QStringLiteral("0x%1  %2").arg(code, 3, 16, QLatin1Char('0')).arg(name));
+    return false;
 }
 
 QStringList CCommandLine::Positional(int least, int most) const
@@ -69,6 +110,22 @@ QStringList CCommandLine::Positional(int least, int most) const
     if (positional.size() > most)
         throw CWrongUsage(QStringLiteral("unexpected argument \"%1\"").arg(positional[most]));
     return positional;
+}
+
+QByteArray CCommandLine::Json() const
+{
+    const QStringList positional = Positional(1, IsObject(Request()) ? 1 : 2);
+    return positional.size() > 1 || IsObject(positional.first()) ? CheckedObject(positional.last()) : QByteArray();
+}
+
+bool CCommandLine::IsListen() const
+{
+    const bool isListen = Request() == kListen;
+    if (isListen)
+        Positional(1, 1);
+    else
+        Refuse({"seconds"}, kOnlyWithListen);
+    return isListen;
 }
 
 QString CCommandLine::Host() const
@@ -83,12 +140,17 @@ std::chrono::milliseconds CCommandLine::Seconds(const QString& option) const
 {
     bool isNumber = false;
     const double seconds = m_parser.value(option).toDouble(&isNumber);
-    if (!isNumber || !(seconds >= 0.001 && seconds <= kMostSeconds))
+    if (!isNumber || !(seconds >= 0.001 && seconds <= kMaxSeconds))
         throw CWrongUsage(QStringLiteral("--%1: expected a number of seconds from 0.001 to %2, got \"%3\"")
                               .arg(option)
-                              .arg(kMostSeconds)
+                              .arg(kMaxSeconds)
                               .arg(m_parser.value(option)));
     return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
+}
+
+std::optional<std::chrono::milliseconds> CCommandLine::Duration() const
+{
+    return IsSet("seconds") ? std::optional(Seconds("seconds")) : std::nullopt;
 }
 
 QString CCommandLine::ListenAddress() const
@@ -123,20 +185,6 @@ void CCommandLine::Refuse(const QStringList& options, const QString& why) const
 bool IsObject(const QString& argument)
 {
     return argument.trimmed().startsWith('{');
-}
-
-QByteArray CheckedObject(const QString& text)
-{
-    QByteArray body = text.toUtf8();
-    SJsonError error;
-    const QJsonDocument json = ReadJson(body, &error);
-    if (json.isNull()) {
-        const int character = std::max(1, QString::fromUtf8(body.left(error.offset)).size());
-        throw CWrongUsage(QStringLiteral("JSON: error near character %1: %2").arg(character).arg(error.reason));
-    }
-    if (!json.isObject())
-        throw CWrongUsage("JSON: expected an object, {...}");
-    return body;
 }
 
 QString TextOf(std::chrono::milliseconds duration)

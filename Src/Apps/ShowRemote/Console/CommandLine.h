@@ -5,9 +5,13 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
 
 /// The environment variable that contains the app user's password.
 constexpr char kPasswordVariable[] = "SHOWREMOTE_PASSWORD";
+constexpr char kOnlyWithListen[] = "can only be used with listen";
 
 /// Parses the arguments of one command. The functions that read arguments throw CWrongUsage if these are not valid.
 class CCommandLine {
@@ -24,7 +28,14 @@ public:
     /// Adds --listen and --port. \param whom whose connections or datagrams the command waits for, for the help text
     void AddListenAddressOptions(const QString& whom, int defaultPort);
 
-    /// Parses the command line. Prints the help and returns false if --help is given.
+    /// Adds --list. \param entries the names and codes that it prints
+    void AddListOption(const QString& help, std::vector<std::pair<QString, int>> entries);
+    /// Adds --seconds, a duration.
+    void AddDurationOption(const QString& help);
+    /// Adds the word listen, which can replace the request, and --seconds for it.
+    void AddListen();
+
+    /// Parses the command line. If it contains --help or --list, prints the help or the list and returns false.
     /// \param arguments the command's name and the arguments after it
     bool Parse(const QStringList& arguments);
 
@@ -32,6 +43,15 @@ public:
     QString Value(const QString& option) const { return m_parser.value(option); }
     /// Returns the positional arguments. Throws CWrongUsage if there are fewer than least or more than most.
     QStringList Positional(int least, int most) const;
+
+    /// Returns the first positional argument.
+    QString Request() const { return Positional(1, 2).first(); }
+    /// Returns the UTF-8 text of the JSON object that follows the request, or of the request if it is an object itself.
+    /// Empty if there is no object.
+    QByteArray Json() const;
+    /// Returns whether the request is the word listen. Throws CWrongUsage if JSON follows it, or if --seconds is given
+    /// with another request.
+    bool IsListen() const;
 
     /// Returns the value of --host, an address or a host name.
     QString Host() const;
@@ -41,24 +61,24 @@ public:
     std::uint16_t ListenPort() const { return static_cast<std::uint16_t>(Number("port", 1, 65535)); }
     /// Returns the value of --timeout.
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
-    /// Returns the value of an option that is a number of seconds from 0.001 to 86400.
-    std::chrono::milliseconds Seconds(const QString& option) const;
+    /// Returns the value of --seconds, or no value if it isn't given.
+    std::optional<std::chrono::milliseconds> Duration() const;
     /// Returns the value of an option that is an integer from least to most.
     int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;
     /// Throws CWrongUsage with the text "--OPTION why" if one of the options is given.
     void Refuse(const QStringList& options, const QString& why) const;
 
 private:
+    /// Returns the value of an option that is a number of seconds from 0.001 to 86400.
+    std::chrono::milliseconds Seconds(const QString& option) const;
+
     QCommandLineParser m_parser;
     QString m_usage;
+    std::vector<std::pair<QString, int>> m_list;
 };
 
 /// Returns whether an argument starts like a JSON object. Keywords and request names never do.
 bool IsObject(const QString& argument);
-
-/// Returns the UTF-8 text of an argument that must be a JSON object. Throws CWrongUsage with the position of the error
-/// if it isn't one.
-QByteArray CheckedObject(const QString& argument);
 
 /// Returns a duration as messages show it: "2.5 s".
 QString TextOf(std::chrono::milliseconds duration);

@@ -68,20 +68,18 @@ void CCloudPeer::Listen(const QString& address, std::uint16_t port, const QStrin
         m_server->setSslConfiguration(ssl);
     }
     if (!m_server->listen(QHostAddress(address), port))
-        throw CFailure(QStringLiteral("can't listen on %1:%2: %3").arg(address).arg(port).arg(m_server->errorString()));
+        throw CantListen(address, port, m_server->errorString());
 }
 
-QString CCloudPeer::Accept(Clock::time_point deadline)
+std::optional<QString> CCloudPeer::Accept(Clock::time_point deadline)
 {
     if (!Await([this] { return m_server->hasPendingConnections(); }, deadline))
-        throw CFailure(QStringLiteral("no host connected to %1:%2")
-                           .arg(m_server->serverAddress().toString())
-                           .arg(m_server->serverPort()));
+        return std::nullopt;
     m_host.reset(m_server->nextPendingConnection());
     m_host->setMaxAllowedIncomingMessageSize(kMaxMessageBytes);
     QObject::connect(m_host.get(), &QWebSocket::textMessageReceived, m_host.get(),
                      [this](const QString& text) { m_received.push_back(text.toUtf8()); });
-    return QStringLiteral("%1:%2").arg(m_host->peerAddress().toString()).arg(m_host->peerPort());
+    return AddressText(m_host->peerAddress().toString(), m_host->peerPort());
 }
 
 QString CCloudPeer::User() const
@@ -131,11 +129,6 @@ void CCloudPeer::HeedInterrupt()
     }
 }
 
-bool CCloudPeer::IsInterrupted() const
-{
-    return s_interrupted != 0;
-}
-
 bool CCloudPeer::Await(const std::function<bool()>& isSo, Clock::time_point deadline)
 {
     QEventLoop loop;
@@ -143,7 +136,7 @@ bool CCloudPeer::Await(const std::function<bool()>& isSo, Clock::time_point dead
     QObject::connect(&glance, &QTimer::timeout, &loop, [] {});
     glance.start(kGlance);
     while (!isSo()) {
-        if (IsInterrupted() || Clock::now() >= deadline)
+        if (s_interrupted != 0 || Clock::now() >= deadline)
             return false;
         loop.processEvents(QEventLoop::WaitForMoreEvents);
     }

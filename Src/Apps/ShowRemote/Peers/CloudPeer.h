@@ -26,8 +26,8 @@ public:
 
     /// Starts listening: for wss if a certificate and its key (PEM files) are given, for ws if both names are empty.
     void Listen(const QString& address, std::uint16_t port, const QString& certificateFile, const QString& keyFile);
-    /// Waits for the host to connect and returns its ADDRESS:PORT.
-    QString Accept(Clock::time_point deadline);
+    /// Waits for the host to connect and returns its ADDRESS:PORT, or no value if the deadline passes.
+    std::optional<QString> Accept(Clock::time_point deadline);
     /// Returns the user name from the host's connection request.
     QString User() const;
     /// Queues a text frame for the host.
@@ -40,7 +40,6 @@ public:
 
     /// Makes Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
     void HeedInterrupt();
-    bool IsInterrupted() const;
 
 private:
     /// Processes events until isSo returns true. Returns false if the deadline passes or an interrupt arrives first.

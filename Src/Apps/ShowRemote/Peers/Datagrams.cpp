@@ -2,8 +2,7 @@
 
 #include "ShowRemote/Console/CommandLine.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Console/Terminal.h"
-#include "ShowRemote/Peers/SocketErrors.h"
+#include "ShowRemote/Console/Output.h"
 
 #include <asio/buffer.hpp>
 #include <asio/io_context.hpp>
@@ -27,14 +26,14 @@ std::optional<QByteArray> Datagrams::Ask(const QString& host, std::uint16_t port
     const auto found =
         asio::ip::udp::resolver(context).resolve(asio::ip::udp::v4(), host.toStdString(), std::to_string(port), error);
     if (error)
-        throw CFailure(CantFind(host));
+        throw CantResolve(host);
 
     asio::ip::udp::socket socket(context, asio::ip::udp::v4());
     socket.connect(*found.begin(), error);
     if (!error)
         socket.send(asio::buffer(datagram.constData(), static_cast<std::size_t>(datagram.size())), 0, error);
     if (error)
-        throw CFailure(CantConnect(host, port, error));
+        throw CantConnect(host, port, error);
 
     QByteArray answer(kLargestDatagram, '\0');
     bool answered = false;
@@ -47,11 +46,11 @@ std::optional<QByteArray> Datagrams::Ask(const QString& host, std::uint16_t port
                               });
     context.run_for(mayBeSilent ? std::min(timeout, kMaxWaitForError) : timeout);
     if (error)
-        throw CFailure(CantConnect(host, port, error));
+        throw CantConnect(host, port, error);
     if (!answered && mayBeSilent)
         return std::nullopt;
     if (!answered)
-        throw CFailure(QStringLiteral("no answer from %1:%2 within %3").arg(host).arg(port).arg(TextOf(timeout)));
-    Terminal::PrintLine(QStringLiteral("answer from %1:%2").arg(from.address().to_string().c_str()).arg(from.port()));
+        throw CFailure(QStringLiteral("no answer from %1 within %2").arg(AddressText(host, port), TextOf(timeout)));
+    Output::PrintLine("answer from " + AddressText(from.address().to_string().c_str(), from.port()));
     return answer;
 }

@@ -4,7 +4,6 @@
 #include "ExternalController/Common/Command.h"
 #include "Interfaces/AppServer.h"
 #include "ShowRemote/Console/Failure.h"
-#include "ShowRemote/Peers/SocketErrors.h"
 
 #include <asio/buffer.hpp>
 #include <asio/write.hpp>
@@ -17,19 +16,9 @@ namespace {
 
 constexpr std::chrono::seconds kHeartbeatPeriod(1);
 
-std::uint16_t PortOf(Channel channel)
-{
-    return channel == Channel::Control ? AppServer::kControlPort : AppServer::kBulkPort;
-}
-
 QString Closed(Channel channel)
 {
     return QStringLiteral("the host closed the %1 channel").arg(NameOf(channel));
-}
-
-QString TextOf(const QString& host, std::uint16_t port)
-{
-    return QStringLiteral("%1:%2").arg(host).arg(port);
 }
 
 } // namespace
@@ -47,46 +36,49 @@ const char* NameOf(Channel channel)
     return "FP";
 }
 
-void CEnvelopePeer::Connect(Channel channel, const QString& host, Clock::time_point deadline)
+std::uint16_t CEnvelopePeer::Connect(Channel channel, const QString& host, Clock::time_point deadline)
 {
+    const std::uint16_t port = channel == Channel::Control ? AppServer::kControlPort : AppServer::kBulkPort;
     asio::error_code error;
     const auto found = asio::ip::tcp::resolver(m_context).resolve(asio::ip::tcp::v4(), host.toStdString(),
-                                                                  std::to_string(PortOf(channel)), error);
+                                                                  std::to_string(port), error);
     if (error)
-        throw CFailure(CantFind(host));
+        throw CantResolve(host);
 
     SSide& side = SideOf(channel);
     std::optional<asio::error_code> outcome;
     side.socket.async_connect(*found.begin(), [&](const asio::error_code& failure) { outcome = failure; });
     error = Await(side.socket, outcome, deadline);
     if (error)
-        throw CFailure(CantConnect(host, PortOf(channel), error));
+        throw CantConnect(host, port, error);
     Opened(channel);
+    return port;
 }
 
-QString CEnvelopePeer::Accept(Channel channel, const QString& address, std::uint16_t port, Clock::time_point deadline)
+void CEnvelopePeer::Listen(const QString& address, std::uint16_t port)
 {
-    const QString place = TextOf(address, port);
     asio::error_code error;
     const asio::ip::tcp::endpoint endpoint(asio::ip::make_address(address.toStdString(), error), port);
+    if (!error)
+        error = ListenAt(m_acceptor, endpoint);
     if (error)
-        throw CFailure(QStringLiteral("expected an IP address, got \"%1\"").arg(address));
-    asio::ip::tcp::acceptor acceptor(m_context);
-    error = ListenAt(acceptor, endpoint);
-    if (error)
-        throw CFailure(QStringLiteral("can't listen on %1: %2").arg(place, ReasonOf(error)));
+        throw CantListen(address, port, ReasonOf(error));
+}
 
+std::optional<QString> CEnvelopePeer::Accept(Channel channel, Clock::time_point deadline)
+{
     SSide& side = SideOf(channel);
     std::optional<asio::error_code> outcome;
-    acceptor.async_accept(side.socket, [&](const asio::error_code& failure) { outcome = failure; });
-    error = Await(acceptor, outcome, deadline);
+    m_acceptor.async_accept(side.socket, [&](const asio::error_code& failure) { outcome = failure; });
+    asio::error_code error = Await(m_acceptor, outcome, deadline);
     if (error == asio::error::timed_out)
-        throw CFailure(QStringLiteral("no host connected to %1; is showhost running with --fp %1?").arg(place));
+        return std::nullopt;
     if (error)
-        throw CFailure(QStringLiteral("can't accept on %1: %2").arg(place, ReasonOf(error)));
+        throw CFailure("can't accept the host's connection: " + ReasonOf(error));
+    m_acceptor.close(error);
     Opened(channel);
     const auto remote = side.socket.remote_endpoint(error);
-    return TextOf(QString::fromStdString(remote.address().to_string()), remote.port());
+    return AddressText(QString::fromStdString(remote.address().to_string()), remote.port());
 }
 
 void CEnvelopePeer::Opened(Channel channel)

@@ -41,10 +41,13 @@ public:
     CEnvelopePeer& operator=(const CEnvelopePeer&) = delete;
 
     /// Connects one channel of the app. Connect both, one directly after the other: the host assigns two successive
-    /// connections to one app.
-    void Connect(Channel channel, const QString& host, Clock::time_point deadline);
-    /// Waits for the host to connect to this address and returns the host's ADDRESS:PORT.
-    QString Accept(Channel channel, const QString& address, std::uint16_t port, Clock::time_point deadline);
+    /// connections to one app. Returns the port.
+    std::uint16_t Connect(Channel channel, const QString& host, Clock::time_point deadline);
+    /// Starts listening for the host.
+    void Listen(const QString& address, std::uint16_t port);
+    /// Waits for the host to connect, stops listening and returns the host's ADDRESS:PORT, or no value if the deadline
+    /// passes.
+    std::optional<QString> Accept(Channel channel, Clock::time_point deadline);
     /// Sends an envelope with this code and body.
     void Send(Channel channel, unsigned int code, const QByteArray& body, Clock::time_point deadline);
     /// Returns the next message of any channel, or no value if the deadline passes or an interrupt signal arrives
@@ -56,7 +59,6 @@ public:
     void KeepAlive(Channel channel, std::chrono::milliseconds timeout);
     /// Makes Ctrl-C (SIGINT) and SIGTERM end Receive instead of the program.
     void HeedInterrupt();
-    bool IsInterrupted() const { return m_interrupted; }
 
 private:
     struct SSide {
@@ -87,6 +89,7 @@ private:
     void TakeBytes(Channel channel, std::string_view bytes);
 
     asio::io_context m_context;
+    asio::ip::tcp::acceptor m_acceptor{m_context};
     asio::signal_set m_interrupts{m_context};
     bool m_interrupted = false;
     std::array<SSide, 3> m_sides{SSide(m_context), SSide(m_context), SSide(m_context)};

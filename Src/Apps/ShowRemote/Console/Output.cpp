@@ -1,7 +1,10 @@
-#include "ShowRemote/Console/Terminal.h"
+#include "ShowRemote/Console/Output.h"
 
 #include "ExternalController/Common/JsonReader.h"
 #include "ShowRemote/Console/Failure.h"
+
+#include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 #ifdef Q_OS_WIN
@@ -73,7 +76,7 @@ QByteArray WithoutControls(const QByteArray& json)
 
 } // namespace
 
-void Terminal::ReserveStandardStreams()
+void Output::ReserveStandardStreams()
 {
 #ifndef Q_OS_WIN
     // Opened with the wrong access mode, so that using one of them still fails.
@@ -84,12 +87,12 @@ void Terminal::ReserveStandardStreams()
 #endif
 }
 
-void Terminal::PrintLine(const QString& line)
+void Output::PrintLine(const QString& line)
 {
     WriteOutput(line.toUtf8() + '\n');
 }
 
-QJsonDocument Terminal::PrintJson(const QByteArray& text)
+QJsonDocument Output::PrintJson(const QByteArray& text)
 {
     const QJsonDocument json = ReadJson(text);
     if (json.isNull())
@@ -99,17 +102,31 @@ QJsonDocument Terminal::PrintJson(const QByteArray& text)
     return json;
 }
 
-void Terminal::PrintError(const QString& line)
+void Output::WriteFile(const QString& name, const QByteArray& bytes)
+{
+    QFile file(name);
+    const bool isOpen = file.open(QIODevice::WriteOnly);
+    if (!isOpen || file.write(bytes) != bytes.size() || !file.flush()) {
+        const QString reason = file.errorString();
+        // Don't remove a device.
+        if (isOpen && QFileInfo(name).isFile())
+            file.remove();
+        throw CFailure(QStringLiteral("can't write %1: %2").arg(name, reason));
+    }
+    PrintLine(QStringLiteral("written to %1").arg(name));
+}
+
+void Output::PrintError(const QString& line)
 {
     Write(stderr, line.toUtf8() + '\n');
 }
 
-void Terminal::ShowProgress(const QString& line)
+void Output::ShowProgress(const QString& line)
 {
     Write(stderr, "\r\x1b[K" + line.toUtf8());
 }
 
-bool Terminal::IsErrorOnTerminal()
+bool Output::IsErrorOnTerminal()
 {
 #ifdef Q_OS_WIN
     return _isatty(_fileno(stderr));
