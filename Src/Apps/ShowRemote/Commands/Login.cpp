@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
+#include "ExternalController/Common/RsaEncryption.h"
 #include "Shared/PasswordInput.h"
 #include "ShowRemote/Commands/AppRequests.h"
 #include "ShowRemote/Console/CommandLine.h"
@@ -11,60 +12,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <openssl/evp.h>
-#include <openssl/rsa.h>
-#include <openssl/x509.h>
-
-#include <memory>
-
 namespace {
 
 constexpr char kAppId[] = "showremote";
 constexpr char kAppVersion[] = "2.0.0";
 constexpr int kAppType = 0;
-/// The padding of PKCS #1 v1.5 (RFC 8017, 7.2.1) needs at least this many bytes of each block.
-constexpr int kPaddingBytes = 11;
-
-struct SOpenSslFree {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
-};
-using KeyPtr = std::unique_ptr<EVP_PKEY, SOpenSslFree>;
-using ContextPtr = std::unique_ptr<EVP_PKEY_CTX, SOpenSslFree>;
-
-/// \param text base64 of the key's SubjectPublicKeyInfo (RFC 5280, 4.1), with or without line ends
-KeyPtr ReadKey(const QString& text)
-{
-    const QByteArray der = QByteArray::fromBase64(text.toLatin1());
-    const auto* bytes = reinterpret_cast<const unsigned char*>(der.constData());
-    KeyPtr key(d2i_PUBKEY(nullptr, &bytes, der.size()));
-    if (!key || EVP_PKEY_get_base_id(key.get()) != EVP_PKEY_RSA)
-        throw CFailure("the host's public key is not an RSA key");
-    return key;
-}
-
-QString Encrypt(const QString& password, const QString& publicKey)
-{
-    const KeyPtr key = ReadKey(publicKey);
-    const QByteArray plain = password.toUtf8();
-    const int most = EVP_PKEY_get_size(key.get()) - kPaddingBytes;
-    if (most < 0)
-        throw CFailure("the host's key is too short to encrypt a password");
-    if (plain.size() > most)
-        throw CFailure(QStringLiteral("the password is too long for the host's key: %1 bytes at most").arg(most));
-
-    const ContextPtr context(EVP_PKEY_CTX_new(key.get(), nullptr));
-    QByteArray cipher(EVP_PKEY_get_size(key.get()), '\0');
-    auto length = static_cast<std::size_t>(cipher.size());
-    if (EVP_PKEY_encrypt_init(context.get()) <= 0 ||
-        EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) <= 0 ||
-        EVP_PKEY_encrypt(context.get(), reinterpret_cast<unsigned char*>(cipher.data()), &length,
-                         reinterpret_cast<const unsigned char*>(plain.constData()),
-                         static_cast<std::size_t>(plain.size())) <= 0)
-        throw CFailure("can't encrypt the password with the host's key");
-    cipher.truncate(static_cast<int>(length));
-    return QString::fromLatin1(cipher.toBase64());
-}
 
 QJsonObject AskFor(CEnvelopePeer& peer, Command::Code code, const QByteArray& body, std::chrono::milliseconds timeout)
 {
@@ -115,9 +67,13 @@ SCredentials ReadCredentials(const CCommandLine& line)
 void LogIn(CEnvelopePeer& peer, const SCredentials& credentials, std::chrono::milliseconds timeout)
 {
     const QString publicKey = AskFor(peer, Command::PublicKey, {}, timeout)["publicKey"].toString();
+    QString fault;
+    const auto password = EncryptPassword(credentials.password, publicKey, fault);
+    if (!password)
+        throw CFailure("can't encrypt the password: " + fault);
     const QJsonObject body = {
         {"username", credentials.user},
-        {"password", Encrypt(credentials.password, publicKey)},
+        {"password", *password},
         {"id", kAppId},
         {"appVersion", credentials.appVersion},
         {"appType", kAppType},

@@ -3,6 +3,7 @@
 
 #include "ExternalController/Common/RsaCipher.h"
 
+#include "ExternalController/Common/OpenSslPointers.h"
 #include "KeyPair.h"
 
 #include <openssl/bio.h>
@@ -19,12 +20,7 @@ namespace {
 
 constexpr std::size_t kRsaBlockBytes = 128;
 
-struct SOpenSslFree {
-    void operator()(BIO* chain) const { BIO_free_all(chain); }
-    void operator()(RSA* key) const { RSA_free(key); }
-};
-using BioPtr = std::unique_ptr<BIO, SOpenSslFree>;
-using RsaPtr = std::unique_ptr<RSA, SOpenSslFree>;
+using RsaPtr = std::unique_ptr<RSA, SOpenSslDeleter<&RSA_free>>;
 
 RsaPtr ReadPrivateKey()
 {
