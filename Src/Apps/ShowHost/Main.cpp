@@ -35,11 +35,15 @@
 namespace {
 
 enum ExitCode : int {
-    Fine = 0,
+    Success = 0,
     ChannelFailed = 1,
     BadInput = 2,
     Restart = 3, ///< a remote requested a restart; the process supervisor starts the host again
 };
+
+constexpr char kExitCodes[] =
+    "\nStandard input accepts commands, one per line; the command help lists them.\n"
+    "Exit codes: 0 success, 1 a channel can't be opened, 2 wrong usage or an invalid file, 3 restart requested.\n";
 
 constexpr char kSettingsFile[] = "settings.json";
 constexpr char kDeviceFile[] = "Devices.json";
@@ -48,7 +52,7 @@ constexpr char kOperationLog[] = "operation.log";
 constexpr char kUploads[] = "Resources";
 
 struct SOptions {
-    bool printsVersion = false; ///< instead of serving; the other options are not read
+    QString information; ///< the help or the version, printed instead of serving; the other options are not read
     QString show;
     QString settings;
     QString state;
@@ -84,29 +88,31 @@ SOptions ReadOptions(QCoreApplication& application)
                                       "FILE");
     const QCommandLineOption state("state", "Store uploads, logs and changed settings in this folder.", "DIR",
                                    QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
-    const QCommandLineOption listen("listen", "Listen on this IP address.", "ADDRESS", "127.0.0.1");
+    const QCommandLineOption listen("listen", "Listen on this IP address (default 127.0.0.1).", "ADDRESS", "127.0.0.1");
     const QCommandLineOption quiet("quiet", "Don't log traffic or debug messages.");
     const QCommandLineOption addUser("add-user", "Add an app user, ask for the password, and exit.", "NAME");
-    const QCommandLineOption access("access", "Set the access level of the new user.", "LEVEL", "1");
+    const QCommandLineOption access("access", "Set the access level of the new user (default 1).", "LEVEL", "1");
     const QCommandLineOption passwordFd("password-fd", "Read the password of the new user from this file descriptor.",
                                         "N", "-1");
     const QCommandLineOption fp("fp", "Connect to the FP controller at this address; overrides the settings.",
                                 "HOST:PORT");
     const QCommandLineOption cloud("cloud", "Enable cloud control and connect to this URL; overrides the settings.",
                                    "URL");
-    const QCommandLineOption version("version", "Print the versions of the program and of the contract, and exit.");
+    const QCommandLineOption help({"h", "help"}, "Show this help.");
+    const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
 
     QCommandLineParser parser;
-    parser.setApplicationDescription("Loads a show and serves remote controllers. Shows nothing on a screen.");
-    parser.addHelpOption();
-    parser.addOptions({version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
+    parser.setApplicationDescription("Load a show and serve remote controllers. Nothing is shown on a screen.");
+    parser.addOptions({help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
-    if (parser.isSet("help"))
-        parser.showHelp();
     SOptions options;
-    options.printsVersion = parser.isSet(version);
-    if (options.printsVersion)
+    if (parser.isSet(help))
+        options.information = parser.helpText() + kExitCodes;
+    else if (parser.isSet(version))
+        options.information =
+            QStringLiteral("showhost %1 (contract %2)\n").arg(ZENTRAVOX_VERSION).arg(ZENTRAVOX_CONTRACT_VERSION);
+    if (!options.information.isEmpty())
         return options;
     if (!parser.positionalArguments().isEmpty())
         throw CFileError("unexpected argument: " + parser.positionalArguments().constFirst().toStdString());
@@ -126,12 +132,6 @@ SOptions ReadOptions(QCoreApplication& application)
     options.fp = parser.value(fp);
     options.cloud = parser.value(cloud);
     return options;
-}
-
-int PrintVersion()
-{
-    std::printf("showhost %s (contract %s)\n", ZENTRAVOX_VERSION, ZENTRAVOX_CONTRACT_VERSION);
-    return Fine;
 }
 
 SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& settings)
@@ -216,7 +216,7 @@ int AddUser(const SOptions& options)
     if (!HostModels::SoftwareSetting().SaveUser(user))
         throw CFileError("can't store the user in " + options.state.toStdString());
     std::printf("user %s added\n", LineText(options.newUser).toUtf8().constData());
-    return Fine;
+    return Success;
 }
 
 void PrintReady(CHostLog& log, const QString& show)
@@ -260,7 +260,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
         log.Print("showhost exits");
     }
 
-    const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Fine;
+    const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Success;
     deadline.Start(exitCode);
     StopExternalController();
     UninitExternalController();
@@ -292,8 +292,10 @@ int main(int argc, char** argv)
 
     try {
         const SOptions options = ReadOptions(application);
-        if (options.printsVersion)
-            return PrintVersion();
+        if (!options.information.isEmpty()) {
+            std::printf("%s", options.information.toUtf8().constData());
+            return Success;
+        }
         const SShowFile file = options.show.isEmpty() ? SShowFile{} : ReadShowFile(options.show);
         PrepareHost(options, file.settings);
         if (options.addsUser)
@@ -303,7 +305,7 @@ int main(int argc, char** argv)
                                                              : file.deviceFile);
         CShutdownDeadline deadline([] { PrintError("a request did not finish in time and is abandoned"); });
         const CShutdownSignals shutdown([&] {
-            deadline.Start(Fine);
+            deadline.Start(Success);
             QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
         });
         log.SetQuiet(options.quiet);

@@ -64,7 +64,8 @@ void AddOptions(CCommandLine& line)
     line.AddOption({"out", "Write the picture in the reply to FILE.", "FILE"});
     line.AddListOption("List the codes and names of all requests.", RequestNames());
     AddLoginOptions(line);
-    line.AddListen();
+    line.AddRequestOrListen("REQUEST", "A name from --list or a code such as 5 or 0x5.");
+    line.AddArgument("[JSON]", "The body of the request, an object.");
     line.AddOption({"no-heartbeat", "Send no heartbeats while listening; the host then logs the app out."});
 }
 
@@ -94,9 +95,7 @@ void ConnectBoth(CEnvelopePeer& peer, const QString& host, std::chrono::millisec
 
 int RunApp(const QStringList& arguments)
 {
-    CCommandLine line("REQUEST [JSON]",
-                      "Send a request as the mobile app and show every reply. REQUEST is a name from --list or a code "
-                      "such as 5 or 0x5; JSON is its body.");
+    CCommandLine line("Send a request as the mobile app and show every reply.");
     AddOptions(line);
     if (!line.Parse(arguments))
         return kExitDone;

@@ -53,11 +53,9 @@ QString FaultOf(const QByteArray& answer)
 
 int RunCentral(const QStringList& arguments)
 {
-    CCommandLine line(
-        "KEYWORD [JSON]",
-        "Send a text command as a central-control system and show the answer. KEYWORD is a keyword from "
-        "--list; JSON is an object with the command's other keys. An object with the keyword in \"cmd\" can "
-        "replace both.");
+    CCommandLine line("Send a text command as central control and show the answer.");
+    line.AddArgument("KEYWORD", "A keyword from --list, or an object with the keyword in \"cmd\".");
+    line.AddArgument("[JSON]", "An object with the command's other keys.");
     line.AddHostOption();
     line.AddTimeoutOption();
     line.AddOption({"raw", "Send TEXT unchanged and accept any answer.", "TEXT"});

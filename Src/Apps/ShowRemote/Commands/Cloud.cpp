@@ -20,11 +20,6 @@
 
 namespace {
 
-constexpr char kCloudUsage[] =
-    "Act as the cloud service: wait for the host to connect, send a command and show every reply. COMMAND is a keyword "
-    "from --list, a name from showremote app --list or a code; JSON is an object with the command's other keys. An "
-    "object with \"cmd\" or \"cmdType\" can replace both.";
-
 /// A host that can't connect waits up to 30 s before the next attempt.
 constexpr char kCloudTimeoutSeconds[] = "40";
 
@@ -132,8 +127,11 @@ void CCloudService::Ask()
 
 int RunCloud(const QStringList& arguments)
 {
-    CCommandLine line("COMMAND [JSON]", kCloudUsage);
+    CCommandLine line("Act as the cloud service: wait for the host to connect, send a command and show every reply.");
     AddServerOptions(line, CloudControl::kDefaultPort, kCloudTimeoutSeconds);
+    line.AddRequestOrListen("COMMAND", "A keyword from --list, a name from showremote app --list, a code such as 22 or "
+                                       "0x16, or an object with \"cmd\" or \"cmdType\".");
+    line.AddArgument("[JSON]", "An object with the command's other keys.");
     line.AddOption({"cert", "Use wss with the certificate in FILE (PEM) instead of ws.", "FILE"});
     line.AddOption({"key", "Read the certificate's private key from FILE (PEM).", "FILE"});
     line.AddOption({"out", "Write the contents of the replies to files in DIR.", "DIR"});

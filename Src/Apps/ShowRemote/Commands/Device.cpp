@@ -175,10 +175,10 @@ void RunPseudoTerminal(const CCommandLine& line)
 
 int RunDevice(const QStringList& arguments)
 {
-    CCommandLine line("KIND [PATH]",
-                      "Act as an external control device and show the received data: datagrams (KIND udp) or bytes "
-                      "from the serial port PATH (KIND serial). Without PATH, create a pseudo-terminal, which a host "
-                      "can open as its serial port.");
+    CCommandLine line("Act as an external control device and show the received data.");
+    line.AddArgument("KIND", "udp: receive datagrams. serial: receive bytes from a serial port.");
+    line.AddArgument("[PATH]", "The serial port. Without PATH, create a pseudo-terminal, which a host can open as its "
+                               "serial port.");
     line.AddListenAddressOptions("datagrams, with KIND udp", kDefaultUdpPort);
     line.AddOption(
         {"line", "serial: use these line settings for PATH (default 9600,8,N,1).", "SETTINGS", "9600,8,N,1"});

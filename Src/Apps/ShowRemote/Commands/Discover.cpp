@@ -10,7 +10,7 @@
 
 int RunDiscover(const QStringList& arguments)
 {
-    CCommandLine line("", "Ask a host for its name, its id and the addresses of its network adapters.");
+    CCommandLine line("Ask a host for its name, its id and the addresses of its network adapters.");
     line.AddHostOption();
     line.AddTimeoutOption();
     if (!line.Parse(arguments))

@@ -8,10 +8,6 @@
 
 namespace {
 
-constexpr char kFPUsage[] =
-    "Act as the FP controller: wait for the host to connect, send a request and show every reply. REQUEST is a name "
-    "from showremote app --list or a code such as 274 or 0x112; JSON is its body.";
-
 /// A host that can't connect waits up to 10 s before the next attempt.
 constexpr char kFPTimeoutSeconds[] = "15";
 
@@ -36,8 +32,10 @@ private:
 
 int RunFP(const QStringList& arguments)
 {
-    CCommandLine line("REQUEST [JSON]", kFPUsage);
+    CCommandLine line("Act as the FP controller: wait for the host to connect, send a request and show every reply.");
     AddServerOptions(line, FPClient::kDefaultPort, kFPTimeoutSeconds);
+    line.AddRequestOrListen("REQUEST", "A name from showremote app --list or a code such as 274 or 0x112.");
+    line.AddArgument("[JSON]", "The body of the request, an object.");
     if (!line.Parse(arguments))
         return kExitDone;
     CFPController controller(line.IsListen() ? SRequest{} : AppRequests::Read(line, Channel::FP));

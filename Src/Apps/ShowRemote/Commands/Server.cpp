@@ -7,7 +7,6 @@ void AddServerOptions(CCommandLine& line, int defaultPort, const QString& timeou
 {
     line.AddListenAddressOptions("the host", defaultPort);
     line.AddTimeoutOption(timeoutSeconds);
-    line.AddListen();
 }
 
 void RunServer(IServer& server, const CCommandLine& line, const QString& hostOption)

@@ -26,7 +26,7 @@ public:
     virtual void Listen(std::optional<std::chrono::milliseconds> duration) = 0;
 };
 
-/// Adds the options of a command that waits for the host: --listen, --port, --timeout and --seconds.
+/// Adds the options of a command that waits for the host: --listen, --port and --timeout.
 /// \param timeoutSeconds the default of --timeout
 void AddServerOptions(CCommandLine& line, int defaultPort, const QString& timeoutSeconds);
 

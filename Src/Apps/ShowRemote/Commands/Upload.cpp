@@ -175,7 +175,8 @@ QString CheckedName(const QString& name)
 
 int RunUpload(const QStringList& arguments)
 {
-    CCommandLine line("FILE", "Upload a media file over FTP, as the mobile app.");
+    CCommandLine line("Upload a media file over FTP, as the mobile app.");
+    line.AddArgument("FILE", "The file to upload.");
     line.AddHostOption();
     line.AddOption({"user", "Log in as the FTP user U (default demo).", "U", kDefaultUser});
     line.AddOption(

@@ -32,10 +32,22 @@ QByteArray CheckedObject(const QString& text)
 
 } // namespace
 
-CCommandLine::CCommandLine(QString usage, const QString& description) : m_usage(std::move(usage))
+CCommandLine::CCommandLine(const QString& description)
 {
     m_parser.setApplicationDescription(description);
     m_parser.addOption({{"h", "help"}, "Show this help."});
+}
+
+void CCommandLine::AddArgument(const QString& name, const QString& help)
+{
+    m_parser.addPositionalArgument(QString(name).remove('[').remove(']'), help);
+    m_arguments.append(name);
+}
+
+void CCommandLine::AddRequestOrListen(const QString& name, const QString& help)
+{
+    AddArgument(name, QStringLiteral("%1 With %2, show all messages of the host until Ctrl-C.").arg(help, kListen));
+    AddDurationOption("Stop listening after S seconds.");
 }
 
 void CCommandLine::AddHostOption()
@@ -69,22 +81,15 @@ void CCommandLine::AddDurationOption(const QString& help)
     AddOption({"seconds", help, "S"});
 }
 
-void CCommandLine::AddListen()
-{
-    m_parser.setApplicationDescription(
-        QStringLiteral("%1 If %2 is %3, show all messages of the host until Ctrl-C.")
-            .arg(m_parser.applicationDescription(), m_usage.section(' ', 0, 0), kListen));
-    AddDurationOption("Stop listening after S seconds.");
-}
-
 bool CCommandLine::Parse(const QStringList& arguments)
 {
     const bool isValid = m_parser.parse(arguments);
     if (m_parser.isSet("help")) {
         // Qt's usage line doesn't contain the command.
         const QString help = m_parser.helpText();
-        Output::PrintLine(
-            QStringLiteral("Usage: showremote %1 [options] %2").arg(arguments.first(), m_usage).trimmed());
+        Output::PrintLine(QStringLiteral("Usage: showremote %1 [options] %2")
+                              .arg(arguments.first(), m_arguments.join(' '))
+                              .trimmed());
         Output::PrintLine(help.mid(help.indexOf('\n') + 1).trimmed());
         return false;
     }
@@ -106,7 +111,7 @@ QStringList CCommandLine::Positional(int least, int most) const
 {
     QStringList positional = m_parser.positionalArguments();
     if (positional.size() < least)
-        throw CWrongUsage(QStringLiteral("%1 is missing").arg(m_usage.split(' ').value(positional.size())));
+        throw CWrongUsage(QStringLiteral("%1 is missing").arg(m_arguments.value(positional.size())));
     if (positional.size() > most)
         throw CWrongUsage(QStringLiteral("unexpected argument \"%1\"").arg(positional[most]));
     return positional;

@@ -16,9 +16,13 @@ constexpr char kOnlyWithListen[] = "can only be used with listen";
 /// Parses the arguments of one command. The functions that read arguments throw CWrongUsage if these are not valid.
 class CCommandLine {
 public:
-    /// \param usage       the positional arguments as the usage line shows them, such as "REQUEST [JSON]"
-    /// \param description shown by --help
-    CCommandLine(QString usage, const QString& description);
+    /// \param description what the command does, for the help text
+    explicit CCommandLine(const QString& description);
+
+    /// Adds a positional argument to the help text. \param name in brackets if the argument is optional
+    void AddArgument(const QString& name, const QString& help);
+    /// Adds an argument that is a request or the word listen, and --seconds for the latter.
+    void AddRequestOrListen(const QString& name, const QString& help);
 
     void AddOption(const QCommandLineOption& option) { m_parser.addOption(option); }
     /// Adds --host.
@@ -32,8 +36,6 @@ public:
     void AddListOption(const QString& help, std::vector<std::pair<QString, int>> entries);
     /// Adds --seconds, a duration.
     void AddDurationOption(const QString& help);
-    /// Adds the word listen, which can replace the request, and --seconds for it.
-    void AddListen();
 
     /// Parses the command line. If it contains --help or --list, prints the help or the list and returns false.
     /// \param arguments the command's name and the arguments after it
@@ -73,7 +75,7 @@ private:
     std::chrono::milliseconds Seconds(const QString& option) const;
 
     QCommandLineParser m_parser;
-    QString m_usage;
+    QStringList m_arguments; ///< as the usage line shows them
     std::vector<std::pair<QString, int>> m_list;
 };
 
