@@ -1,13 +1,17 @@
 #pragma once
 
 #include "ChannelLoad/Syscall.h"
-#include "ExternalController/Common/Command.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include <netinet/in.h>
+
+namespace Command {
+enum Code : int;
+}
 
 /// The request that is sent repeatedly, and its expected reply.
 struct SExchange {

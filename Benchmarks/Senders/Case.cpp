@@ -1,6 +1,5 @@
 #include "Senders/Case.h"
 
-#include "ExternalController/Common/Command.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/Show/HostShow.h"
 
