@@ -201,12 +201,12 @@ TEST_F(PaintingTest, AHugeSizeIsScaledDownProportionally)
     Add(Resource(ResourceType::Picture, FourColours()), layout);
 
     for (const QImage& image : {Medium(picture), Stage()}) {
-        EXPECT_LE(image.width() * image.height(), Painting::kMostPixels);
+        EXPECT_LE(image.width() * image.height(), Painting::kMaxPixels);
         EXPECT_NEAR(image.width(), 2 * image.height(), 2);
     }
     EXPECT_EQ(CornerColours(Medium(picture)), kFourColours);
     EXPECT_EQ(CornerColours(Stage()), (std::vector<QColor>{Qt::blue, Qt::yellow, Qt::red, Qt::green}));
-    EXPECT_EQ(Medium(strip).size(), QSize(Painting::kMostSide, 1));
+    EXPECT_EQ(Medium(strip).size(), QSize(Painting::kMaxSide, 1));
 }
 
 TEST_F(PaintingTest, AFileThatIsNotAPictureOrIsTooLargeIsPaintedAsACard)

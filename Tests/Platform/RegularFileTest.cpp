@@ -1,4 +1,4 @@
-#include "Platform/RegularFile.h"
+#include "Platform/Files.h"
 
 #include <gtest/gtest.h>
 

@@ -24,7 +24,7 @@ constexpr const char* kHelp[] = {
 };
 
 #if !defined(_WIN32)
-constexpr std::size_t kMostBytesARead = 4096;
+constexpr std::size_t kMaxReadBytes = 4096;
 #endif
 
 SDevice ParseDevice(const QString& json)
@@ -77,7 +77,7 @@ void CConsole::Listen()
 void CConsole::Read()
 {
 #if !defined(_WIN32)
-    char bytes[kMostBytesARead];
+    char bytes[kMaxReadBytes];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN))
         return;

@@ -3,17 +3,14 @@
 #include "Comm/PayloadText.h"
 #include "Devices/ClosingPorts.h"
 #include "ExternalController/ExternalController.h"
-#include "FPClient/FPClientConfig.h"
 #include "HostModels/Files/JsonFile.h"
 #include "HostModels/HostModels.h"
 #include "HostModels/Show/ShowFile.h"
 #include "Log/OperationLog.h"
-#include "Platform/AllocatorLimits.h"
-#include "Platform/PrivateFiles.h"
-#include "ShowHost/CloudSettings.h"
-#include "ShowHost/ConnectionLimit.h"
+#include "Platform/Files.h"
+#include "Platform/Process.h"
+#include "ShowHost/ChannelConfig.h"
 #include "ShowHost/Console.h"
-#include "ShowHost/HostAndPort.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
 #include "ShowHost/Shutdown.h"
@@ -30,7 +27,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <tuple>
 
 namespace {
 
@@ -86,8 +82,9 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption show("show", "Load this show.", "FILE");
     const QCommandLineOption settings("settings", "Read settings from this file; they override those of the show.",
                                       "FILE");
-    const QCommandLineOption state("state", "Store uploads, logs and changed settings in this folder.", "DIR",
-                                   QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
+    const QString ownFolder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    const QCommandLineOption state(
+        "state", "Store uploads, logs and changed settings in DIR (default " + ownFolder + ").", "DIR", ownFolder);
     const QCommandLineOption listen("listen", "Listen on this IP address (default 127.0.0.1).", "ADDRESS", "127.0.0.1");
     const QCommandLineOption quiet("quiet", "Don't log traffic or debug messages.");
     const QCommandLineOption addUser("add-user", "Add an app user, ask for the password, and exit.", "NAME");
@@ -132,18 +129,6 @@ SOptions ReadOptions(QCoreApplication& application)
     options.fp = parser.value(fp);
     options.cloud = parser.value(cloud);
     return options;
-}
-
-SFPClientConfig FPClientConfigOf(const SOptions& options, const SSettings& settings)
-{
-    SFPClientConfig config;
-    if (!settings.fpAddress.isEmpty())
-        config.host = settings.fpAddress.toStdString();
-    if (settings.fpPort != 0)
-        config.port = static_cast<std::uint16_t>(settings.fpPort);
-    if (!options.fp.isEmpty())
-        std::tie(config.host, config.port) = ReadHostAndPort("--fp", options.fp);
-    return config;
 }
 
 SSettings SettingsOf(const SOptions& options, const SSettings& showSettings)
@@ -206,7 +191,7 @@ void PrepareHost(const SOptions& options, const SSettings& showSettings)
     AppServer::Config().Set({options.listen.toStdString(), settings->ftpUser.toStdString(),
                              settings->ftpPassword.toStdString(), uploads.toStdString()});
     CentralControl::Config().Set({options.listen.toStdString()});
-    FPClient::Config().Set(FPClientConfigOf(options, *settings));
+    FPClient::Config().Set(FPClientConfigOf(*settings, options.fp));
     CloudControl::Config().Set(CloudConfigOf(*settings));
 }
 
@@ -288,7 +273,7 @@ int main(int argc, char** argv)
     QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName("showhost");
     QCoreApplication::setApplicationVersion(ZENTRAVOX_VERSION);
-    RaiseConnectionLimit();
+    RaiseDescriptorLimit();
 
     try {
         const SOptions options = ReadOptions(application);

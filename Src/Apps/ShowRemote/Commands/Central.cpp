@@ -59,7 +59,7 @@ int RunCentral(const QStringList& arguments)
     line.AddHostOption();
     line.AddTimeoutOption();
     line.AddOption({"raw", "Send TEXT unchanged and accept any answer.", "TEXT"});
-    line.AddListOption("List all keywords and the codes of their commands. Code 0x000: no command.",
+    line.AddListOption("List all keywords and the codes of their commands. 0x000 marks a keyword without a command.",
                        {CenterControlCmdMap.begin(), CenterControlCmdMap.end()});
     if (!line.Parse(arguments))
         return kExitDone;

@@ -107,13 +107,13 @@ bool CCommandLine::Parse(const QStringList& arguments)
     return false;
 }
 
-QStringList CCommandLine::Positional(int least, int most) const
+QStringList CCommandLine::Positional(int minimum, int maximum) const
 {
     QStringList positional = m_parser.positionalArguments();
-    if (positional.size() < least)
+    if (positional.size() < minimum)
         throw CWrongUsage(QStringLiteral("%1 is missing").arg(m_arguments.value(positional.size())));
-    if (positional.size() > most)
-        throw CWrongUsage(QStringLiteral("unexpected argument \"%1\"").arg(positional[most]));
+    if (positional.size() > maximum)
+        throw CWrongUsage(QStringLiteral("unexpected argument \"%1\"").arg(positional[maximum]));
     return positional;
 }
 
@@ -166,15 +166,15 @@ QString CCommandLine::ListenAddress() const
     return address;
 }
 
-int CCommandLine::Number(const QString& option, int least, int most) const
+int CCommandLine::Number(const QString& option, int minimum, int maximum) const
 {
     bool isNumber = false;
     const int number = m_parser.value(option).toInt(&isNumber);
-    if (!isNumber || number < least || number > most)
+    if (!isNumber || number < minimum || number > maximum)
         throw CWrongUsage(QStringLiteral("--%1: expected a number from %2 to %3, got \"%4\"")
                               .arg(option)
-                              .arg(least)
-                              .arg(most)
+                              .arg(minimum)
+                              .arg(maximum)
                               .arg(m_parser.value(option)));
     return number;
 }

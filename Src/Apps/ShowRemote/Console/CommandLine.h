@@ -43,8 +43,8 @@ public:
 
     bool IsSet(const QString& option) const { return m_parser.isSet(option); }
     QString Value(const QString& option) const { return m_parser.value(option); }
-    /// Returns the positional arguments. Throws CWrongUsage if there are fewer than least or more than most.
-    QStringList Positional(int least, int most) const;
+    /// Returns the positional arguments. Throws CWrongUsage if there are fewer than minimum or more than maximum.
+    QStringList Positional(int minimum, int maximum) const;
 
     /// Returns the first positional argument.
     QString Request() const { return Positional(1, 2).first(); }
@@ -65,8 +65,8 @@ public:
     std::chrono::milliseconds Timeout() const { return Seconds("timeout"); }
     /// Returns the value of --seconds, or no value if it isn't given.
     std::optional<std::chrono::milliseconds> Duration() const;
-    /// Returns the value of an option that is an integer from least to most.
-    int Number(const QString& option, int least, int most = std::numeric_limits<int>::max()) const;
+    /// Returns the value of an option that is an integer from minimum to maximum.
+    int Number(const QString& option, int minimum, int maximum = std::numeric_limits<int>::max()) const;
     /// Throws CWrongUsage with the text "--OPTION why" if one of the options is given.
     void Refuse(const QStringList& options, const QString& why) const;
 

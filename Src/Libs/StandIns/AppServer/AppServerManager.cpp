@@ -275,6 +275,12 @@ private:
     std::shared_ptr<CService> m_service;
 };
 
+CConfigBox<SAppServerConfig>& AppServer::Config()
+{
+    static CConfigBox<SAppServerConfig> config;
+    return config;
+}
+
 CAPPServerManager::CAPPServerManager() : m_impl(std::make_unique<Impl>()) {}
 
 CAPPServerManager::~CAPPServerManager()

@@ -1,8 +1,7 @@
 #include "AppServer/FtpUploadServer.h"
 
 #include "ExternalController/Common/JsonReader.h"
-#include "Platform/ChildDescriptors.h"
-#include "Platform/CodeFolder.h"
+#include "Platform/Process.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -76,6 +76,12 @@ private:
     std::once_flag m_started;
 };
 
+CConfigBox<SCentralControlConfig>& CentralControl::Config()
+{
+    static CConfigBox<SCentralControlConfig> config;
+    return config;
+}
+
 CCentralControllerManager::CCentralControllerManager() : m_impl(std::make_unique<Impl>()) {}
 
 CCentralControllerManager::~CCentralControllerManager() = default;

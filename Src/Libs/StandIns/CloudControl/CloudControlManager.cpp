@@ -183,6 +183,12 @@ private:
     bool m_ends = false;
 };
 
+CConfigBox<SCloudControlConfig>& CloudControl::Config()
+{
+    static CConfigBox<SCloudControlConfig> config;
+    return config;
+}
+
 CCloudControlManager::CCloudControlManager() : m_impl(std::make_unique<Impl>()) {}
 
 CCloudControlManager::~CCloudControlManager() = default;

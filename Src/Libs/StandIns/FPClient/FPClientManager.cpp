@@ -79,6 +79,12 @@ private:
     std::once_flag m_started;
 };
 
+CConfigBox<SFPClientConfig>& FPClient::Config()
+{
+    static CConfigBox<SFPClientConfig> config;
+    return config;
+}
+
 CFPClientManager::CFPClientManager() : m_impl(std::make_unique<Impl>()) {}
 
 CFPClientManager::~CFPClientManager() = default;

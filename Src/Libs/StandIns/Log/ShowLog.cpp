@@ -1,7 +1,7 @@
 #include "Log/ShowLog.h"
 
 #include "Log/WriteFailures.h"
-#include "Platform/PrivateFiles.h"
+#include "Platform/Files.h"
 
 #include <QLoggingCategory>
 

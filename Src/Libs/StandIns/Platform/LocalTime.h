@@ -3,4 +3,13 @@
 #include <ctime>
 
 /// Converts the time to the local time zone. Any thread.
-std::tm LocalTime(std::time_t time);
+inline std::tm LocalTime(std::time_t time)
+{
+    std::tm parts{};
+#if defined(_WIN32)
+    localtime_s(&parts, &time);
+#else
+    localtime_r(&time, &parts);
+#endif
+    return parts;
+}

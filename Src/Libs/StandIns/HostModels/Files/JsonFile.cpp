@@ -2,7 +2,7 @@
 
 #include "ExternalController/Common/JsonReader.h"
 #include "Log/WriteFailures.h"
-#include "Platform/PrivateFiles.h"
+#include "Platform/Files.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,7 +18,7 @@
 namespace {
 
 /// 100 days: longer than any show, and exact as a double.
-constexpr double kMostMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
+constexpr double kMaxMilliseconds = 100.0 * 24 * 60 * 60 * 1000;
 
 [[noreturn]] void FailFile(const QString& file, const QString& reason)
 {
@@ -113,22 +113,22 @@ bool CJsonObjectReader::Flag(const char* key, bool otherwise) const
     return value.toBool();
 }
 
-int CJsonObjectReader::Number(const char* key, int otherwise, int least, int most) const
+int CJsonObjectReader::Number(const char* key, int otherwise, int minimum, int maximum) const
 {
-    const double number = CheckedNumber(key, otherwise, least, most);
+    const double number = CheckedNumber(key, otherwise, minimum, maximum);
     if (number != std::floor(number))
         Fail(key, QStringLiteral("must be a whole number"));
     return static_cast<int>(number);
 }
 
-float CJsonObjectReader::Real(const char* key, double otherwise, double least, double most) const
+float CJsonObjectReader::Real(const char* key, double otherwise, double minimum, double maximum) const
 {
-    return static_cast<float>(CheckedNumber(key, otherwise, least, most));
+    return static_cast<float>(CheckedNumber(key, otherwise, minimum, maximum));
 }
 
 std::int64_t CJsonObjectReader::Milliseconds(const char* key, std::int64_t otherwise) const
 {
-    const double number = CheckedNumber(key, static_cast<double>(otherwise), 0, kMostMilliseconds);
+    const double number = CheckedNumber(key, static_cast<double>(otherwise), 0, kMaxMilliseconds);
     if (number != std::floor(number))
         Fail(key, QStringLiteral("must be a whole number"));
     return static_cast<std::int64_t>(number);
@@ -214,7 +214,7 @@ std::vector<CJsonObjectReader> CJsonObjectReader::Objects(const char* key) const
 }
 
 /// Returns the number of the key, or `otherwise` if the key is absent.
-double CJsonObjectReader::CheckedNumber(const char* key, double otherwise, double least, double most) const
+double CJsonObjectReader::CheckedNumber(const char* key, double otherwise, double minimum, double maximum) const
 {
     const QJsonValue value = m_object[QLatin1String(key)];
     if (value.isUndefined())
@@ -222,8 +222,8 @@ double CJsonObjectReader::CheckedNumber(const char* key, double otherwise, doubl
     if (!value.isDouble())
         Fail(key, QStringLiteral("must be a number"));
     const double number = value.toDouble();
-    if (!(number >= least && number <= most))
-        Fail(key, QStringLiteral("must be a number from %1 to %2").arg(least, 0, 'g', 12).arg(most, 0, 'g', 12));
+    if (!(number >= minimum && number <= maximum))
+        Fail(key, QStringLiteral("must be a number from %1 to %2").arg(minimum, 0, 'g', 12).arg(maximum, 0, 'g', 12));
     return number;
 }
 

@@ -42,9 +42,9 @@ public:
     // These return the value of the key, or `otherwise` if the key is absent.
     QString Text(const char* key, const QString& otherwise) const;
     bool Flag(const char* key, bool otherwise) const;
-    int Number(const char* key, int otherwise, int least = std::numeric_limits<int>::min(),
-               int most = std::numeric_limits<int>::max()) const;
-    float Real(const char* key, double otherwise, double least, double most) const;
+    int Number(const char* key, int otherwise, int minimum = std::numeric_limits<int>::min(),
+               int maximum = std::numeric_limits<int>::max()) const;
+    float Real(const char* key, double otherwise, double minimum, double maximum) const;
     /// A whole number from 0 to 8640000000 (100 days).
     std::int64_t Milliseconds(const char* key, std::int64_t otherwise) const;
     /// "#rrggbb" or a colour name of CSS.
@@ -68,7 +68,7 @@ public:
 
 private:
     CJsonObjectReader(QString file, QString place, QJsonObject object);
-    double CheckedNumber(const char* key, double otherwise, double least, double most) const;
+    double CheckedNumber(const char* key, double otherwise, double minimum, double maximum) const;
     [[noreturn]] void FailAt(const QString& place, const QString& reason) const;
     QString PlaceOf(const char* key) const;
 

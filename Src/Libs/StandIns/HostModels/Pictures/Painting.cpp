@@ -20,8 +20,8 @@ QSize CappedSize(const QSize& size)
 {
     const double width = std::max(1, size.width());
     const double height = std::max(1, size.height());
-    const double share = std::min({1.0, Painting::kMostSide / width, Painting::kMostSide / height,
-                                   std::sqrt(Painting::kMostPixels / (width * height))});
+    const double share = std::min({1.0, Painting::kMaxSide / width, Painting::kMaxSide / height,
+                                   std::sqrt(Painting::kMaxPixels / (width * height))});
     return QSize(static_cast<int>(width * share), static_cast<int>(height * share)).expandedTo({1, 1});
 }
 

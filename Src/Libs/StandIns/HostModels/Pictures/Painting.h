@@ -9,8 +9,8 @@
 namespace Painting {
 
 // A show file can contain any size. A picture that would exceed these limits is scaled down; the aspect ratio is kept.
-constexpr int kMostSide = 8192;
-constexpr int kMostPixels = 7680 * 4320;
+constexpr int kMaxSide = 8192;
+constexpr int kMaxPixels = 7680 * 4320;
 
 /// Paints the resource's picture if its file is a picture and is ready to play; otherwise a card with its name and
 /// type.

@@ -1,7 +1,7 @@
 #include "HostModels/Pictures/PictureFile.h"
 
 #include "ExternalController/Common/Vocabulary.h"
-#include "Platform/RegularFile.h"
+#include "Platform/Files.h"
 
 #include <QCache>
 #include <QDateTime>

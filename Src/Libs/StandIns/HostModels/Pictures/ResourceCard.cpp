@@ -50,9 +50,9 @@ const SKind& KindOf(int type)
 constexpr double kUnit = 20;
 constexpr double kRound = 0.6 * kUnit;
 /// Maximum width of a text layout.
-constexpr double kMostLine = 100000;
+constexpr double kMaxLine = 100000;
 
-QFont LettersOf(double height, bool bold)
+QFont FontOf(double height, bool bold)
 {
     QFont font;
     font.setPixelSize(qRound(height));
@@ -72,21 +72,21 @@ void DrawLabels(QPainter& painter, const QRectF& face, const QString& kind, cons
                 const QString& details)
 {
     QRectF inside = face.adjusted(1.2 * kUnit, kUnit, -kUnit, -kUnit);
-    inside.setWidth(std::min(inside.width(), kMostLine));
+    inside.setWidth(std::min(inside.width(), kMaxLine));
     // A wide, low card has space for one line only.
     if (face.width() > 6 * face.height()) {
         painter.setPen(Qt::white);
-        DrawLine(painter, inside, LettersOf(0.4 * face.height(), true),
+        DrawLine(painter, inside, FontOf(0.4 * face.height(), true),
                  title == kind ? title : title + QStringLiteral("  ·  ") + kind);
         return;
     }
-    const QFont small = LettersOf(0.8 * kUnit, false);
+    const QFont small = FontOf(0.8 * kUnit, false);
     painter.setPen(QColor(255, 255, 255, 190));
     if (title != kind)
         DrawLine(painter, {inside.left(), inside.top(), inside.width(), kUnit}, small, kind);
     DrawLine(painter, {inside.left(), inside.bottom() - kUnit, inside.width(), kUnit}, small, details);
     painter.setPen(Qt::white);
-    painter.setFont(LettersOf(1.4 * kUnit, true));
+    painter.setFont(FontOf(1.4 * kUnit, true));
     QTextOption wrapped(Qt::AlignLeft | Qt::AlignVCenter);
     wrapped.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     painter.drawText(inside.adjusted(0, 1.2 * kUnit, 0, -1.2 * kUnit), title, wrapped);

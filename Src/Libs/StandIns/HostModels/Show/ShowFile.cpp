@@ -12,8 +12,8 @@
 namespace {
 
 /// Larger than any stage, and small enough that the sum of two values doesn't overflow.
-constexpr int kMostPixels = 1000000;
-constexpr double kMostScrollSpeed = 1000000;
+constexpr int kMaxPixels = 1000000;
+constexpr double kMaxScrollSpeed = 1000000;
 
 /// Reads the object's id. Fails if an earlier object of the same kind has it.
 QUuid NewId(const CJsonObjectReader& reader, QSet<QUuid>& seen)
@@ -30,7 +30,7 @@ SScrollSettings ReadScroll(const CJsonObjectReader& reader)
     reader.AllowOnly({"mode", "speed", "headConnectTail", "interval"});
     SScrollSettings scroll;
     scroll.mode = reader.Number("mode", 0);
-    scroll.speed = reader.Real("speed", 0, -kMostScrollSpeed, kMostScrollSpeed);
+    scroll.speed = reader.Real("speed", 0, -kMaxScrollSpeed, kMaxScrollSpeed);
     scroll.headConnectTail = reader.Flag("headConnectTail", false);
     scroll.interval = reader.Number("interval", 0);
     return scroll;
@@ -66,7 +66,7 @@ SResource ReadResource(const CJsonObjectReader& reader, QSet<QUuid>& ids)
     properties.name = reader.RequiredText("name");
     const QString file = reader.Text("file", {});
     properties.path = file.contains(QLatin1String("://")) ? file : reader.Path("file", {});
-    properties.resolution = {reader.Number("width", 0, 0, kMostPixels), reader.Number("height", 0, 0, kMostPixels)};
+    properties.resolution = {reader.Number("width", 0, 0, kMaxPixels), reader.Number("height", 0, 0, kMaxPixels)};
     properties.demuxered = reader.Flag("demuxed", true);
     properties.duration = reader.Milliseconds("duration", 0);
 
@@ -89,9 +89,9 @@ SLayoutProperty ReadLayout(const CJsonObjectReader& reader, const QSize& usualSi
 {
     SLayoutProperty layout;
     layout.rotation = reader.Real("rotation", 0, -360, 360);
-    layout.size = {reader.Number("width", usualSize.width(), 0, kMostPixels),
-                   reader.Number("height", usualSize.height(), 0, kMostPixels)};
-    layout.position = {reader.Real("x", 0, -kMostPixels, kMostPixels), reader.Real("y", 0, -kMostPixels, kMostPixels)};
+    layout.size = {reader.Number("width", usualSize.width(), 0, kMaxPixels),
+                   reader.Number("height", usualSize.height(), 0, kMaxPixels)};
+    layout.position = {reader.Real("x", 0, -kMaxPixels, kMaxPixels), reader.Real("y", 0, -kMaxPixels, kMaxPixels)};
     layout.hidden = reader.Flag("hidden", false);
     layout.locked = reader.Flag("locked", false);
     layout.horFlip = reader.Flag("horFlip", false);
@@ -204,8 +204,8 @@ SScreen ReadScreen(const CJsonObjectReader& reader, QSet<QUuid>& ids)
     SScreen screen;
     screen.id = NewId(reader, ids);
     screen.name = reader.RequiredText("name");
-    screen.place = {reader.Number("x", 0, -kMostPixels, kMostPixels), reader.Number("y", 0, -kMostPixels, kMostPixels),
-                    reader.Number("width", 1920, 1, kMostPixels), reader.Number("height", 1080, 1, kMostPixels)};
+    screen.place = {reader.Number("x", 0, -kMaxPixels, kMaxPixels), reader.Number("y", 0, -kMaxPixels, kMaxPixels),
+                    reader.Number("width", 1920, 1, kMaxPixels), reader.Number("height", 1080, 1, kMaxPixels)};
     screen.state = static_cast<std::uint8_t>(reader.Number("state", 0, 0, 255));
     screen.open = reader.Flag("open", true);
     screen.added = reader.Flag("added", true);
@@ -216,8 +216,8 @@ SScreen ReadScreen(const CJsonObjectReader& reader, QSet<QUuid>& ids)
     screen.divisionType = division.Number("type", 0);
     for (const CJsonObjectReader& part : division.Objects("parts")) {
         part.AllowOnly({"x", "y", "width", "height"});
-        screen.divisions.append(QRectF(part.Real("x", 0, 0, kMostPixels), part.Real("y", 0, 0, kMostPixels),
-                                       part.Real("width", 0, 0, kMostPixels), part.Real("height", 0, 0, kMostPixels)));
+        screen.divisions.append(QRectF(part.Real("x", 0, 0, kMaxPixels), part.Real("y", 0, 0, kMaxPixels),
+                                       part.Real("width", 0, 0, kMaxPixels), part.Real("height", 0, 0, kMaxPixels)));
     }
     return screen;
 }

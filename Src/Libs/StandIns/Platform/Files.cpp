@@ -1,13 +1,13 @@
-#include "Platform/PrivateFiles.h"
+#include "Platform/Files.h"
 
-#if defined(_WIN32)
-#include <io.h>
-#else
 #include <cerrno>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#if defined(_WIN32)
+#include <io.h>
+#else
 #include <unistd.h>
 #endif
 
@@ -25,6 +25,17 @@ bool FlushToDisk(int fileDescriptor)
 }
 
 void FlushFolderToDisk(const std::string&) {}
+
+int OpenRegularFile(const std::filesystem::path& file)
+{
+    const int descriptor = _wopen(file.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT);
+    struct _stat64 status = {};
+    if (descriptor >= 0 && _fstat64(descriptor, &status) == 0 && (status.st_mode & _S_IFMT) == _S_IFREG)
+        return descriptor;
+    if (descriptor >= 0)
+        _close(descriptor);
+    return -1;
+}
 #else
 namespace {
 
@@ -63,5 +74,16 @@ void FlushFolderToDisk(const std::string& folder)
         return;
     fsync(descriptor);
     close(descriptor);
+}
+
+int OpenRegularFile(const std::filesystem::path& file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat status = {};
+    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        return descriptor;
+    if (descriptor >= 0)
+        close(descriptor);
+    return -1;
 }
 #endif

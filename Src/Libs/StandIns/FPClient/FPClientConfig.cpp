@@ -1,7 +1,0 @@
-#include "FPClient/FPClientConfig.h"
-
-CConfigBox<SFPClientConfig>& FPClient::Config()
-{
-    static CConfigBox<SFPClientConfig> config;
-    return config;
-}
