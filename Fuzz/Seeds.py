@@ -14,13 +14,17 @@ import struct
 import sys
 from pathlib import Path
 
+sys.path.append(str(Path(__file__).resolve().parents[1] / "Src" / "Kit"))
+from zentravox import Contract  # noqa: E402
+from zentravox.wire import CODE_MARK, ID_MARK, envelope  # noqa: E402
+
 SEPARATOR = b"\x1e"
 # Flags of AppIntake.
 BULK, CLOSE, LOG_IN, UPLOAD = 1, 4, 8, 16
 REQUESTS_PER_SEQUENCE = 6
 
 NUMBERS = ("0", "-1", "1.5", "-0", "1e300", "-1e300", "1e-320", "2147483648", "-2147483649", "9007199254740993")
-TEXTS = ("null", "true", "false", "[[", "]]", "{}", "\\u0000", "\\ud800", "ZXAP", "ZXID", "demo", "#7b2d43", "../", "%s%n")
+TEXTS = ("null", "true", "false", "[[", "]]", "{}", "\\u0000", "\\ud800", CODE_MARK.decode(), ID_MARK.decode(), "demo", "#7b2d43", "../", "%s%n")
 REFUSED_BODIES = (b"", b"{}", b'{"param": 101}', b'{"param": -1}', b'{"param": "x"}', b'{"param": 1e300}',
                   b'{"sceneGrpCol": 99, "sceneCol": 99}', b'{"projectId": "none", "sceneId": "none", "mediaId": "none"}')
 ENVELOPE_KEYS = ("cmd", "cmdType", "param", "result", "respon", "errorMsg", "remoteIp", "remotePort")
@@ -28,7 +32,7 @@ ENVELOPE_KEYS = ("cmd", "cmdType", "param", "result", "respon", "errorMsg", "rem
 
 class Sources:
     def __init__(self, folder):
-        self.contract = json.loads((folder / "Src/Contract/Contract.json").read_text(encoding="utf-8"))
+        self.contract = Contract()
         self.protocol = (folder / "Docs/Protocol.md").read_text(encoding="utf-8")
         self.documents = {name: (folder / "Docs" / f"{name}.md").read_text(encoding="utf-8")
                           for name in ("ShowFile", "Settings", "Devices")}
@@ -45,8 +49,8 @@ class Sources:
 
     def messages(self):
         """Yields the code and the keywords of central control and of the cloud of each message."""
-        for message in self.contract["messages"]:
-            yield int(message["code"], 16), {who: message.get(who, {}).get("keywords", []) for who in ("central", "cloud")}
+        for code, message in self.contract.messages.items():
+            yield code, {who: message.get(who, {}).get("keywords", []) for who in ("central", "cloud")}
 
 
 def compact(body):
@@ -58,10 +62,6 @@ def compact(body):
 
 def request(code, body, flags=0):
     return struct.pack(">HB", code & 0xFFFF, flags) + body
-
-
-def envelope(code, body):
-    return b"ZXAP" + struct.pack(">II", code, len(body)) + body
 
 
 class Seeds:
@@ -121,7 +121,7 @@ def add_messages(sources, seeds):
 
 
 def add_others(sources, seeds):
-    seeds.add("Discovery", sources.contract["discovery"]["request"])
+    seeds.add("Discovery", sources.contract.text["discovery"]["request"])
     seeds.add("IdForm", bytes(16) + struct.pack(">I", 3) + b"abc")
     seeds.add("IdForm", sources.ids[0])
     seeds.add("IdForm", envelope(0x400, b"{}"))
@@ -155,7 +155,7 @@ def property_names(value):
 
 def dictionary(sources):
     """Returns the dictionary in libFuzzer's format: one quoted text on each line."""
-    words = {*NUMBERS, *TEXTS, *ENVELOPE_KEYS, *property_names(sources.contract), *sources.ids[:12], "{%s}" % sources.ids[0]}
+    words = {*NUMBERS, *TEXTS, *ENVELOPE_KEYS, *property_names(sources.contract.text), *sources.ids[:12], "{%s}" % sources.ids[0]}
     codes = []
     for code, keywords in sources.messages():
         words.update(keywords["central"], keywords["cloud"])

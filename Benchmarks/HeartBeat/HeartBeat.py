@@ -14,8 +14,11 @@ import time
 import uuid
 from pathlib import Path
 
-sys.path.append(str(Path(__file__).resolve().parents[2] / "Tests" / "EndToEnd"))
-from Support import AppChannel, CONTROL_PORT, ShowHost  # noqa: E402
+ROOT = Path(__file__).resolve().parents[2]
+sys.path += [str(ROOT / "Tests" / "EndToEnd"), str(ROOT / "Src" / "Kit")]
+from Support import ShowHost  # noqa: E402
+from zentravox import EnvelopeChannel  # noqa: E402
+from zentravox.wire import CONTROL_PORT  # noqa: E402
 
 ADDRESS = "127.0.0.42"
 HEARTBEAT, RESOURCE_LIST = 0x001, 0x400
@@ -31,7 +34,7 @@ def show():
 
 
 def fetch(stop, fetched):
-    channel = AppChannel(ADDRESS, CONTROL_PORT)
+    channel = EnvelopeChannel.connect(ADDRESS, CONTROL_PORT)
     while not stop.is_set():
         channel.send(RESOURCE_LIST)
         _, body = channel.receive_bytes()
@@ -40,7 +43,7 @@ def fetch(stop, fetched):
 
 def beat(seconds):
     """Returns the times of all heartbeats in milliseconds, sorted."""
-    channel = AppChannel(ADDRESS, CONTROL_PORT)
+    channel = EnvelopeChannel.connect(ADDRESS, CONTROL_PORT)
     times = []
     end = time.monotonic() + seconds
     while (start := time.monotonic()) < end:

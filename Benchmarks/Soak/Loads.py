@@ -11,27 +11,21 @@ import socket
 import struct
 from pathlib import Path
 
-from websockets.frames import Opcode
-from websockets.server import ServerConnection
-
-from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DEMO_SHOW, DISCOVERY_PORT, FP_PORT, FTP_PORT, LOGIN,
-                     PUBLIC_KEY, REPLY, App, AppChannel, EnvelopeChannel, encrypt)
+from Support import DEMO_SHOW
+from zentravox import App, CloudService, EnvelopeChannel, FpController
+from zentravox.app import HEARTBEAT, LOGIN
+from zentravox.wire import BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, FTP_PORT, envelope
 
 ADDRESS, APP_ADDRESS, CLOUD_ADDRESS = "127.0.0.43", "127.0.0.44", "127.0.0.45"
-CLOUD_PORT = 25511
 TIMEOUT = 30
 
-HEARTBEAT, SET_HOST_NAME, NAME_AND_VERSION = 0x001, 0x004, 0x005
+SET_HOST_NAME, NAME_AND_VERSION = 0x004, 0x005
 LISTS = (0x101, 0x109, 0x112, 0x119, 0x121, 0x200, 0x300, 0x302, 0x304, 0x400, 0x405, 0x416, 0x418)
-STAGE_SNAPSHOT, MEDIA_THUMBNAIL, SCENE_THUMBNAIL, RESOURCE_THUMBNAIL, TYPE_THUMBNAILS = 0x100, 0x118, 0x308, 0x403, 0x417
+STAGE_SNAPSHOT, RESOURCE_THUMBNAIL = 0x100, 0x403
 SCENE_PLAY, VOLUME, BRIGHTNESS, MUTE, TURN_PAGES, PLAY_CONTROL = 0x306, 0x105, 0x113, 0x199, 0x205, 0x104
 
 MEDIA = Path(DEMO_SHOW).parent / "Media"
 RESOURCES = [resource["id"] for resource in json.loads(DEMO_SHOW.read_text(encoding="utf-8"))["projects"][0]["resources"]]
-
-
-def envelope(code, body=b""):
-    return b"ZXAP" + struct.pack(">II", code, len(body)) + body
 
 
 def command(chance):
@@ -49,21 +43,10 @@ def drain(channel, seconds=0.05):
             return
 
 
-def public_key_of(peer):
-    """Returns the public key; skips notices before the reply."""
-    peer.control.send(PUBLIC_KEY)
-    while (message := peer.control.receive())[0] != REPLY | PUBLIC_KEY:
-        pass
-    return message[1]["publicKey"]
-
-
 def app(chance, folder, stop, done):
     """An app on both channels that logs in, requests lists and pictures, and sends commands as fast as an operator."""
     with App(ADDRESS, APP_ADDRESS) as peer:
-        for channel in (peer.control, peer.bulk):
-            channel.socket.settimeout(TIMEOUT)
-        peer.control.send(LOGIN, {"username": "demo", "password": encrypt(public_key_of(peer), "demo"), "id": "soak",
-                                  "appVersion": "1.0.0", "appType": 1, "force": 1})
+        peer.try_log_in("demo", "demo", force=True)
         for _ in range(chance.randint(5, 40)):
             if stop.is_set():
                 return
@@ -104,12 +87,12 @@ def crowd(chance, folder, stop, done):
     """Many connections at once, each of which sends a request, waits for the reply and closes."""
     while not stop.is_set():
         with contextlib.ExitStack() as stack:
-            peers = [stack.enter_context(AppChannel(ADDRESS, CONTROL_PORT)) for _ in range(100)]
+            peers = [stack.enter_context(EnvelopeChannel.connect(ADDRESS, CONTROL_PORT)) for _ in range(100)]
             for peer in peers:
                 peer.send(chance.choice(LISTS))
             for peer in peers:
-                peer.socket.settimeout(TIMEOUT)
-                peer.receive_bytes()
+                if not peer.receive_bytes():
+                    raise ConnectionError("the host has closed the connection")
         done()
         stop.wait(5)
 
@@ -117,7 +100,7 @@ def crowd(chance, folder, stop, done):
 def slow_reader(chance, folder, stop, done):
     """A peer that requests lists repeatedly and reads nothing for 3 s."""
     while not stop.is_set():
-        with AppChannel(ADDRESS, CONTROL_PORT) as peer:
+        with EnvelopeChannel.connect(ADDRESS, CONTROL_PORT) as peer:
             for _ in range(300):
                 peer.send(chance.choice((0x300, 0x400)))
             stop.wait(3)
@@ -193,67 +176,54 @@ def discovery(chance, folder, stop, done):
 
 
 @contextlib.contextmanager
-def accepted(port, stop):
-    """Provides the next connection of the host to this port, or None if the load ends."""
-    with socket.create_server((CLOUD_ADDRESS, port)) as listener:
-        while not stop.is_set() and not select.select([listener], [], [], 0.2)[0]:
-            pass
-        if stop.is_set():
+def accepted(listener, stop):
+    """Provides the next connection of the host to this peer, or None if the load ends."""
+    with listener:
+        while not stop.is_set():
+            with contextlib.suppress(TimeoutError):
+                connection = listener.accept(0.2)
+                break
+        else:
             yield None
             return
-        connection, _ = listener.accept()
     with connection:
-        connection.settimeout(TIMEOUT)
         yield connection
 
 
 def fp(chance, folder, stop, done):
     """An FP controller that sends queries and commands, and sometimes closes the connection."""
-    with accepted(FP_PORT, stop) as connection:
-        if not connection:
+    with accepted(FpController(CLOUD_ADDRESS), stop) as peer:
+        if not peer:
             return
-        peer = EnvelopeChannel(connection)
         for _ in range(chance.randint(5, 100)):
             if stop.is_set():
                 return
             for code in (0x109, 0x112, 0x191, 0x192, 0x193, 0x300, 0x013):
                 peer.send(code, {})
             peer.send(*command(chance))
-            drain(connection)
+            drain(peer.socket)
             done()
             stop.wait(0.5)
 
 
 def cloud(chance, folder, stop, done):
     """The cloud service: information, pictures, exports and logs, and connections that end during them."""
-    with accepted(CLOUD_PORT, stop) as connection:
-        if not connection:
+    with accepted(CloudService(CLOUD_ADDRESS), stop) as link:
+        if not link:
             return
-        link = ServerConnection(max_size=None)
-
-        def exchange(seconds):
-            connection.sendall(b"".join(link.data_to_send()))
-            while select.select([connection], [], [], seconds)[0]:
-                data = connection.recv(1 << 16)
-                if not data:
-                    raise ConnectionError("the host has closed the connection")
-                link.receive_data(data)
-                connection.sendall(b"".join(link.data_to_send()))
-
-        while not (events := link.events_received()):
-            exchange(0.1)
-        link.send_response(link.accept(events[0]))
         for _ in range(chance.randint(2, 30)):
             if stop.is_set():
                 return
             for query in ({"cmdType": 0x16}, {"cmdType": 0x18}, {"cmdType": 0x19}, {"cmd": "downLoadLog"}, {"cmdType": "x"}):
-                link.send_text(json.dumps(query).encode())
-            exchange(0.5)
-            assert all(frame.opcode in (Opcode.TEXT, Opcode.CONT, Opcode.PING) for frame in link.events_received())
+                link.send(**query)
+            for _ in range(5):
+                link.receive()
+            with contextlib.suppress(TimeoutError):
+                while True:
+                    link.receive(0.5)
             done()
             stop.wait(1)
-        link.send_text(json.dumps({"cmdType": 0x19}).encode())
-        connection.sendall(b"".join(link.data_to_send()))
+        link.send(cmdType=0x19)
 
 
 LOADS = {load.__name__: load for load in (app, short_connections, crowd, slow_reader, malformed, uploads, central,

@@ -18,10 +18,13 @@ import threading
 import time
 from pathlib import Path
 
-sys.path.append(str(Path(__file__).resolve().parents[2] / "Tests" / "EndToEnd"))
+ROOT = Path(__file__).resolve().parents[2]
+sys.path += [str(ROOT / "Tests" / "EndToEnd"), str(ROOT / "Src" / "Kit")]
 sys.path.append(str(Path(__file__).resolve().parent))
-from Loads import ADDRESS, CLOUD_ADDRESS, CLOUD_PORT, FP_PORT, LOADS  # noqa: E402
-from Support import DEMO_SHOW, Central, ShowHost  # noqa: E402
+from Loads import ADDRESS, CLOUD_ADDRESS, LOADS  # noqa: E402
+from Support import DEMO_SHOW, ShowHost  # noqa: E402
+from zentravox import CentralControl  # noqa: E402
+from zentravox.wire import CLOUD_PORT, FP_PORT  # noqa: E402
 
 PERIOD = 10
 WARM_UP = 5 * 60
@@ -154,7 +157,7 @@ def main():
         with ShowHost(ADDRESS, folder / "state", "--quiet", "--fp", f"{CLOUD_ADDRESS}:{FP_PORT}", "--cloud",
                       f"ws://{CLOUD_ADDRESS}:{CLOUD_PORT}", show=DEMO_SHOW) as host:
             # A command opens the log's files, which stay open.
-            with Central(ADDRESS) as peer:
+            with CentralControl(ADDRESS) as peer:
                 peer.ask(cmd="globalVolume", param=50)
             time.sleep(2)
             rest = Reading(host.process.pid)

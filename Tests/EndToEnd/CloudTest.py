@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Tests with an independent implementation of the cloud service: login, commands and replies, and invalid data."""
+"""Tests with a cloud service: login, commands and replies, and invalid data."""
 
 import json
 import os
@@ -13,89 +13,15 @@ import unittest
 import urllib.parse
 
 from websockets.frames import Opcode
-from websockets.server import ServerConnection
 
 from Support import TIMEOUT, Folder, ShowHost, environment, showhost_command, showremote, wait_until
+from zentravox import CloudService
+from zentravox.wire import CLOUD_PORT
 
-CLOUD_PORT = 25511
 PATH = "/VexorWebSocket/websocket/chat?username="
 PLAY_LOG = 3
 
 HOST, CLOUD, OTHER_CLOUD = "127.0.0.82", "127.0.0.83", "127.0.0.84"
-
-
-class HostLink:
-    """The connection of one host, from the service's side."""
-
-    def __init__(self, connection):
-        self.socket = connection
-        self._protocol = ServerConnection(max_size=None)
-        self._events = []
-        request = self._next_event()
-        self.path = request.path
-        self._protocol.send_response(self._protocol.accept(request))
-        self._send_waiting()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.close()
-
-    def close(self):
-        self.socket.close()
-
-    def _send_waiting(self):
-        self.socket.sendall(b"".join(self._protocol.data_to_send()))
-
-    def _next_event(self):
-        while not self._events:
-            data = self.socket.recv(1 << 16)
-            if not data:
-                raise ConnectionError("the host has closed the connection")
-            self._protocol.receive_data(data)
-            self._send_waiting()
-            self._events += self._protocol.events_received()
-        return self._events.pop(0)
-
-    def send(self, **command):
-        self._protocol.send_text(json.dumps(command).encode())
-        self._send_waiting()
-
-    def receive(self):
-        """Returns the next reply's route and data."""
-        text, final = b"", False
-        while not final:
-            frame = self._next_event()
-            if frame.opcode in (Opcode.TEXT, Opcode.CONT):
-                text += frame.data
-                final = frame.fin
-        reply = json.loads(text)
-        return reply["route"], reply["data"]
-
-
-class Cloud:
-    """The service, which the host connects to."""
-
-    def __init__(self, address=CLOUD, context=None):
-        self._context = context
-        self._listener = socket.create_server((address, CLOUD_PORT))
-        self._listener.settimeout(TIMEOUT)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self._listener.close()
-
-    def accept_socket(self):
-        connection, _ = self._listener.accept()
-        connection.settimeout(TIMEOUT)
-        return connection
-
-    def accept(self):
-        connection = self.accept_socket()
-        return HostLink(self._context.wrap_socket(connection, server_side=True) if self._context else connection)
 
 
 class ServedTest(unittest.TestCase):
@@ -104,7 +30,7 @@ class ServedTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         folder = cls.enterClassContext(Folder())
-        cls.cloud = cls.enterClassContext(Cloud())
+        cls.cloud = cls.enterClassContext(CloudService(CLOUD))
         cls.enterClassContext(ShowHost(HOST, folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}"))
 
     def setUp(self):
@@ -149,11 +75,11 @@ class ProcessTest(unittest.TestCase):
     def test_the_login_is_percent_encoded_and_an_invalid_password_is_empty(self):
         user = "B\u00fchne 1&2=%1+/?#"
         settings = self.settings(user=user, account="x", encryptedPassword="bm8gY2lwaGVy")
-        with Cloud() as cloud, self.start("--settings", settings), cloud.accept() as link:
+        with CloudService(CLOUD) as cloud, self.start("--settings", settings), cloud.accept() as link:
             self.assertEqual(link.path, PATH + urllib.parse.quote(user, safe="") + "&password=")
 
     def test_the_host_ends_at_once_while_the_cloud_is_silent(self):
-        with Cloud() as cloud, self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}") as host, cloud.accept_socket():
+        with CloudService(CLOUD) as cloud, self.start("--cloud", f"ws://{CLOUD}:{CLOUD_PORT}") as host, cloud.accept_socket():
             start = time.monotonic()
             host.process.send_signal(signal.SIGTERM)
 
@@ -168,8 +94,8 @@ class ProcessTest(unittest.TestCase):
             return [line.split(",")[1] for line in tables[PLAY_LOG].splitlines()[1:]]
 
         url = f"ws://{CLOUD}:{CLOUD_PORT}"
-        with Cloud() as cloud:
-            with self.start("--cloud", url), cloud.accept() as link:
+        with CloudService(CLOUD) as cloud:
+            with self.start("--cloud", url) as host, cloud.accept() as link:
                 self.assertEqual(played(link), [])
                 link.send(cmd="stop")
                 wait_until(lambda: "Vorhang" in played(link), "the record of the scene's last medium")
@@ -177,6 +103,9 @@ class ProcessTest(unittest.TestCase):
                 self.assertIn("Harbour at dawn", scene)
                 link.send(cmdType=0x104, param=0)
                 self.assertEqual(played(link), scene)
+                # Before the link is closed: the host would connect again.
+                host.process.send_signal(signal.SIGTERM)
+                host.ended()
             with self.start("--cloud", url), cloud.accept() as link:
                 self.assertEqual(played(link), 2 * scene)
 
@@ -188,11 +117,11 @@ class ProcessTest(unittest.TestCase):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate, key)
         url = f"wss://{CLOUD}:{CLOUD_PORT}"
-        with Cloud(context=context) as cloud, self.start("--cloud", url) as host:
+        with CloudService(CLOUD, context) as cloud, self.start("--cloud", url) as host:
             self.assertRaises(OSError, cloud.accept)
             host.wait_for_line(lambda line: "certificate" in line, "the refusal")
         settings = self.settings(caFile=str(certificate))
-        with Cloud(context=context) as cloud, self.start("--cloud", url, "--settings", settings) as host:
+        with CloudService(CLOUD, context) as cloud, self.start("--cloud", url, "--settings", settings) as host:
             with cloud.accept() as link:
                 self.assertEqual(link.path, PATH + "demo&password=demo")
             self.assertFalse(any("password=" in line for line in host.lines))

@@ -5,7 +5,9 @@ import ftplib
 import io
 import unittest
 
-from Support import FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, wait_until
+from Support import TIMEOUT, Folder, ShowHost, wait_until
+from zentravox import App, CentralControl
+from zentravox.wire import FTP_PORT, REPLY
 
 HOST = "127.0.0.46"
 SCREEN_LIST, SNAPSHOT, MEDIA_LIST, RESOURCE_LIST, RESOURCE_ITEM = 0x101, 0x100, 0x200, 0x400, 0x401
@@ -19,7 +21,7 @@ class CommandsTest(unittest.TestCase):
 
     def setUp(self):
         self.app = self.enterContext(App(HOST))
-        self.central = self.enterContext(Central(HOST))
+        self.central = self.enterContext(CentralControl(HOST))
         self.central.ask(cmd="switchProject", param=0)
         self.central.ask(cmd="openHDR")
         self.central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=1)

@@ -7,13 +7,15 @@ The commands use the default addresses, so the test runs in a separate network n
 import json
 import os
 import re
+import shlex
 import signal
 import subprocess
 import sys
 import unittest
 from pathlib import Path
 
-from Support import Central, Folder, ShowHost, Terminal, copy_demo_show, wait_until
+from Support import Folder, ShowHost, Terminal, copy_demo_show, wait_until
+from zentravox import CentralControl
 
 ROOT = Path(__file__).resolve().parents[2]
 PAGES = {page: page.read_text(encoding="utf-8")
@@ -79,7 +81,7 @@ class CommandsTest(unittest.TestCase):
             wait_until(runs_on_or_ends, command)
             if terminal.process.poll() is None:
                 os.write(self.serial_line, b"RAISE\r")
-                with Central("127.0.0.1") as central:
+                with CentralControl("127.0.0.1") as central:
                     for scene in (3, 1):
                         self.assertEqual(central.ask(cmd="playScene", sceneGrpCol=1, sceneCol=scene), "SUCCESS")
                 terminal.wait_for(shows)
@@ -103,6 +105,14 @@ class CommandsTest(unittest.TestCase):
                     self.assertTrue(ours, "not a program of the project and not run by .ci/run")
                     code, output = self.run_with_a_host(short.format(command) if short else command)
                     self.assertEqual(code, 0, output)
+
+
+    def test_every_python_example_works(self):
+        examples = [block for text in PAGES.values() for language, block in BLOCK.findall(text) if language == "python"]
+        self.assertTrue(examples)
+        for example in examples:
+            code, output = self.run_with_a_host(f"{sys.executable} -c {shlex.quote(example)}")
+            self.assertEqual(code, 0, output)
 
 
 class NamesTest(unittest.TestCase):

@@ -1,107 +1,53 @@
 #!/usr/bin/python3
 """An evening with the demo show: one long test with an app, central control, the cloud and devices at the same time.
 
-All peers are independent: curl, the openssl command, python3-websockets as the cloud, a pseudo-terminal and sockets.
+The peers are independent of the host's sources: curl, the package zentravox, a pseudo-terminal and sockets.
 """
 
-import asyncio
 import json
 import os
-import queue
 import select
 import socket
 import subprocess
-import threading
 import time
 import tty
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from urllib.parse import quote
 
-import websockets
-
-from ProtocolTest import picture_text
-from Support import (FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, copy_demo_show, discover, environment, log_in)
+from Support import TIMEOUT, Folder, ShowHost, copy_demo_show, environment, log_in
+from zentravox import App, CentralControl, CloudService, discover
+from zentravox.app import HEARTBEAT
+from zentravox.wire import CLOUD_PORT, FTP_PORT, REPLY, picture_size
 
 HOST, FIRST_APP, SECOND_APP, DEVICE, CLOUD = (f"127.0.0.{number}" for number in range(111, 116))
-CLOUD_PORT, DEVICE_PORT = 25511, 25168
+DEVICE_PORT = 25168
 
-HEARTBEAT, SHUT_DOWN, APP_GONE, PROJECT_LIST, MEDIA_THUMBNAIL, MEDIA_LIST = 0x001, 0x011, 0x012, 0x109, 0x118, 0x200
+SHUT_DOWN, APP_GONE, PROJECT_LIST, MEDIA_THUMBNAIL, MEDIA_LIST = 0x011, 0x012, 0x109, 0x118, 0x200
 SCENES, SCENE_PLAY, SCENE_THUMBNAIL, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x300, 0x306, 0x308, 0x400, 0x403
 RESOURCE_USED, RESOURCE_DEMUXED, INFORMATION, EXPORT = 0x421, 0x422, 0x16, 0x19
 SUCCESS, WRONG_PASSWORD, ANOTHER_APP = 0, 2, 3
-SCENE_CHANGED = (REPLY | SCENE_PLAY, {"result": 1})
+SCENE_CHANGED = (SCENE_PLAY, {"result": 1})
 
 
 class Tablet(App):
-    """An app that sends heartbeats on the bulk channel until stop_heartbeats(), and stores notices."""
+    """An app that sends heartbeats."""
 
     def __init__(self, source):
         super().__init__(HOST, source)
-        self._notices = []
-        self._silent = threading.Event()
-        self._beats = threading.Thread(target=self._beat)
-        self._beats.start()
+        self.start_heartbeats()
 
-    def _beat(self):
-        while not self._silent.wait(1):
-            self.bulk.send(HEARTBEAT)
+    def notices(self, count):
+        """Waits for this many notices; returns all messages that have arrived."""
+        return [self.wait_for_notice() for _ in range(count)] + self.control.unread()
 
-    def stop_heartbeats(self):
-        self._silent.set()
-        self._beats.join()
-
-    def close(self):
-        self.stop_heartbeats()
-        super().close()
-
-    def ask(self, code, body=None):
-        self.control.send(code, body)
-        while (message := self.control.receive())[0] != REPLY | code or message == SCENE_CHANGED:
-            self._notices.append(message)
-        return message[1]
-
-    def take_notices(self, count):
-        """Waits for this many notices; returns and forgets all notices."""
-        while len(self._notices) < count:
-            self._notices.append(self.control.receive())
-        notices, self._notices = self._notices, []
-        return notices
-
-    def picture(self, code, **body):
-        self.control.send(code, body)
-        while (message := self.bulk.receive_bytes())[0] != REPLY | code:
-            pass
-        return picture_text(message[1])
+    def picture_text(self, code, **body):
+        id, picture = self.picture(code, **body)
+        kind, width, height = picture_size(picture)
+        return f"id {id}, {kind} {width} x {height}"
 
     def used(self):
-        return {item["resourceId"] for item in self.ask(RESOURCE_LIST)["resourceMgrData"] if item["isUsedFlag"]}
-
-
-class Cloud:
-    """The service on its own thread; it uses the host's first connection."""
-
-    def __init__(self):
-        self._links = queue.Queue()
-        threading.Thread(target=lambda: asyncio.run(self._serve()), daemon=True).start()
-
-    async def _serve(self):
-        self._loop = asyncio.get_running_loop()
-        async with websockets.serve(self._hold, CLOUD, CLOUD_PORT, max_size=None):
-            await asyncio.Future()
-
-    async def _hold(self, link):
-        self._links.put(link)
-        await link.wait_closed()
-
-    def wait_for_host(self):
-        self._link = self._links.get(timeout=TIMEOUT)
-
-    def send(self, **command):
-        asyncio.run_coroutine_threadsafe(self._link.send(json.dumps(command)), self._loop).result(TIMEOUT)
-
-    def receive(self):
-        return json.loads(asyncio.run_coroutine_threadsafe(self._link.recv(), self._loop).result(TIMEOUT))
+        return {item["resourceId"] for item in self.request(RESOURCE_LIST)["resourceMgrData"] if item["isUsedFlag"]}
 
 
 class EveningTest(unittest.TestCase):
@@ -113,13 +59,13 @@ class EveningTest(unittest.TestCase):
         show = copy_demo_show(self.folder, {"/tmp/curtain": os.ttyname(curtain_port), '"127.0.0.1"': f'"{DEVICE}"',
                                             "25169": str(self.lights.getsockname()[1])})
         self.devices = show.with_name("Devices.json")
-        self.cloud = Cloud()
+        self.cloud_service = self.enterContext(CloudService(CLOUD))
         self.host = self.enterContext(ShowHost(HOST, self.folder / "state", "--cloud", f"ws://{CLOUD}:{CLOUD_PORT}", show=show))
-        self.central = self.enterContext(Central(HOST))
+        self.central = self.enterContext(CentralControl(HOST))
 
     def test_an_evening(self):
         self.assertEqual(discover(HOST)["name"], socket.gethostname())
-        self.cloud.wait_for_host()
+        self.cloud = self.enterContext(self.cloud_service.accept())
         with Tablet(FIRST_APP) as tablet:
             self.assertEqual(log_in(tablet, password="Demo")["result"], WRONG_PASSWORD)
             self.assertEqual(log_in(tablet), {"result": SUCCESS, "account": "demo", "access": 1})
@@ -135,26 +81,26 @@ class EveningTest(unittest.TestCase):
             self.assertEqual(self.host.ended(), 0)
 
     def look_around(self, tablet):
-        self.assertEqual(tablet.ask(PROJECT_LIST)["0"]["projectName"], "Opening gala")
-        scenes = tablet.ask(SCENES)["sceneMgrData"]
+        self.assertEqual(tablet.request(PROJECT_LIST)["0"]["projectName"], "Opening gala")
+        scenes = tablet.request(SCENES)["sceneMgrData"]
         self.group = scenes["currentSceneGroupId"]
         self.scenes = [scenes["sceneGroupDataList"]["0"][str(position)]["sceneId"] for position in range(3)]
         self.assertEqual(scenes["currentSceneId"], self.scenes[0])
-        medium = tablet.ask(MEDIA_LIST)["mediaList"]["0"]
+        medium = tablet.request(MEDIA_LIST)["mediaList"]["0"]
         self.assertEqual(medium["mediaName"], "Harbour at dawn")
         for code, kind, body in ((SCENE_THUMBNAIL, "JPEG", {"sceneGroupId": self.group, "sceneId": self.scenes[1]}),
                                  (MEDIA_THUMBNAIL, "PNG", {"mediaId": medium["mediaId"]}),
                                  (RESOURCE_THUMBNAIL, "PNG", {"resourceId": medium["resourceId"]})):
-            self.assertEqual(tablet.picture(code, **body), f"id {list(body.values())[-1]}, {kind} 320 x 180")
+            self.assertEqual(tablet.picture_text(code, **body), f"id {list(body.values())[-1]}, {kind} 320 x 180")
 
     def upload(self, tablet):
         clip, name = self.folder / "clip", "Zugabe Grüße 舞台 🎬 #1%.mp4"
         clip.write_bytes(os.urandom(300_000))
         subprocess.run(["curl", "-sS", "--noproxy", "*", "--user", "demo:demo", "-T", clip,
                         f"ftp://{HOST}:{FTP_PORT}/{quote(name)}"], check=True, timeout=TIMEOUT, env=environment())
-        (code, notice), = tablet.take_notices(1)
-        added = tablet.ask(RESOURCE_LIST)["resourceMgrData"][-1]
-        self.assertEqual((code, notice["dexumerFlag"]), (REPLY | RESOURCE_DEMUXED, True))
+        (code, notice), = tablet.notices(1)
+        added = tablet.request(RESOURCE_LIST)["resourceMgrData"][-1]
+        self.assertEqual((code, notice["dexumerFlag"]), (RESOURCE_DEMUXED, True))
         self.assertEqual((added["resourceId"], added["resourceName"], added["resourceType"]), (notice["resId"], name, 0))
         self.assertEqual((self.folder / "state" / "Resources" / name).read_bytes(), clip.read_bytes())
 
@@ -162,14 +108,14 @@ class EveningTest(unittest.TestCase):
         """The app receives a notice of the scene change, then of the changed use of resources, and nothing else."""
         before = tablet.used()
         position = {"sceneGrpCol": group, "sceneCol": scene}
-        answer = tablet.ask(SCENE_PLAY, position)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **position)
+        answer = tablet.request(SCENE_PLAY, position)["errorMsg"] if by_app else self.central.ask(cmd="playScene", **position)
         self.assertEqual(answer, "SUCCESS")
         after = tablet.used()
-        notices = tablet.take_notices(1 + len(before ^ after))
+        notices = tablet.notices(1 + len(before ^ after))
         self.assertTrue(before ^ after)
         self.assertEqual(notices[0], SCENE_CHANGED)
         self.assertCountEqual([(code, body["resId"], body["usedFlag"]) for code, body in notices[1:]],
-                              [(REPLY | RESOURCE_USED, resource, resource in after) for resource in before ^ after])
+                              [(RESOURCE_USED, resource, resource in after) for resource in before ^ after])
         self.assertEqual(self.central.ask(cmd="getPlayingChapter"), {"playingChapter": position})
 
     def new_lights(self):
@@ -217,16 +163,16 @@ class EveningTest(unittest.TestCase):
             for number in range(0, 101, 5):
                 self.cloud.send(cmd="globalVolume", param=number)
                 self.cloud.send(cmdType=INFORMATION)
-                self.assertEqual(json.loads(self.cloud.receive()["data"])["volume"], number)
+                self.assertEqual(json.loads(self.cloud.receive().data)["volume"], number)
             self.cloud.send(cmdType=EXPORT)
-            while (reply := self.cloud.receive())["route"] != 1:
-                self.assertEqual(reply["route"], 2)
+            while (route := self.cloud.receive().route) != 1:
+                self.assertEqual(route, 2)
 
         def app():
             for number in range(30):
                 scene = self.scenes[number % 3]
-                self.assertIn(scene, tablet.picture(SCENE_THUMBNAIL, sceneGroupId=self.group, sceneId=scene))
-                self.assertEqual(tablet.ask(SCENES)["sceneMgrData"]["currentSceneId"], self.scenes[0])
+                self.assertIn(scene, tablet.picture_text(SCENE_THUMBNAIL, sceneGroupId=self.group, sceneId=scene))
+                self.assertEqual(tablet.request(SCENES)["sceneMgrData"]["currentSceneId"], self.scenes[0])
 
         with ThreadPoolExecutor() as pool:
             for job in [pool.submit(job) for job in (central, cloud, app)]:
@@ -235,7 +181,7 @@ class EveningTest(unittest.TestCase):
     def take_over_and_stop_heartbeats(self, first, second):
         self.assertEqual(log_in(second)["result"], ANOTHER_APP)
         self.assertEqual(log_in(second, force=1)["result"], SUCCESS)
-        self.assertEqual(first.take_notices(1), [(REPLY | APP_GONE, None)])
+        self.assertEqual(first.notices(1), [(APP_GONE, None)])
         first.stop_heartbeats()
         second.stop_heartbeats()
         start = time.monotonic()

@@ -15,14 +15,16 @@ import time
 import unittest
 import zlib
 
-from Support import (BULK_PORT, CONTROL_PORT, DEMO_SHOW, TIMEOUT, REPLY, App, Folder, ShowHost, copy_demo_show, log_in,
-                     wait_until)
+from Support import DEMO_SHOW, TIMEOUT, Folder, ShowHost, copy_demo_show, log_in, wait_until
+from zentravox import App
+from zentravox.app import HEARTBEAT
+from zentravox.wire import BULK_PORT, CODE_HEADER, CODE_MARK, CONTROL_PORT, MAX_REQUEST, REPLY
 
 HOST = "127.0.0.131"
-HEARTBEAT, HOST_NAME, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x001, 0x005, 0x400, 0x403
+HOST_NAME, RESOURCE_LIST, RESOURCE_THUMBNAIL = 0x005, 0x400, 0x403
 MIB = 1 << 20
 ADDRESS_SPACE = 1500 * MIB
-BUDGET, MAX_REQUEST, MAX_QUEUED, MAX_CONNECTIONS = 256 * MIB, 4 * MIB, 64 * MIB, 1000
+BUDGET, MAX_QUEUED, MAX_CONNECTIONS = 256 * MIB, 64 * MIB, 1000
 # The host must end within 2 s; twice as long on a busy machine.
 END_SECONDS = 4
 # A sanitizer needs far more address space.
@@ -30,7 +32,7 @@ IS_SANITIZED = bool(os.environ["SANITIZERS"])
 
 
 def header(code, length):
-    return b"ZXAP" + struct.pack(">II", code, length)
+    return CODE_HEADER.pack(CODE_MARK, code, length)
 
 
 @functools.lru_cache

@@ -12,6 +12,7 @@ import os
 import random
 import re
 import signal
+import socket
 import sqlite3
 import subprocess
 import sys
@@ -22,7 +23,9 @@ from contextlib import closing
 from pathlib import Path
 
 from LoginTest import run_with_password
-from Support import FTP_PORT, TIMEOUT, REPLY, App, Central, Folder, ShowHost, discover, wait_until
+from Support import TIMEOUT, Folder, ShowHost, wait_until
+from zentravox import App, CentralControl, discover
+from zentravox.wire import FTP_PORT, REPLY
 
 HOST = "127.0.0.38"
 SET_HOST_NAME = 0x004
@@ -80,7 +83,7 @@ class Record:
         self.chance = chance
         self.files = {}
         self.users = set()
-        self.host_name = Stored()
+        self.host_name = Stored(socket.gethostname())
         self.commands = 0
         self.commands_sent = 0
 
@@ -114,8 +117,7 @@ class Record:
         raise EOFError
 
     def command(self, _):
-        with Central(HOST) as central:
-            central.socket.settimeout(1)
+        with CentralControl(HOST, timeout=1) as central:
             while True:
                 self.commands_sent += 1
                 assert central.ask(cmd="globalVolume", param=self.commands_sent % 100) == "SUCCESS"
@@ -177,10 +179,9 @@ class KillTest(unittest.TestCase):
         wait_until(lambda: not any(Path(f"/proc/{server}").exists() for server in servers), "the upload server ends")
 
     def check(self, record, state):
-        if record.host_name.values:
-            name = discover(HOST)["name"]
-            self.assertIn(name, record.host_name.values)
-            record.host_name.found(name)
+        name = discover(HOST)["name"]
+        self.assertIn(name, record.host_name.values)
+        record.host_name.found(name)
         settings = state / "settings.json"
         names = {user["name"] for user in json.loads(settings.read_text()).get("users", [])} if settings.exists() else set()
         self.assertLessEqual(record.users, names)

@@ -9,8 +9,9 @@ import subprocess
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from Support import (TIMEOUT, REPLY, App, Folder, ShowHost, Terminal, encrypt, environment, log_in, public_key, showremote,
-                     wait_until)
+from Support import TIMEOUT, Folder, ShowHost, Terminal, environment, log_in, showremote, wait_until
+from zentravox import App, encrypt
+from zentravox.wire import REPLY
 
 APP_GONE = 0x12
 SUCCESS, UNKNOWN_USER, WRONG_PASSWORD = range(3)
@@ -80,7 +81,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
                 self.assertNotIn(SECRET, result.stdout)
 
     def test_a_given_login_body_is_sent_unchanged(self):
-        body = {"username": "demo", "password": encrypt(public_key(self.app()), "demo")}
+        body = {"username": "demo", "password": encrypt(self.app().public_key(), "demo")}
 
         result = showremote("app", "--host", SHARED, "login", json.dumps(body))
 

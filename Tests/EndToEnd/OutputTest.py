@@ -9,7 +9,9 @@ import signal
 import subprocess
 import unittest
 
-from Support import (FTP_PORT, TIMEOUT, App, Central, Folder, ShowHost, discover, environment, showhost_command)
+from Support import TIMEOUT, Folder, ShowHost, environment, showhost_command
+from zentravox import App, CentralControl, discover
+from zentravox.wire import FTP_PORT
 
 HOST = "127.0.0.61"
 SET_HOST_NAME = 0x004
@@ -35,7 +37,7 @@ def start_unread(address, state):
 
 
 def flood(address):
-    with Central(address) as central:
+    with CentralControl(address) as central:
         for _ in range(FLOOD):
             central.ask(cmd="getHDR")
 

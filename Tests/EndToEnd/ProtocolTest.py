@@ -6,37 +6,37 @@ runs it.
 """
 
 import contextlib
-import ftplib
 import json
 import os
 import re
-import struct
 import subprocess
 import sys
 import unittest
-import uuid
 
-from CloudTest import CLOUD_PORT, Cloud
-from Contract import ASKERS, SOURCE_FOLDER, Contract, hexadecimal, named_codes, routes_of_the_module
-from Support import (FTP_PORT, REPLY, App, Central, Folder, FPController, ShowHost, discover, encrypt, environment,
-                     showremote, wait_until)
+from Support import SOURCE_FOLDER, Folder, ShowHost, environment, showremote, wait_until
+from zentravox import App, CentralControl, CloudService, Contract, FpController, discover
+from zentravox.app import HEARTBEAT, LOGIN
+from zentravox.contract import ASKERS
+from zentravox.notation import section, shape_section
+from zentravox.wire import CLOUD_PORT, REPLY, hexadecimal, picture_size, read_id_form
 
 ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
 PAGE = SOURCE_FOLDER / "Docs" / "Protocol.md"
+MODULE_COMMON = SOURCE_FOLDER / "Src/Libs/ExternalController/ExternalController/Common"
 EXAMPLE = re.compile(r"```(?:json|text) ask (?P<who>\w+)(?: (?P<code>0x\w+))?\n(?P<body>.*?)\n```\n"
                      r"(?P<replies>(?:\n```(?:json|text) reply .*?\n```\n)*)", re.S)
 ANSWER = re.compile(r"```(?:json|text) reply (?P<from>[^\n]+)\n(?P<text>.*?)\n```\n", re.S)
 SECTION = re.compile(r"(?P<heading>### (?P<names>0x[^\n]+)\n\n)(?:```text keys\n.*?\n```\n\n?)?", re.S)
 SHAPES = re.compile(r"```text shapes\n.*?\n```\n", re.S)
 
-HEARTBEAT, LOGIN, PUBLIC_KEY, LOGS, RESTART, APP_GONE, FENCE = 0x001, 0x003, 0x007, 0x017, 0x015, 0x012, 0x0fe
+LOGS, RESTART, APP_GONE, FENCE = 0x017, 0x015, 0x012, 0x0fe
 SCENE_PLAY, RESOURCE_USED, RESOURCE_DEMUXED = 0x306, 0x421, 0x422
 NOTICES = {SCENE_PLAY, RESOURCE_USED, RESOURCE_DEMUXED, APP_GONE}
 ENDING = {0x011, 0x015, 0x190}
 LAST_CODE = 0x4ff
 # The host refuses the cloud's commands when more than twice as many wait.
 MAX_WAITING = 32
-PLAY_LOG, OPERATION_LOG = 3, 4
+OPERATION_LOG = 4
 MAX_SHOWN_LINES, SHOWN_LINES_OF_LONG = 55, 28
 # Values that differ between runs or machines: the page shows "..." for them.
 VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..."'), (r'("path": ").+"', r'\1..."'),
@@ -45,15 +45,9 @@ VOLATILE = [(r'("currentTime": )\d+', r"\1..."), (r'("AppQRCode": ").*"', r'\1..
 
 def picture_text(body):
     """Returns the page's text for a picture: its id, format and size."""
-    picture = body[24:]
-    if picture[1:4] == b"PNG":
-        kind, (width, height) = "PNG", struct.unpack(">II", picture[16:24])
-    else:
-        place = 2
-        while picture[place + 1] not in (0xc0, 0xc2):
-            place += 2 + struct.unpack(">H", picture[place + 2:place + 4])[0]
-        kind, (height, width) = "JPEG", struct.unpack(">HH", picture[place + 5:place + 9])
-    return f"id {uuid.UUID(bytes=body[4:20])}, {kind} {width} x {height}"
+    id, picture = read_id_form(body)
+    kind, width, height = picture_size(picture)
+    return f"id {id}, {kind} {width} x {height}"
 
 
 def shown(where, place, payload):
@@ -76,19 +70,42 @@ def completed(*words):
     return set(offers.split())
 
 
+def routes_of_the_module():
+    """Returns the routing table: the answerer for each code and asker."""
+    header = (MODULE_COMMON / "Routes.h").read_text(encoding="utf-8")
+    codes = named_codes()
+    askers = {"App": "app", "FP": "fp", "CentralControl": "central", "CloudControl": "cloud"}
+    routes = {}
+    for name, flags, answerer in re.findall(r"\{Command::(\w+), (Source::[\w |:]+), Answerer::(\w+)\}", header):
+        flags = re.findall(r"Source::(\w+)", flags)
+        for flag in askers if flags == ["Every"] else flags:
+            key = codes[name], askers[flag]
+            if key in routes:
+                raise AssertionError(f"two routes for {askers[flag]} {hexadecimal(codes[name])}")
+            routes[key] = answerer
+    return routes
+
+
+def named_codes():
+    """Returns the codes of Command.h by name."""
+    header = (MODULE_COMMON / "Command.h").read_text(encoding="utf-8")
+    enumeration = re.search(r"enum Code : int \{(.*?)\};", header, re.S).group(1)
+    return {name: int(code, 16) for name, code in re.findall(r"(\w+) = (0x\w+),", enumeration)}
+
+
 class Remotes:
     """One remote of each kind. ask() returns all replies as (where, code or route, payload); the app's notices are stored
     separately. After each request a "fence" is sent: a request whose reply shows that all earlier replies have arrived."""
 
     def __init__(self, address, enter, *options):
-        controller = enter(FPController(address))
-        cloud = enter(Cloud(address))
+        controller = enter(FpController(address))
+        cloud = enter(CloudService(address))
         self.host = enter(ShowHost(address, enter(Folder()), "--fp", f"{address}:{controller.port}",
                                    "--cloud", f"ws://{address}:{CLOUD_PORT}", *options))
         self.fp = enter(controller.accept())
         self.cloud = enter(cloud.accept())
         self.app = enter(App(address))
-        self.central = enter(Central(address))
+        self.central = enter(CentralControl(address))
         self.notices = []
         self.fences = 0
 
@@ -183,13 +200,13 @@ def updated(example, received):
 
 def with_keys(contract, page):
     """Returns the page with the contract's keys of each message and of the shared shapes."""
-    def section(match):
+    def keys(match):
         codes = [int(code, 16) for code in re.findall(r"0x(\w+)", match["names"])]
-        texts = [(f"{hexadecimal(code)}\n" if len(codes) > 1 else "") + contract.section(code) for code in codes]
+        texts = [(f"{hexadecimal(code)}\n" if len(codes) > 1 else "") + section(contract, code) for code in codes]
         return match["heading"] + "```text keys\n" + "\n".join(texts) + "\n```\n\n"
 
-    page = SECTION.sub(section, page)
-    return SHAPES.sub(lambda _: f"```text shapes\n{contract.shape_section()}\n```\n", page)
+    page = SECTION.sub(keys, page)
+    return SHAPES.sub(lambda _: f"```text shapes\n{shape_section(contract)}\n```\n", page)
 
 
 class Replay:
@@ -284,21 +301,13 @@ class ProtocolTest(unittest.TestCase):
                 self.assertEqual(self.remotes.replies_to(other), [], f"a request of {who} is answered to {other}")
 
     def test_notices_are_what_the_contract_says(self):
-        key = json.loads(self.remotes.ask("app", PUBLIC_KEY, "{}")[0][2])["publicKey"]
-
         def log_in(app):
-            app.control.send(LOGIN, {"username": "demo", "password": encrypt(key, "demo"), "force": 1})
-            while (reply := app.control.receive_bytes())[0] != REPLY | LOGIN:
-                pass
-            self.contract.check_replies("app", LOGIN, [("app", *reply)])
-            self.assertEqual(json.loads(reply[1])["result"], 0)
+            reply = app.try_log_in("demo", "demo", force=True)
+            self.contract.check_replies("app", LOGIN, [("app", REPLY | LOGIN, json.dumps(reply).encode())])
+            self.assertEqual(reply["result"], 0)
 
         log_in(self.remotes.app)
-        with ftplib.FTP() as ftp:
-            ftp.connect(ADDRESS, FTP_PORT)
-            ftp.login("demo", "demo")
-            with open(SOURCE_FOLDER / "Examples/DemoShow/Media/Balloons.jpg", "rb") as picture:
-                ftp.storbinary("STOR Balloons.jpg", picture)
+        self.remotes.app.upload(SOURCE_FOLDER / "Examples/DemoShow/Media/Balloons.jpg")
         with App(ADDRESS, OTHER_APP) as other:
             log_in(other)
 

@@ -13,22 +13,22 @@ import subprocess
 import termios
 import threading
 import unittest
+import uuid
 
 from websockets.client import ClientConnection
 from websockets.uri import parse_uri
 
-from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, DISCOVERY_PORT, TIMEOUT, PUBLIC_KEY, LOGIN, REPLY, EnvelopeChannel,
-                     Folder, environment, showremote, wait_until)
+from Support import TIMEOUT, Folder, environment, showremote, wait_until
+from zentravox import EnvelopeChannel
+from zentravox.app import HEARTBEAT, LOGIN, PUBLIC_KEY
+from zentravox.wire import BULK_PORT, CENTRAL_PORT, CONTROL_PORT, CLOUD_PORT, DISCOVERY_PORT, REPLY, id_form
 
-HOST, CLOUD, CLOUD_PORT = "127.0.0.141", "127.0.0.62", 25511
-HEARTBEAT, SET_HOST_NAME, NAME, THUMBNAIL, NOTICE = 1, 4, 5, 0x403, 0x306
+HOST, CLOUD = "127.0.0.141", "127.0.0.62"
+NAME, NOTICE = 0x005, 0x306
+NO_ID = uuid.UUID(int=0)
 
 # Control characters that a terminal would execute: ESC, DEL and the 8-bit CSI; and a forged line.
 HOSTILE = "Stage\x1b]0;pwned\x07\x7f\x9b2J\nlogged in as root"
-
-
-def id_form(picture):
-    return b"ZXID" + bytes(16) + struct.pack(">I", len(picture)) + picture
 
 
 class FakeHost:
@@ -89,7 +89,7 @@ class AppTest(unittest.TestCase):
         with Folder() as folder:
             for request, body, text in (("heartbeat", b"", "not a JSON object"), ("heartbeat", b"\0garbage", "not a JSON"),
                                         ("scene-play", b'{"errorMsg": "FAIL", "result": 1}', "refused the request: FAIL"),
-                                        ("resource-thumbnail", id_form(b""), "empty picture"),
+                                        ("resource-thumbnail", id_form(NO_ID, b""), "empty picture"),
                                         ("resource-thumbnail", b"{}", "no reply contained a picture")):
                 with self.subTest(body=body), FakeHost(answering(body)):
                     result = app("--out", folder / "picture", request)
@@ -163,7 +163,7 @@ class OutputTest(unittest.TestCase):
     """Output that can't be written."""
 
     def run_with(self, *arguments, **options):
-        with FakeHost(answering(id_form(b"x" * 100_000))):
+        with FakeHost(answering(id_form(NO_ID, b"x" * 100_000))):
             return subprocess.run([os.environ["SHOWREMOTE"], "app", "--host", HOST, *map(str, arguments), "resource-thumbnail"],
                                   stderr=subprocess.PIPE, timeout=TIMEOUT, env=environment(), **options).returncode
 

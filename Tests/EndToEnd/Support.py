@@ -1,17 +1,13 @@
-"""Shared by the end-to-end tests: showhost as a process, and independent implementations of its peers.
+"""Shared by the end-to-end tests: showhost as a process, terminals, folders. The peers are those of the package zentravox.
 
-Nothing here uses the sources, so that an error in the wire format can't be on both sides.
+The package uses no source of the host, so that an error in the wire format can't be on both sides.
 The environment names the programs: SHOWHOST and SHOWREMOTE.
 """
 
-import base64
-import json
 import os
 import pty
 import shutil
 import signal
-import socket
-import struct
 import subprocess
 import tempfile
 import termios
@@ -19,11 +15,8 @@ import threading
 import time
 from pathlib import Path
 
-DISCOVERY_PORT, CONTROL_PORT, BULK_PORT, FTP_PORT, CENTRAL_PORT, FP_PORT = 25505, 25506, 25507, 25521, 25509, 25510
-REPLY = 0x10000000
-LOGIN, PUBLIC_KEY = 3, 7
-
-DEMO_SHOW = Path(__file__).resolve().parents[2] / "Examples" / "DemoShow" / "DemoShow.zxc"
+SOURCE_FOLDER = Path(__file__).resolve().parents[2]
+DEMO_SHOW = SOURCE_FOLDER / "Examples" / "DemoShow" / "DemoShow.zxc"
 # Seconds. Long, for a busy machine with a sanitizer: only a test that fails waits that long.
 TIMEOUT = 30
 
@@ -127,154 +120,8 @@ class ShowHost:
         self.ended()
 
 
-class EnvelopeChannel:
-    """One end of a TCP connection that carries envelopes."""
-
-    def __init__(self, connection):
-        self.socket = connection
-        self._bytes = connection.makefile("rb")
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.close()
-
-    def send(self, code, body=None):
-        self.send_bytes(code, b"" if body is None else json.dumps(body).encode())
-
-    def send_bytes(self, code, body):
-        self.socket.sendall(b"ZXAP" + struct.pack(">II", code, len(body)) + body)
-
-    def receive(self):
-        """Returns the next envelope's code and body, or None if the host has closed the connection."""
-        message = self.receive_bytes()
-        return message and (message[0], json.loads(message[1]) if message[1] else None)
-
-    def receive_bytes(self):
-        header = self._bytes.read(12)
-        if not header:
-            return None
-        mark, code, length = struct.unpack(">4sII", header)
-        if mark != b"ZXAP":
-            raise AssertionError(f"not an envelope: {header!r}")
-        return code, self._bytes.read(length)
-
-    def close(self):
-        self._bytes.close()
-        self.socket.close()
-
-
-class AppChannel(EnvelopeChannel):
-    """One TCP channel of the app; source is the address that it comes from."""
-
-    def __init__(self, address, port, source=""):
-        super().__init__(socket.create_connection((address, port), TIMEOUT, (source, 0)))
-
-
-class App:
-    """An app with both channels open."""
-
-    def __init__(self, address, source=""):
-        self.control = AppChannel(address, CONTROL_PORT, source)
-        self.bulk = AppChannel(address, BULK_PORT, source)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.close()
-
-    def close(self):
-        self.control.close()
-        self.bulk.close()
-
-
-def public_key(app):
-    app.control.send(PUBLIC_KEY)
-    code, body = app.control.receive()
-    assert (code, body["result"]) == (REPLY | PUBLIC_KEY, 1), (code, body)
-    return body["publicKey"]
-
-
-def encrypt(key, password):
-    """Encrypts with the openssl command, so that an error in the cipher can't be on both sides."""
-    with Folder() as folder:
-        pem = folder / "key.pem"
-        pem.write_text(f"-----BEGIN PUBLIC KEY-----\n{key}\n-----END PUBLIC KEY-----\n")
-        cipher = subprocess.run(["openssl", "pkeyutl", "-encrypt", "-pubin", "-inkey", pem,
-                                 "-pkeyopt", "rsa_padding_mode:pkcs1"],
-                                input=password.encode(), stdout=subprocess.PIPE, check=True, timeout=TIMEOUT).stdout
-    return base64.b64encode(cipher).decode()
-
-
 def log_in(app, user="demo", password="demo", force=0):
-    app.control.send(LOGIN, {"username": user, "password": encrypt(public_key(app), password), "id": "a test",
-                             "appVersion": "1.0.0", "appType": 1, "force": force})
-    code, reply = app.control.receive()
-    assert code == REPLY | LOGIN, hex(code)
-    return reply
-
-
-class DatagramPeer:
-    """A peer that sends and receives datagrams."""
-
-    def __init__(self, address, port):
-        self.socket = socket.socket(type=socket.SOCK_DGRAM)
-        self.socket.settimeout(TIMEOUT)
-        self.socket.connect((address, port))
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.socket.close()
-
-    def send(self, datagram):
-        self.socket.send(datagram)
-
-    def receive(self):
-        return self.socket.recv(65535)
-
-
-class Central(DatagramPeer):
-    """A central-control system. It receives only datagrams from the port that it sends to."""
-
-    def __init__(self, address):
-        super().__init__(address, CENTRAL_PORT)
-
-    def ask(self, **message):
-        """Returns the answer: text for a command, an object for a query."""
-        self.send(json.dumps(message).encode())
-        answer = self.receive().decode()
-        return json.loads(answer) if answer.startswith("{") else answer
-
-
-class FPController:
-    """An FP controller, which the host connects to."""
-
-    def __init__(self, address, port=FP_PORT):
-        self.port = port
-        self._listener = socket.create_server((address, port))
-        self._listener.settimeout(TIMEOUT)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self._listener.close()
-
-    def accept(self):
-        connection, _ = self._listener.accept()
-        connection.settimeout(TIMEOUT)
-        return EnvelopeChannel(connection)
-
-
-def discover(address):
-    """Returns the answer to a discovery datagram."""
-    with DatagramPeer(address, DISCOVERY_PORT) as app:
-        app.send(b"App Server request Zentravox Controller")
-        return json.loads(app.receive())
+    return app.try_log_in(user, password, force)
 
 
 class Folder(tempfile.TemporaryDirectory):

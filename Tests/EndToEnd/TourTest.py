@@ -10,8 +10,9 @@ import threading
 import unittest
 from pathlib import Path
 
-from Support import (BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, TIMEOUT, App, Folder, FPController, ShowHost,
-                     discover, environment, showhost_command, showremote)
+from Support import TIMEOUT, Folder, ShowHost, environment, showhost_command, showremote
+from zentravox import App, FpController, discover
+from zentravox.wire import BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT
 
 CONTRACT = Path(__file__).resolve().parents[2] / "Src/Contract/Contract.json"
 SHARED, STARTED, NO_HOST, CONTROLLER = "127.0.0.31", "127.0.0.33", "127.0.0.34", "127.0.0.55"
@@ -202,7 +203,7 @@ class ProcessTest(unittest.TestCase):
         settings = self.folder / "settings.json"
         settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
         for port, option in ((FP_PORT + 90, ()), (FP_PORT + 91, ("--fp", f"{CONTROLLER}:{FP_PORT + 91}"))):
-            with FPController(CONTROLLER, port) as controller:
+            with FpController(CONTROLLER, port) as controller:
                 with ShowHost(STARTED, self.folder / "state", "--settings", settings, *option):
                     controller.accept().close()
 
