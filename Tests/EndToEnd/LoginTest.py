@@ -73,7 +73,7 @@ class ShowRemoteLoginTest(unittest.TestCase):
                 ("the host doesn't know this user", ("--force", "login"), "demo", "nobody"),
                 ("wrong password", ("--force", "login"), SECRET, "demo"),
                 ("another app is logged in; use --force to replace it", ("login",), "demo", "demo"),
-                ("the password is too long for the host's key: 117 bytes at most", ("login",), "x" * 118, "demo")):
+                ("can't encrypt the password: the password is too long for the key: 117 bytes at most", ("login",), "x" * 118, "demo")):
             with self.subTest(words):
                 result = remote(SHARED, *arguments, password=password, user=user)
 
