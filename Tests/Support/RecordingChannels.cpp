@@ -1,5 +1,11 @@
 #include "Support/RecordingChannels.h"
 
+#include "Comm/Envelope.h"
+
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <iterator>
 #include <mutex>
@@ -43,8 +49,19 @@ void SetCallback(Callback SCallbacks::*member, Callback callback)
     Set(&SRecording::callbacks, std::move(callbacks));
 }
 
+/// Every JSON text that the module sends must have the bytes that QJsonDocument writes.
+void CheckText(const SChannelCall& call)
+{
+    const std::string text = call.package && call.package->data.size() >= Envelope::kCodeHeaderBytes
+                                 ? call.package->data.substr(Envelope::kCodeHeaderBytes)
+                                 : call.text;
+    if (!text.empty() && text.front() == '{')
+        EXPECT_EQ(text, QJsonDocument::fromJson(QByteArray::fromStdString(text)).toJson().toStdString());
+}
+
 void Record(SChannelCall call)
 {
+    CheckText(call);
     Hook hook;
     {
         const std::lock_guard lock(s_mutex);

@@ -6,9 +6,9 @@
 #include "ExternalController/Common/HostModel.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/AppServer.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 namespace {
@@ -28,9 +28,9 @@ LoginResult::Code CheckUser(const Users& users, const QString& name, const std::
 
 void CExternalController::ResponPublickey(std::string remoteIp, unsigned short remotePort)
 {
-    const QJsonObject reply = {{"result", 1}, {"publicKey", PublicKeyText()}};
-    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::PublicKey), QJsonDocument(reply).toJson()),
-                             AppServer::Control, remoteIp, remotePort);
+    const CReply reply = {{"result", 1}, {"publicKey", PublicKeyText()}};
+    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::PublicKey), reply.Text()), AppServer::Control,
+                             remoteIp, remotePort);
 }
 
 void CExternalController::LogInApp(const SOperation& request, const std::string& remoteIp, unsigned short remotePort)
@@ -85,8 +85,8 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
 
     const QString current = ReadFrom(users, &CAPPUserModel::GetCurrentLoginUser);
     const int access = ReadFrom(users, &CAPPUserModel::GetUserAccess, current);
-    const QJsonObject reply = {{"result", error}, {"account", current}, {"access", access}};
-    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Login), QJsonDocument(reply).toJson()),
-                             AppServer::Control, remoteIp, remotePort);
+    const CReply reply = {{"result", error}, {"account", current}, {"access", access}};
+    m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Login), reply.Text()), AppServer::Control,
+                             remoteIp, remotePort);
     return error == LoginResult::Success;
 }

@@ -6,12 +6,12 @@
 #include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
+#include "ExternalController/MsgSender/Reply.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/CltLog.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
+#include <QStringList>
 
 #include <functional>
 #include <thread>
@@ -25,7 +25,7 @@ constexpr double kDiscoveryVersion = 2.0;
 constexpr ULONG kAdapterBufferBytes = 7040;
 
 struct SAdapterMacs {
-    QJsonArray all;
+    QStringList all;
     QString ofAddress; ///< the MAC of the last adapter with the local address
 };
 
@@ -99,9 +99,9 @@ void CExternalController::AnswerHeartBeat(std::uint16_t localPort)
 {
     m_heartBeatCount = 1;
 
-    const QByteArray reply = QJsonDocument(QJsonObject{{"result", 1}}).toJson();
-    const auto answerOn = [&](AppServer::Channel channel) {
-        m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Heartbeat), reply), channel, {},
+    const auto answerOn = [this](AppServer::Channel channel) {
+        const CReply reply = {{"result", 1}};
+        m_appServer->SendPackage(MakeAppPackage(Command::ReplyTo(Command::Heartbeat), reply.Text()), channel, {},
                                  AppServer::kConnectedApp);
     };
     if (localPort == AppServer::kControlPort)
@@ -116,11 +116,11 @@ void CExternalController::RecvAPPUdpMsg(std::shared_ptr<Comm::ResponsePackage> p
         return;
 
     const SAdapterMacs macs = ReadAdapterMacs(GetLocalIPv4());
-    const QJsonObject reply = {
+    const CReply reply = {
         {"name", GetHostName()},      {"id", kControllerId},          {"macAddress", macs.ofAddress},
         {"macAddressList", macs.all}, {"version", kDiscoveryVersion},
     };
-    m_appServer->SendUdpData(QJsonDocument(reply).toJson().toStdString(), packet->remoteIp, packet->remotePort);
+    m_appServer->SendUdpData(reply.Text().toStdString(), packet->remoteIp, packet->remotePort);
 }
 
 void CExternalController::RecvAPPFtpUploadEndMsg(std::string resourcePath)

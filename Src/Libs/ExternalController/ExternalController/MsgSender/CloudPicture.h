@@ -14,9 +14,5 @@ std::string CloudPicture(const char* type, const QString& id, const Picture& pic
 {
     const QByteArray jpeg = Encode(picture, "jpg");
     const std::string data = Base64Encode(jpeg.constData(), static_cast<unsigned int>(jpeg.size()));
-    // Insert the base64 text, which needs no JSON escapes, into the finished message: this avoids copies of a long text
-    // in JSON values. QJsonObject writes its keys in alphabetical order, so "data" comes first, and the first pair of
-    // quotes with nothing between them is its value, even if id is empty too.
-    std::string message = CReply{{"data", ""}, {"id", id}, {"type", type}}.Text().toStdString();
-    return message.insert(message.find(R"("")") + 1, data);
+    return CReply{{"data", SPlainText{data}}, {"id", id}, {"type", type}}.Text().toStdString();
 }

@@ -73,9 +73,9 @@ void CMsgSenderBase::SendToCloud(const std::string& text, CloudControl::EROUTE_T
         m_pCloudControl->SendData(text, route);
 }
 
-void CMsgSenderBase::SendReplyToApp(int cmdCode, CReply reply)
+void CMsgSenderBase::SendReplyToApp(int cmdCode, const CReply& reply)
 {
-    SendToApp(Command::ReplyTo(cmdCode), std::move(reply).TakeText());
+    SendToApp(Command::ReplyTo(cmdCode), reply.Text());
 }
 
 void CMsgSenderBase::SendReplyToFP(int cmdCode, const CReply& reply)
@@ -91,7 +91,8 @@ void CMsgSenderBase::SendReplyToCentralControl(const SOperation& request, const 
 
 void CMsgSenderBase::SendPictureToApp(int cmdCode, const QUuid& id, const QByteArray& picture)
 {
-    SendToApp(Command::ReplyTo(cmdCode), CAppDataPack(id, picture).GetData(), AppServer::Bulk);
+    QByteArray bytes = CAppDataPack(id, picture).GetData();
+    SendToApp(Command::ReplyTo(cmdCode), std::move(bytes), AppServer::Bulk);
 }
 
 void CMsgSenderBase::ReplyToAppIfAsked(const SOperation& request, const CReply& reply)

@@ -68,8 +68,7 @@ protected:
     // - EchoTo...: the reply is the body of the request, into which the host may have put a result
     // A reply to the app carries the reply bit, a reply to the FP controller doesn't.
 
-    /// Pass a long reply with std::move, so that its memory is freed before the envelope is made.
-    void SendReplyToApp(int cmdCode, CReply reply);
+    void SendReplyToApp(int cmdCode, const CReply& reply);
     void SendReplyToFP(int cmdCode, const CReply& reply);
     /// Sends the reply to the address in the request body's "remoteIp" and "remotePort".
     void SendReplyToCentralControl(const SOperation& request, const CReply& reply);

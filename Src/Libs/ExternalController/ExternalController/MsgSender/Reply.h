@@ -1,105 +1,178 @@
 #pragma once
 
-#include <QJsonArray>
+#include "ExternalController/MsgSender/ReplyWriter.h"
+
+#include <QByteArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QLatin1String>
 #include <QString>
+#include <QStringList>
 #include <QUuid>
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
+#include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
-/// A JSON object that is built for a reply. Only this class depends on how the object is stored and written.
+/// A key of a reply: a literal of ASCII characters that JSON doesn't escape.
+class CReplyKey {
+public:
+    constexpr CReplyKey(const char* literal) : m_text(literal)
+    {
+        for (std::size_t i = 0; i < sizeof m_order; ++i)
+            m_order = m_order << 8 | (i < m_text.size() ? static_cast<unsigned char>(m_text[i]) : 0U);
+    }
+
+    std::string_view Text() const { return m_text; }
+    QLatin1String Latin1() const { return QLatin1String(m_text.data(), static_cast<int>(m_text.size())); }
+
+    friend bool operator==(const CReplyKey& a, const CReplyKey& b)
+    {
+        return a.m_order == b.m_order && a.m_text == b.m_text;
+    }
+    friend bool operator<(const CReplyKey& a, const CReplyKey& b)
+    {
+        return a.m_order != b.m_order ? a.m_order < b.m_order : a.m_text < b.m_text;
+    }
+
+private:
+    std::string_view m_text;
+    std::uint64_t m_order = 0; ///< the first characters as a number, because most keys differ in these
+};
+
+/// An array or object inside a reply. Copies of the reply share it.
+class IReplyPart {
+public:
+    virtual ~IReplyPart() = default;
+    virtual void Write(CReplyWriter& writer) const = 0;
+};
+
+/// The items of a list. Each is made when it is written.
+class IReplyItems {
+public:
+    virtual ~IReplyItems() = default;
+    virtual std::size_t Count() const = 0;
+    virtual void Write(CReplyWriter& writer, std::size_t index) const = 0;
+};
+
+template <class Value>
+class CReplyPart final : public IReplyPart {
+public:
+    explicit CReplyPart(Value value) : m_value(std::move(value)) {}
+
+    void Write(CReplyWriter& writer) const override { writer.Write(m_value); }
+
+private:
+    Value m_value;
+};
+
+template <class Values, class MakeItem>
+class CReplyItems final : public IReplyItems {
+public:
+    CReplyItems(Values values, MakeItem makeItem) : m_values(std::move(values)), m_makeItem(std::move(makeItem)) {}
+
+    std::size_t Count() const override { return static_cast<std::size_t>(m_values.size()); }
+    void Write(CReplyWriter& writer, std::size_t index) const override
+    {
+        writer.Write(m_makeItem(*(m_values.begin() + static_cast<std::ptrdiff_t>(index))));
+    }
+
+private:
+    Values m_values;
+    MakeItem m_makeItem;
+};
+
+/// An array inside a reply.
+class CReplyArray {
+public:
+    /// \param values   a container with random access; pass a long one with std::move
+    /// \param makeItem returns the item for a value: a CReply, a QString or another type that CReplyWriter writes. Each
+    ///                 item is made when the text is written, so that a long list needs little memory: what makeItem
+    ///                 refers to must exist until then
+    template <class Values, class MakeItem>
+    CReplyArray(Values values, MakeItem makeItem)
+        : m_items(std::make_shared<const CReplyItems<Values, MakeItem>>(std::move(values), std::move(makeItem)))
+    {}
+
+private:
+    friend class CReplyWriter;
+
+    std::shared_ptr<const IReplyItems> m_items;
+};
+
+/// A JSON object that is built for a reply.
+///
+/// The members may be set in any order: the text has them in the order of QJsonObject, and is byte for byte the text
+/// that QJsonDocument::toJson writes. Only the members of a request's body are stored as values of Qt's JSON classes.
 class CReply {
 public:
-    /// An ASCII key with its value.
     struct SMember {
-        template <class Value>
-        SMember(const char* memberKey, Value&& memberValue)
-            : key(memberKey), value(ToJson(std::forward<Value>(memberValue)))
+        template <class Given>
+        SMember(CReplyKey memberKey, Given&& given) : key(memberKey), value(ToValue(std::forward<Given>(given)))
         {}
 
-        QLatin1String key;
-        QJsonValue value;
+        CReplyKey key;
+        ReplyValue value;
     };
 
     CReply() = default;
-    CReply(std::initializer_list<SMember> members)
-    {
-        for (const SMember& member : members)
-            m_object.insert(member.key, member.value);
-    }
-    /// Starts with the keys of an object, such as the body of the request.
-    CReply(QJsonObject body) : m_object(std::move(body)) {}
+    CReply(std::initializer_list<SMember> members) : m_members(members) {}
+    /// Starts with the members of an object, such as the body of the request.
+    CReply(QJsonObject body) : m_body(std::move(body)) {}
 
-    template <class Value>
-    void Set(const char* key, Value&& value)
+    /// Sets a member to a number, a text, an id, a CReply, a CReplyArray, a QStringList or a QJsonObject. An earlier
+    /// member with the same key is replaced.
+    template <class Given>
+    void Set(CReplyKey key, Given&& given)
     {
-        m_object.insert(QLatin1String(key), ToJson(std::forward<Value>(value)));
+        if (!m_body.isEmpty())
+            m_body.insert(key.Latin1(), QJsonValue());
+        m_members.emplace_back(key, std::forward<Given>(given));
     }
-    void Remove(const char* key) { m_object.remove(QLatin1String(key)); }
-    /// Moves the object out, as an element for an array.
-    QJsonValue Take() && { return Hold(std::move(m_object)); }
-    bool IsEmpty() const { return m_object.isEmpty(); }
+    void Remove(CReplyKey key);
+    bool IsEmpty() const { return m_members.empty() && m_body.isEmpty(); }
 
-    /// Adds the result of makeItem for each value. The key is the index of the value, in decimal.
-    /// Keys are added in alphabetical order ("0", "1", "10", "11", ..., "2"), the order in which QJsonObject stores
-    /// them, so that each insertion into a long list appends.
+    /// Adds a member for each value. Its key is the index of the value, in decimal; the parameters are those of
+    /// CReplyArray. Call it at most once. All other keys must be greater than a digit, as those that begin with a
+    /// letter are.
     template <class Values, class MakeItem>
-    void AddNumbered(const Values& values, MakeItem&& makeItem)
+    void AddNumbered(Values values, MakeItem makeItem)
     {
-        AddDecade(0, values, makeItem);
+        m_numbered = std::make_shared<const CReplyItems<Values, MakeItem>>(std::move(values), std::move(makeItem));
     }
 
     /// Returns the indented JSON text in UTF-8, the form in which replies are sent.
     QByteArray Text() const;
-    /// Returns the same text and frees the object.
-    QByteArray TakeText() &&;
 
 private:
-    template <class Value>
-    static QJsonValue ToJson(Value&& value)
+    friend class CReplyWriter;
+
+    template <class Given>
+    static ReplyValue ToValue(Given&& given)
     {
-        if constexpr (std::is_same_v<std::decay_t<Value>, CReply>)
-            return Hold(std::forward<Value>(value).m_object);
-        else if constexpr (std::is_same_v<std::decay_t<Value>, QJsonArray>)
-            return Hold(std::forward<Value>(value));
-        else if constexpr (std::is_same_v<std::decay_t<Value>, QUuid>)
-            return value.toString(QUuid::WithoutBraces);
-        else if constexpr (std::is_same_v<std::decay_t<Value>, std::int64_t> ||
-                           std::is_same_v<std::decay_t<Value>, std::size_t>)
-            return QJsonValue(static_cast<qint64>(value));
+        using Type = std::decay_t<Given>;
+        if constexpr (std::is_same_v<Type, bool>)
+            return given;
+        else if constexpr (std::is_integral_v<Type> || std::is_enum_v<Type>)
+            return static_cast<std::int64_t>(given);
+        else if constexpr (std::is_floating_point_v<Type>)
+            return static_cast<double>(given);
+        else if constexpr (std::is_convertible_v<Given, QString>)
+            return QString(std::forward<Given>(given));
+        else if constexpr (std::is_same_v<Type, QUuid> || std::is_same_v<Type, SPlainText>)
+            return given;
         else
-            return QJsonValue(std::forward<Value>(value));
+            return std::make_shared<const CReplyPart<Type>>(std::forward<Given>(given));
     }
 
-    /// Empties a container that is moved in. QJsonValue only shares its data, so a long list would otherwise stay in
-    /// memory after the reply has been sent.
-    template <class Container>
-    static QJsonValue Hold(Container&& container)
-    {
-        QJsonValue held(container);
-        if constexpr (!std::is_lvalue_reference_v<Container> && !std::is_const_v<Container>)
-            container = {};
-        return held;
-    }
-
-    /// Adds the ten indexes from first on, and after each of them the larger indexes that begin with its digits.
-    template <class Values, class MakeItem>
-    void AddDecade(std::size_t first, const Values& values, MakeItem& makeItem)
-    {
-        const auto count = static_cast<std::size_t>(values.size());
-        for (std::size_t index = first; index < first + 10 && index < count; ++index) {
-            m_object.insert(QString::number(index),
-                            ToJson(makeItem(*(values.begin() + static_cast<std::ptrdiff_t>(index)))));
-            if (index > 0 && index <= (count - 1) / 10)
-                AddDecade(index * 10, values, makeItem);
-        }
-    }
-
-    QJsonObject m_object;
+    /// If it is not empty, it contains all keys, and null for those of m_members. The order of keys that a peer has
+    /// sent is that of QJsonObject, which sorts some of them, such as the empty key, in a different way after parsing.
+    QJsonObject m_body;
+    std::vector<SMember> m_members; ///< as they were set; of those with the same key the last one counts
+    std::shared_ptr<const IReplyItems> m_numbered;
 };

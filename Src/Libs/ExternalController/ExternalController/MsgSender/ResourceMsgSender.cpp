@@ -14,6 +14,9 @@
 
 #include <QFontDatabase>
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 /// The "result" for an id that is not a text resource.
@@ -81,11 +84,6 @@ CReply TextObject(const QUuid& id, const CTextResource& text)
             {"textContent", text.GetText()}};
 }
 
-QJsonArray ToArray(const QStringList& texts)
-{
-    return QJsonArray::fromStringList(texts);
-}
-
 } // namespace
 
 const CResourceMsgSender::Handlers CResourceMsgSender::s_handlers = {
@@ -125,19 +123,18 @@ void CResourceMsgSender::ModifyAppSharedPath(const QString& path)
 void CResourceMsgSender::SendResourceList(const SOperation&)
 {
     CResourceModel* model = CResourceModel::GetInstance();
-    QJsonArray items;
-    for (CResourceBase resource : ReadFrom(model, &CResourceModel::GetAllResNode, false, kEveryResourceType)) {
-        if (!resource.GetResDemuxered())
-            continue;
+    auto resources = ReadFrom(model, &CResourceModel::GetAllResNode, false, kEveryResourceType);
+    const auto canPlay = [](const CResourceBase& resource) { return resource.GetResDemuxered(); };
+    resources.erase(std::stable_partition(resources.begin(), resources.end(), canPlay), resources.end());
+    const int count = resources.size();
+    const CReplyArray items(std::move(resources), [model](CResourceBase resource) {
         int groupType = 0;
         ReadGroupType(*model, resource, groupType);
         CReply item = ResourceObject(resource, resource.GetPath(), groupType);
         item.Set("isUsedFlag", resource.GetResourceUseCount() != 0);
-        items.append(std::move(item).Take());
-    }
-    CReply reply = {{"result", 1}, {"count", items.size()}};
-    reply.Set("resourceMgrData", std::move(items));
-    SendReplyToApp(Command::ResourceList, std::move(reply));
+        return item;
+    });
+    SendReplyToApp(Command::ResourceList, {{"result", 1}, {"count", count}, {"resourceMgrData", items}});
 }
 
 void CResourceMsgSender::SendResourceItem(const SOperation& request)
@@ -178,22 +175,22 @@ void CResourceMsgSender::SendTextResource(const SOperation& request)
     CReply reply = TextObject(id, text);
     if (const auto shared = ReadFrom(GetPlayController(), &CPlayController::GetMediaSharePty, id, false))
         AddScroll(reply, shared->scroll);
-    SendReplyToApp(Command::TextResource, std::move(reply));
+    SendReplyToApp(Command::TextResource, reply);
 }
 
 void CResourceMsgSender::SendFontList(const SOperation&)
 {
-    SendReplyToApp(Command::FontList, {{"fontFamilies", ToArray(QFontDatabase().families())}});
+    SendReplyToApp(Command::FontList, {{"fontFamilies", QFontDatabase().families()}});
 }
 
 void CResourceMsgSender::SendSupportedFileTypes(const SOperation&)
 {
-    SendReplyToApp(Command::SupportedFileTypes, {{"supportList", ToArray(AllSuffixList)},
-                                                 {"supportVideoType", ToArray(VideoSuffixList)},
-                                                 {"supportAudioType", ToArray(AudioSuffixList)},
-                                                 {"supportPicType", ToArray(PictureSuffixList)},
-                                                 {"supportDocType", ToArray(OfficeSuffixList)},
-                                                 {"supportOther", ToArray(TextSuffixList)}});
+    SendReplyToApp(Command::SupportedFileTypes, {{"supportList", AllSuffixList},
+                                                 {"supportVideoType", VideoSuffixList},
+                                                 {"supportAudioType", AudioSuffixList},
+                                                 {"supportPicType", PictureSuffixList},
+                                                 {"supportDocType", OfficeSuffixList},
+                                                 {"supportOther", TextSuffixList}});
 }
 
 /// Sends one message for each type. They go to the bulk channel because each has a picture, as base64 text.
@@ -206,7 +203,7 @@ void CResourceMsgSender::SendSharedTypeThumbnails(const SOperation&)
         const QByteArray picture = Encode(model->GetSharedResourceThumbnail(type), "png");
         DebugLog() << "buffsize:" << picture.size();
         const std::string text = Base64Encode(picture.constData(), static_cast<unsigned int>(picture.size()));
-        const CReply reply = {{"result", 1}, {"resType", type}, {"data", QString::fromStdString(text)}};
+        const CReply reply = {{"result", 1}, {"resType", type}, {"data", SPlainText{text}}};
         SendToApp(Command::ReplyTo(Command::SharedTypeThumbnails), reply.Text(), AppServer::Bulk);
     }
 }
@@ -217,12 +214,12 @@ void CResourceMsgSender::SendSharedFolderList(const SOperation&)
     const QString folder = m_sharedPath;
     lock.unlock();
 
-    const std::vector<SSharedFile> files = CollectSharedFiles(folder);
+    std::vector<SSharedFile> files = CollectSharedFiles(folder);
     CReply reply = {{"result", 1}, {"count", files.size()}};
-    reply.AddNumbered(files, [](const SSharedFile& file) {
+    reply.AddNumbered(std::move(files), [](const SSharedFile& file) {
         return CReply{{"resPath", file.path}, {"resType", file.type}};
     });
-    SendReplyToApp(Command::SharedFolderList, std::move(reply));
+    SendReplyToApp(Command::SharedFolderList, reply);
 }
 
 void CResourceMsgSender::EchoToApp(const SOperation& request)

@@ -13,13 +13,10 @@ namespace {
 
 const QLatin1String kVersionWithCurrentGroup("2.0.0");
 
-QJsonArray MediaIds(const CSceneNode& scene)
+CReplyArray MediaIds(const CSceneNode& scene)
 {
-    QJsonArray ids;
     // With braces, unlike all other ids.
-    for (const QUuid& id : scene.GetAllMediaResourceId())
-        ids.append(id.toString());
-    return ids;
+    return {scene.GetAllMediaResourceId(), [](const QUuid& id) { return SBracedId{id}; }};
 }
 
 CReply SceneObject(const CSceneNode& scene)
@@ -30,11 +27,12 @@ CReply SceneObject(const CSceneNode& scene)
 
 CReply GroupObject(CSceneMgrModel* model, const QUuid& groupId)
 {
-    const auto sceneIds = ReadFrom(model, &CSceneMgrModel::GetGroupSceneId, groupId);
+    auto sceneIds = ReadFrom(model, &CSceneMgrModel::GetGroupSceneId, groupId);
     CReply group = {{"count", sceneIds.size()},
                     {"sceneGroupId", groupId},
                     {"sceneGroupName", ReadFrom(model, &CSceneMgrModel::GetSceneGroupName, groupId)}};
-    group.AddNumbered(sceneIds, [&](const QUuid& id) { return SceneObject(model->GetSceneNode(groupId, id)); });
+    group.AddNumbered(std::move(sceneIds),
+                      [model, groupId](const QUuid& id) { return SceneObject(model->GetSceneNode(groupId, id)); });
     return group;
 }
 
@@ -104,7 +102,7 @@ void CSceneMsgSender::SendSceneManagerData(const SOperation& request)
     const auto [groupId, sceneId] = ReadFrom(model, &CSceneMgrModel::GetCurPlayScene);
 
     CReply groups;
-    groups.AddNumbered(groupIds, [&](const QUuid& id) { return GroupObject(model, id); });
+    groups.AddNumbered(groupIds, [model](const QUuid& id) { return GroupObject(model, id); });
     const CReply data = {{"result", 1},
                          {"currentSceneGroupId", groupId},
                          {"currentSceneId", sceneId},

@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -124,7 +126,7 @@ void CStageMsgSender::SendStageSnapshot(const SOperation& request)
                           {"blackScreen", effect->IsBlack()},
                           {"currentSceneGroupId", groupId},
                           {"currentSceneId", sceneId},
-                          {"mediaIdList", QJsonArray::fromStringList(player->GetAllStageMediaId())},
+                          {"mediaIdList", player->GetAllStageMediaId()},
                           {"ratio", ReadFrom(projectSetting, &CZXProjectSettingData::LoadStageZoomRatio)},
                           {"leftVolumn", Biased(left, kBias)},
                           {"rightVolumn", Biased(right, kBias)},
@@ -243,15 +245,17 @@ void CStageMsgSender::SendStagePreviewMode(const SOperation& request)
 /// Sends no reply if one medium can't be described: the app would assume that an incomplete list is complete.
 void CStageMsgSender::SendMediaList(const SOperation&)
 {
-    std::vector<CReply> objects;
-    for (const CMediaNode& medium : ReadFrom(GetPlayController(), &CPlayController::GetStageMedias)) {
-        objects.push_back(MediaObject(medium));
-        if (objects.back().IsEmpty())
-            return;
-    }
-    CReply list = {{"result", 1}, {"count", objects.size()}};
-    list.AddNumbered(objects, [](const CReply& object) { return object; });
-    SendReplyToApp(Command::MediaList, {{"mediaList", list}});
+    const auto media = ReadFrom(GetPlayController(), &CPlayController::GetStageMedias);
+    bool isComplete = true;
+    CReply list = {{"result", 1}, {"count", media.size()}};
+    list.AddNumbered(std::vector<CMediaNode>(media.begin(), media.end()), [&isComplete](const CMediaNode& medium) {
+        CReply object = MediaObject(medium);
+        isComplete = isComplete && !object.IsEmpty();
+        return object;
+    });
+    QByteArray text = CReply{{"mediaList", list}}.Text();
+    if (isComplete)
+        SendToApp(Command::ReplyTo(Command::MediaList), std::move(text));
 }
 
 void CStageMsgSender::SendMediaData(const SOperation& request)

@@ -19,34 +19,23 @@ namespace {
 constexpr std::size_t kMacBytes = 6;
 constexpr char kNoAddress[] = "0.0.0.0";
 
-template <class Values, class MakeItem>
-QJsonArray ArrayOf(const Values& values, MakeItem makeItem)
+CReply DiskObject(const ZXPerformanceData::SDisk& disk)
 {
-    QJsonArray array;
-    for (const auto& value : values)
-        array.append(makeItem(value));
-    return array;
+    return {
+        {"name", disk.name}, {"total", QString::number(disk.total)}, {"available", QString::number(disk.available)}};
 }
 
-QJsonValue DiskObject(const ZXPerformanceData::SDisk& disk)
+CReply MemoryObject(const ZXPerformanceData::SMemoryModule& memory)
 {
-    return CReply{
-        {"name", disk.name}, {"total", QString::number(disk.total)}, {"available", QString::number(disk.available)}}
-        .Take();
+    return {{"number", memory.number},
+            {"space", QString::number(memory.space)},
+            {"frequency", QString::number(memory.frequency)}};
 }
 
-QJsonValue MemoryObject(const ZXPerformanceData::SMemoryModule& memory)
-{
-    return CReply{{"number", memory.number},
-                  {"space", QString::number(memory.space)},
-                  {"frequency", QString::number(memory.frequency)}}
-        .Take();
-}
-
-QJsonValue ScreenResolution(const std::shared_ptr<const IScreenItem>& screen)
+CReply ScreenResolution(const std::shared_ptr<const IScreenItem>& screen)
 {
     const QString resolution = QStringLiteral("%1x%2").arg(screen->GetWidth()).arg(screen->GetHeight());
-    return CReply{{"name", screen->GetName()}, {"resolution", resolution}}.Take();
+    return {{"name", screen->GetName()}, {"resolution", resolution}};
 }
 
 /// Returns the first IPv4 address to which the machine's name resolves, or "-".
@@ -95,12 +84,12 @@ CReply SystemInformation()
 
     return {{"system", machine.system},
             {"zentravoxType", kEditionName},
-            {"cpu", QJsonArray{machine.cpu}},
-            {"gpu", QJsonArray{machine.gpu}},
+            {"cpu", QStringList{machine.cpu}},
+            {"gpu", QStringList{machine.gpu}},
             {"syncCardConnected", false},
-            {"hardDisk", ArrayOf(machine.disks, DiskObject)},
-            {"memory", ArrayOf(machine.memory, MemoryObject)},
-            {"screens", ArrayOf(screens, ScreenResolution)},
+            {"hardDisk", CReplyArray(machine.disks, DiskObject)},
+            {"memory", CReplyArray(machine.memory, MemoryObject)},
+            {"screens", CReplyArray(screens, ScreenResolution)},
             {"verticalSynchronization", false},
             {"gpuDriveVersion", machine.gpuDriverVersion},
             {"office", machine.office},
@@ -109,7 +98,7 @@ CReply SystemInformation()
             {"luminance", effect ? Percent(effect->GetLuminance()) : 0},
             {"volume", effect && !effect->IsMute() ? Percent(effect->GetVolume()) : 0},
             {"projectPathLists",
-             ArrayOf(projects, [](const SProjectMgrNode& node) { return ToWindowsSeparators(node.path); })},
+             CReplyArray(projects, [](const SProjectMgrNode& node) { return ToWindowsSeparators(node.path); })},
             {"curProject", ToWindowsSeparators(ReadFrom(project, &CZXProject::GetProjectPath))},
             {"curChapterId", hasChapter ? sceneId.toString(QUuid::WithoutBraces) : QString()},
             {"network", Network(CAdapters().First())}};
