@@ -43,7 +43,7 @@ class CAppDataPack {
 public:
     /// Reads a received envelope. Bytes that aren't an envelope give code 0 and an empty body.
     explicit CAppDataPack(QByteArray packet);
-    CAppDataPack(unsigned int cmdCode, const QByteArray& json);
+    CAppDataPack(unsigned int cmdCode, QByteArray json);
     /// The form for pictures and other binary data; it travels as the body of an envelope with a command code.
     CAppDataPack(const QUuid& id, const QByteArray& bytes);
 

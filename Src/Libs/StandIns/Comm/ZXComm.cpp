@@ -3,7 +3,9 @@
 #include "Comm/Envelope.h"
 #include "ExternalController/Common/JsonReader.h"
 
+#include <algorithm>
 #include <chrono>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -23,6 +25,12 @@ bool IsCodeForm(const QByteArray& packet)
     return packet.size() >= kHeaderBytes && packet.startsWith(Envelope::kCodeMark);
 }
 
+/// Whether the body is missing or an empty object, as it is in most requests. These need no parser.
+bool IsEmpty(std::string_view body)
+{
+    return body.empty() || body == "{}" || body == "{\n}\n";
+}
+
 } // namespace
 
 Comm::RequestPackage::RequestPackage()
@@ -35,13 +43,15 @@ Comm::RequestPackage::RequestPackage()
 
 CAppDataPack::CAppDataPack(QByteArray packet) : m_data(std::move(packet)) {}
 
-CAppDataPack::CAppDataPack(unsigned int cmdCode, const QByteArray& json)
+CAppDataPack::CAppDataPack(unsigned int cmdCode, QByteArray json) : m_data(std::move(json))
 {
-    m_data.reserve(kHeaderBytes + json.size());
-    m_data.append(Envelope::kCodeMark, kMarkBytes);
-    AppendNumber(m_data, cmdCode);
-    AppendNumber(m_data, static_cast<std::uint32_t>(json.size()));
-    m_data.append(json);
+    const auto bodyBytes = static_cast<std::uint32_t>(m_data.size());
+    // Moves the body within its memory if this object is its only owner.
+    m_data.insert(0, kHeaderBytes, '\0');
+    char* const header = m_data.data();
+    std::copy_n(Envelope::kCodeMark, kMarkBytes, header);
+    Envelope::WriteNumber(header + kMarkBytes, cmdCode);
+    Envelope::WriteNumber(header + kHeaderBytes - sizeof bodyBytes, bodyBytes);
 }
 
 CAppDataPack::CAppDataPack(const QUuid& id, const QByteArray& bytes)
@@ -56,10 +66,12 @@ CAppDataPack::CAppDataPack(const QUuid& id, const QByteArray& bytes)
 void CAppDataPack::ReadJsonFromData(QJsonObject& json) const
 {
     json = {};
-    if (!IsCodeForm(m_data) || m_data.size() == kHeaderBytes)
+    if (!IsCodeForm(m_data))
         return;
-    const auto body = QByteArray::fromRawData(m_data.constData() + kHeaderBytes, m_data.size() - kHeaderBytes);
-    json = ReadJson(body).object();
+    const char* const body = m_data.constData() + kHeaderBytes;
+    const int bytes = m_data.size() - kHeaderBytes;
+    if (!IsEmpty({body, static_cast<std::size_t>(bytes)}))
+        json = ReadJson(QByteArray::fromRawData(body, bytes)).object();
 }
 
 unsigned int CAppDataPack::GetCmdCode() const
