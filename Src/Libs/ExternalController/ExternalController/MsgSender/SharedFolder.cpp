@@ -4,44 +4,128 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QStringList>
 
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace {
 
-constexpr QDir::Filters kEntries = QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot;
+namespace fs = std::filesystem;
+
+#ifdef Q_OS_WIN
+
+fs::path ToPath(const QString& path)
+{
+    return path.toStdWString();
+}
+
+QString ToText(const fs::path& name)
+{
+    return QString::fromStdWString(name.native());
+}
+
+bool IsHidden(const fs::path& path)
+{
+    return QFileInfo(ToText(path)).isHidden();
+}
+
+#else
+
+fs::path ToPath(const QString& path)
+{
+    return path.toStdString();
+}
+
+/// Returns an empty text for a name that is not valid UTF-8: an app could not add this file.
+QString ToText(const fs::path& name)
+{
+    const QString text = QString::fromStdString(name.native());
+    const bool isValid = !text.contains(QChar(QChar::ReplacementCharacter)) || text.toStdString() == name.native();
+    return isValid ? text : QString();
+}
+
+bool IsHidden(const fs::path& path)
+{
+    return path.filename().native().front() == '.';
+}
+
+#endif
+
+struct SEntry {
+    enum Kind {
+        File,
+        Folder,
+        LinkedFolder,
+    };
+
+    Kind kind;
+    QString path;
+    int type; ///< the ResourceType of a file
+};
+
+/// Returns the subfolders and the files that can be resources.
+///
+/// The type of a file is read together with its name. A directory_entry stores it, so only links need a further call of
+/// the system.
+std::vector<SEntry> ReadFolder(const QString& folder)
+{
+    const QString prefix = folder.endsWith('/') ? folder : folder + '/';
+    std::vector<SEntry> entries;
+    std::error_code error;
+    for (fs::directory_iterator at(ToPath(folder), error); !error && at != fs::directory_iterator();
+         at.increment(error)) {
+        const QString name = ToText(at->path().filename());
+        if (name.isEmpty() || IsHidden(at->path()))
+            continue;
+        std::error_code unknown; // an entry of an unknown type is skipped
+        const bool isLink = at->is_symlink(unknown);
+        if (at->is_directory(unknown)) {
+            entries.push_back({isLink ? SEntry::LinkedFolder : SEntry::Folder, prefix + name, 0});
+        } else if (at->is_regular_file(unknown) || (isLink && at->exists(unknown))) {
+            const int type = GetFileResType(name);
+            if (type != -1)
+                entries.push_back({SEntry::File, prefix + name, type});
+        }
+    }
+    return entries;
+}
 
 class CFolderWalk {
 public:
-    void Enter(const QString& folder)
+    void Enter(const QString& folder, fs::path canonical)
     {
-        const QDir dir(folder);
-        const QString path = dir.canonicalPath();
-        if (path.isEmpty() || m_openFolders.contains(path))
-            return;
-        m_openFolders.append(path);
-        const QFileInfoList entries = dir.entryInfoList(kEntries, QDir::Unsorted);
-        for (const QFileInfo& entry : entries) {
-            if (entry.isDir())
-                Enter(entry.filePath());
-            else
-                Take(entry);
+        m_openFolders.push_back(std::move(canonical));
+        for (SEntry& entry : ReadFolder(folder)) {
+            switch (entry.kind) {
+            case SEntry::File:
+                files.push_back({std::move(entry.path), entry.type});
+                break;
+            case SEntry::Folder:
+                Enter(entry.path, m_openFolders.back() / ToPath(entry.path).filename());
+                break;
+            case SEntry::LinkedFolder:
+                Follow(entry.path);
+                break;
+            }
         }
-        m_openFolders.removeLast();
+        m_openFolders.pop_back();
+    }
+
+    /// Enters a folder whose path may contain links, unless the walk is inside it already.
+    void Follow(const QString& folder)
+    {
+        std::error_code error;
+        fs::path canonical = fs::canonical(ToPath(folder), error);
+        if (!error && std::find(m_openFolders.begin(), m_openFolders.end(), canonical) == m_openFolders.end())
+            Enter(folder, std::move(canonical));
     }
 
     std::vector<SSharedFile> files;
 
 private:
-    void Take(const QFileInfo& file)
-    {
-        const int type = GetFileResType(file.fileName());
-        if (type != -1)
-            files.push_back({file.filePath(), type});
-    }
-
-    QStringList m_openFolders; ///< canonical paths of the current folder and its parents
+    std::vector<fs::path> m_openFolders; ///< canonical paths of the current folder and its parents
 };
 
 } // namespace
@@ -50,6 +134,6 @@ std::vector<SSharedFile> CollectSharedFiles(const QString& folder)
 {
     CFolderWalk walk;
     if (!folder.isEmpty())
-        walk.Enter(folder);
+        walk.Follow(QDir(folder).path());
     return std::move(walk.files);
 }
