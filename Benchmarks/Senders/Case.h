@@ -13,16 +13,18 @@
 
 class QImage;
 
-/// One request, answered by the module and by handwritten code. Both produce the same text from the same data.
+/// One request, answered by the module and by handwritten code. They produce the same text from the same data.
 struct SCase {
     std::string name;
     int items;                     ///< number of items of the list in the reply
-    double aim;                    ///< maximum ratio of the module's time to that of the handwritten code
+    double aim;                    ///< maximum ratio of the module's time to that of direct, if set, or of byHand
     std::function<void()> prepare; ///< prepares the host's data for the request; not measured
     std::function<void()> ask;
-    std::function<QByteArray()> byHand;
+    std::function<QByteArray()> byHand; ///< with Qt's functions for JSON and files
     /// Returns whether the module's packets contain the handwritten reply. If empty, they must end with it.
     std::function<bool(const std::vector<QByteArray>& sent, const QByteArray& text)> isSame = {};
+    /// The lowest cost that is known. Returns the same text as byHand, or no text if it does only a part of the work.
+    std::function<QByteArray()> direct = {};
 };
 
 namespace Cases {

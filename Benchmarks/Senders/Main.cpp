@@ -50,6 +50,9 @@ void Check(const SCase& measured)
     const QByteArray text = measured.byHand();
     if (text.isEmpty() || !IsSame(measured, CountingChannels::BodiesSentBy(measured.ask), text))
         throw std::runtime_error("the module's answer differs from the handwritten one");
+    const QByteArray direct = measured.direct ? measured.direct() : QByteArray();
+    if (!direct.isEmpty() && direct != text)
+        throw std::runtime_error("the direct answer differs from the handwritten one");
     checked.insert(measured.name);
 }
 
@@ -73,6 +76,11 @@ void Register(const SCase& measured)
     benchmark::RegisterBenchmark(ByHandName(measured).c_str(), [&](benchmark::State& state) {
         Measure(state, measured, [&] { benchmark::DoNotOptimize(measured.byHand()); });
     });
+    if (measured.direct) {
+        benchmark::RegisterBenchmark(DirectName(measured).c_str(), [&](benchmark::State& state) {
+            Measure(state, measured, [&] { benchmark::DoNotOptimize(measured.direct()); });
+        });
+    }
     benchmark::RegisterBenchmark(ModuleName(measured).c_str(), [&](benchmark::State& state) {
         Measure(state, measured, [&] {
             const int before = CountingChannels::Sent();

@@ -177,7 +177,8 @@ QByteArray ListByHand(const std::vector<SListedMedium>& media)
 SCase CaseOf(int count)
 {
     const auto read = [count](const QByteArray& sent) { return ReadList(count, sent); };
-    return ListCase<SListedMedium>("media-list", Command::MediaList, count, MakeShow(count), read, ListByHand);
+    constexpr double kAim = 0.4;
+    return ListCase<SListedMedium>("media-list", Command::MediaList, count, kAim, MakeShow(count), read, ListByHand);
 }
 
 } // namespace

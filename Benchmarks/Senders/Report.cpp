@@ -24,6 +24,11 @@ std::string ByHandName(const SCase& measured)
     return measured.name + "/by-hand";
 }
 
+std::string DirectName(const SCase& measured)
+{
+    return measured.name + "/direct";
+}
+
 bool CRatioReporter::ReportContext(const Context& context)
 {
     PrintBasicContext(&GetErrorStream(), context);
@@ -46,17 +51,20 @@ void CRatioReporter::ReportRuns(const std::vector<Run>& runs)
 void CRatioReporter::Finalize()
 {
     char line[200];
-    std::snprintf(line, sizeof line, "%-28s %12s %12s %12s %8s\n", "", "by hand us", "module us", "us an item",
-                  "ratio");
+    std::snprintf(line, sizeof line, "%-28s %11s %11s %11s %11s %8s %8s\n", "", "direct us", "by hand us", "module us",
+                  "us an item", "of hand", "ratio");
     GetOutputStream() << line;
     for (const SCase& measured : m_cases) {
         const auto byHand = m_seconds.find(ByHandName(measured));
         const auto module = m_seconds.find(ModuleName(measured));
         if (byHand == m_seconds.end() || module == m_seconds.end())
             continue;
-        std::snprintf(line, sizeof line, "%-28s %12.2f %12.2f %12.2f %s\n", measured.name.c_str(), byHand->second * 1e6,
-                      module->second * 1e6, module->second * 1e6 / measured.items,
-                      Verdict(module->second / byHand->second, measured.aim).c_str());
+        const auto direct = m_seconds.find(DirectName(measured));
+        const double floor = direct == m_seconds.end() ? byHand->second : direct->second;
+        std::snprintf(line, sizeof line, "%-28s %11.2f %11.2f %11.2f %11.2f %8.2f %s\n", measured.name.c_str(),
+                      direct == m_seconds.end() ? 0 : direct->second * 1e6, byHand->second * 1e6, module->second * 1e6,
+                      module->second * 1e6 / measured.items, module->second / byHand->second,
+                      Verdict(module->second / floor, measured.aim).c_str());
         GetOutputStream() << line;
     }
 }

@@ -8,9 +8,10 @@
 #include <string>
 #include <vector>
 
-/// Returns the name of the benchmark of the module or of the handwritten code.
+/// Returns the name of the benchmark of the module or of one of the handwritten ways.
 std::string ModuleName(const SCase& measured);
 std::string ByHandName(const SCase& measured);
+std::string DirectName(const SCase& measured);
 
 /// Prints one line for each case after all have run: the medians of the processor time and their ratio.
 class CRatioReporter : public benchmark::BenchmarkReporter {

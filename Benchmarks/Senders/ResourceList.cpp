@@ -1,5 +1,6 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
+#include "Senders/DirectText.h"
 #include "Senders/ListCase.h"
 
 #include <QJsonArray>
@@ -8,14 +9,24 @@
 
 #include <array>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace {
 
-constexpr std::array kResourceFlags = {"showResolution",    "needPushStream",    "multiPageResource", "flipSupport",
-                                       "isVideoResource",   "isPicResource",     "isGroupResource",   "isTextResource",
-                                       "streamWithAlpha",   "isSupportScroll",   "volumeSupport",     "isUsedFlag",
-                                       "isSupportFillMode", "isHasRealThumbnail"};
+using namespace std::string_view_literals;
+
+/// In the order of the text; other keys are between the two groups.
+constexpr std::array kResourceFlags = {
+    "flipSupport"sv,     "isGroupResource"sv, "isHasRealThumbnail"sv, "isPicResource"sv,   "isSupportFillMode"sv,
+    "isSupportScroll"sv, "isTextResource"sv,  "isUsedFlag"sv,         "isVideoResource"sv, "multiPageResource"sv,
+    "needPushStream"sv,  "showResolution"sv,  "streamWithAlpha"sv,    "volumeSupport"sv};
+constexpr std::size_t kFlagsOfFirstGroup = 11;
+
+QLatin1String ToLatin1(std::string_view key)
+{
+    return QLatin1String(key.data(), static_cast<int>(key.size()));
+}
 
 /// The data of a resource in the list.
 struct SListedResource {
@@ -55,7 +66,7 @@ std::vector<SListedResource> ReadList(const SShow& show, const QByteArray& sent)
                                   {}};
         const QJsonObject item = items[static_cast<int>(list.size())].toObject();
         for (std::size_t i = 0; i < kResourceFlags.size(); ++i)
-            listed.flags[i] = item[QLatin1String(kResourceFlags[i])].toBool();
+            listed.flags[i] = item[ToLatin1(kResourceFlags[i])].toBool();
         list.push_back(listed);
     }
     return list;
@@ -75,7 +86,7 @@ QByteArray ListByHand(const std::vector<SListedResource>& list)
         item.insert(QLatin1String("demuxerSuccessed"), resource.demuxered);
         item.insert(QLatin1String("duration"), static_cast<qint64>(resource.duration));
         for (std::size_t i = 0; i < kResourceFlags.size(); ++i)
-            item.insert(QLatin1String(kResourceFlags[i]), flags[i]);
+            item.insert(ToLatin1(kResourceFlags[i]), flags[i]);
         items.append(item);
     }
     QJsonObject reply;
@@ -85,10 +96,49 @@ QByteArray ListByHand(const std::vector<SListedResource>& list)
     return QJsonDocument(reply).toJson();
 }
 
+void WriteDirect(CJsonText& text, const SListedResource& listed)
+{
+    const auto& [resource, flags] = listed;
+    CDirectObject item(text, 8);
+    item.Set("demuxerSuccessed", resource.demuxered);
+    item.Set("duration", resource.duration);
+    for (std::size_t i = 0; i < kFlagsOfFirstGroup; ++i)
+        item.Set(kResourceFlags[i], flags[i]);
+    item.Set("path", resource.path);
+    item.Set("resolutionH", resource.resolution.height());
+    item.Set("resolutionW", resource.resolution.width());
+    item.Set("resourceId", resource.id);
+    item.Set("resourceName", resource.name);
+    item.Set("resourceType", resource.type);
+    for (std::size_t i = kFlagsOfFirstGroup; i < flags.size(); ++i)
+        item.Set(kResourceFlags[i], flags[i]);
+}
+
+QByteArray ListDirect(const std::vector<SListedResource>& list)
+{
+    CJsonText text;
+    {
+        CDirectObject reply(text, 0);
+        reply.Set("count", static_cast<int>(list.size()));
+        reply.Key("resourceMgrData");
+        text.Add("[\n");
+        for (const SListedResource& resource : list) {
+            text.Add(&resource == list.data() ? "        " : ",\n        ");
+            WriteDirect(text, resource);
+        }
+        text.Add("\n    ]");
+        reply.Set("result", 1);
+    }
+    text.Add("\n");
+    return text.Take();
+}
+
 SCase CaseOf(int count)
 {
+    constexpr double kAim = 2;
     const auto read = [](const QByteArray& sent) { return ReadList(*HostModels::Show().Current(), sent); };
-    return ListCase<SListedResource>("resource-list", Command::ResourceList, count, MakeShow(count), read, ListByHand);
+    return ListCase<SListedResource>("resource-list", Command::ResourceList, count, kAim, MakeShow(count), read,
+                                     ListByHand, ListDirect);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ExternalController/Common/Command.h"
 #include "HostModels/HostModels.h"
 #include "Senders/Case.h"
+#include "Senders/DirectText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr double kAim = 1.2;
+constexpr double kAim = 2;
 constexpr int kScenesOfGroup = 100;
 constexpr int kMediaOfScene = 3;
 
@@ -97,6 +98,58 @@ QByteArray ByHand(const std::vector<SGroup>& groups)
     return QJsonDocument(reply).toJson();
 }
 
+void WriteDirect(CJsonText& text, const SSceneProperties& scene)
+{
+    CDirectObject object(text, 16);
+    object.Set("currentIndex", 0);
+    object.Set("fadeInTime", scene.fadeInTime);
+    object.Set("fadeOutTime", scene.fadeOutTime);
+    object.Key("mediaIdList");
+    text.Add("[\n");
+    for (const QUuid& id : scene.mediaResourceIds) {
+        text.Add(&id == scene.mediaResourceIds.data() ? "                        " : ",\n                        ");
+        text.AddBracedUuid(id);
+    }
+    text.Add("\n                    ]");
+    object.Set("sceneId", scene.id);
+    object.Set("sceneName", scene.name);
+}
+
+void WriteDirect(CJsonText& text, const SGroup& group)
+{
+    CDirectObject object(text, 12);
+    for (const int number : InTextOrder(kScenesOfGroup)) {
+        object.Key(std::to_string(number));
+        WriteDirect(text, group.scenes[static_cast<std::size_t>(number)]);
+    }
+    object.Set("count", kScenesOfGroup);
+    object.Set("sceneGroupId", group.id);
+    object.Set("sceneGroupName", group.name);
+}
+
+QByteArray WriteDirect(const std::vector<SGroup>& groups)
+{
+    const int count = static_cast<int>(groups.size());
+    CJsonText text;
+    {
+        CDirectObject reply(text, 0);
+        reply.Key("sceneMgrData");
+        CDirectObject data(text, 4);
+        data.Set("count", count);
+        data.Set("currentSceneGroupId", groups.front().id);
+        data.Set("currentSceneId", groups.front().scenes.front().id);
+        data.Set("result", 1);
+        data.Key("sceneGroupDataList");
+        CDirectObject list(text, 8);
+        for (const int number : InTextOrder(count)) {
+            list.Key(std::to_string(number));
+            WriteDirect(text, groups[static_cast<std::size_t>(number)]);
+        }
+    }
+    text.Add("\n");
+    return text.Take();
+}
+
 SCase CaseOf(int count)
 {
     const auto groups = std::make_shared<const std::vector<SGroup>>(MakeGroups(count));
@@ -105,7 +158,9 @@ SCase CaseOf(int count)
             kAim,
             [show = ShowOf(*groups)] { HostModels::Show().Load(show); },
             [] { Ask(Command::SceneManagerData, "{}"); },
-            [groups] { return ByHand(*groups); }};
+            [groups] { return ByHand(*groups); },
+            {},
+            [groups] { return WriteDirect(*groups); }};
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "ChannelLoad/Syscall.h"
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/ExternalController.h"
@@ -16,9 +17,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include <dirent.h>
+
 namespace {
 
-constexpr double kAim = 1.3;
+constexpr double kAim = 2;
 constexpr int kFilesOfFolder = 100;
 
 struct SSuffix {
@@ -84,6 +87,19 @@ QByteArray ListByHand(const QString& folder, const QHash<QString, int>& types)
     return QJsonDocument(reply).toJson();
 }
 
+/// Reads only the names and kinds of all files.
+void ReadNames(const QByteArray& folder)
+{
+    DIR* const open = opendir(folder.constData());
+    if (!open)
+        Syscall::Fail("opendir");
+    while (const dirent* entry = readdir(open)) {
+        if (entry->d_type == DT_DIR && entry->d_name[0] != '.')
+            ReadNames(folder + '/' + entry->d_name);
+    }
+    closedir(open);
+}
+
 SCase CaseOf(int count)
 {
     QHash<QString, int> types;
@@ -101,7 +117,12 @@ SCase CaseOf(int count)
                 GetExternalController()->ModifyAppSharedPath(folder->path());
             },
             [] { Ask(Command::SharedFolderList, "{}"); },
-            [=] { return ListByHand(folder->path(), types); }};
+            [=] { return ListByHand(folder->path(), types); },
+            {},
+            [=] {
+                ReadNames(QFile::encodeName(folder->path()));
+                return QByteArray();
+            }};
 }
 
 } // namespace
