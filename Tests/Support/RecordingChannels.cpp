@@ -55,8 +55,9 @@ void CheckText(const SChannelCall& call)
     const std::string text = call.package && call.package->data.size() >= Envelope::kCodeHeaderBytes
                                  ? call.package->data.substr(Envelope::kCodeHeaderBytes)
                                  : call.text;
-    if (!text.empty() && text.front() == '{')
+    if (!text.empty() && text.front() == '{') {
         EXPECT_EQ(text, QJsonDocument::fromJson(QByteArray::fromStdString(text)).toJson().toStdString());
+    }
 }
 
 void Record(SChannelCall call)
