@@ -1,5 +1,6 @@
 #include "Support/ControllerTest.h"
 
+#include "Comm/Envelope.h"
 #include "ExternalController/Common/Command.h"
 
 #include <QJsonDocument>
@@ -24,8 +25,24 @@ std::shared_ptr<Comm::ResponsePackage> CloseNotice(const SPeer& peer, std::int32
         Comm::ResponsePackage{{}, closed, peer.ip, peer.port, peer.localPort});
 }
 
+namespace {
+
+/// Every JSON text that the module sends must have the bytes that QJsonDocument writes.
+void CheckText(const SChannelCall& call)
+{
+    const std::string text = call.package && call.package->data.size() >= Envelope::kCodeHeaderBytes
+                                 ? call.package->data.substr(Envelope::kCodeHeaderBytes)
+                                 : call.text;
+    if (!text.empty() && text.front() == '{') {
+        EXPECT_EQ(text, QJsonDocument::fromJson(QByteArray::fromStdString(text)).toJson().toStdString());
+    }
+}
+
+} // namespace
+
 ControllerTest::ControllerTest()
 {
+    RecordingChannels::CheckEachCall(CheckText);
     RecordingChannels::Reset();
     HostModels::SoftwareSetting().Load({}, {});
     HostModels::UserModel().Load({});

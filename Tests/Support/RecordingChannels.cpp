@@ -1,12 +1,7 @@
 #include "Support/RecordingChannels.h"
 
-#include "Comm/Envelope.h"
-
-#include <QJsonDocument>
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <mutex>
 #include <utility>
@@ -24,6 +19,7 @@ struct SRecording {
 };
 
 std::mutex s_mutex;
+std::atomic<void (*)(const SChannelCall&)> s_check{nullptr};
 SRecording s_recording;
 
 template <class Value>
@@ -49,20 +45,10 @@ void SetCallback(Callback SCallbacks::*member, Callback callback)
     Set(&SRecording::callbacks, std::move(callbacks));
 }
 
-/// Every JSON text that the module sends must have the bytes that QJsonDocument writes.
-void CheckText(const SChannelCall& call)
-{
-    const std::string text = call.package && call.package->data.size() >= Envelope::kCodeHeaderBytes
-                                 ? call.package->data.substr(Envelope::kCodeHeaderBytes)
-                                 : call.text;
-    if (!text.empty() && text.front() == '{') {
-        EXPECT_EQ(text, QJsonDocument::fromJson(QByteArray::fromStdString(text)).toJson().toStdString());
-    }
-}
-
 void Record(SChannelCall call)
 {
-    CheckText(call);
+    if (const auto check = s_check.load())
+        check(call);
     Hook hook;
     {
         const std::lock_guard lock(s_mutex);
@@ -119,6 +105,11 @@ void RecordingChannels::ForgetCalls()
 void RecordingChannels::OnCall(Hook hook)
 {
     Set(&SRecording::hook, std::move(hook));
+}
+
+void RecordingChannels::CheckEachCall(void (*check)(const SChannelCall&))
+{
+    s_check = check;
 }
 
 void RecordingChannels::SetCloudConnected(bool connected)

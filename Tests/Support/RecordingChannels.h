@@ -52,6 +52,8 @@ void ForgetCalls();
 
 /// Sets a function that each later call runs on the caller's thread, after the call is recorded.
 void OnCall(std::function<void(const SChannelCall&)> hook);
+/// Sets a function that each later call runs on the caller's thread; Reset doesn't remove it.
+void CheckEachCall(void (*check)(const SChannelCall&));
 /// Sets what the cloud channel returns from IsConnected().
 void SetCloudConnected(bool connected);
 
