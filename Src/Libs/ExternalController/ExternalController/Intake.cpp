@@ -68,8 +68,6 @@ void CExternalController::RecvAPPTcpMsg(std::shared_ptr<Comm::ResponsePackage> p
         OnAppConnectionClosed(packet->remoteIp);
         return;
     }
-    if (!m_appServer)
-        return;
 
     const SOperation request = ReadAppRequest(*packet, Source::App);
     switch (request.nCmdCode) {
@@ -112,7 +110,7 @@ void CExternalController::AnswerHeartBeat(std::uint16_t localPort)
 
 void CExternalController::RecvAPPUdpMsg(std::shared_ptr<Comm::ResponsePackage> packet)
 {
-    if (!m_appServer || !packet || packet->payload != kDiscoveryRequest)
+    if (!packet || packet->payload != kDiscoveryRequest)
         return;
 
     const SAdapterMacs macs = ReadAdapterMacs(GetLocalIPv4());
