@@ -1,8 +1,10 @@
 #include "ExternalController/Common/Command.h"
 #include "Support/ControllerTest.h"
+#include "Support/HostDoubles.h"
 #include "Support/ShowBuilder.h"
 
 #include "HostModels/Files/PasswordCipher.h"
+#include "Interfaces/CltLog.h"
 
 #include <algorithm>
 #include <string>
@@ -37,11 +39,32 @@ std::vector<std::string> CloudCalls()
     return names;
 }
 
+/// Remembers the events, each as text.
+class CTestLogger : public CltLog::CLogger {
+public:
+    explicit CTestLogger(int level) : m_level(level) {}
+    int GetLevel() override { return m_level; }
+    void SetPattern(const std::string&) override {}
+    void Log(const CltLog::CLogEvent& event) override
+    {
+        events.push_back(std::to_string(event.GetLevel()) + ' ' + std::to_string(event.GetKind()) + ' ' +
+                         event.GetModule() + ' ' + event.GetFunction() + ' ' + event.GetText());
+        EXPECT_EQ(event.GetLogger().get(), this);
+        EXPECT_LE(std::time(nullptr) - event.GetTime(), 10);
+    }
+
+    std::vector<std::string> events;
+
+private:
+    int m_level;
+};
+
 } // namespace
 
 class CloudIntakeTest : public ControllerTest {
 protected:
     CloudIntakeTest() { LoadStage({}); }
+    ~CloudIntakeTest() override { Doubles() = {}; }
 
     static QJsonObject Message(const QJsonValue& code) { return {{"cmdType", code}, {"param", 1}}; }
 
@@ -58,14 +81,21 @@ protected:
     CExternalController& m_controller = Start();
 };
 
-TEST_F(CloudIntakeTest, ARebootIsOnlySignalled)
+TEST_F(CloudIntakeTest, ARebootIsSignalledAndLogged)
 {
     int restarts = 0;
     QObject::connect(&m_controller, &CExternalController::signalRestartSoftware, [&] { ++restarts; });
+    const auto logged = std::make_shared<CTestLogger>(5);
+    const auto rejected = std::make_shared<CTestLogger>(6);
 
-    FromCloud(Message(Command::Restart));
+    for (const auto& logger : {std::shared_ptr<CTestLogger>(), logged, rejected}) {
+        Doubles().operationLog = logger;
+        FromCloud(Message(0x015));
+    }
 
-    EXPECT_EQ(restarts, 1);
+    EXPECT_EQ(restarts, 3);
+    EXPECT_THAT(logged->events, ElementsAre("5 4 Log_Global Log_SoftwareRestart "));
+    EXPECT_THAT(rejected->events, IsEmpty());
     ExpectSilence();
 }
 
@@ -78,17 +108,18 @@ TEST_F(CloudIntakeTest, ARefreshSendsTheSystemInformationAndThenTheStage)
 
 TEST_F(CloudIntakeTest, WhileAProjectIsLoadingSwitchAndPlayCommandsAreIgnored)
 {
-    m_controller.SetPrjLoadState(0);
-    for (const int code : {Command::SwitchProject, Command::ScenePlay, Command::Brightness})
-        FromCloud(Message(code));
-    EXPECT_THAT(Reports(), ElementsAre(Report({SenderType::Stage, Command::Brightness, false,
-                                               Message(Command::Brightness), Source::CloudControl})));
-
-    ForgetReports();
-    m_controller.SetPrjLoadState(1);
-    FromCloud(Message(Command::ScenePlay));
-    EXPECT_THAT(Reports(), ElementsAre(Report({SenderType::Scene, Command::ScenePlay, false,
-                                               Message(Command::ScenePlay), Source::CloudControl})));
+    for (const int state : {0, 2, -1, 1}) {
+        ForgetReports();
+        m_controller.SetPrjLoadState(state);
+        for (const int code : {0x102, 0x306, 0x113})
+            FromCloud(Message(code));
+        std::vector<testing::Matcher<const SResultData&>> expected;
+        if (state == 1)
+            expected = {Report({0x100, 0x102, false, Message(0x102), 0x1000}),
+                        Report({0x300, 0x306, false, Message(0x306), 0x1000})};
+        expected.push_back(Report({0x100, 0x113, false, Message(0x113), 0x1000}));
+        EXPECT_THAT(Reports(), testing::ElementsAreArray(expected)) << state;
+    }
 }
 
 TEST_F(CloudIntakeTest, TheConnectionFollowsTheSettings)
@@ -106,12 +137,22 @@ TEST_F(CloudIntakeTest, TheConnectionFollowsTheSettings)
     Connect(settings);
     EXPECT_THAT(RecordingChannels::Calls(), testing::Contains(connects("first text\nsecond\n")));
 
-    // A missing login closes the connection, as when the cloud is switched off.
+    // A missing text closes the connection, as when the cloud is switched off.
     RecordingChannels::SetCloudConnected(true);
-    settings.cloudAccount.clear();
+    for (QString SSettings::*text : {&SSettings::cloudUser, &SSettings::cloudAccount, &SSettings::cloudPassword}) {
+        Connect(CloudSettings());
+        EXPECT_THAT(CloudCalls(), ElementsAre("Cloud.InitInstance", "Cloud.Connect"));
+        EXPECT_TRUE(setting.IsCloudConnected());
+        settings = CloudSettings();
+        (settings.*text).clear();
+        Connect(settings);
+        EXPECT_THAT(CloudCalls(), ElementsAre("Cloud.InitInstance", "Cloud.Close"));
+        EXPECT_FALSE(setting.IsCloudConnected());
+    }
+    RecordingChannels::SetCloudConnected(false);
     Connect(settings);
-    EXPECT_THAT(CloudCalls(), ElementsAre("Cloud.InitInstance", "Cloud.Close"));
-    EXPECT_FALSE(setting.IsCloudConnected());
+    EXPECT_THAT(CloudCalls(), ElementsAre("Cloud.InitInstance"));
+    RecordingChannels::SetCloudConnected(true);
 
     Connect(CloudSettings());
     settings.cloudSupport = false;

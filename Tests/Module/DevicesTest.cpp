@@ -130,10 +130,26 @@ TEST_F(DevicesTest, AFileWithoutDevicesOpensNoChannels)
         EXPECT_THAT(RecordingChannels::Calls(), IsEmpty()) << text;
     }
     QFile::remove(m_file);
-    EXPECT_NO_THROW(CExControlDevMsgSender());
-    QDir().mkpath(m_file); // exists, but can't be read
-    EXPECT_NO_THROW(CExControlDevMsgSender());
-    EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+    for (const bool exists : {false, true}) {
+        EXPECT_EQ(exists, exists && QDir().mkpath(m_file)); // the folder can't be read
+        const CExControlDevMsgSender sender;
+        EXPECT_THAT(RecordingChannels::Calls(), IsEmpty());
+    }
+}
+
+TEST_F(DevicesTest, OneByteThatIsNotUtf8DoesNotHideTheDevices)
+{
+    QFile file(m_file);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    QByteArray text = file.readAll();
+    text.insert(text.indexOf("PWR ON"), '\xff');
+    file.resize(0);
+    file.write(text);
+    file.close();
+
+    const CExControlDevMsgSender sender;
+
+    EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Udp.Create", "Udp.Init", "Com.Create", "Com.Open"));
 }
 
 TEST_F(DevicesTest, TextIsSentAsUtf8AndHexadecimalTextAsTheDigitsOfItsLatin1Bytes)
@@ -189,6 +205,11 @@ TEST_F(DevicesTest, ADeletedDeviceReceivesNothingUntilItIsCreatedAgain)
         controller.CreateExControlDev(device);
     StartScene();
     EXPECT_THAT(RecordingChannels::Outgoing(), ElementsAre(Datagram("PWR ON"), Written("OPEN")));
+
+    RecordingChannels::ForgetCalls();
+    UninitExternalController();
+    EXPECT_THAT(RecordingChannels::CallNames(), testing::IsSupersetOf({"Com.Destroy", "Udp.Destroy"}))
+        << "the sender is deleted";
 }
 
 TEST_F(DevicesTest, UnknownIdsAreIgnored)

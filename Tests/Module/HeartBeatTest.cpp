@@ -22,8 +22,9 @@ namespace {
 /// A pause whose time is controlled by the test.
 class CTestPause : public IPause {
 public:
-    void WaitFor(std::chrono::milliseconds, const std::function<bool()>& over) override
+    void WaitFor(std::chrono::milliseconds time, const std::function<bool()>& over) override
     {
+        EXPECT_EQ(time, std::chrono::seconds(1));
         std::unique_lock lock(m_mutex);
         ++m_checks;
         m_changed.notify_all();
@@ -117,16 +118,37 @@ TEST_F(HeartBeatTest, ASilentAppIsDisconnectedAfterFiveSecondsAndAgainEverySecon
     EXPECT_EQ(Disconnects(), 3);
 }
 
-TEST_F(HeartBeatTest, ALoginRestartsTheTimeout)
+TEST_F(HeartBeatTest, AHeartbeatOrALoginRestartsTheTimeout)
 {
     m_pause->LetChecksPass(5);
-
+    SendHeartBeat();
+    m_pause->LetChecksPass(10);
     RecordingChannels::Callbacks().appTcp(AppPacket(Command::Login, {{"username", "operator"}, {"force", 1}}, m_app));
 
-    m_pause->LetChecksPass(10);
+    m_pause->LetChecksPass(15);
     EXPECT_EQ(Disconnects(), 0) << "the silence before the login counts";
-    m_pause->LetChecksPass(11);
+    m_pause->LetChecksPass(16);
     EXPECT_EQ(Disconnects(), 1);
+}
+
+TEST_F(HeartBeatTest, TheTimeoutStartsAgainWhenTheAppServerIsSwitchedOffAndOn)
+{
+    m_pause->LetChecksPass(5);
+    m_controller->AppServerSupport(false);
+    m_loop.join();
+    m_controller->AppServerSupport(true);
+    const auto channels = RecordingChannels::Callbacks();
+    channels.connected(m_app.ip, m_app.port);
+
+    m_loop = std::thread(channels.timer);
+    m_pause->LetChecksPass(5 + 5);
+    EXPECT_EQ(Disconnects(), 0);
+    m_pause->LetChecksPass(5 + 6);
+    EXPECT_EQ(Disconnects(), 1);
+
+    RecordingChannels::ForgetCalls();
+    channels.appTcp(AppPacket(Command::Login, {{"username", "operator"}, {"force", 1}}, m_app));
+    EXPECT_EQ(RecordingChannels::CallNames().at(0), "Timer.Start");
 }
 
 TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLogin)

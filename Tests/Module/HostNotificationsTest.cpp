@@ -37,6 +37,23 @@ TEST_F(HostNotificationsTest, ASceneChangeOnAnotherThreadIsSentOnTheControllersT
     EXPECT_EQ(sender, std::this_thread::get_id());
 }
 
+TEST_F(HostNotificationsTest, ChangesOfAResourceAreSentToTheApp)
+{
+    Start();
+    CResourceModel& model = *CResourceModel::GetInstance();
+    const QUuid id("1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13");
+    const QString text = "1b4e28ba-2fa1-4d3e-a3c5-7b0e4a659c13";
+
+    for (const bool flag : {true, false}) {
+        RecordingChannels::ForgetCalls();
+        emit model.signalExControlResourceUsedChanged(id, flag);
+        emit model.signalExControlResourceDexumerStateChanged(id, flag);
+        EXPECT_THAT(RecordingChannels::Calls(),
+                    ElementsAre(Sent(0x10000421, {{"resId", text}, {"usedFlag", flag}}),
+                                Sent(0x10000422, {{"resId", text}, {"dexumerFlag", flag}})));
+    }
+}
+
 TEST_F(HostNotificationsTest, NothingIsSentBeforeInitOrAfterTheEnd)
 {
     const auto emitEverything = [] {

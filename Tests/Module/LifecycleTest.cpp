@@ -3,6 +3,9 @@
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/MsgSender/IMsgSenderBase.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,6 +71,10 @@ TEST_F(LifecycleTest, AControllerThatWasNeverStartedCallsNoChannel)
     GetExternalController()->ModifyAppResSavePath("uploads");
     GetExternalController()->ModifyAppSharedPath("shared");
     GetExternalController()->CreateExControlDev({});
+    GetExternalController()->UpdateExControlDev({});
+    GetExternalController()->DelExControlDev({});
+    GetExternalController()->CloudControlConnect();
+    GetExternalController()->CloudControlLogin("a", "b", "c");
     EXPECT_FALSE(GetExternalController()->Write({SenderType::Stage, 0x1fe, {}, Source::App}));
     StopExternalController();
     UninitExternalController();
@@ -80,7 +87,8 @@ TEST_F(LifecycleTest, InitCreatesAllChannelsAndStartsThoseThatTheSettingsSupport
     const std::pair<SSettings, Names> cases[] = {
         {Supporting(true, false), Names{"App.Create"} + kAppStart + kOtherChannels},
         {Supporting(false, false), Names{"App.Create"} + kOtherChannels},
-        {Supporting(false, true), Names{"App.Create"} + kOtherChannels + Names{"Cloud.InitInstance"}},
+        {Supporting(false, true),
+         Names{"App.Create"} + kOtherChannels + Names{"Cloud.InitInstance", "Cloud.InitInstance", "Cloud.IsConnected"}},
     };
 
     for (const auto& [settings, expected] : cases) {
@@ -90,10 +98,7 @@ TEST_F(LifecycleTest, InitCreatesAllChannelsAndStartsThoseThatTheSettingsSupport
 
         GetExternalController()->Init();
 
-        Names started = RecordingChannels::CallNames();
-        if (settings.cloudSupport && started.size() > expected.size())
-            started.resize(expected.size()); // without the login
-        EXPECT_EQ(started, expected);
+        EXPECT_EQ(RecordingChannels::CallNames(), expected);
         UninitExternalController();
     }
 }
@@ -135,6 +140,42 @@ TEST_F(LifecycleTest, TheUploadFolderIsPassedOnToTheAppServer)
 
     ASSERT_THAT(RecordingChannels::CallNames(), ElementsAre("App.ModifyAppResSavePath"));
     EXPECT_EQ(RecordingChannels::Calls()[0].text, "Medien/Übung");
+}
+
+TEST_F(LifecycleTest, TheSharedFolderIsPassedOnToTheSenderOfItsList)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("page.pdf"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    CExternalController& controller = Start();
+
+    controller.ModifyAppSharedPath(folder.path());
+
+    RecordingChannels::Callbacks().appTcp(AppPacket(0x418));
+    EXPECT_THAT(RecordingChannels::Calls(),
+                ElementsAre(Sent(
+                    0x10000418,
+                    {{"result", 1}, {"count", 1}, {"0", QJsonObject{{"resPath", file.fileName()}, {"resType", 23}}}})));
+}
+
+TEST_F(LifecycleTest, EachSenderHasTheChannelsOfThePeersThatItAnswers)
+{
+    const std::pair<int, Names> cases[] = {
+        {0x000, {"App.SendPackage", "FP.SendPackage"}},
+        {0x100, {"App.SendPackage", "FP.SendPackage", "Central.SendData"}},
+        {0x200, {"App.SendPackage", "FP.SendPackage", "Central.SendData"}},
+        {0x300, {"App.SendPackage", "FP.SendPackage", "Central.SendData"}},
+        {0x400, {"App.SendPackage"}},
+        {0x500, {}},
+    };
+    CExternalController& controller = Start();
+
+    for (const auto& [key, channels] : cases) {
+        RecordingChannels::ForgetCalls();
+        for (const int source : {0x0001, 0x0010, 0x0100, 0x1000})
+            controller.Write({key, 0x6ff, {{"remoteIp", "10.0.0.9"}, {"errorMsg", "x"}}, source});
+        EXPECT_EQ(RecordingChannels::CallNames(), channels) << "key " << key;
+    }
 }
 
 TEST_F(LifecycleTest, WriteFindsTheSenderByItsKeyAndReadReturnsFalse)

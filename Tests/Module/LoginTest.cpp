@@ -1,12 +1,17 @@
 #include "Support/ControllerTest.h"
+#include "Support/HostDoubles.h"
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/RsaCipher.h"
 #include "HostModels/Files/PasswordCipher.h"
 
 #include <gmock/gmock.h>
+#include <openssl/err.h>
 
+#include <atomic>
+#include <functional>
 #include <future>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -40,16 +45,41 @@ CallMatcher DisplacedNotice(const SPeer& peer)
     return SentEmptyTo(peer.ip, peer.port, Command::ReplyTo(Command::AppGone));
 }
 
+/// Calls a function when the login state has been read.
+class CObservedUsers : public CHostUserModel {
+public:
+    bool GetLoginState() override
+    {
+        const bool state = CHostUserModel::GetLoginState();
+        if (afterRead)
+            afterRead();
+        return state;
+    }
+
+    std::function<void()> afterRead;
+};
+
 class LoginTest : public ControllerTest {
 protected:
     LoginTest()
     {
         const CExternalController& controller = Start();
-        QObject::connect(&controller, &CExternalController::signalStartPushStream,
-                         [this](const std::string& text) { m_pushes.push_back(text); });
-        QObject::connect(&controller, &CExternalController::signalStopAppStreamPush, [this] { ++m_stops; });
-        HostModels::UserModel().Load({{"anna", Encrypted("apple"), "", 3, 0}, {"ben", Encrypted("pear"), "", 1, 0}});
+        QObject::connect(&controller, &CExternalController::signalStartPushStream, [this](const std::string& text) {
+            m_pushes.push_back(text + m_users->GetCurrentLoginUser().toStdString() + ' ' +
+                               m_users->GetCurLoginAppVersion().toStdString() + ' ' +
+                               std::to_string(m_users->GetCurLoginAppType()));
+            EXPECT_TRUE(m_users->GetLoginState());
+        });
+        QObject::connect(&controller, &CExternalController::signalStopAppStreamPush, [this] {
+            ++m_stops;
+            EXPECT_FALSE(m_users->GetLoginState() || m_users->GetConnectState());
+            EXPECT_EQ(m_users->GetCurrentLoginUser(), "");
+        });
+        m_users->Load({{"anna", Encrypted("apple"), "", 3, 0}, {"ben", Encrypted("pear"), "", 1, 0}});
+        Doubles().users = m_users;
     }
+
+    ~LoginTest() override { Doubles() = {}; }
 
     void Deliver(unsigned int code, const QJsonObject& body, const SPeer& peer)
     {
@@ -64,7 +94,8 @@ protected:
         return RecordingChannels::Outgoing();
     }
 
-    std::vector<std::string> m_pushes;
+    const std::shared_ptr<CObservedUsers> m_users = std::make_shared<CObservedUsers>();
+    std::vector<std::string> m_pushes; ///< the user with the version and type of the app at each start of the stream
     int m_stops = 0;
 };
 
@@ -78,12 +109,35 @@ TEST_F(LoginTest, AValidLoginIsAnsweredStoredAndReportedToTheHost)
 
     EXPECT_THAT(LogInAs(body, kFirst), ElementsAre(LoginReply(kFirst, 0, "anna", 3)));
 
-    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
-    EXPECT_EQ(HostModels::UserModel().GetCurLoginAppVersion(), "2.0.0");
-    EXPECT_EQ(HostModels::UserModel().GetCurLoginAppType(), 7);
-    EXPECT_THAT(m_pushes, ElementsAre(""));
+    EXPECT_TRUE(m_users->GetLoginState());
+    EXPECT_EQ(m_users->GetCurLoginAppVersion(), "2.0.0");
+    EXPECT_EQ(m_users->GetCurLoginAppType(), 7);
+    EXPECT_THAT(m_pushes, ElementsAre("anna 2.0.0 7"));
     EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::Login, true, body, 1})));
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Create", "Timer.Start", "App.SendPackage"));
+    EXPECT_EQ(RecordingChannels::Calls()[0].number, 1000) << "the period of the check, in milliseconds";
+}
+
+TEST_F(LoginTest, ThePublicKeyIsSentToTheAddressThatAsks)
+{
+    Deliver(0x007, {}, kSecond);
+
+    EXPECT_THAT(RecordingChannels::Calls(), ElementsAre(SentTo(kSecond.ip, kSecond.port, 0x10000007,
+                                                               {{"result", 1}, {"publicKey", PublicKeyText()}})));
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(LoginTest, EachIntegerOtherThanZeroForcesALogin)
+{
+    for (const QJsonValue& force : {QJsonValue(0), QJsonValue("1"), QJsonValue(true), QJsonValue(), QJsonValue(1),
+                                    QJsonValue(2), QJsonValue(-1)}) {
+        LogInAs(LoginBody("anna", "apple", 1), kFirst);
+        QJsonObject body = LoginBody("ben", "pear");
+        body["force"] = force;
+        LogInAs(body, kSecond);
+        EXPECT_EQ(m_users->GetCurrentLoginUser(), force.toInt() != 0 ? "ben" : "anna")
+            << force.toVariant().toString().toStdString();
+    }
 }
 
 TEST_F(LoginTest, TheReplyToAFailedLoginHasTheReasonAndTheCurrentUser)
@@ -105,11 +159,12 @@ TEST_F(LoginTest, TheReplyToAFailedLoginHasTheReasonAndTheCurrentUser)
 TEST_F(LoginTest, AForcedLoginFromAnotherAddressFirstNotifiesTheDisplacedApp)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);
+    QJsonObject body = LoginBody("ben", "pear", 1);
+    body["appVersion"] = "2.1.0";
 
-    EXPECT_THAT(LogInAs(LoginBody("ben", "pear", 1), kSecond),
-                ElementsAre(DisplacedNotice(kFirst), LoginReply(kSecond, 0, "ben", 1)));
+    EXPECT_THAT(LogInAs(body, kSecond), ElementsAre(DisplacedNotice(kFirst), LoginReply(kSecond, 0, "ben", 1)));
 
-    EXPECT_EQ(m_pushes.size(), 3u) << "once for the first login, twice for the takeover";
+    EXPECT_THAT(m_pushes, ElementsAre("anna  0", "ben  0", "ben 2.1.0 0"));
     EXPECT_THAT(LogInAs(LoginBody("anna", "apple", 1), kFirst),
                 ElementsAre(DisplacedNotice(kSecond), LoginReply(kFirst, 0, "anna", 3)));
     EXPECT_THAT(LogInAs(LoginBody("ben", "pear", 1), kFirstAgain), ElementsAre(LoginReply(kFirstAgain, 0, "ben", 1)))
@@ -139,36 +194,40 @@ TEST_F(LoginTest, PasswordsThatCannotBeDecryptedAreRefused)
     EXPECT_THAT(LogInAs({{"username", "anna"}, {"password", base64(block + "more")}}, kFirst), testing::SizeIs(1));
 }
 
-TEST_F(LoginTest, ClosingAConnectionOfTheAppEndsItsLoginOnce)
+TEST_F(LoginTest, TheFirstClosedConnectionOfTheAppEndsItsLogin)
 {
     LogInAs(LoginBody("anna", "apple"), kFirst);
+    m_users->SetConnectState(true);
     ForgetReports();
 
     for (const char* other : {"10.0.0.8", "10.0.0.70", "10.0.0.", ""})
         RecordingChannels::Callbacks().appTcp(CloseNotice({other, kFirst.port}));
-    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
-    RecordingChannels::Callbacks().appTcp(CloseNotice(kFirstAgain));
-    RecordingChannels::Callbacks().appTcp(CloseNotice(kFirst));
+    EXPECT_TRUE(m_users->GetLoginState());
+    EXPECT_THAT(Reports(), IsEmpty());
 
-    EXPECT_FALSE(HostModels::UserModel().GetLoginState());
-    EXPECT_EQ(HostModels::UserModel().GetCurrentLoginUser(), "");
-    EXPECT_EQ(m_stops, 1);
-    EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::AppGone, false, {}, 0})));
+    // The second one has no effect.
+    for (const SPeer& connection : {kFirstAgain, kFirst}) {
+        RecordingChannels::Callbacks().appTcp(CloseNotice(connection));
+        EXPECT_FALSE(m_users->GetLoginState());
+        EXPECT_EQ(m_stops, 1);
+        EXPECT_THAT(Reports(), ElementsAre(Report({0, 0x012, false, {}, 0})));
+    }
 }
 
 TEST_F(LoginTest, OnlyOneOfTwoAppsThatLogInAtOnceSucceeds)
 {
-    for (int round = 0; round < 50; ++round) {
-        HostModels::UserModel().SetLoginState(false);
-        ForgetReports();
-        const QJsonObject first = LoginBody("anna", "apple");
-        const QJsonObject second = LoginBody("ben", "pear");
-        std::thread other([&] { Deliver(Command::Login, first, kFirst); });
-        Deliver(Command::Login, second, kSecond);
-        other.join();
+    std::atomic<int> reads{0};
+    // Both logins would find that no app is logged in, if the second one didn't wait for the end of the first.
+    m_users->afterRead = [&] {
+        ++reads;
+        WaitUntil([&] { return reads > 1; }, std::chrono::milliseconds(50));
+    };
+    std::thread other([&] { Deliver(Command::Login, LoginBody("anna", "apple"), kFirst); });
 
-        ASSERT_EQ(Reports().size(), 1u);
-    }
+    Deliver(Command::Login, LoginBody("ben", "pear"), kSecond);
+
+    other.join();
+    EXPECT_EQ(Reports().size(), 1u);
 }
 
 TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverDoesNotEndTheNewLogin)
@@ -180,14 +239,14 @@ TEST_F(LoginTest, ADisplacedAppThatClosesDuringTheTakeoverDoesNotEndTheNewLogin)
             return;
         closing = std::async(std::launch::async, RecordingChannels::Callbacks().appTcp, CloseNotice(kFirst));
         // Without the lock, the notice would be handled before the login within this time.
-        closing.wait_for(std::chrono::milliseconds(100));
+        closing.wait_for(std::chrono::milliseconds(50));
     });
 
     LogInAs(LoginBody("ben", "pear", 1), kSecond);
 
     ASSERT_EQ(closing.wait_for(kTimeout), std::future_status::ready);
-    EXPECT_TRUE(HostModels::UserModel().GetLoginState());
-    EXPECT_EQ(HostModels::UserModel().GetCurrentLoginUser(), "ben");
+    EXPECT_TRUE(m_users->GetLoginState());
+    EXPECT_EQ(m_users->GetCurrentLoginUser(), "ben");
     EXPECT_EQ(m_stops, 0);
 }
 
@@ -201,7 +260,7 @@ TEST_F(LoginTest, SignalsAndReportsOfALogoutPrecedeThoseOfTheNextLogin)
     QObject::connect(GetExternalController(), &CExternalController::signalStartPushStream, [&] { notes.Add("start"); });
     QObject::connect(GetExternalController(), &CExternalController::signalStopAppStreamPush, [&] {
         login = std::async(std::launch::async, [&] { Deliver(Command::Login, next, kSecond); });
-        login.wait_for(std::chrono::milliseconds(100)); // as above
+        login.wait_for(std::chrono::milliseconds(50)); // as above
         notes.Add("stop");
     });
 
@@ -246,4 +305,6 @@ TEST(RsaCipherTest, EncryptedPasswordsAreDecodedAndDecrypted)
     EXPECT_EQ(DecodeBase64("YWJj").substr(0, 4), std::string("abc\0", 4));
     EXPECT_EQ(DecodeBase64(std::string("YWJj\0YWJj", 9)).substr(0, 4), std::string("abc\0", 4));
     EXPECT_EQ(RsaPrivateDecrypt("short"), "");
+    RsaPrivateDecrypt(std::string(128, 'x'));
+    EXPECT_EQ(ERR_peek_error(), 0U) << "no error may remain for the next caller of the library";
 }

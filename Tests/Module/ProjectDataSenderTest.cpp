@@ -1,7 +1,6 @@
 #include "Support/SenderTest.h"
 
 #include "ExternalController/Common/Command.h"
-#include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 
 #include <string>
@@ -20,7 +19,7 @@ TEST_F(ProjectDataSenderTest, EachQueryIsAnsweredToItsRecipients)
     HostModels::SoftwareSetting().Load(settings, {});
     HostModels::UserModel().Load({{"operator", "c2VjcmV0", "at the desk", 1, 2}, {"guest", "Z3Vlc3Q=", "", 1, 2}});
     HostModels::UserModel().SetConnectState(true);
-    const std::string pairing = R"({"AppQRCode": ")" + GetLocalIPv4().toStdString() + R"(,c2VjcmV0,operator"})";
+    const std::string pairing = R"({"AppQRCode": "10.0.0.5,c2VjcmV0,operator"})";
     const std::string identity = R"({"result": 1, "user": "ZentravoxXA", "password": "Harbovline"})";
     const std::string isCurrent = R"({"result": 1, "res": 1})";
     const std::string isOther = R"({"result": 1, "res": 0})";

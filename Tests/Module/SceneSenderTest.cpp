@@ -4,11 +4,13 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 
+#include <QSet>
+
 #include <atomic>
+#include <string>
 #include <thread>
 #include <vector>
 
-using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -26,6 +28,15 @@ void LoadTwoGroups()
     LoadShow({project});
 }
 
+const std::string kFirstGroup = R"({"count": 1, "sceneGroupId": "#10", "sceneGroupName": "Group 10",
+    "0": {"currentIndex": 0, "fadeInTime": 500, "fadeOutTime": 1500, "sceneId": "#11", "sceneName": "Scene 11",
+          "mediaIdList": ["{#6}", "{#5}"]}})";
+const std::string kSecondGroup = R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20",
+    "0": {"currentIndex": 0, "fadeInTime": 500, "fadeOutTime": 1500, "sceneId": "#21", "sceneName": "Scene 21",
+          "mediaIdList": []},
+    "1": {"currentIndex": 0, "fadeInTime": 500, "fadeOutTime": 1500, "sceneId": "#22", "sceneName": "Scene 22",
+          "mediaIdList": []}})";
+
 void Play(int group, int scene, SPlayback::State state = SPlayback::Playing, int globalState = 0)
 {
     HostModels::Show().Change([&](SShow& show) {
@@ -40,43 +51,37 @@ void Play(int group, int scene, SPlayback::State state = SPlayback::Playing, int
 
 using SceneSenderTest = SenderTestOf<CSceneMsgSender>;
 
-TEST_F(SceneSenderTest, OnlyAppsOfOneVersionReceiveTheCurrentGroup)
+TEST_F(SceneSenderTest, AllGroupsAreSentAndTheCurrentOneOnlyToAppsOfOneVersion)
 {
     LoadTwoGroups();
     Play(20, 21);
-    const auto currentGroups = [&](int sources) {
-        QStringList groups;
-        for (const SChannelCall& call : Ask(Command::SceneManagerData, {}, sources))
-            groups << BodyOf(call)["sceneMgrData"].toObject()["currentSceneGroupId"].toString();
-        return groups;
+    const auto reply = [](int currentGroup) {
+        return Json(R"({"sceneMgrData": {"result": 1, "currentSceneGroupId": "#)" + std::to_string(currentGroup) +
+                    R"(", "currentSceneId": "#21", "count": 2, "sceneGroupDataList": {"0": )" + kFirstGroup +
+                    R"(, "1": )" + kSecondGroup + "}}}");
     };
+    const auto answers = [&](int group) { return Sent(0x10000300, reply(group)); };
 
     for (const char* version : {"", "2.0.0 ", "2.1.0"}) {
         HostModels::UserModel().SetCurLoginAppVersion(version);
-        EXPECT_EQ(currentGroups(Source::App), QStringList(IdText(10)));
-        EXPECT_EQ(currentGroups(Source::Every), (QStringList{IdText(10), IdText(20)})) << "the app and the FP client";
-        EXPECT_EQ(currentGroups(Source::CentralControl | Source::CloudControl), QStringList());
+        EXPECT_THAT(Ask(0x300, {}, Source::App), ElementsAre(answers(10)));
+        EXPECT_THAT(Ask(0x300, {}, Source::Every), ElementsAre(answers(10), SentToFP(0x300, reply(20))));
+        EXPECT_THAT(Ask(0x300, {}, Source::CentralControl | Source::CloudControl), IsEmpty());
     }
     HostModels::UserModel().SetCurLoginAppVersion("2.0.0");
-    EXPECT_EQ(currentGroups(Source::App | Source::FP | Source::CentralControl), (QStringList{IdText(20), IdText(20)}));
+    EXPECT_THAT(Ask(0x300, {}, Source::App | Source::CentralControl), ElementsAre(answers(20)));
 }
 
 TEST_F(SceneSenderTest, TheMainGroupIsAddedToTheRequestsBody)
 {
     LoadTwoGroups();
     const QJsonObject body = {{"tag", "x"}, {"sceneGroupData", "old"}};
+    const QJsonObject reply = Json(R"({"tag": "x", "sceneGroupData": )" + kSecondGroup + '}');
 
-    const std::vector<SChannelCall> calls =
-        Ask(Command::MainSceneGroupAgain, body, Source::App | Source::FP | Source::CentralControl);
-
-    ASSERT_EQ(calls.size(), 2u);
-    const QJsonObject reply = BodyOf(calls[0]);
-    EXPECT_EQ(reply["tag"], "x");
-    EXPECT_EQ(Of(reply["sceneGroupData"].toObject(), {"count", "sceneGroupId", "sceneGroupName"}),
-              Json(R"({"count": 2, "sceneGroupId": "#20", "sceneGroupName": "Group 20"})"));
-    EXPECT_THAT(calls, ElementsAre(Sent(Command::ReplyTo(Command::MainSceneGroupAgain), reply),
-                                   SentToFP(Command::MainSceneGroup, reply)));
-    EXPECT_THAT(Ask(Command::MainSceneGroup, body, Source::CentralControl | Source::CloudControl), IsEmpty());
+    for (const unsigned int code : {0x302U, 0x304U})
+        EXPECT_THAT(Ask(static_cast<int>(code), body, Source::App | Source::FP | Source::CentralControl),
+                    ElementsAre(Sent(0x10000000U | code, reply), SentToFP(0x302, reply)));
+    EXPECT_THAT(Ask(0x302, body, Source::CentralControl | Source::CloudControl), IsEmpty());
 }
 
 TEST_F(SceneSenderTest, AnEmptyShowHasNoGroups)
@@ -104,6 +109,16 @@ TEST_F(SceneSenderTest, AThumbnailRequestWithoutTwoIdsIsRefused)
     const auto sent = Ask(Command::SceneThumbnail, Json(R"({"sceneGroupId": "#10", "sceneId": "#11"})"));
     EXPECT_THAT(sent, ElementsAre(SentCode(Command::ReplyTo(Command::SceneThumbnail))));
     EXPECT_EQ(PictureIn(sent, Command::ReplyTo(Command::SceneThumbnail), Id(11)), "");
+}
+
+TEST_F(SceneSenderTest, AThumbnailShowsItsScene)
+{
+    LoadTwoGroups();
+
+    const auto calls = Ask(0x308, Json(R"({"sceneGroupId": "#10", "sceneId": "{#11}"})"), Source::FP);
+
+    const QImage stage = CSceneMgrModel::GetInstance()->GetSceneImage(Id(10), Id(11)).toImage();
+    EXPECT_LT(Difference(QImage::fromData(PictureIn(calls, 0x10000308, Id(11)), "JPG"), stage.scaled(320, 180)), 2);
 }
 
 TEST_F(SceneSenderTest, ThePlayingChapterIsCountedFromOneWhileTheStagePlays)
@@ -145,21 +160,24 @@ TEST_F(SceneSenderTest, AReplyHasDataOfOneProjectOnlyWhileTheHostSwitches)
         HostModels::Show().Change([&](SShow& show) { show.openProject = project; });
     };
     LoadShow({MakeProject(1, groups[0]), MakeProject(2, groups[1])});
-    const QJsonObject first = BodyOf(Ask(Command::SceneManagerData).at(0));
-    open(1);
-    const QJsonObject second = BodyOf(Ask(Command::SceneManagerData).at(0));
     std::atomic<bool> enough{false};
     std::thread host([&] {
         for (std::size_t turn = 0; !enough; ++turn)
             open(turn % 2);
     });
 
-    bool sawFirst = false;
-    for (int asked = 0; (asked < 100 || !sawFirst) && !HasFailure(); ++asked) {
-        const auto sent = Ask(Command::SceneManagerData);
-        EXPECT_THAT(sent, ElementsAre(AnyOf(Sent(Command::ReplyTo(Command::SceneManagerData), first),
-                                            Sent(Command::ReplyTo(Command::SceneManagerData), second))));
-        sawFirst = sawFirst || testing::Value(sent, Answers(To::App, Command::SceneManagerData, first));
+    QSet<QString> projects;
+    for (int asked = 0; (asked < 100 || projects.size() < 2) && !HasFailure(); ++asked) {
+        const QJsonObject data = BodyOf(Ask(Command::SceneManagerData).at(0))["sceneMgrData"].toObject();
+        const QJsonObject list = data["sceneGroupDataList"].toObject();
+        QSet<QString> hundreds = {data["currentSceneGroupId"].toString().right(3).left(1)};
+        for (const QJsonValue& group : list) {
+            hundreds += group["sceneGroupName"].toString().right(3).left(1);
+            EXPECT_EQ(group["0"]["sceneName"], hundreds.contains("1") ? "Scene 1" : "Scene 3");
+        }
+        EXPECT_EQ(list.size(), 20);
+        EXPECT_EQ(hundreds.size(), 1);
+        projects += hundreds;
     }
 
     enough = true;

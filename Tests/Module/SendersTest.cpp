@@ -1,18 +1,12 @@
 #include "Support/SenderTest.h"
 
 #include "ExternalController/Common/Command.h"
-#include "ExternalController/Common/HostIdentity.h"
 #include "ExternalController/MsgSender/ProjectDataMsgSender.h"
 #include "ExternalController/MsgSender/ResourceMsgSender.h"
 #include "ExternalController/MsgSender/SceneMsgSender.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"
 
-#include <QHostInfo>
 #include <QJsonDocument>
-
-#include <sys/syscall.h>
-#include <sys/utsname.h>
-#include <unistd.h>
 
 #include <string>
 
@@ -21,25 +15,11 @@ using testing::IsEmpty;
 
 namespace {
 
-/// For each sender a code without a handler.
-constexpr int kProjectDataUnknown = 0x00c;
-constexpr int kResourceUnknown = 0x406;
+/// Codes without a handler.
 constexpr int kSceneUnknown = 0x3fe;
 constexpr int kStageUnknown = 0x12c;
 
-/// The machine's name for Qt; empty for the real one.
-std::string s_machineName;
-
 } // namespace
-
-/// Replaces the function of the C library, which Qt calls for the machine's name.
-extern "C" int uname(utsname* answer) noexcept
-{
-    const long result = syscall(SYS_uname, answer);
-    if (result == 0 && !s_machineName.empty())
-        answer->nodename[s_machineName.copy(answer->nodename, sizeof(answer->nodename) - 1)] = '\0';
-    return static_cast<int>(result);
-}
 
 using SendersTest = SenderTest;
 
@@ -65,16 +45,23 @@ TEST_F(SendersTest, AnUnknownRequestIsSentBackToItsSources)
         {Source::Every, AppAndFP, App, App, allThree},
     };
     const QJsonObject body = {{"errorMsg", "OK"}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}, {"other", "text"}};
+    const auto echoes = [&](const Recipients& recipients, int code) {
+        std::vector<CallMatcher> calls;
+        for (const Recipient recipient : recipients) {
+            calls.push_back(recipient == Recipient::App  ? Sent(Command::ReplyTo(code), body)
+                            : recipient == Recipient::FP ? SentToFP(static_cast<unsigned int>(code), body)
+                                                         : SentToCentral("OK", "10.0.0.9", 4000));
+        }
+        return testing::ElementsAreArray(calls);
+    };
 
     for (const auto& [sources, projectData, resource, scene, stage] : cases) {
         SCOPED_TRACE(testing::Message() << "sources 0x" << std::hex << sources);
-        EXPECT_EQ(RecipientsOf(Ask<CProjectDataMsgSender>(kProjectDataUnknown, body, sources)), projectData);
-        EXPECT_EQ(RecipientsOf(Ask<CResourceMsgSender>(kResourceUnknown, body, sources)), resource);
-        EXPECT_EQ(RecipientsOf(Ask<CSceneMsgSender>(kSceneUnknown, body, sources)), scene);
-        EXPECT_EQ(RecipientsOf(Ask<CStageMsgSender>(kStageUnknown, body, sources)), stage);
+        EXPECT_THAT(Ask<CProjectDataMsgSender>(0x00c, body, sources), echoes(projectData, 0x00c));
+        EXPECT_THAT(Ask<CResourceMsgSender>(0x406, body, sources), echoes(resource, 0x406));
+        EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, sources), echoes(scene, kSceneUnknown));
+        EXPECT_THAT(Ask<CStageMsgSender>(kStageUnknown, body, sources), echoes(stage, kStageUnknown));
     }
-    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::App), Answers(To::App, kSceneUnknown, body));
-    EXPECT_THAT(Ask<CSceneMsgSender>(kSceneUnknown, body, Source::FP), Answers(To::FP, kSceneUnknown, body));
 }
 
 TEST_F(SendersTest, CentralControlReceivesTheReplyTextOfTheBody)
@@ -126,29 +113,42 @@ TEST_F(SendersTest, AMissingChannelIsIgnored)
 
 TEST_F(SendersTest, TheHostsNameIsSentForRequestsOfAnySourceAndANewNameIsStored)
 {
-    EXPECT_EQ(GetHostName(), QHostInfo::localHostName()) << "the machine's name until another one is set";
     const auto ask = [&](int code, const QJsonObject& body, int sources = Source::App) {
         return Ask<CProjectDataMsgSender>(code, body, sources);
     };
-    const auto hasName = [](const QString& name) {
-        return Sent(Command::ReplyTo(Command::HostNameAndVersion),
-                    {{"result", 1}, {"name", name}, {"version", CGlobalModel::GetInstance()->GetAppFormatName()}});
+    const auto hasName = [](const char* name) {
+        return Sent(0x10000005, {{"result", 1}, {"name", name}, {"version", "Zentravox XA 2.0"}});
     };
+    EXPECT_THAT(ask(0x005, {}), ElementsAre(hasName("stage-pc"))) << "the machine's name until another one is set";
+    Doubles().machineName = "stage-right";
+    EXPECT_THAT(ask(0x005, {}), ElementsAre(hasName("stage-right")));
 
-    ask(Command::SetHostName, {{"name", "Stage left"}});
+    EXPECT_THAT(ask(0x004, {{"name", "Stage left"}}),
+                ElementsAre(Sent(0x10000004, {{"result", 1}}), hasName("Stage left")));
     EXPECT_EQ(HostModels::SoftwareSetting().LoadHostName(), "Stage left");
     for (const QJsonValue& noName : {QJsonValue(""), QJsonValue(7), QJsonValue()})
-        EXPECT_THAT(ask(Command::SetHostName, {{"name", noName}}), ElementsAre(hasName("Stage left")));
+        EXPECT_THAT(ask(0x004, {{"name", noName}}), ElementsAre(hasName("Stage left")));
     for (const int sources :
          {kNoSource, int{Source::App}, int{Source::FP}, int{Source::CentralControl}, int{Source::Every}})
-        EXPECT_THAT(ask(Command::HostNameAndVersion, {}, sources), ElementsAre(hasName("Stage left"))) << sources;
+        EXPECT_THAT(ask(0x005, {}, sources), ElementsAre(hasName("Stage left"))) << sources;
 }
 
-TEST_F(SendersTest, ANewNameOfTheMachineIsUsedImmediately)
+TEST_F(SendersTest, ListsOfEveryLengthAreSentCompletely)
 {
-    for (const char* name : {"stage-left", "stage-right"}) {
-        s_machineName = name;
-        EXPECT_EQ(GetHostName(), name);
+    for (const int count : {0, 1, 2, 9, 10, 11, 12, 99, 100, 101, 111}) {
+        std::vector<SProject> projects;
+        QJsonObject reply = {{"result", 1},
+                             {"count", count},
+                             {"currentProId", IdText(count == 0 ? 0 : 1000)},
+                             {"currentProName", count == 0 ? "" : "Project 1000"}};
+        for (int i = 0; i < count; ++i) {
+            projects.push_back(MakeProject(1000 + i));
+            reply[QString::number(i)] =
+                QJsonObject{{"projectName", QString("Project %1").arg(1000 + i)}, {"projectId", IdText(1000 + i)}};
+        }
+        LoadShow(projects);
+        EXPECT_THAT(Ask<CStageMsgSender>(0x109, {}, Source::App | Source::FP),
+                    Answers({Recipient::App, Recipient::FP}, 0x109, reply))
+            << count;
     }
-    s_machineName.clear();
 }

@@ -4,10 +4,12 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "ExternalController/MsgSender/ResourceMsgSender.h"
 #include "ExternalController/MsgSender/StageMsgSender.h"
+#include "Interfaces/RenderController.h"
 
 #include <QImage>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -72,6 +74,43 @@ TEST_F(StageMediaTest, AMediumIsSentWithAllItsProperties)
              To::None, ""}});
 }
 
+TEST_F(StageMediaTest, EachPropertyHasItsOwnKey)
+{
+    bool SLayoutProperty::*const flags[] = {&SLayoutProperty::hidden, &SLayoutProperty::locked,
+                                            &SLayoutProperty::horFlip, &SLayoutProperty::verFlip,
+                                            &SLayoutProperty::fixed};
+    const QStringList keys = {"isHided", "isLocked", "isHorFlip", "isVerFlip", "isFixed", "isMuted"};
+
+    for (int set = 0; set < keys.size(); ++set) {
+        const QJsonObject medium = Described(MakeResource(5, 2), [&](SMediaProperties& properties) {
+            for (int flag = 0; flag < 5; ++flag)
+                properties.layout.*flags[flag] = flag == set;
+            properties.play.muted = set == 5;
+        });
+        for (const QString& key : keys)
+            EXPECT_EQ(medium[key], key == keys[set]) << key.toStdString();
+    }
+}
+
+TEST_F(StageMediaTest, AMediumThatDoesNotPlayHasNoStateAndNoPosition)
+{
+    const SResource video = MakeResource(5, 0);
+    SScene scene = MakeScene(3, {MakeMedium(31, video)});
+    SProject project = MakeProject(1, {MakeGroup(2, {scene})}, {video});
+    // The medium exists, but is not found.
+    SSceneGroup group = *project.groups[0];
+    scene = *group.scenes[0];
+    scene.mediaIndex.clear();
+    group.scenes[0] = std::make_shared<const SScene>(scene);
+    project.groups[0] = std::make_shared<const SSceneGroup>(group);
+    LoadShow({project});
+
+    const QJsonObject list = BodyOf(Ask(Command::MediaList).at(0))["mediaList"].toObject();
+
+    EXPECT_EQ(Of(list["0"].toObject(), {"currentTime", "mediaState", "pushStreamUrl"}),
+              Json(R"({"currentTime": 0, "mediaState": -1, "pushStreamUrl": ""})"));
+}
+
 TEST_F(StageMediaTest, TheSourcePositionOfARotatedMediumIsItsCornerBeforeTheRotation)
 {
     const struct {
@@ -130,9 +169,9 @@ TEST_F(StageMediaTest, TheSupportedOperationsDependOnTheTypeOnly)
 {
     std::vector<QJsonObject> media;
     std::vector<QJsonObject> items;
-    // After the types: groups of another kind than 0, with the indices 28 and 29.
-    for (int number = 0; number < kTypes + 2; ++number) {
-        SResource resource = MakeResource(5, number < kTypes ? number : int{ResourceType::Group});
+    // After the types: groups of another kind than 0, with the indices 28 and 29, and two unknown types.
+    for (int number = 0; number < kTypes + 4; ++number) {
+        SResource resource = MakeResource(5, number < kTypes ? number : number == 30 ? -1 : number == 31 ? kTypes : 4);
         resource.groupType = number == 28 ? 1 : number == 29 ? -1 : 0;
         media.push_back(Described(resource));
         const auto item =
@@ -144,17 +183,17 @@ TEST_F(StageMediaTest, TheSupportedOperationsDependOnTheTypeOnly)
         const char *flag, *media, *items;
     } cases[] = {
         {"showResolution", "0 2", same},
-        {"needPushStream", "0 2 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29", same},
+        {"needPushStream", "0 2 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29 30 31", same},
         {"multiPageResource", "8 15 19 20 23 24 26", same},
         {"volumeSupport", "0 1 4 7 9 11", same},
-        {"flipSupport", "0 2 3 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29", same},
+        {"flipSupport", "0 2 3 4 5 6 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29 30 31", same},
         {"isVideoResource", "0", same},
         {"isPicResource", "2", same},
         {"isGroupResource", "4 28 29", same},
         {"isTextResource", "10", same},
         {"streamWithAlpha", "2 10 12 13 14 15 17 18 19 20 21 22 23 24 25 26 27", same},
         {"isSupportScroll", "10 13 15 19 20 23 24 27", same},
-        {"isSupportFillMode", "0 1 2 3 4 5 6 7 8 9 11 15 16 19 20 22 23 24 25 26 28 29", same},
+        {"isSupportFillMode", "0 1 2 3 4 5 6 7 8 9 11 15 16 19 20 22 23 24 25 26 28 29 30 31", same},
         {"isHasRealThumbnail", "none", "0 2 4 8 27 28 29"},
         {"isSupportModifyScrollDirection", "10 27", "none"},
     };
@@ -204,15 +243,15 @@ TEST_F(StageMediaTest, ARequestForAnUnknownMediumIsSentBack)
     }
 }
 
-TEST_F(StageMediaTest, AMediumsThumbnailHasItsAspectRatioAndAnAlphaChannel)
+TEST_F(StageMediaTest, AMediumsThumbnailHasTheSizeOfTheAppsListAndAnAlphaChannel)
 {
     const SResource video = MakeResource(5, ResourceType::Video);
     LoadStage({video}, {MakeMedium(31, video)});
 
-    const QByteArray png =
-        PictureIn(Ask(Command::MediaThumbnail, {{"mediaId", IdText(31)}}, Source::FP | Source::CentralControl),
-                  Command::ReplyTo(Command::MediaThumbnail), Id(31));
+    const QImage image = QImage::fromData(
+        PictureIn(Ask(0x118, {{"mediaId", IdText(31)}}, Source::FP | Source::CentralControl), 0x10000118, Id(31)),
+        "PNG");
 
-    EXPECT_EQ(QImage::fromData(png, "PNG").size(), QSize(320, 180));
-    EXPECT_TRUE(QImage::fromData(png, "PNG").hasAlphaChannel());
+    EXPECT_TRUE(image.hasAlphaChannel());
+    EXPECT_EQ(Difference(image, GetRenderController()->GetImageWithAlpha(Id(31)).scaled(320, 180)), 0);
 }

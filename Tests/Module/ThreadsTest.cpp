@@ -54,11 +54,11 @@ TEST_F(ThreadsTest, UninitWaitsForARequestThatIsBeingAnswered)
     RecordingChannels::OnCall([&](const SChannelCall& call) {
         if (testing::Value(call, SentCode(Command::ReplyTo(Command::HostNameAndVersion)))) {
             answering.set_value();
-            goOn.get_future().wait();
+            goOn.get_future().wait_for(kTimeout);
         }
     });
     std::thread request([&] { tcp(AppPacket(Command::HostNameAndVersion)); });
-    answering.get_future().wait();
+    EXPECT_EQ(answering.get_future().wait_for(kTimeout), std::future_status::ready);
     std::promise<void> ended;
     std::thread watcher([&, end = ended.get_future()] {
         EXPECT_TRUE(WaitUntil(isEnding));
@@ -115,6 +115,9 @@ TEST_F(ThreadsTest, ARequestDuringInitIsIgnoredOrAnswered)
     RecordingChannels::OnCall([&](const SChannelCall& call) {
         if (call.name != "App.InitServer")
             return;
+        RecordingChannels::Callbacks().appTcp(AppPacket(Command::HostNameAndVersion));
+        EXPECT_THAT(RecordingChannels::Outgoing(), testing::IsEmpty()) << "there are no senders yet";
+        // ThreadSanitizer reports an early use of the table of senders.
         app = std::thread([&, tcp = RecordingChannels::Callbacks().appTcp] {
             while (!enough)
                 tcp(AppPacket(Command::HostNameAndVersion));

@@ -3,6 +3,17 @@
 #include <gmock/gmock.h>
 
 #include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+/// Ends the process if a test hangs. Far longer than the slowest test, also with a sanitizer.
+class CTimeLimit : public testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo&) override { alarm(120); }
+    void OnTestEnd(const testing::TestInfo&) override { alarm(0); }
+};
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -16,5 +27,6 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     testing::InitGoogleMock(&argc, argv);
+    testing::UnitTest::GetInstance()->listeners().Append(new CTimeLimit);
     return RUN_ALL_TESTS();
 }

@@ -105,6 +105,12 @@ CallMatcher SentToCentral(const std::string& text, const std::string& ip, int po
                  Field("ip", &SChannelCall::ip, ip), Field("port", &SChannelCall::port, port));
 }
 
+CallMatcher SentToCloud(int route, const std::string& text)
+{
+    return AllOf(Named("Cloud.SendData"), Field("text", &SChannelCall::text, text),
+                 Field("number", &SChannelCall::number, route));
+}
+
 testing::Matcher<const SResultData&> Report(const SResultData& expected)
 {
     return AllOf(Field("nSenderType", &SResultData::nSenderType, expected.nSenderType),

@@ -27,6 +27,7 @@ CallMatcher SentTo(const std::string& ip, int port, unsigned int code, const QJs
 CallMatcher SentEmptyTo(const std::string& ip, int port, unsigned int code);
 CallMatcher SentToFP(unsigned int code, const QJsonObject& json);
 CallMatcher SentToCentral(const std::string& text, const std::string& ip, int port);
+CallMatcher SentToCloud(int route, const std::string& text);
 
 /// Matches a report to the host whose fields all have these values.
 testing::Matcher<const SResultData&> Report(const SResultData& expected);

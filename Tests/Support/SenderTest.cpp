@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 
+#include <cstdlib>
 #include <ostream>
 
 void PrintTo(Recipient recipient, std::ostream* out)
@@ -65,4 +66,16 @@ QByteArray PictureIn(const std::vector<SChannelCall>& calls, unsigned int code, 
     const QByteArray sent = QByteArray::fromStdString(calls[0].package->data);
     const QByteArray picture = sent.mid(envelope({}).size());
     return sent == envelope(picture) ? picture : QByteArray();
+}
+
+double Difference(const QImage& picture, const QImage& other)
+{
+    if (picture.size() != other.size() || picture.isNull())
+        return 255;
+    const QImage first = picture.convertToFormat(QImage::Format_RGBA8888);
+    const QImage second = other.convertToFormat(QImage::Format_RGBA8888);
+    double sum = 0;
+    for (int i = 0; i < first.sizeInBytes(); ++i)
+        sum += std::abs(first.constBits()[i] - second.constBits()[i]);
+    return sum / static_cast<double>(first.sizeInBytes());
 }

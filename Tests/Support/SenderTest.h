@@ -1,9 +1,12 @@
 #pragma once
 
 #include "Support/ControllerTest.h"
+#include "Support/HostDoubles.h"
 #include "Support/ShowBuilder.h"
 
 #include "ExternalController/MsgSender/MsgSenderBase.h"
+
+#include <QImage>
 
 #include <iosfwd>
 #include <string>
@@ -53,10 +56,14 @@ QJsonObject Of(const QJsonObject& object, const QStringList& keys);
 /// to the app on the bulk channel; otherwise returns an empty array.
 QByteArray PictureIn(const std::vector<SChannelCall>& calls, unsigned int code, const QUuid& id);
 
+/// Returns the mean difference of two pictures' channels, 0 to 255; 255 if their sizes differ.
+double Difference(const QImage& picture, const QImage& other);
+
 /// Tests senders with recording channels, in a host without a show.
 class SenderTest : public ControllerTest {
 protected:
     SenderTest() { RecordingChannels::ForgetCalls(); }
+    ~SenderTest() override { Doubles() = {}; }
 
     /// Lets a sender with all channels handle a request, in one reading of the show as in a channel's callback.
     template <class Sender>
