@@ -173,19 +173,94 @@ TEST_F(HostCommandsTest, ARemoteCannotReportALoginOrItsEnd)
     EXPECT_FALSE(HostModels::UserModel().GetConnectState());
 }
 
-TEST_F(HostCommandsTest, AKeywordWithoutACommandIsNamedInTheShowLog)
+TEST_F(HostCommandsTest, ACommandIsAnsweredOnItsChannelAndLoggedWithItsSource)
 {
-    QJsonObject known = {{"cmd", "stopWnd"}, {"cmdType", 0}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
-    RecordingChannels::Callbacks().central(known);
-    RecordingChannels::Callbacks().appTcp(AppPacket(0x777, {{"cmd", "forged, line\nanother"}}));
+    LoadShow({MakeProject(1, {MakeGroup(2, {MakeScene(3)})})});
+    LogIn();
+    const QJsonObject body = {{"param", 30}, {"respon", QJsonObject{{"forged", 1}}}};
+    const QJsonObject answer = {{"param", 30}, {"result", 0}, {"errorMsg", "SUCCESS"}};
+    QJsonObject cloud = {{"cmdType", Command::Volume}, {"param", 30}};
+    QJsonObject central = body;
+    central["cmdType"] = Command::Volume;
+    central["remoteIp"] = "10.0.0.9";
+    central["remotePort"] = 4000;
+    QJsonObject unknownKeyword = {{"cmd", "stopWnd"}, {"cmdType", 0}, {"remoteIp", "10.0.0.9"}, {"remotePort", 4000}};
 
+    RecordingChannels::Callbacks().appTcp(AppPacket(Command::Volume, body));
+    RecordingChannels::Callbacks().fp(AppPacket(Command::Volume, body));
+    RecordingChannels::Callbacks().central(central);
+    RecordingChannels::Callbacks().cloud(cloud);
+    RecordingChannels::Callbacks().central(unknownKeyword);
+    RecordingChannels::Callbacks().appTcp(AppPacket(0x477, {{"cmd", "forged, line\nanother"}}));
+    m_commands.CarryOut({SenderType::Scene, Command::ScenePlay, true, {{"sceneCol", 7}}, 0});
+
+    const std::vector<SChannelCall> sent = RecordingChannels::Outgoing();
+    ASSERT_EQ(sent.size(), 5U);
+    EXPECT_THAT(sent[0], Sent(Command::ReplyTo(Command::Volume), answer));
+    EXPECT_THAT(sent[1], SentToFP(Command::Volume, answer));
+    EXPECT_THAT(sent[2], SentToCentral("SUCCESS", "10.0.0.9", 4000));
+    EXPECT_THAT(sent[3], SentToCentral("COMMAND ERROR", "10.0.0.9", 4000));
+    EXPECT_THAT(sent[4], SentCode(Command::ReplyTo(0x477)));
     const QDateTime now = QDateTime::currentDateTime();
-    HostModels::ShowLog().QueryOPLog(now.addDays(-1), now.addDays(1), true);
-    QStringList names;
-    for (const SOPRecord& record : HostModels::ShowLog().GetOPLogList())
-        names.append(record.function);
-    EXPECT_TRUE(names.contains("stopWnd (0x000)")) << names.join('\n').toStdString();
-    EXPECT_TRUE(names.contains("unknown (0x777)")) << names.join('\n').toStdString();
+    HostModels::ShowLog().QueryOPLog(now.addSecs(-60), now.addSecs(60), true);
+    std::vector<std::string> records;
+    for (const SOPRecord& record : HostModels::ShowLog().GetOPLogList().mid(0, 7))
+        records.push_back(QString("%1: %2 %3: %4")
+                              .arg(record.source)
+                              .arg(record.module, record.function, record.description)
+                              .toStdString());
+    EXPECT_THAT(records,
+                ElementsAre("0: Scene scene-play (0x306): row or col error",
+                            "1: Resource unknown (0x477): COMMAND ERROR", "3: Stage stopWnd (0x000): COMMAND ERROR",
+                            "4: Stage volume (0x105): SUCCESS", "3: Stage volume (0x105): SUCCESS",
+                            "2: Stage volume (0x105): SUCCESS", "1: Stage volume (0x105): SUCCESS"));
+}
+
+TEST_F(HostCommandsTest, TheHostAnswersNoQueryThatASenderHasAnswered)
+{
+    LoadShow({MakeProject(1)});
+    LogIn();
+
+    RecordingChannels::Callbacks().fp(AppPacket(Command::ProjectList));
+    RecordingChannels::Callbacks().appTcp(AppPacket(Command::SetHostName, {{"name", "Stage 1"}}));
+
+    const std::vector<SChannelCall> sent = RecordingChannels::Outgoing();
+    ASSERT_EQ(sent.size(), 3U);
+    EXPECT_EQ(sent[0].name, "FP.SendPackage");
+    EXPECT_THAT(sent[1], SentCode(Command::ReplyTo(Command::SetHostName)));
+    EXPECT_THAT(sent[2], SentCode(Command::ReplyTo(Command::HostNameAndVersion)));
+}
+
+TEST_F(HostCommandsTest, WhileAProjectIsSwitchedTheCloudCannotPlayAScene)
+{
+    LoadShow({MakeProject(1), MakeProject(2)});
+    std::atomic<int> played{0};
+    HostModels::SetResultHandler([&](const SResultData& command) { played += command.nCmdCode == Command::ScenePlay; });
+    const auto isIgnored = [&] {
+        QJsonObject message = {{"cmdType", Command::ScenePlay}};
+        const int before = played;
+        RecordingChannels::Callbacks().cloud(message);
+        return played == before;
+    };
+    CGate gate;
+    std::thread editor([&] { HostModels::Show().Change([&](SShow&) { gate.Wait(); }); });
+    std::thread channel([&] { Change(Command::SwitchProject, {{"param", 1}}); });
+    EXPECT_TRUE(WaitUntil(isIgnored));
+    gate.Open();
+    channel.join();
+    editor.join();
+    EXPECT_FALSE(isIgnored());
+}
+
+TEST_F(HostCommandsTest, ACommandToCloseTheSoftwareIsAnsweredAndEndsTheEventLoop)
+{
+    QTimer::singleShot(kTimeout, [] { QCoreApplication::exit(1); });
+
+    QTimer::singleShot(0, [this] { Change(Command::CloseSoftware, {}); });
+
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_THAT(RecordingChannels::Outgoing(),
+                ElementsAre(Sent(Command::ReplyTo(Command::CloseSoftware), {{"result", 0}, {"errorMsg", "SUCCESS"}})));
 }
 
 TEST_F(HostCommandsTest, AScenesCommandsAreReadFromTheShowInWhichItPlayed)

@@ -170,10 +170,10 @@ const std::string kPlay13 =
     "scene 10/13, " + kPlaying + "end 10/12, start 10/13, current 10/13, unused 5, unused 6, unused 7, used 8";
 const std::string kPlay21 =
     "scene 20/21, " + kPlaying + "end 10/12, start 20/21, current 20/21, unused 5, unused 6, unused 7";
+const std::string kOpen = "scene 0/0, stopped, remotes get stopped, at 0 s, end 10/12, ";
 const std::string kOpen2 = "project at 1, scene 50/51, stopped, remotes get stopped, at 0 s, "
                            "end 10/12, current 50/51, unused 5, unused 6";
-const std::string kOpen3 = "project at 2, scene 0/0, stopped, remotes get stopped, at 0 s, "
-                           "end 10/12, current 0/0, unused 5, unused 6, unused 7";
+const std::string kOpen3 = "project at 2, " + kOpen + "current 0/0, unused 5, unused 6, unused 7";
 
 } // namespace
 
@@ -314,6 +314,7 @@ TEST(ShowChangesTest, ThePlaybackIsControlledInEveryState)
     const std::string start = ", start 10/12";
     const std::string end = ", end 10/12";
     const std::string playing = "playing, remotes get playing";
+    EXPECT_TRUE(StateOf(Stage(SPlayback::Playing)).contains("at 3607 s"));
     Check(Stage(SPlayback::Playing), {{PlayControl, R"("cmd": "continueAll")", ""},
                                       {PlayControl, R"("cmd": "pauseAll")", "paused, remotes get paused"},
                                       {PlayControl, R"("cmd": "stop")", stopped + end},
@@ -334,7 +335,8 @@ TEST(ShowChangesTest, ThePlaybackIsControlledInEveryState)
 
 TEST(ShowChangesTest, AProjectIsOpenedByItsPositionIdOrName)
 {
-    Check(Stage(), {{SwitchProject, R"("param": 1)", kOpen2},
+    Check(Stage(), {{SwitchProject, R"("param": 0)", kOpen + "current 0/0, unused 5, unused 6, unused 7"},
+                    {SwitchProject, R"("param": 1)", kOpen2},
                     {SwitchProject, R"("param": 2)", kOpen3},
                     {SwitchProject, R"("param": 3)", kRange},
                     {SwitchProject, R"("param": -1)", kRange},
@@ -399,6 +401,7 @@ TEST(ShowChangesTest, AnUploadedFileAddsOrReloadsTheResourcesOfTheOpenProject)
         resource.path = path;
         resource.type = type;
         resource.resolution = QSize(4, 3);
+        resource.demuxered = true;
         return resource;
     };
     const SShow empty = [] {
@@ -426,9 +429,9 @@ TEST(ShowChangesTest, AnUploadedFileAddsOrReloadsTheResourcesOfTheOpenProject)
     const SShow ready = show;
     events.clear();
     TakeFile(show, make(9, "/a.png"), events);
-    TakeFile(show, make(9, "/a.png"), events);
-    EXPECT_EQ(Differences(ready, show, events), "resource 5 found 8x6, unready 5") << "reported once";
+    EXPECT_EQ(Differences(ready, show, events), "resource 5 found 8x6, unready 5");
     events.clear();
+    TakeFile(show, make(9, "/a.png"), events);
     Demux(show, Id(1), "/a.png", {}, events);
     EXPECT_EQ(Differences(ready, show, events), "resource 5 found ready 0x0, ready 5");
 }
