@@ -10,7 +10,8 @@ if(ZENTRAVOX_HOST_SDK)
 else()
     set(tools showhost showremote)
     set(libraries
-        ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform)
+        ExternalController AppServer CentralControl CloudControl Comm Common Devices FPClient HostModels Log Platform
+        Traffic)
     set(qt_components Core Gui Network WebSockets)
     if(WIN32) # Platform is a static library there
         list(REMOVE_ITEM libraries Platform)
@@ -67,7 +68,7 @@ if(NOT ZENTRAVOX_HOST_SDK)
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME showremote COMPONENT Runtime)
     install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
     # Headers for a host that uses the stand-ins and configures them.
-    install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log
+    install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log Src/Libs/StandIns/Traffic
         DESTINATION ${header_folder} COMPONENT Development FILES_MATCHING PATTERN *.h)
     foreach(library AppServer CentralControl CloudControl FPClient)
         install(FILES Src/Libs/StandIns/${library}/${library}Config.h

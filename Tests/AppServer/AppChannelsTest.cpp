@@ -1,10 +1,10 @@
 #include "Interfaces/AppServer.h"
 
 #include "AppServer/AppServerConfig.h"
-#include "Comm/ChannelEvents.h"
 #include "Support/OneShow.h"
 #include "Support/Package.h"
 #include "Support/TcpPeer.h"
+#include "Traffic/Traffic.h"
 
 #include <QTemporaryDir>
 

@@ -39,7 +39,8 @@ protected:
                const char* address = kAddress)
     {
         m_server = std::make_unique<CTcpServer>(
-            m_threads, CTcpServer::SOptions{"test", address, kPort, limits, channelLimits, maxConnections},
+            m_threads,
+            CTcpServer::SOptions{TrafficChannel::AppControl, address, kPort, limits, channelLimits, maxConnections},
             CTcpServer::SCallbacks{
                 [this](const auto&) { m_notes.Add("opened"); },
                 [this](const auto& connection, const std::string& frame) { Answer(connection, frame); },

@@ -43,9 +43,10 @@ private:
 TEST(UdpSocketTest, AnIPv4PeerOfADualStackSocketHasADottedAddressAndIsAnsweredThere)
 {
     CIoThreads threads;
-    CUdpSocket socket(threads, "test", [&](const std::string& text, const std::string& ip, std::uint16_t port) {
-        socket.Send(text + " from " + ip, ip, port);
-    });
+    CUdpSocket socket(threads, TrafficChannel::CentralControl,
+                      [&](const std::string& text, const std::string& ip, std::uint16_t port) {
+                          socket.Send(text + " from " + ip, ip, port);
+                      });
     ASSERT_TRUE(socket.Start("::ffff:127.0.0.11", kPort));
     threads.Start();
     CDatagramPeer peer;
@@ -63,10 +64,11 @@ TEST(UdpSocketTest, TheQueuedDatagramsOfAllPeersHaveACommonLimit)
     CGate gate;
     std::atomic<int> taken{0};
     CIoThreads threads;
-    CUdpSocket socket(threads, "test", [&](const std::string&, const std::string&, std::uint16_t) {
-        ++taken;
-        gate.Wait();
-    });
+    CUdpSocket socket(threads, TrafficChannel::CentralControl,
+                      [&](const std::string&, const std::string&, std::uint16_t) {
+                          ++taken;
+                          gate.Wait();
+                      });
     ASSERT_TRUE(socket.Start("127.0.0.11", kPort));
     threads.Start();
     std::vector<CDatagramPeer> peers(kPeers);

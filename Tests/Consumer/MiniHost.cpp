@@ -1,7 +1,6 @@
 #include <AppServer/AppServerConfig.h>
 #include <CentralControl/CentralControlConfig.h>
 #include <CloudControl/CloudControlConfig.h>
-#include <Comm/ChannelEvents.h>
 #include <ExternalController/Common/Routes.h>
 #include <ExternalController/Common/Vocabulary.h>
 #include <ExternalController/ExternalController.h>
@@ -9,6 +8,7 @@
 #include <HostModels/HostModels.h>
 #include <Interfaces/CloudControl.h>
 #include <Interfaces/ZXComm.h>
+#include <Traffic/Traffic.h>
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -187,11 +187,11 @@ int main(int argc, char** argv)
 
     // The upload channel's script is in the libraries' folder, not in this program's.
     std::atomic<bool> allUp{true};
-    CChannelEvents::GetInstance().SetSink(
-        [&](const SChannelEvent& event) {
-            if (event.kind != SChannelEvent::Kind::Failed)
+    const CTrafficSubscription traffic(
+        [&](const STrafficRecord& record) {
+            if (record.kind != STrafficRecord::Kind::Failed)
                 return;
-            std::fprintf(stderr, "%s: %s\n", event.channel.c_str(), event.text.c_str());
+            std::fprintf(stderr, "%s: %s\n", NameOf(record.channel), record.text.c_str());
             allUp = false;
         },
         false);

@@ -71,7 +71,7 @@ TEST(UDPClientChannelTest, ADatagramThatCannotBeSentIsReportedAndLaterOnesAreSen
 
     const std::string text = log.Text();
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10) << text;
-    EXPECT_THAT(text, HasSubstr("UDP device 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
+    EXPECT_THAT(text, HasSubstr("devices 127.0.0.74:0: 1 bytes not sent: Invalid argument"));
     EXPECT_THAT(text, HasSubstr("70000 bytes not sent: Message too long"));
     EXPECT_FALSE(device.hasPendingDatagrams());
     EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.localPort()));
@@ -96,7 +96,7 @@ TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedWhenItIsF
 
     EXPECT_EQ(device.Receive(), "sent from 127.0.0.73:25168");
     EXPECT_THAT(log.Text(),
-                testing::MatchesRegex("UDP device : can't use local port 25168, tries again at each command: [^\n]*\n"
-                                      "UDP device : local port 25168 can be used again; datagrams lost: 2\n"
-                                      "UDP device [^\n]*: 4 bytes: sent\n"));
+                testing::MatchesRegex("devices : can't use local port 25168, tries again at each command: [^\n]*\n"
+                                      "devices : local port 25168 can be used again; datagrams lost: 2\n"
+                                      "devices [^\n]*: sent\n"));
 }

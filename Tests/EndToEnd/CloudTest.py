@@ -160,7 +160,7 @@ class ShowRemoteTest(unittest.TestCase):
         result = showremote("cloud", "--listen", OTHER_CLOUD, "globalVolume", '{"param": 7}')
 
         self.assertEqual(result.returncode, 0, result.stderr)
-        self.host.wait_for_line(lambda line: "cloud <- 261" in line, "the command")
+        self.host.wait_for_line(lambda line: " <- volume (0x105)" in line, "the command")
 
     def test_listening_ends_by_ctrl_c_and_by_time(self):
         process = subprocess.Popen([os.environ["SHOWREMOTE"], "cloud", "--listen", OTHER_CLOUD, "listen"],

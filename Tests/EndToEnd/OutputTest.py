@@ -63,7 +63,7 @@ class UnreadOutputTest(unittest.TestCase):
 
         dropped = [int(line.split()[1]) for line in lines if line.startswith("... ")]
         self.assertEqual(len(dropped), 1, dropped)
-        printed = sum(" central control " in line and (" <- getHDR" in line or " -> " in line) for line in lines)
+        printed = sum(" central control " in line and (" <- hdr-state" in line or " -> " in line) for line in lines)
         self.assertEqual(printed + dropped[0], 2 * FLOOD)  # each request and its answer
         self.host.stdout.close()
         flood(HOST)  # without a reader

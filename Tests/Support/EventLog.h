@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
+#include "Traffic/Traffic.h"
 
 #include <mutex>
 #include <string>
@@ -9,15 +9,14 @@
 class CEventLog {
 public:
     explicit CEventLog(bool traffic = true)
-    {
-        CChannelEvents::GetInstance().SetSink(
-            [this](const SChannelEvent& event) {
-                const std::lock_guard lock(m_mutex);
-                m_text += event.channel + ' ' + event.peer + ": " + event.text + '\n';
-            },
-            traffic);
-    }
-    ~CEventLog() { CChannelEvents::GetInstance().SetSink({}, false); }
+        : m_traffic(
+              [this](const STrafficRecord& record) {
+                  const std::lock_guard lock(m_mutex);
+                  m_text += NameOf(record.channel) + (' ' + record.peer) + ": " + record.text +
+                            std::string(record.payload) + '\n';
+              },
+              traffic)
+    {}
     CEventLog(const CEventLog&) = delete;
     CEventLog& operator=(const CEventLog&) = delete;
 
@@ -31,4 +30,5 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::string m_text;
+    CTrafficSubscription m_traffic; ///< destroyed first
 };

@@ -1,6 +1,7 @@
 #include "ShowHost/HostLog.h"
 
 #include "Comm/PayloadText.h"
+#include "ExternalController/Common/CommandNames.h"
 
 #include <QDateTime>
 #include <QtGlobal>
@@ -22,28 +23,39 @@ QString Timed(const QString& line)
     return QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line;
 }
 
-std::string TextOf(const SChannelEvent& event)
+/// Describes a message. Only commands of devices and of FTP are printed: other messages can contain passwords.
+std::string MessageText(const STrafficRecord& record)
 {
-    std::string text = event.channel;
-    if (!event.peer.empty())
-        text += ' ' + event.peer;
-    switch (event.kind) {
-    case SChannelEvent::Kind::Listening:
-        return text + " listens on " + event.text;
-    case SChannelEvent::Kind::Failed:
-        return text + " can't start: " + event.text;
-    case SChannelEvent::Kind::Connected:
+    std::string text = record.from == STrafficRecord::From::Remote ? " <- " : " -> ";
+    if (record.code != 0)
+        text += Command::TextOf(record.code) + ", ";
+    else if (record.channel == TrafficChannel::CentralControl && record.from == STrafficRecord::From::Remote)
+        text += "not a command, ";
+    if (record.channel == TrafficChannel::Devices || record.channel == TrafficChannel::AppUpload)
+        return text + TrafficText(std::string(record.payload));
+    return text + std::to_string(record.wireBytes) + " bytes";
+}
+
+std::string TextOf(const STrafficRecord& record)
+{
+    std::string text = NameOf(record.channel);
+    if (!record.peer.empty())
+        text += ' ' + record.peer;
+    switch (record.kind) {
+    case STrafficRecord::Kind::Listening:
+        return text + " listens on " + record.text;
+    case STrafficRecord::Kind::Failed:
+        return text + " can't start: " + record.text;
+    case STrafficRecord::Kind::Opened:
         return text + " connected";
-    case SChannelEvent::Kind::Closed:
-        return text + " closed: " + event.text;
-    case SChannelEvent::Kind::Received:
-        return text + " <- " + event.text;
-    case SChannelEvent::Kind::Sent:
-        return text + " -> " + event.text;
-    case SChannelEvent::Kind::Note:
+    case STrafficRecord::Kind::Closed:
+        return text + " closed: " + record.text;
+    case STrafficRecord::Kind::Message:
+        return text + MessageText(record);
+    case STrafficRecord::Kind::Note:
         break;
     }
-    return text + ": " + event.text;
+    return text + ": " + record.text;
 }
 
 } // namespace
@@ -58,12 +70,12 @@ CHostLog::CHostLog() : m_output(fileno(stdout))
 void CHostLog::SetQuiet(bool quiet)
 {
     m_quiet = quiet;
-    CChannelEvents::GetInstance().SetSink([this](const SChannelEvent& event) { Take(event); }, !quiet);
+    m_traffic.emplace([this](const STrafficRecord& record) { Take(record); }, !quiet);
 }
 
 CHostLog::~CHostLog()
 {
-    CChannelEvents::GetInstance().SetSink({}, false);
+    m_traffic.reset();
     qInstallMessageHandler(nullptr);
     s_log = nullptr;
 }
@@ -90,16 +102,17 @@ void CHostLog::PrintAnswer(const QString& line)
     m_output.Write(LineText(line).toStdString());
 }
 
-void CHostLog::Take(const SChannelEvent& event)
+void CHostLog::Take(const STrafficRecord& record)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (event.kind == SChannelEvent::Kind::Listening)
-            m_listening.push_back(event.channel + ' ' + event.text);
-        else if (event.kind == SChannelEvent::Kind::Failed)
-            m_failures.push_back(TextOf(event));
+        if (record.kind == STrafficRecord::Kind::Listening)
+            m_listening.push_back(NameOf(record.channel) + (' ' + record.text));
+        else if (record.kind == STrafficRecord::Kind::Failed)
+            m_failures.push_back(TextOf(record));
     }
-    Print(QString::fromStdString(TextOf(event)));
+    if (!m_quiet)
+        Print(QString::fromStdString(TextOf(record)));
 }
 
 std::vector<std::string> CHostLog::Listening() const

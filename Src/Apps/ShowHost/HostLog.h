@@ -1,12 +1,13 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
 #include "ShowHost/LineWriter.h"
+#include "Traffic/Traffic.h"
 
 #include <QString>
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,10 +35,11 @@ public:
 
 private:
     static void TakeQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
-    void Take(const SChannelEvent& event);
+    void Take(const STrafficRecord& record);
     std::atomic<bool> m_quiet{true};
     mutable std::mutex m_mutex;
     std::vector<std::string> m_listening;
     std::vector<std::string> m_failures;
     CLineWriter m_output;
+    std::optional<CTrafficSubscription> m_traffic; ///< destroyed first
 };

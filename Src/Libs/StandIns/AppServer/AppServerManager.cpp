@@ -3,7 +3,6 @@
 #include "AppServer/AppPeers.h"
 #include "AppServer/AppServerConfig.h"
 #include "AppServer/FtpUploadServer.h"
-#include "Comm/ChannelEvents.h"
 #include "Comm/EnvelopeTraffic.h"
 #include "Comm/IoThreads.h"
 #include "Comm/TcpServer.h"
@@ -12,6 +11,7 @@
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "HostModels/Show/HostShow.h"
+#include "Traffic/Traffic.h"
 
 #include <QJsonObject>
 
@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::array kChannelNames = {"app control", "app bulk"};
+constexpr std::array kChannels = {TrafficChannel::AppControl, TrafficChannel::AppBulk};
 constexpr std::array kChannelPorts = {AppServer::kControlPort, AppServer::kBulkPort};
 
 /// The connection whose request this thread is handling, and its channel; null outside a request.
@@ -50,12 +50,6 @@ bool IsLoginSuccess(const std::string& envelope)
     return ReadJson(body).object().value(QLatin1String("result")) == QJsonValue(LoginResult::Success);
 }
 
-void PublishTraffic(SChannelEvent::Kind kind, int channel, const CEnvelopeConnection& connection,
-                    std::string_view envelope)
-{
-    EnvelopeTraffic::Publish(kind, kChannelNames[static_cast<std::size_t>(channel)], connection, envelope);
-}
-
 struct SCallbacks {
     CAPPServerManager::PackageCallback tcp;
     CAPPServerManager::PackageCallback udp;
@@ -70,8 +64,9 @@ public:
         : m_callbacks(callbacks)
         , m_servers{CTcpServer(m_threads, OptionsOf(AppServer::Control, config), CallbacksOf(AppServer::Control)),
                     CTcpServer(m_threads, OptionsOf(AppServer::Bulk, config), CallbacksOf(AppServer::Bulk))}
-        , m_discovery(m_threads, "app discovery",
+        , m_discovery(m_threads, TrafficChannel::AppDiscovery,
                       [this](std::string datagram, const std::string& ip, std::uint16_t port) {
+                          const CTrafficRequest request([&] { return m_discovery.RecordOf(datagram, 0, ip, port); });
                           Deliver(m_callbacks.udp, {std::move(datagram), 0, ip, port, AppServer::kDiscoveryPort});
                       })
         , m_config(config)
@@ -154,7 +149,7 @@ private:
     static CTcpServer::SOptions OptionsOf(int channel, const SAppServerConfig& config)
     {
         const auto index = static_cast<std::size_t>(channel);
-        return {kChannelNames[index], config.listenAddress, kChannelPorts[index], {}};
+        return {kChannels[index], config.listenAddress, kChannelPorts[index], {}};
     }
 
     static CFtpUploadServer::SOptions FtpOptionsOf(const SAppServerConfig& config)
@@ -171,10 +166,10 @@ private:
     void PublishUploadState(bool listening, const std::string& reason) const
     {
         const std::string address = AddressText(m_config.listenAddress, AppServer::kFtpPort);
-        CChannelEvents::GetInstance().Publish({listening ? SChannelEvent::Kind::Listening : SChannelEvent::Kind::Failed,
-                                               "app upload",
-                                               {},
-                                               listening ? address : address + ": " + reason});
+        CTraffic::GetInstance().Publish({listening ? STrafficRecord::Kind::Listening : STrafficRecord::Kind::Failed,
+                                         TrafficChannel::AppUpload,
+                                         {},
+                                         listening ? address : address + ": " + reason});
     }
 
     CTcpServer::SCallbacks CallbacksOf(int channel)
@@ -186,7 +181,9 @@ private:
                     m_callbacks.connected(connection->RemoteIp(), connection->RemotePort());
             },
             [this, channel](const CEnvelopeConnection::Ptr& connection, std::string frame) {
-                PublishTraffic(SChannelEvent::Kind::Received, channel, *connection, frame);
+                const CTrafficRequest request([&] {
+                    return EnvelopeTraffic::RecordOf(kChannels[static_cast<std::size_t>(channel)], *connection, frame);
+                });
                 const CRequestScope requestScope(connection, channel);
                 Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
                                           kChannelPorts[static_cast<std::size_t>(channel)]});
@@ -212,9 +209,8 @@ private:
     void SendTo(const CEnvelopeConnection::Ptr& connection, int channel,
                 const std::shared_ptr<Comm::RequestPackage>& package)
     {
-        if (!connection || !connection->Send(package))
+        if (!connection || !EnvelopeTraffic::Send(kChannels[static_cast<std::size_t>(channel)], *connection, package))
             return;
-        PublishTraffic(SChannelEvent::Kind::Sent, channel, *connection, package->data);
         if (IsLoginSuccess(package->data))
             m_peers.LogIn(connection);
     }

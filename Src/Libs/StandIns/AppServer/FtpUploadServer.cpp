@@ -2,6 +2,7 @@
 
 #include "ExternalController/Common/JsonReader.h"
 #include "Platform/Process.h"
+#include "Traffic/Traffic.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -16,6 +17,7 @@
 #include <chrono>
 #include <deque>
 #include <future>
+#include <map>
 #include <memory>
 #include <mutex>
 
@@ -180,8 +182,44 @@ private:
                 SetState(true, {});
             } else if (event == QLatin1String("failed")) {
                 m_reason = line["reason"].toString();
+            } else if (line.contains("session")) {
+                PublishSession(event, line);
             }
         }
+    }
+
+    void PublishSession(const QString& event, const QJsonObject& line)
+    {
+        CTraffic& traffic = CTraffic::GetInstance();
+        const int id = line["session"].toInt();
+        SSession& session = m_sessions[id];
+        STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::AppUpload};
+        if (event == QLatin1String("opened")) {
+            session = {traffic.NextConnection(), line["peer"].toString().toStdString(), 0};
+            record.kind = STrafficRecord::Kind::Opened;
+        } else if (event == QLatin1String("closed")) {
+            record.kind = STrafficRecord::Kind::Closed;
+            record.text = "the FTP session has ended";
+        }
+        record.peer = session.peer;
+        record.connection = session.connection;
+        if (record.kind != STrafficRecord::Kind::Message) {
+            traffic.Publish(std::move(record));
+            if (event == QLatin1String("closed"))
+                m_sessions.erase(id);
+            return;
+        }
+        if (!traffic.WantsMessages())
+            return;
+        const bool isCommand = event == QLatin1String("command");
+        const std::string text = line["text"].toString().toStdString();
+        record.from = isCommand ? STrafficRecord::From::Remote : STrafficRecord::From::Host;
+        record.payload = text;
+        record.wireBytes = text.size();
+        record.replyTo = isCommand ? 0 : session.command;
+        const std::uint64_t number = traffic.Publish(std::move(record));
+        if (isCommand)
+            session.command = number;
     }
 
     void OnEnded()
@@ -198,6 +236,7 @@ private:
         if (m_listening.isValid() && m_listening.hasExpired(kSoundAfter.count()))
             m_pause = kShortestPause;
         m_listening.invalidate();
+        m_sessions.clear();
         if (!m_started) {
             m_restart.start(m_pause);
             m_pause = std::min(2 * m_pause, kLongestPause);
@@ -213,7 +252,14 @@ private:
             started->set_value(listening);
     }
 
+    struct SSession {
+        std::uint64_t connection = 0;
+        std::string peer;
+        std::uint64_t command = 0; ///< number of the last command's record
+    };
+
     SOptions m_options;
+    std::map<int, SSession> m_sessions; ///< of the child, by the child's numbers
     UploadEndCallback m_uploadEnd;
     StateCallback m_state;
     CChildProcess m_process{this};

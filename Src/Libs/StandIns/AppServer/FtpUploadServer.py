@@ -6,7 +6,8 @@ stdin: first one JSON line with the start parameters
   then commands, one JSON object per line: {"root": "/..."} sets the root of the uploads that begin afterwards.
   The server ends when stdin is closed, so it never runs longer than the process that started it.
 stdout: one JSON object per line and event: "listening", "upload" and "aborted" with "path", "failed" with "reason".
-  After "failed" the server exits with code 1.
+  After "failed" the server exits with code 1. For each control connection "opened" with "session", its number, and
+  "peer", then "command" and "reply" with "session" and "text", and "closed" with "session". Passwords are replaced by ***.
 stderr: warnings and errors only.
 
 POSIX only: stdin is polled together with the sockets.
@@ -23,6 +24,7 @@ import stat
 import sys
 from collections import Counter
 from contextlib import suppress
+from itertools import count
 
 from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
 from pyftpdlib.filesystems import AbstractedFS, FilesystemError
@@ -197,10 +199,13 @@ class Session(FTPHandler):
     # STOU is not supported: the library would write the file under its final name from the first byte on.
     proto_cmds = {name: command for name, command in FTPHandler.proto_cmds.items() if name != "STOU"}
     login_seconds = 10
+    numbers = count(1)
     # The sessions that have not logged in, the oldest first, each with the timer that closes it.
     waiting = {}
 
     def handle(self):
+        self.number = next(self.numbers)
+        report("opened", session=self.number, peer=f"{self.remote_ip}:{self.remote_port}")
         self._wait_for_login()
         super().handle()
 
@@ -224,6 +229,9 @@ class Session(FTPHandler):
     def close(self):
         self._stop_waiting()
         super().close()
+
+    def on_disconnect(self):
+        report("closed", session=self.number)
 
     def _stop_waiting(self):
         if limit := self.waiting.pop(self, None):
@@ -256,7 +264,12 @@ class Session(FTPHandler):
         self._in_buffer, self._in_buffer_len = [], 0
         return bytes.lstrip(b"\xff\xf4\xf2").decode()
 
+    def respond(self, resp, *args, **kwargs):
+        report("reply", session=self.number, text=resp)
+        super().respond(resp, *args, **kwargs)
+
     def pre_process_command(self, line, cmd, arg):
+        report("command", session=self.number, text="PASS ***" if cmd == "PASS" else line)
         if "\0" in line:
             self.respond("501 A name can't contain a zero byte.")
         elif cmd in DATA_COMMANDS and self.data_channel is not None and self.data_channel.file_obj is not None:

@@ -2,33 +2,20 @@
 
 #include "CentralControl/CentralControlConfig.h"
 #include "CentralControl/TextCommand.h"
-#include "Comm/ChannelEvents.h"
 #include "Comm/IoThreads.h"
 #include "Comm/UdpSocket.h"
 #include "HostModels/Show/HostShow.h"
+#include "Traffic/Traffic.h"
 
 #include <QJsonDocument>
 
 #include <mutex>
 #include <utility>
 
-namespace {
-
-constexpr char kChannelName[] = "central control";
-
-void PublishTraffic(SChannelEvent::Kind kind, const std::string& ip, std::uint16_t port, const std::string& what,
-                    std::size_t bytes)
-{
-    CChannelEvents::GetInstance().Publish(
-        {kind, kChannelName, AddressText(ip, port), what + std::to_string(bytes) + " bytes"});
-}
-
-} // namespace
-
 class CCentralControllerManager::Impl {
 public:
     Impl()
-        : m_socket(m_threads, kChannelName,
+        : m_socket(m_threads, TrafficChannel::CentralControl,
                    [this](const std::string& datagram, const std::string& ip, std::uint16_t port) {
                        OnDatagram(datagram, ip, port);
                    })
@@ -44,12 +31,7 @@ public:
         });
     }
 
-    void Send(const std::string& json, const std::string& ip, std::uint16_t port)
-    {
-        if (CChannelEvents::GetInstance().WantsTraffic())
-            PublishTraffic(SChannelEvent::Kind::Sent, ip, port, {}, json.size());
-        m_socket.Send(json, ip, port);
-    }
+    void Send(const std::string& json, const std::string& ip, std::uint16_t port) { m_socket.Send(json, ip, port); }
 
     MessageCallback callback;
 
@@ -57,8 +39,10 @@ private:
     void OnDatagram(const std::string& datagram, const std::string& ip, std::uint16_t port)
     {
         STextCommand command = TextCommand::Read(datagram);
-        if (CChannelEvents::GetInstance().WantsTraffic())
-            PublishTraffic(SChannelEvent::Kind::Received, ip, port, TextCommand::Describe(command), datagram.size());
+        const CTrafficRequest request([&] {
+            const auto code = static_cast<std::uint32_t>(command.message.value(QLatin1String("cmdType")).toInt());
+            return m_socket.RecordOf(datagram, code, ip, port);
+        });
         if (!command.refusal.isEmpty())
             Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
         if (command.message.isEmpty() || !callback)

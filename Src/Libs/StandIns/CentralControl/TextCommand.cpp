@@ -69,13 +69,3 @@ STextCommand TextCommand::Read(const std::string& datagram)
     message.insert(kCode, command->second);
     return {std::move(message), {}};
 }
-
-std::string TextCommand::Describe(const STextCommand& command)
-{
-    if (command.message.isEmpty())
-        return "not a command, ";
-    return QStringLiteral("%1 (0x%2), ")
-        .arg(command.message.value(kKeyword).toString())
-        .arg(command.message.value(kCode).toInt(), 3, 16, QLatin1Char('0'))
-        .toStdString();
-}

@@ -14,8 +14,5 @@ namespace TextCommand {
 
 /// Reads a datagram: a JSON object with the keyword in "cmd", or only the keyword, as a JSON string or without quotes.
 STextCommand Read(const std::string& datagram);
-/// Describes a command for the log, such as "getHDR (0x196), ". Contains known keywords only, no other text of the
-/// peer.
-std::string Describe(const STextCommand& command);
 
 } // namespace TextCommand

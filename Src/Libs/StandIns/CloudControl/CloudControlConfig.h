@@ -19,7 +19,6 @@ struct SCloudControlConfig {
 
 namespace CloudControl {
 
-constexpr char kChannelName[] = "cloud"; ///< name of the channel in events
 constexpr std::uint16_t kDefaultPort = 25511;
 /// Maximum size of the queued replies while the service is slow or not connected.
 constexpr std::size_t kMaxQueuedBytes = std::size_t{64} << 20;

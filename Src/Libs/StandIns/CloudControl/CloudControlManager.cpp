@@ -4,10 +4,10 @@
 #include "CloudControl/CloudControlConfig.h"
 #include "CloudControl/CloudLink.h"
 #include "CloudControl/CloudOutbox.h"
-#include "Comm/ChannelEvents.h"
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "HostModels/Show/HostShow.h"
+#include "Traffic/Traffic.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -28,7 +28,7 @@ namespace {
 
 void Note(const std::string& text)
 {
-    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, CloudControl::kChannelName, {}, text});
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, TrafficChannel::Cloud, {}, text});
 }
 
 /// Whether a command only causes a reply and changes nothing.
@@ -85,8 +85,13 @@ public:
 
     void Send(const std::string& data, CloudControl::EROUTE_TYPE route)
     {
+        SCloudMessage message{route, data};
+        if (const CTrafficRequest* const request = CTrafficRequest::Current()) {
+            message.code = request->Code();
+            message.replyTo = request->Number();
+        }
         const std::size_t dropped =
-            m_outbox.Put({route, data}, t_connection != 0 ? t_connection : m_outbox.Connection());
+            m_outbox.Put(std::move(message), t_connection != 0 ? t_connection : m_outbox.Connection());
         if (dropped != 0)
             Note(std::to_string(dropped) + " messages dropped: the cloud service does not receive them");
         if (CCloudLink* link = Link())
@@ -101,26 +106,30 @@ private:
     struct SWaitingCommand {
         std::uint64_t connection;
         QJsonObject command;
-        std::size_t bytes; ///< size of its text
+        QByteArray frame;
+        STrafficRecord record; ///< without the payload
 
+        std::size_t Bytes() const { return static_cast<std::size_t>(frame.size()); }
         int Code() const { return command.value(QLatin1String("cmdType")).toInt(); }
     };
 
     void RunLink(std::promise<void>& ready)
     {
         QEventLoop loop;
-        CCloudLink link(m_outbox, {[this](const QByteArray& frame) { OnFrame(frame); }, [this] { ForgetQueries(); }});
+        CCloudLink link(m_outbox,
+                        {[this](const QByteArray& frame, STrafficRecord record) { OnFrame(frame, std::move(record)); },
+                         [this] { ForgetQueries(); }});
         m_loop = &loop;
         m_link = &link;
         ready.set_value();
         loop.exec();
     }
 
-    void OnFrame(const QByteArray& frame)
+    void OnFrame(const QByteArray& frame, STrafficRecord record)
     {
         QString refusal;
-        SWaitingCommand received = {m_outbox.Connection(), CloudCommand::Read(frame, refusal),
-                                    static_cast<std::size_t>(frame.size())};
+        SWaitingCommand received = {m_outbox.Connection(), CloudCommand::Read(frame, refusal), frame,
+                                    std::move(record)};
         if (!refusal.isEmpty()) {
             Note("frame ignored: " + refusal.toStdString());
             return;
@@ -129,8 +138,8 @@ private:
         {
             const std::lock_guard lock(m_mutex);
             const std::size_t bytes =
-                std::accumulate(m_commands.begin(), m_commands.end(), received.bytes,
-                                [](std::size_t sum, const SWaitingCommand& waiting) { return sum + waiting.bytes; });
+                std::accumulate(m_commands.begin(), m_commands.end(), received.Bytes(),
+                                [](std::size_t sum, const SWaitingCommand& waiting) { return sum + waiting.Bytes(); });
             isFull = m_commands.size() >= CloudControl::kMaxWaitingCommands || bytes > CloudControl::kMaxWaitingBytes;
             if (!isFull)
                 m_commands.push_back(std::move(received));
@@ -151,8 +160,12 @@ private:
             m_commands.pop_front();
             lock.unlock();
             t_connection = next.connection;
-            CChannelEvents::GetInstance().Publish(
-                {SChannelEvent::Kind::Received, CloudControl::kChannelName, {}, std::to_string(next.Code())});
+            const CTrafficRequest request([&] {
+                next.record.code = static_cast<std::uint32_t>(next.Code());
+                next.record.payload = {next.frame.constData(), next.Bytes()};
+                next.record.wireBytes = next.Bytes();
+                return next.record;
+            });
             if (callback) {
                 const CShowReading reading;
                 callback(next.command);

@@ -1,7 +1,6 @@
 #include "CloudControl/CloudLink.h"
 
 #include "CloudControl/CloudCommand.h"
-#include "Comm/ChannelEvents.h"
 #include "ExternalController/Common/Vocabulary.h"
 
 #include <QCoreApplication>
@@ -25,11 +24,6 @@ std::string PeerText(const QUrl& url)
 {
     return AddressText(url.host().toStdString(),
                        static_cast<std::uint16_t>(url.port(url.scheme() == kCloudScheme ? kTlsPort : kPlainPort)));
-}
-
-void Publish(SChannelEvent::Kind kind, const QUrl& url, const QString& text)
-{
-    CChannelEvents::GetInstance().Publish({kind, CloudControl::kChannelName, PeerText(url), text.toStdString()});
 }
 
 QString ReasonOf(const QWebSocket& socket)
@@ -65,7 +59,7 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     connect(&m_socket, &QWebSocket::bytesWritten, this, [this] { SendWaiting(); });
     connect(&m_socket, &QWebSocket::textMessageReceived, this, [this](const QString& text) { OnText(text.toUtf8()); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
-            [this] { Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(), "binary frame ignored"); });
+            [this] { Publish(STrafficRecord::Kind::Note, "binary frame ignored"); });
     // One or both signals are emitted, in any order.
     connect(&m_socket, &QWebSocket::disconnected, this, [this] { OnEnded(ReasonOf(m_socket)); });
     connect(&m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
@@ -159,19 +153,19 @@ void CCloudLink::OnConnected()
     m_hasAnswered = true;
     m_pauses.Reset();
     m_ping.start(m_target->config.pingPeriod);
-    Publish(SChannelEvent::Kind::Connected, m_socket.requestUrl(), {});
+    m_number = CTraffic::GetInstance().NextConnection();
+    Publish(STrafficRecord::Kind::Opened, {});
     SendWaiting();
 }
 
 void CCloudLink::OnText(const QByteArray& frame)
 {
     if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes)
-        m_callbacks.received(frame);
+        m_callbacks.received(frame, Record(STrafficRecord::From::Remote));
     else
-        Publish(SChannelEvent::Kind::Note, m_socket.requestUrl(),
-                QStringLiteral("frame of %1 bytes ignored: a command has at most %2 bytes")
-                    .arg(frame.size())
-                    .arg(CloudControl::kMaxCommandBytes));
+        Publish(STrafficRecord::Kind::Note, QStringLiteral("frame of %1 bytes ignored: a command has at most %2 bytes")
+                                                .arg(frame.size())
+                                                .arg(CloudControl::kMaxCommandBytes));
 }
 
 void CCloudLink::OnEnded(const QString& why)
@@ -181,8 +175,8 @@ void CCloudLink::OnEnded(const QString& why)
     m_ping.stop();
     m_outbox.EndConnection();
     m_callbacks.ended();
-    Publish(std::exchange(m_isConnected, false) ? SChannelEvent::Kind::Closed : SChannelEvent::Kind::Note,
-            m_socket.requestUrl(), why);
+    Publish(std::exchange(m_isConnected, false) ? STrafficRecord::Kind::Closed : STrafficRecord::Kind::Note, why);
+    m_number = 0;
     if (m_target)
         m_retry.start(m_pauses.Next());
 }
@@ -205,10 +199,18 @@ void CCloudLink::SendWaiting()
         const auto message = m_outbox.Take();
         if (!message)
             return;
-        m_socket.sendTextMessage(CloudCommand::Reply(message->route, message->data));
-        if (CChannelEvents::GetInstance().WantsTraffic())
-            Publish(SChannelEvent::Kind::Sent, m_socket.requestUrl(),
-                    QStringLiteral("route %1, %2 bytes").arg(message->route).arg(message->data.size()));
+        const QString frame = CloudCommand::Reply(message->route, message->data);
+        m_socket.sendTextMessage(frame);
+        CTraffic& traffic = CTraffic::GetInstance();
+        if (!traffic.WantsMessages())
+            continue;
+        const QByteArray bytes = frame.toUtf8();
+        STrafficRecord record = Record(STrafficRecord::From::Host);
+        record.code = message->code;
+        record.replyTo = message->replyTo;
+        record.payload = {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+        record.wireBytes = record.payload.size();
+        traffic.Publish(std::move(record));
     }
 }
 
@@ -216,7 +218,8 @@ void CCloudLink::StartValidation(const STarget& target)
 {
     auto* socket = new QWebSocket(QString(), QWebSocketProtocol::VersionLatest, this);
     const auto end = [socket, url = target.url](const QString& result) {
-        Publish(SChannelEvent::Kind::Note, url, "login: " + result);
+        CTraffic::GetInstance().Publish(
+            {STrafficRecord::Kind::Note, TrafficChannel::Cloud, PeerText(url), ("login: " + result).toStdString()});
         socket->disconnect();
         socket->abort();
         socket->deleteLater();
@@ -226,4 +229,19 @@ void CCloudLink::StartValidation(const STarget& target)
             [end, socket] { end("refused: " + socket->errorString()); });
     Prepare(*socket, target.config);
     socket->open(target.url);
+}
+
+void CCloudLink::Publish(STrafficRecord::Kind kind, const QString& text) const
+{
+    CTraffic::GetInstance().Publish(
+        {kind, TrafficChannel::Cloud, PeerText(m_socket.requestUrl()), text.toStdString(), m_number});
+}
+
+/// Returns the record of a message on the current connection, without the message.
+STrafficRecord CCloudLink::Record(STrafficRecord::From from) const
+{
+    STrafficRecord record{
+        STrafficRecord::Kind::Message, TrafficChannel::Cloud, PeerText(m_socket.requestUrl()), {}, m_number};
+    record.from = from;
+    return record;
 }

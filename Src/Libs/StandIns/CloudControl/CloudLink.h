@@ -3,6 +3,7 @@
 #include "CloudControl/CloudControlConfig.h"
 #include "CloudControl/CloudOutbox.h"
 #include "Comm/BackOff.h"
+#include "Traffic/Traffic.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -24,8 +25,8 @@ class CCloudLink : public QObject {
 public:
     /// All run on the thread of the object.
     struct SCallbacks {
-        /// Receives a text frame of at most CloudControl::kMaxCommandBytes.
-        std::function<void(const QByteArray& frame)> received;
+        /// Receives a text frame of at most CloudControl::kMaxCommandBytes, and its record without the payload.
+        std::function<void(const QByteArray& frame, STrafficRecord record)> received;
         /// Called when the connection, or the attempt to connect, has ended.
         std::function<void()> ended;
     };
@@ -63,6 +64,8 @@ private:
     void Ping();
     void SendWaiting();
     void StartValidation(const STarget& target);
+    void Publish(STrafficRecord::Kind kind, const QString& text) const;
+    STrafficRecord Record(STrafficRecord::From from) const;
 
     CCloudOutbox& m_outbox;
     const SCallbacks m_callbacks;
@@ -79,5 +82,6 @@ private:
     bool m_hasAnswered = false; ///< the peer has replied since the last ping
     bool m_isOpen = false;      ///< from Open to OnEnded, so that an end is handled once
     bool m_isConnected = false; ///< the handshake is complete
+    std::uint64_t m_number = 0; ///< of the connection, in traffic records
     std::atomic<bool> m_isWanted{false};
 };

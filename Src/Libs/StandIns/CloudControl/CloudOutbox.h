@@ -13,6 +13,9 @@
 struct SCloudMessage {
     CloudControl::EROUTE_TYPE route;
     std::string data;
+    // For the traffic record, as in STrafficRecord.
+    std::uint32_t code = 0;
+    std::uint64_t replyTo = 0;
 };
 
 /// Queue of messages to the cloud service. Any thread.

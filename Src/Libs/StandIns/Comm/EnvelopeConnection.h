@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
 #include "Comm/ChannelMemory.h"
 #include "Comm/FrameReader.h"
 #include "Comm/IoThreads.h"
 #include "Interfaces/ZXComm.h"
+#include "Traffic/Traffic.h"
 
 #include <asio/ip/tcp.hpp>
 
@@ -48,6 +48,8 @@ public:
 
     const std::string& RemoteIp() const { return m_remoteIp; }
     std::uint16_t RemotePort() const { return m_remotePort; }
+    /// Returns the number of the connection in traffic records.
+    std::uint64_t Number() const { return m_number; }
     std::string RemoteText() const { return AddressText(m_remoteIp, m_remotePort); }
 
     /// Starts reading. To be called once.
@@ -105,6 +107,7 @@ private:
     const std::shared_ptr<CChannelMemory> m_memory;
     const FrameCallback m_onFrame;
     const EndCallback m_onEnd;
+    const std::uint64_t m_number = CTraffic::GetInstance().NextConnection();
     std::string m_remoteIp;
     std::uint16_t m_remotePort = 0;
 

@@ -1,19 +1,26 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
+#include "Traffic/Traffic.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 class CEnvelopeConnection;
+namespace Comm {
+struct RequestPackage;
+}
 
-/// Descriptions of envelopes for the log.
+/// Records of envelopes.
 namespace EnvelopeTraffic {
 
 /// Describes a complete envelope, such as "set-host-name (0x004), 34 bytes".
 std::string TextOf(std::string_view envelope);
-/// Publishes that an envelope was received or sent, if the event sink wants traffic. Any thread.
-void Publish(SChannelEvent::Kind kind, const char* channel, const CEnvelopeConnection& connection,
-             std::string_view envelope);
+/// Returns the record of an envelope that the remote has sent on the connection.
+STrafficRecord RecordOf(TrafficChannel channel, const CEnvelopeConnection& connection, std::string_view envelope);
+/// Sends an envelope of the host and publishes it. Any thread.
+/// \return false when the connection can't send any more
+bool Send(TrafficChannel channel, CEnvelopeConnection& connection,
+          const std::shared_ptr<const Comm::RequestPackage>& package);
 
 } // namespace EnvelopeTraffic

@@ -115,7 +115,7 @@ void CTcpClient::Open()
         m_connection = connection;
         m_isUnended = true;
     }
-    Publish(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+    Publish(STrafficRecord::Kind::Opened, connection->RemoteText(), {}, connection->Number());
     connection->Start();
 }
 
@@ -125,7 +125,7 @@ void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
         const std::lock_guard lock(m_mutex);
         m_connection.reset();
     }
-    Publish(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+    Publish(STrafficRecord::Kind::Closed, connection->RemoteText(), reason, connection->Number());
     {
         const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_callbacks.ended(connection);
@@ -141,7 +141,7 @@ void CTcpClient::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
 void CTcpClient::Failed(const asio::error_code& error)
 {
     if (std::exchange(m_lastFailure, error.message()) != error.message())
-        Publish(SChannelEvent::Kind::Note, AddressText(m_options.host, m_options.port),
+        Publish(STrafficRecord::Kind::Note, AddressText(m_options.host, m_options.port),
                 "connection failed, retrying: " + error.message());
     TryLater();
 }
@@ -157,7 +157,8 @@ void CTcpClient::TryLater()
     }));
 }
 
-void CTcpClient::Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+void CTcpClient::Publish(STrafficRecord::Kind kind, const std::string& peer, const std::string& text,
+                         std::uint64_t connection) const
 {
-    CChannelEvents::GetInstance().Publish({kind, m_options.channel, peer, text});
+    CTraffic::GetInstance().Publish({kind, m_options.channel, peer, text, connection});
 }

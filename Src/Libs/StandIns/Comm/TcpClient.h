@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Comm/BackOff.h"
-#include "Comm/ChannelEvents.h"
 #include "Comm/DeadlineWatch.h"
 #include "Comm/EnvelopeConnection.h"
 
@@ -27,8 +26,8 @@ public:
         std::chrono::milliseconds longestPause = std::chrono::seconds(10);
     };
     struct SOptions {
-        std::string channel; ///< name of the channel in events
-        std::string host;    ///< an IP address or a host name
+        TrafficChannel channel = TrafficChannel::AppControl; ///< in traffic records
+        std::string host;                                    ///< an IP address or a host name
         std::uint16_t port = 0;
         STimeouts timeouts;
         SConnectionLimits limits;
@@ -60,7 +59,8 @@ private:
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
     void Failed(const asio::error_code& error);
     void TryLater();
-    void Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
+    void Publish(STrafficRecord::Kind kind, const std::string& peer, const std::string& text,
+                 std::uint64_t connection = 0) const;
 
     CIoThreads& m_threads;
     const SOptions m_options;

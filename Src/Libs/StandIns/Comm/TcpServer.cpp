@@ -33,10 +33,10 @@ bool CTcpServer::Start()
         error = ListenAt(m_acceptor, {address, m_options.port});
     const std::string text = AddressText(m_options.address, m_options.port);
     if (error) {
-        Publish(SChannelEvent::Kind::Failed, {}, text + ": " + error.message());
+        Publish(STrafficRecord::Kind::Failed, {}, text + ": " + error.message());
         return false;
     }
-    Publish(SChannelEvent::Kind::Listening, {}, text);
+    Publish(STrafficRecord::Kind::Listening, {}, text);
     Accept();
     m_deadlines.Start();
     return true;
@@ -70,7 +70,7 @@ void CTcpServer::Accept()
             return;
         if (error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
             error == asio::error::no_memory) {
-            Publish(SChannelEvent::Kind::Note, {}, "can't accept: " + error.message());
+            Publish(STrafficRecord::Kind::Note, {}, "can't accept: " + error.message());
             AcceptLater();
             return;
         }
@@ -95,7 +95,7 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
         m_threads, std::move(socket), m_options.limits, m_memory, m_callbacks.frame,
         [this](const CEnvelopeConnection::Ptr& ended, const std::string& reason) { Ended(ended, reason); });
     if (!EnsureCapacity()) {
-        Publish(SChannelEvent::Kind::Note, connection->RemoteText(),
+        Publish(STrafficRecord::Kind::Note, connection->RemoteText(),
                 "refused: " + std::to_string(m_options.maxConnections) + " connections are open and none is idle");
         return;
     }
@@ -107,7 +107,7 @@ void CTcpServer::Open(asio::ip::tcp::socket socket)
         ++m_unended;
     }
     asio::post(m_notices, [this, connection] {
-        Publish(SChannelEvent::Kind::Connected, connection->RemoteText(), {});
+        Publish(STrafficRecord::Kind::Opened, connection->RemoteText(), {}, connection->Number());
         const CIoThreads::CCallbackScope callbackScope(m_threads);
         m_callbacks.opened(connection);
         connection->Start();
@@ -149,7 +149,7 @@ void CTcpServer::Ended(const CEnvelopeConnection::Ptr& connection, const std::st
 {
     Forget(connection);
     asio::post(m_notices, [this, connection, reason] {
-        Publish(SChannelEvent::Kind::Closed, connection->RemoteText(), reason);
+        Publish(STrafficRecord::Kind::Closed, connection->RemoteText(), reason, connection->Number());
         {
             const CIoThreads::CCallbackScope callbackScope(m_threads);
             m_callbacks.ended(connection);
@@ -177,7 +177,8 @@ std::vector<CEnvelopeConnection::Ptr> CTcpServer::Connections() const
     return connections;
 }
 
-void CTcpServer::Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const
+void CTcpServer::Publish(STrafficRecord::Kind kind, const std::string& peer, const std::string& text,
+                         std::uint64_t connection) const
 {
-    CChannelEvents::GetInstance().Publish({kind, m_options.channel, peer, text});
+    CTraffic::GetInstance().Publish({kind, m_options.channel, peer, text, connection});
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
 #include "Comm/ChannelMemory.h"
 #include "Comm/DeadlineWatch.h"
 #include "Comm/EnvelopeConnection.h"
@@ -25,8 +24,8 @@
 class CTcpServer {
 public:
     struct SOptions {
-        std::string channel; ///< name of the channel in events
-        std::string address; ///< IP address to listen on
+        TrafficChannel channel = TrafficChannel::AppControl; ///< in traffic records
+        std::string address;                                 ///< IP address to listen on
         std::uint16_t port = 0;
         SConnectionLimits limits;
         SChannelLimits channelLimits = {};
@@ -61,7 +60,8 @@ private:
     bool EnsureCapacity();
     void Forget(const CEnvelopeConnection::Ptr& connection);
     void Ended(const CEnvelopeConnection::Ptr& connection, const std::string& reason);
-    void Publish(SChannelEvent::Kind kind, const std::string& peer, const std::string& text) const;
+    void Publish(STrafficRecord::Kind kind, const std::string& peer, const std::string& text,
+                 std::uint64_t connection = 0) const;
 
     CIoThreads& m_threads;
     const SOptions m_options;

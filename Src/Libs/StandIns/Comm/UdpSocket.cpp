@@ -28,9 +28,9 @@ std::size_t CostOf(const std::string& datagram)
 
 } // namespace
 
-CUdpSocket::CUdpSocket(CIoThreads& threads, std::string channel, DatagramCallback onDatagram)
+CUdpSocket::CUdpSocket(CIoThreads& threads, TrafficChannel channel, DatagramCallback onDatagram)
     : m_threads(threads)
-    , m_channel(std::move(channel))
+    , m_channel(channel)
     , m_onDatagram(std::move(onDatagram))
     , m_socket(threads.Context())
     , m_buffer(kBufferBytes)
@@ -54,11 +54,10 @@ bool CUdpSocket::Start(const std::string& address, std::uint16_t port)
     }
     const std::string text = AddressText(address, port);
     if (error) {
-        CChannelEvents::GetInstance().Publish(
-            {SChannelEvent::Kind::Failed, m_channel, {}, text + ": " + error.message()});
+        CTraffic::GetInstance().Publish({STrafficRecord::Kind::Failed, m_channel, {}, text + ": " + error.message()});
         return false;
     }
-    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Listening, m_channel, {}, text});
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Listening, m_channel, {}, text});
     Receive();
     return true;
 }
@@ -156,11 +155,30 @@ void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::u
         const std::lock_guard lock(m_sendMutex);
         m_socket.send_to(asio::buffer(datagram), remote, 0, error);
     }
-    if (error)
+    if (error) {
         Note(AddressText(ip, port), "datagram not sent: " + error.message());
+        return;
+    }
+    CTraffic& traffic = CTraffic::GetInstance();
+    if (traffic.WantsMessages()) {
+        STrafficRecord record = RecordOf(datagram, 0, ip, port);
+        record.from = STrafficRecord::From::Host;
+        traffic.Publish(std::move(record));
+    }
+}
+
+STrafficRecord CUdpSocket::RecordOf(const std::string& datagram, std::uint32_t code, const std::string& ip,
+                                    std::uint16_t port) const
+{
+    STrafficRecord record{STrafficRecord::Kind::Message, m_channel, AddressText(ip, port)};
+    record.from = STrafficRecord::From::Remote;
+    record.code = code;
+    record.payload = datagram;
+    record.wireBytes = datagram.size();
+    return record;
 }
 
 void CUdpSocket::Note(const std::string& peer, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, m_channel, peer, text});
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, m_channel, peer, text});
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
 #include "Comm/IoThreads.h"
+#include "Traffic/Traffic.h"
 
 #include <asio/ip/udp.hpp>
 
@@ -18,7 +18,7 @@ class CUdpSocket {
 public:
     using DatagramCallback = std::function<void(std::string datagram, const std::string& ip, std::uint16_t port)>;
 
-    CUdpSocket(CIoThreads& threads, std::string channel, DatagramCallback onDatagram);
+    CUdpSocket(CIoThreads& threads, TrafficChannel channel, DatagramCallback onDatagram);
 
     /// Binds the socket and starts receiving. To be called once.
     /// \return false when binding fails; the reason is published as an event
@@ -26,6 +26,10 @@ public:
     /// Sends without waiting: if the system's send buffer is full, the datagram is dropped and the error is published
     /// as an event. Any thread.
     void Send(const std::string& datagram, const std::string& ip, std::uint16_t port);
+    /// Returns the record of a datagram that the remote has sent.
+    /// \param code of the command in the datagram; 0 for none
+    STrafficRecord RecordOf(const std::string& datagram, std::uint32_t code, const std::string& ip,
+                            std::uint16_t port) const;
 
 private:
     using Endpoint = asio::ip::udp::endpoint;
@@ -44,7 +48,7 @@ private:
     void Note(const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;
-    const std::string m_channel;
+    const TrafficChannel m_channel;
     const DatagramCallback m_onDatagram;
     asio::ip::udp::socket m_socket;
     bool m_servesIPv6 = false; ///< the socket requires IPv4 addresses in their IPv4-mapped form

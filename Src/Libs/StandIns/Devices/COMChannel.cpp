@@ -1,7 +1,7 @@
-#include "Comm/ChannelEvents.h"
 #include "Devices/ClosingPorts.h"
 #include "Devices/SerialPort.h"
 #include "Interfaces/DeviceChannels.h"
+#include "Traffic/Traffic.h"
 
 #include <exception>
 #include <utility>
@@ -28,7 +28,7 @@ Comm::COMChannel::COMChannel(std::size_t bufferBytes, const std::string& lineSet
     try {
         m_impl = std::make_unique<Impl>(bufferBytes, lineSettings);
     } catch (const std::exception& error) {
-        CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "serial device", {}, error.what()});
+        CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, TrafficChannel::Devices, {}, error.what()});
     }
 }
 
@@ -39,7 +39,7 @@ bool Comm::COMChannel::Open(const std::string& portName)
     try {
         return m_impl && m_impl->Port().Open(portName);
     } catch (const std::exception& error) {
-        CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "serial device", portName, error.what()});
+        CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, TrafficChannel::Devices, portName, error.what()});
         m_impl.reset();
         return false;
     }

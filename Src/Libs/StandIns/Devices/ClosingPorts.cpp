@@ -25,7 +25,7 @@ CClosingPorts& CClosingPorts::GetInstance()
 
 CClosingPorts::CClosingPorts()
 {
-    CChannelEvents::GetInstance(); // create it first, so that it is destroyed last: ports publish events until they end
+    CTraffic::GetInstance(); // create it first, so that it is destroyed last: ports publish records until they end
 }
 
 CClosingPorts::~CClosingPorts()

@@ -65,7 +65,7 @@ bool CSerialPort::Open(const std::string& name)
 {
     m_name = name;
     if (!m_settings) {
-        Publish(SChannelEvent::Kind::Note, "not opened: " + m_settingsFault);
+        Publish(STrafficRecord::Kind::Note, "not opened: " + m_settingsFault);
         return false;
     }
     const bool opened = TryOpen();
@@ -91,13 +91,14 @@ bool CSerialPort::TryOpen()
     if (!fault.empty()) {
         m_port.close(error);
         if (std::exchange(m_lastFailure, fault) != fault)
-            Publish(SChannelEvent::Kind::Note, "opening failed, retrying: " + fault);
+            Publish(STrafficRecord::Kind::Note, "opening failed, retrying: " + fault);
         if (!m_closing)
             TryLater(kReopenPause);
         return false;
     }
     m_lastFailure.clear();
-    Publish(SChannelEvent::Kind::Connected, {});
+    m_connection = CTraffic::GetInstance().NextConnection();
+    Publish(STrafficRecord::Kind::Opened, {});
     ReportDropped();
     Receive();
     Write();
@@ -122,8 +123,7 @@ void CSerialPort::Receive()
             OnLost(error);
             return;
         }
-        if (CChannelEvents::GetInstance().WantsTraffic())
-            Publish(SChannelEvent::Kind::Received, TrafficText({m_received.data(), count}));
+        PublishMessage(STrafficRecord::From::Remote, {m_received.data(), count});
         Receive();
     });
 }
@@ -136,7 +136,7 @@ void CSerialPort::Send(std::shared_ptr<const Comm::RequestPackage> package)
     if (m_queuedBytes.fetch_add(size) + size > kMaxQueuedBytes) {
         m_queuedBytes -= size;
         if (!m_refuses.exchange(true))
-            Publish(SChannelEvent::Kind::Note,
+            Publish(STrafficRecord::Kind::Note,
                     "the queue is full, commands are dropped, the first one: " + TrafficText(package->data));
         return;
     }
@@ -166,8 +166,7 @@ void CSerialPort::Write()
 
 void CSerialPort::OnWritten()
 {
-    if (CChannelEvents::GetInstance().WantsTraffic())
-        Publish(SChannelEvent::Kind::Sent, TrafficText(m_queue.front().package->data));
+    PublishMessage(STrafficRecord::From::Host, m_queue.front().package->data);
     RemoveFirst();
     if (m_clock() - m_writingSince > kMaxWaiting) {
         DropOld();
@@ -194,7 +193,7 @@ void CSerialPort::DropOld()
 void CSerialPort::ReportDropped()
 {
     if (m_dropped > 0)
-        Publish(SChannelEvent::Kind::Note,
+        Publish(STrafficRecord::Kind::Note,
                 "commands dropped after waiting for more than 5 s: " + std::to_string(std::exchange(m_dropped, 0)));
 }
 
@@ -205,7 +204,7 @@ void CSerialPort::OnLost(const asio::error_code& error)
         return;
     asio::error_code ignored;
     m_port.close(ignored);
-    Publish(SChannelEvent::Kind::Closed, error.message() + (m_closing ? "" : ", retrying"));
+    Publish(STrafficRecord::Kind::Closed, error.message() + (m_closing ? "" : ", retrying"));
     if (!m_closing)
         TryLater(kReopenPause);
 }
@@ -231,11 +230,23 @@ void CSerialPort::FinishClosing()
         asio::error_code ignored;
         m_port.close(ignored);
     }
-    Publish(SChannelEvent::Kind::Closed, text);
+    Publish(STrafficRecord::Kind::Closed, text);
     m_context.stop();
 }
 
-void CSerialPort::Publish(SChannelEvent::Kind kind, const std::string& text) const
+void CSerialPort::Publish(STrafficRecord::Kind kind, const std::string& text) const
 {
-    CChannelEvents::GetInstance().Publish({kind, "serial device", m_name, text});
+    CTraffic::GetInstance().Publish({kind, TrafficChannel::Devices, m_name, text, m_connection});
+}
+
+void CSerialPort::PublishMessage(STrafficRecord::From from, std::string_view bytes) const
+{
+    CTraffic& traffic = CTraffic::GetInstance();
+    if (!traffic.WantsMessages())
+        return;
+    STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Devices, m_name, {}, m_connection};
+    record.from = from;
+    record.payload = bytes;
+    record.wireBytes = bytes.size();
+    traffic.Publish(std::move(record));
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Comm/ChannelEvents.h"
 #include "Comm/LineSettings.h"
 #include "Interfaces/ZXComm.h"
+#include "Traffic/Traffic.h"
 
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -71,7 +72,8 @@ private:
     void DropOld();
     void ReportDropped();
     void FinishClosing();
-    void Publish(SChannelEvent::Kind kind, const std::string& text) const;
+    void Publish(STrafficRecord::Kind kind, const std::string& text) const;
+    void PublishMessage(STrafficRecord::From from, std::string_view bytes) const;
 
     const Clock m_clock;
     const std::uint64_t m_number;
@@ -90,7 +92,8 @@ private:
     std::deque<SCommand> m_queue;
     std::size_t m_dropped = 0; ///< commands that waited too long and are not logged yet
     std::vector<char> m_received;
-    std::string m_lastFailure; ///< logged once, not at each attempt
+    std::string m_lastFailure;      ///< logged once, not at each attempt
+    std::uint64_t m_connection = 0; ///< number of the current opening in traffic records
     bool m_writing = false;
     std::chrono::steady_clock::time_point m_writingSince;
     bool m_waitsForEarlierPort = false; ///< opening waits for an earlier port with the same name to close

@@ -1,6 +1,5 @@
-#include "Comm/ChannelEvents.h"
-#include "Comm/PayloadText.h"
 #include "Interfaces/DeviceChannels.h"
+#include "Traffic/Traffic.h"
 
 #include <asio/buffer.hpp>
 #include <asio/io_context.hpp>
@@ -19,7 +18,7 @@ constexpr int kSendBufferBytes = 1 << 20;
 
 void Note(const std::string& peer, const std::string& text)
 {
-    CChannelEvents::GetInstance().Publish({SChannelEvent::Kind::Note, "UDP device", peer, text});
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, TrafficChannel::Devices, peer, text});
 }
 
 /// A local port that datagrams are sent from. All channels with the same address and port share it, so that a failure
@@ -134,9 +133,13 @@ public:
         const bool sent = !error && port->Send(datagram, remote, error);
         if (error)
             Note(peer, std::to_string(datagram.size()) + " bytes not sent: " + error.message());
-        else if (sent && CChannelEvents::GetInstance().WantsTraffic())
-            CChannelEvents::GetInstance().Publish(
-                {SChannelEvent::Kind::Sent, "UDP device", peer, TrafficText(datagram)});
+        CTraffic& traffic = CTraffic::GetInstance();
+        if (sent && traffic.WantsMessages()) {
+            STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Devices, peer};
+            record.payload = datagram;
+            record.wireBytes = datagram.size();
+            traffic.Publish(std::move(record));
+        }
         return sent;
     }
 

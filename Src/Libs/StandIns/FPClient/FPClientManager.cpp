@@ -5,15 +5,10 @@
 #include "Comm/TcpClient.h"
 #include "FPClient/FPClientConfig.h"
 #include "HostModels/Show/HostShow.h"
+#include "Traffic/Traffic.h"
 
 #include <mutex>
 #include <utility>
-
-namespace {
-
-constexpr char kChannelName[] = "FP";
-
-} // namespace
 
 class CFPClientManager::Impl {
 public:
@@ -36,14 +31,11 @@ public:
     void Send(const std::shared_ptr<Comm::RequestPackage>& package)
     {
         const CEnvelopeConnection::Ptr connection = m_client.Connection();
-        if (connection && connection->Send(package))
-            EnvelopeTraffic::Publish(SChannelEvent::Kind::Sent, kChannelName, *connection, package->data);
-        else
-            CChannelEvents::GetInstance().Publish(
-                {SChannelEvent::Kind::Note,
-                 kChannelName,
-                 {},
-                 "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
+        if (!connection || !EnvelopeTraffic::Send(TrafficChannel::FP, *connection, package))
+            CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note,
+                                             TrafficChannel::FP,
+                                             {},
+                                             "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
     }
 
     PackageCallback callback;
@@ -51,14 +43,15 @@ public:
 private:
     static CTcpClient::SOptions OptionsOf(const SFPClientConfig& config)
     {
-        return {kChannelName, config.host, config.port, config.timeouts, {}};
+        return {TrafficChannel::FP, config.host, config.port, config.timeouts, {}};
     }
 
     CTcpClient::SCallbacks CallbacksOf()
     {
         return {
             [this](const CEnvelopeConnection::Ptr& connection, std::string frame) {
-                EnvelopeTraffic::Publish(SChannelEvent::Kind::Received, kChannelName, *connection, frame);
+                const CTrafficRequest request(
+                    [&] { return EnvelopeTraffic::RecordOf(TrafficChannel::FP, *connection, frame); });
                 Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
             },
             [this](const CEnvelopeConnection::Ptr& connection) {
