@@ -1,5 +1,6 @@
 # Reads Src/Contract/Contract.json for C++. Targets that link Contract can include Contract/Names.inc, which lists the code
-# and the name of each request, and have the contract's version as the text ZENTRAVOX_CONTRACT_VERSION.
+# and the name of each request. They have the contract's version as the text ZENTRAVOX_CONTRACT_VERSION, and the keys of
+# secret values, separated by spaces, as ZENTRAVOX_SECRET_KEYS.
 set(CONTRACT_FILE ${PROJECT_SOURCE_DIR}/Src/Contract/Contract.json)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CONTRACT_FILE})
 
@@ -17,6 +18,13 @@ file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/contract/Contract/Names.inc CONTENT "$
 
 string(JSON contract_version GET "${contract}" version)
 
+# The schema of a secret has no nested objects.
+string(REGEX MATCHALL "\"[A-Za-z]+\": {[^{}]*\"writeOnly\": true" secrets "${contract}")
+list(TRANSFORM secrets REPLACE "^\"([A-Za-z]+)\".*" "\\1")
+list(REMOVE_DUPLICATES secrets)
+list(JOIN secrets " " secrets)
+
 add_library(Contract INTERFACE)
 target_include_directories(Contract INTERFACE ${CMAKE_BINARY_DIR}/contract)
-target_compile_definitions(Contract INTERFACE ZENTRAVOX_CONTRACT_VERSION="${contract_version}")
+target_compile_definitions(Contract INTERFACE ZENTRAVOX_CONTRACT_VERSION="${contract_version}"
+    ZENTRAVOX_SECRET_KEYS="${secrets}")

@@ -20,7 +20,7 @@ FILES_AT_ONCE = 8
 FLAGS = """-std=c++17 -fsyntax-only -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
     -Wno-subobject-linkage -D_WIN32_WINNT=0x0A00 -DEXTERNALCONTROLLER_BUILD
     -DASIO_STANDALONE -DASIO_NO_DEPRECATED -DASIO_DISABLE_STD_ALIGNED_ALLOC -DZENTRAVOX_PYTHON="python" -DZENTRAVOX_VERSION="0"
-    -DZENTRAVOX_CONTRACT_VERSION="0" """.split()
+    -DZENTRAVOX_CONTRACT_VERSION="0" -DZENTRAVOX_SECRET_KEYS="p" """.split()
 ROOTS = ("Src/Libs/ExternalController", "Src/Libs/StandIns", "Src/Apps")
 NOT_ON_WINDOWS = {"Src/Libs/StandIns/Platform/IpHelper.cpp"}
 # Headers that don't depend on the platform; other system headers of this machine must not be found.

@@ -15,6 +15,7 @@
 #include "ShowHost/HostLog.h"
 #include "ShowHost/Shutdown.h"
 #include "ShowHost/Users.h"
+#include "Traffic/Recorder.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -27,6 +28,8 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -60,6 +63,7 @@ struct SOptions {
     int passwordDescriptor = -1;
     QString fp;
     QString cloud;
+    QString record;
 };
 
 void PrintError(const std::string& text)
@@ -95,12 +99,15 @@ SOptions ReadOptions(QCoreApplication& application)
                                 "HOST:PORT");
     const QCommandLineOption cloud("cloud", "Enable cloud control and connect to this URL; overrides the settings.",
                                    "URL");
+    const QCommandLineOption record("record", "Record the traffic of all channels in this file; replaces its content.",
+                                    "FILE");
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("Load a show and serve remote controllers. Nothing is shown on a screen.");
-    parser.addOptions({help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud});
+    parser.addOptions(
+        {help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud, record});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     SOptions options;
@@ -128,6 +135,7 @@ SOptions ReadOptions(QCoreApplication& application)
     options.passwordDescriptor = ReadNumber(parser, passwordFd);
     options.fp = parser.value(fp);
     options.cloud = parser.value(cloud);
+    options.record = parser.value(record);
     return options;
 }
 
@@ -202,6 +210,21 @@ int AddUser(const SOptions& options)
         throw CFileError("can't store the user in " + options.state.toStdString());
     std::printf("user %s added\n", LineText(options.newUser).toUtf8().constData());
     return Success;
+}
+
+/// Returns null if the traffic is not to be recorded.
+std::unique_ptr<CTrafficRecorder> StartRecording(const SOptions& options, CHostLog& log)
+{
+    if (options.record.isEmpty())
+        return nullptr;
+    try {
+        return std::make_unique<CTrafficRecorder>(
+            options.record.toStdString(), "showhost " ZENTRAVOX_VERSION, [&log](const std::string& reason) {
+                log.PrintAnswer(QStringLiteral("host: ") + QString::fromStdString(reason));
+            });
+    } catch (const std::runtime_error& error) {
+        throw CFileError(error.what());
+    }
 }
 
 void PrintReady(CHostLog& log, const QString& show)
@@ -294,6 +317,7 @@ int main(int argc, char** argv)
             QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
         });
         log.SetQuiet(options.quiet);
+        const auto recorder = StartRecording(options, log);
         return Serve(application, log, file.show.name, hasInput, deadline);
     } catch (const CFileError& error) {
         PrintError(error.what());

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Traffic/Traffic.h"
+
+#include <string>
+
+/// Lines of a recording: JSON objects with the keys of Docs/Traffic.md.
+namespace RecordLine {
+
+/// Returns the first line, without a line feed.
+std::string HeaderOf(const std::string& program, std::chrono::system_clock::time_point started);
+/// Returns the line of a record, without a line feed and without secrets.
+std::string LineOf(const STrafficRecord& record, std::chrono::steady_clock::time_point started);
+
+} // namespace RecordLine
