@@ -1,10 +1,18 @@
 #include "ShowHost/Console.h"
 
+#include "AppServer/AppServerConfig.h"
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
 #include "ExternalController/ExternalController.h"
 #include "HostModels/Files/JsonFile.h"
 #include "HostModels/HostModels.h"
+#include "HostModels/Show/HostShow.h"
+#include "Interfaces/PlayController.h"
+#include "Interfaces/ResourceModel.h"
+#include "ShowHost/FaultRules.h"
 #include "ShowHost/HostLog.h"
+
+#include <functional>
 
 #if !defined(_WIN32)
 #include <cerrno>
@@ -20,6 +28,14 @@ constexpr const char* kHelp[] = {
     "device list                 list the external control devices",
     "device put {JSON}           add a device, or replace the device with this DevId; see Docs/Devices.md",
     "device delete ID            delete a device",
+    "fault add {JSON}            add a fault rule; see Docs/Traffic.md",
+    "fault list                  list the fault rules",
+    "fault remove N              remove the fault rule with this number",
+    "fault clear                 remove all fault rules",
+    "notify scene-changed        tell the apps that another scene plays",
+    "notify resource-used ID [false]     tell the apps that a resource is used, or with false not used any more",
+    "notify resource-demuxed ID [false]  tell the apps that a resource is ready, or with false not ready",
+    "notify app-displaced        tell the apps that another app took over their login",
     "help                        list these commands",
 };
 
@@ -27,16 +43,15 @@ constexpr const char* kHelp[] = {
 constexpr std::size_t kMaxReadBytes = 4096;
 #endif
 
-SDevice ParseDevice(const QString& json)
+CJsonObjectReader ParseObject(const QString& source, const QString& json)
 {
-    const QString source = QStringLiteral("device put");
     SJsonError error;
     const QJsonDocument document = ReadJson(json.toUtf8(), &error);
     if (!document.isObject()) {
         const QString reason = document.isNull() ? error.reason : QStringLiteral("it is an array");
         throw CFileError((source + ": not a JSON object: " + reason).toStdString());
     }
-    return ReadDevice(CJsonObjectReader(source, document.object()));
+    return CJsonObjectReader(source, document.object());
 }
 
 QString NameOf(const SDevDataNode& device)
@@ -97,18 +112,33 @@ void CConsole::Read()
 
 void CConsole::CarryOut(const QString& line)
 {
-    const QLatin1String put("device put ");
-    const QLatin1String remove("device delete ");
+    const struct {
+        QString start;
+        std::function<void(const QString& arguments)> run;
+    } commands[] = {
+        {"device put ", [this](const QString& json) { PutDevice(json); }},
+        {"device delete ", [this](const QString& id) { DeleteDevice(id); }},
+        {"device list", [this](const QString&) { ListDevices(); }},
+        {"fault add ", [this](const QString& json) { AddFault(json); }},
+        {"fault remove ", [this](const QString& number) { RemoveFault(number); }},
+        {"fault list", [this](const QString&) { ListFaults(); }},
+        {"fault clear",
+         [this](const QString&) {
+             CFaults::GetInstance().Clear();
+             m_log.PrintAnswer("removed all fault rules");
+         }},
+        {"notify ", [this](const QString& arguments) { Notify(arguments); }},
+        {"help", [this](const QString&) { Help(); }},
+    };
     try {
-        if (line.startsWith(put))
-            PutDevice(line.mid(put.size()));
-        else if (line.startsWith(remove))
-            DeleteDevice(line.mid(remove.size()).trimmed());
-        else if (line == QLatin1String("device list"))
-            ListDevices();
-        else if (line == QLatin1String("help"))
-            Help();
-        else if (!line.isEmpty())
+        for (const auto& [start, run] : commands) {
+            // Only commands with arguments end with a space.
+            if (start.endsWith(' ') ? line.startsWith(start) : line == start) {
+                run(line.mid(start.size()).trimmed());
+                return;
+            }
+        }
+        if (!line.isEmpty())
             m_log.PrintAnswer(QStringLiteral("unknown command \"%1\"; \"help\" lists the commands").arg(line));
     } catch (const CFileError& error) {
         m_log.PrintAnswer(QString::fromUtf8(error.what()));
@@ -123,7 +153,7 @@ void CConsole::Help()
 
 void CConsole::PutDevice(const QString& json)
 {
-    const SDevice device = ParseDevice(json);
+    const SDevice device = ReadDevice(ParseObject("device put", json));
     const QUuid& id = device.node.devId;
     const int typeBefore = HostModels::Devices().GetExControlDevNode(id).nDevType;
     if (typeBefore == device.node.nDevType) {
@@ -153,6 +183,48 @@ void CConsole::ListDevices()
     for (const SDevice& device : current->devices)
         m_log.PrintAnswer(NameOf(device.node) + ": " + PlaceOf(device.node));
     m_log.PrintAnswer(QStringLiteral("%1 devices in %2").arg(current->devices.size()).arg(current->file));
+}
+
+void CConsole::AddFault(const QString& json)
+{
+    const int number = CFaults::GetInstance().Add(ReadFault(ParseObject("fault add", json)));
+    m_log.PrintAnswer(QStringLiteral("added fault %1").arg(number));
+}
+
+void CConsole::RemoveFault(const QString& number)
+{
+    m_log.PrintAnswer(
+        QString(CFaults::GetInstance().Remove(number.toInt()) ? "removed fault %1" : "fault remove: no fault \"%1\"")
+            .arg(number));
+}
+
+void CConsole::ListFaults()
+{
+    const auto faults = CFaults::GetInstance().List();
+    for (const auto& fault : faults)
+        m_log.PrintAnswer(QStringLiteral("fault %1: %2").arg(fault->number).arg(QString::fromStdString(fault->text)));
+    m_log.PrintAnswer(QStringLiteral("%1 fault rules").arg(faults.size()));
+}
+
+/// Notifies the apps as if the event had happened. The show and its log are unchanged.
+void CConsole::Notify(const QString& arguments)
+{
+    const QStringList words = arguments.split(' ', Qt::SkipEmptyParts);
+    const QString event = words.value(0);
+    const QUuid id(words.value(1));
+    const bool flag = words.value(2) != QLatin1String("false");
+    const CShowReading reading;
+    if (event == QLatin1String("scene-changed") && words.size() == 1)
+        emit GetPlayController()->signalExControlNotifySceneChanged({}, {});
+    else if (event == QLatin1String("app-displaced") && words.size() == 1)
+        AppServer::SendToApps(Command::ReplyTo(Command::AppGone));
+    else if (event == QLatin1String("resource-used") && !id.isNull())
+        emit CResourceModel::GetInstance()->signalExControlResourceUsedChanged(id, flag);
+    else if (event == QLatin1String("resource-demuxed") && !id.isNull())
+        emit CResourceModel::GetInstance()->signalExControlResourceDexumerStateChanged(id, flag);
+    else
+        throw CFileError("notify: expected scene-changed, app-displaced, resource-used ID or resource-demuxed ID");
+    m_log.PrintAnswer("notified: " + arguments);
 }
 
 void CConsole::Answer(const QString& text, bool kept)

@@ -29,6 +29,10 @@ private:
     void PutDevice(const QString& json);
     void DeleteDevice(const QString& id);
     void ListDevices();
+    void AddFault(const QString& json);
+    void RemoveFault(const QString& number);
+    void ListFaults();
+    void Notify(const QString& arguments);
     void Answer(const QString& text, bool kept);
 
     CExternalController& m_controller;

@@ -11,6 +11,7 @@
 #include "Platform/Process.h"
 #include "ShowHost/ChannelConfig.h"
 #include "ShowHost/Console.h"
+#include "ShowHost/FaultRules.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
 #include "ShowHost/Shutdown.h"
@@ -64,6 +65,7 @@ struct SOptions {
     QString fp;
     QString cloud;
     QString record;
+    QString faults;
 };
 
 void PrintError(const std::string& text)
@@ -101,13 +103,14 @@ SOptions ReadOptions(QCoreApplication& application)
                                    "URL");
     const QCommandLineOption record("record", "Record the traffic of all channels in this file; replaces its content.",
                                     "FILE");
+    const QCommandLineOption faults("faults", "Disturb the traffic as the rules in this file say.", "FILE");
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("Load a show and serve remote controllers. Nothing is shown on a screen.");
     parser.addOptions(
-        {help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud, record});
+        {help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud, record, faults});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     SOptions options;
@@ -136,6 +139,7 @@ SOptions ReadOptions(QCoreApplication& application)
     options.fp = parser.value(fp);
     options.cloud = parser.value(cloud);
     options.record = parser.value(record);
+    options.faults = parser.value(faults);
     return options;
 }
 
@@ -270,6 +274,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
 
     const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Success;
     deadline.Start(exitCode);
+    CFaults::GetInstance().Clear(); // ends their delays
     StopExternalController();
     UninitExternalController();
     CClosingPorts::GetInstance().WaitForAll(); // before the log closes: it reports commands that were not delivered
@@ -318,6 +323,8 @@ int main(int argc, char** argv)
         });
         log.SetQuiet(options.quiet);
         const auto recorder = StartRecording(options, log);
+        if (!options.faults.isEmpty())
+            LoadFaults(options.faults);
         return Serve(application, log, file.show.name, hasInput, deadline);
     } catch (const CFileError& error) {
         PrintError(error.what());

@@ -20,6 +20,9 @@ constexpr std::uint16_t kFtpPort = 25521;
 constexpr std::uint16_t kFirstPassivePort = 25530;
 constexpr std::uint16_t kLastPassivePort = 25549;
 
+/// Sends an empty message with this code to the control channel of all apps, as the module does. Any thread.
+void SendToApps(std::uint32_t code);
+
 /// The configuration; a change applies to servers that are started afterwards.
 CConfigBox<SAppServerConfig>& Config();
 

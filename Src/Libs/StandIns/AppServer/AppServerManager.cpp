@@ -67,7 +67,8 @@ public:
         , m_discovery(m_threads, TrafficChannel::AppDiscovery,
                       [this](std::string datagram, const std::string& ip, std::uint16_t port) {
                           const CTrafficRequest request([&] { return m_discovery.RecordOf(datagram, 0, ip, port); });
-                          Deliver(m_callbacks.udp, {std::move(datagram), 0, ip, port, AppServer::kDiscoveryPort});
+                          if (!m_discovery.TakesOver(request, ip, port))
+                              Deliver(m_callbacks.udp, {std::move(datagram), 0, ip, port, AppServer::kDiscoveryPort});
                       })
         , m_config(config)
     {}
@@ -184,6 +185,8 @@ private:
                 const CTrafficRequest request([&] {
                     return EnvelopeTraffic::RecordOf(kChannels[static_cast<std::size_t>(channel)], *connection, frame);
                 });
+                if (EnvelopeTraffic::TakesOver(request, kChannels[static_cast<std::size_t>(channel)], *connection))
+                    return;
                 const CRequestScope requestScope(connection, channel);
                 Deliver(m_callbacks.tcp, {std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(),
                                           kChannelPorts[static_cast<std::size_t>(channel)]});
@@ -227,7 +230,25 @@ private:
     std::unique_ptr<CFtpUploadServer> m_ftp;
 };
 
+/// The running service of this process, for AppServer::SendToApps.
+std::mutex s_runningMutex;
+std::weak_ptr<CService> s_running;
+
 } // namespace
+
+void AppServer::SendToApps(std::uint32_t code)
+{
+    std::shared_ptr<CService> service;
+    {
+        const std::lock_guard lock(s_runningMutex);
+        service = s_running.lock();
+    }
+    if (!service)
+        return;
+    const auto package = std::make_shared<Comm::RequestPackage>();
+    package->data = CAppDataPack(code, {}).GetData().toStdString();
+    service->Send(package, AppServer::Control, {}, AppServer::kConnectedApp);
+}
 
 class CAPPServerManager::Impl {
 public:
@@ -240,6 +261,10 @@ public:
         {
             const std::lock_guard lock(m_mutex);
             m_service = service;
+        }
+        {
+            const std::lock_guard lock(s_runningMutex);
+            s_running = service;
         }
         service->Start();
     }

@@ -43,6 +43,8 @@ private:
             const auto code = static_cast<std::uint32_t>(command.message.value(QLatin1String("cmdType")).toInt());
             return m_socket.RecordOf(datagram, code, ip, port);
         });
+        if (m_socket.TakesOver(request, ip, port))
+            return;
         if (!command.refusal.isEmpty())
             Send(QJsonDocument(command.refusal).toJson().toStdString(), ip, port);
         if (command.message.isEmpty() || !callback)

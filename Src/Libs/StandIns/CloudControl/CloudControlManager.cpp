@@ -7,6 +7,7 @@
 #include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "HostModels/Show/HostShow.h"
+#include "Traffic/Faults.h"
 #include "Traffic/Traffic.h"
 
 #include <QCoreApplication>
@@ -89,7 +90,62 @@ public:
         if (const CTrafficRequest* const request = CTrafficRequest::Current()) {
             message.code = request->Code();
             message.replyTo = request->Number();
+            if (!ApplyFault(*request, message))
+                return;
         }
+        Put(std::move(message));
+    }
+
+    CCloudLink* Link() const { return m_link; }
+
+    MessageCallback callback;
+
+private:
+    /// Returns false if the message is not to be sent.
+    bool ApplyFault(const CTrafficRequest& request, SCloudMessage& message)
+    {
+        const auto& fault = request.Fault();
+        if (!fault)
+            return true;
+        if (fault->action == SFault::Action::Drop) {
+            request.NoteFault("reply dropped");
+            return false;
+        }
+        if (fault->action == SFault::Action::Truncate) {
+            request.NoteFault("reply truncated to " + std::to_string(fault->bytes) + " bytes");
+            message.maxFrameBytes = fault->bytes;
+        } else if (fault->action == SFault::Action::Duplicate) {
+            request.NoteFault("reply sent twice");
+            Put(message);
+        }
+        return true;
+    }
+
+    /// Carries out a fault rule that replaces the handling of the command. Returns false if there is none.
+    bool TakesOver(const CTrafficRequest& request)
+    {
+        const auto& fault = request.Fault();
+        if (!fault)
+            return false;
+        switch (fault->action) {
+        case SFault::Action::Ignore:
+            request.NoteFault("request ignored");
+            return true;
+        case SFault::Action::Reset:
+            request.NoteFault("connection reset");
+            Link()->Abort();
+            return true;
+        case SFault::Action::Reply:
+            request.NoteFault("answered");
+            Send(fault->reply, static_cast<CloudControl::EROUTE_TYPE>(fault->route));
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    void Put(SCloudMessage message)
+    {
         const std::size_t dropped =
             m_outbox.Put(std::move(message), t_connection != 0 ? t_connection : m_outbox.Connection());
         if (dropped != 0)
@@ -98,11 +154,6 @@ public:
             link->Send();
     }
 
-    CCloudLink* Link() const { return m_link; }
-
-    MessageCallback callback;
-
-private:
     struct SWaitingCommand {
         std::uint64_t connection;
         QJsonObject command;
@@ -166,7 +217,7 @@ private:
                 next.record.wireBytes = next.Bytes();
                 return next.record;
             });
-            if (callback) {
+            if (callback && !TakesOver(request)) {
                 const CShowReading reading;
                 callback(next.command);
             }

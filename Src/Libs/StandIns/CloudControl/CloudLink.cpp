@@ -101,6 +101,15 @@ void CCloudLink::Validate(const QUrl& url, const SCloudControlConfig& config)
     Wake();
 }
 
+void CCloudLink::Abort()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_toAbort = true;
+    }
+    Wake();
+}
+
 void CCloudLink::Send()
 {
     Wake();
@@ -115,11 +124,15 @@ void CCloudLink::customEvent(QEvent*)
 {
     std::optional<std::optional<STarget>> requested;
     std::optional<STarget> toValidate;
+    bool aborts = false;
     {
         const std::lock_guard lock(m_mutex);
         std::swap(requested, m_requestedTarget);
         std::swap(toValidate, m_toValidate);
+        aborts = std::exchange(m_toAbort, false);
     }
+    if (aborts)
+        m_socket.abort();
     if (toValidate)
         StartValidation(*toValidate);
     if (requested) {
@@ -200,6 +213,12 @@ void CCloudLink::SendWaiting()
         if (!message)
             return;
         const QString frame = CloudCommand::Reply(message->route, message->data);
+        if (message->maxFrameBytes != 0) {
+            const QByteArray part = frame.toUtf8().left(static_cast<int>(message->maxFrameBytes));
+            m_socket.sendTextMessage(QString::fromUtf8(part));
+            m_socket.close();
+            return;
+        }
         m_socket.sendTextMessage(frame);
         CTraffic& traffic = CTraffic::GetInstance();
         if (!traffic.WantsMessages())

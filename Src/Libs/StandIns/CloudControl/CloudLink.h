@@ -42,6 +42,8 @@ public:
     void Close();
     /// Opens a second connection to check the login in the URL, logs the result and closes it.
     void Validate(const QUrl& url, const SCloudControlConfig& config);
+    /// Ends the connection without a closing handshake, then connects again.
+    void Abort();
     /// To be called when a message was added to the outbox.
     void Send();
     /// Whether there is a connection or an attempt to connect.
@@ -73,6 +75,7 @@ private:
     std::mutex m_mutex;                                      ///< guards the requests of other threads
     std::optional<std::optional<STarget>> m_requestedTarget; ///< a requested change: a new target, or nullopt to close
     std::optional<STarget> m_toValidate;
+    bool m_toAbort = false;
 
     std::optional<STarget> m_target; ///< nullopt: not to be connected
     QWebSocket m_socket;

@@ -16,6 +16,7 @@ struct SCloudMessage {
     // For the traffic record, as in STrafficRecord.
     std::uint32_t code = 0;
     std::uint64_t replyTo = 0;
+    std::size_t maxFrameBytes = 0; ///< not 0: only so many bytes are sent, then the connection is closed
 };
 
 /// Queue of messages to the cloud service. Any thread.

@@ -267,15 +267,31 @@ void CEnvelopeConnection::Close(const std::string& reason)
     CloseLocked(reason);
 }
 
+void CEnvelopeConnection::FlushAndClose(const std::string& reason)
+{
+    const std::lock_guard lock(m_mutex);
+    FlushLocked();
+    CloseLocked(reason);
+}
+
+void CEnvelopeConnection::Reset(const std::string& reason)
+{
+    const std::lock_guard lock(m_mutex);
+    CloseLocked(reason, true);
+}
+
 /// The pending read or wait completes with an error and reports the end of the connection.
-void CEnvelopeConnection::CloseLocked(const std::string& reason)
+void CEnvelopeConnection::CloseLocked(const std::string& reason, bool resets)
 {
     if (!IsOpenLocked())
         return;
     if (m_closeReason.empty())
         m_closeReason = reason;
     asio::error_code ignored;
-    m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
+    if (resets)
+        m_socket.set_option(asio::socket_base::linger(true, 0), ignored);
+    else
+        m_socket.shutdown(asio::socket_base::shutdown_both, ignored);
     m_socket.close(ignored);
     DropQueueLocked();
     m_input.Set(0);

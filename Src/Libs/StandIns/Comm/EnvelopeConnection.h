@@ -59,6 +59,10 @@ public:
     bool Send(std::shared_ptr<const Comm::RequestPackage> package);
     /// Closes the connection; unsent replies are dropped. The first reason is reported. Any thread.
     void Close(const std::string& reason);
+    /// Writes the unsent replies that the system accepts at once, and closes the connection. Any thread.
+    void FlushAndClose(const std::string& reason);
+    /// Closes the connection so that the peer gets an error instead of the end of the stream. Any thread.
+    void Reset(const std::string& reason);
     /// Closes the connection when it has waited for its peer longer than the limits allow. To be called periodically;
     /// the period is the resolution of IdleSince.
     void CheckDeadline(Clock::time_point now);
@@ -99,7 +103,7 @@ private:
     void WriteLocked();
     void EndSendingLocked(const std::string& reason);
     void DropQueueLocked();
-    void CloseLocked(const std::string& reason);
+    void CloseLocked(const std::string& reason, bool resets = false);
     bool IsOpenLocked() const { return m_socket.is_open(); }
 
     CIoThreads& m_threads;

@@ -18,7 +18,11 @@ namespace EnvelopeTraffic {
 std::string TextOf(std::string_view envelope);
 /// Returns the record of an envelope that the remote has sent on the connection.
 STrafficRecord RecordOf(TrafficChannel channel, const CEnvelopeConnection& connection, std::string_view envelope);
-/// Sends an envelope of the host and publishes it. Any thread.
+/// Carries out a fault rule that replaces the handling of the request.
+/// \return false if there is none, so that the request is to be handled
+bool TakesOver(const CTrafficRequest& request, TrafficChannel channel, CEnvelopeConnection& connection);
+/// Sends an envelope of the host and publishes it. Applies the fault rule of the request that this thread is handling.
+/// Any thread.
 /// \return false when the connection can't send any more
 bool Send(TrafficChannel channel, CEnvelopeConnection& connection,
           const std::shared_ptr<const Comm::RequestPackage>& package);

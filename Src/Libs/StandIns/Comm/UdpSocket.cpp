@@ -1,6 +1,7 @@
 #include "Comm/UdpSocket.h"
 
 #include "Comm/Sockets.h"
+#include "Traffic/Faults.h"
 
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>
@@ -140,7 +141,37 @@ void CUdpSocket::HandleNext(const Endpoint& peer)
     Handle(peer, std::move(datagram));
 }
 
+bool CUdpSocket::TakesOver(const CTrafficRequest& request, const std::string& ip, std::uint16_t port)
+{
+    const auto& fault = request.Fault();
+    if (fault && fault->action == SFault::Action::Ignore) {
+        request.NoteFault("request ignored");
+        return true;
+    }
+    if (fault && fault->action == SFault::Action::Reply) {
+        request.NoteFault("answered");
+        Send(fault->reply, ip, port);
+        return true;
+    }
+    return false;
+}
+
 void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::uint16_t port)
+{
+    const CTrafficRequest* const request = CTrafficRequest::Current();
+    const SFault* const fault = request && request->IsAnsweredOn(m_channel, 0) ? request->Fault().get() : nullptr;
+    if (fault && fault->action == SFault::Action::Drop) {
+        request->NoteFault("reply dropped");
+        return;
+    }
+    SendOnce(datagram, ip, port);
+    if (fault && fault->action == SFault::Action::Duplicate) {
+        request->NoteFault("reply sent twice");
+        SendOnce(datagram, ip, port);
+    }
+}
+
+void CUdpSocket::SendOnce(const std::string& datagram, const std::string& ip, std::uint16_t port)
 {
     asio::error_code error;
     asio::ip::address address = asio::ip::make_address(ip, error);

@@ -24,8 +24,11 @@ public:
     /// \return false when binding fails; the reason is published as an event
     bool Start(const std::string& address, std::uint16_t port);
     /// Sends without waiting: if the system's send buffer is full, the datagram is dropped and the error is published
-    /// as an event. Any thread.
+    /// as an event. Applies the fault rule of the request that this thread is handling. Any thread.
     void Send(const std::string& datagram, const std::string& ip, std::uint16_t port);
+    /// Carries out a fault rule that replaces the handling of the request.
+    /// \return false if there is none, so that the request is to be handled
+    bool TakesOver(const CTrafficRequest& request, const std::string& ip, std::uint16_t port);
     /// Returns the record of a datagram that the remote has sent.
     /// \param code of the command in the datagram; 0 for none
     STrafficRecord RecordOf(const std::string& datagram, std::uint32_t code, const std::string& ip,
@@ -45,6 +48,7 @@ private:
     bool TakeOrQueue(const Endpoint& peer, std::string& datagram);
     void Handle(const Endpoint& peer, std::string datagram);
     void HandleNext(const Endpoint& peer);
+    void SendOnce(const std::string& datagram, const std::string& ip, std::uint16_t port);
     void Note(const std::string& peer, const std::string& text) const;
 
     CIoThreads& m_threads;

@@ -52,6 +52,8 @@ private:
             [this](const CEnvelopeConnection::Ptr& connection, std::string frame) {
                 const CTrafficRequest request(
                     [&] { return EnvelopeTraffic::RecordOf(TrafficChannel::FP, *connection, frame); });
+                if (EnvelopeTraffic::TakesOver(request, TrafficChannel::FP, *connection))
+                    return;
                 Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
             },
             [this](const CEnvelopeConnection::Ptr& connection) {

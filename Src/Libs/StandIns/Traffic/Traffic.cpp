@@ -1,5 +1,7 @@
 #include "Traffic/Traffic.h"
 
+#include "Traffic/Faults.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -37,8 +39,16 @@ std::uint64_t CTraffic::Publish(STrafficRecord record)
 
 void CTraffic::UpdateLocked()
 {
-    m_wantsMessages = std::any_of(m_subscribers.begin(), m_subscribers.end(),
-                                  [](const SSubscriber& subscriber) { return subscriber.wantsMessages; });
+    m_wantsMessages =
+        m_wantsFaults || std::any_of(m_subscribers.begin(), m_subscribers.end(),
+                                     [](const SSubscriber& subscriber) { return subscriber.wantsMessages; });
+}
+
+void CTraffic::WantFaults(bool wants)
+{
+    const std::lock_guard lock(m_mutex);
+    m_wantsFaults = wants;
+    UpdateLocked();
 }
 
 CTrafficSubscription::CTrafficSubscription(std::function<void(const STrafficRecord&)> sink, bool messages)
@@ -57,22 +67,32 @@ CTrafficSubscription::~CTrafficSubscription()
     traffic.UpdateLocked();
 }
 
-void CTrafficRequest::Begin(const STrafficRecord& record)
+void CTrafficRequest::Begin(STrafficRecord record)
 {
-    m_channel = record.channel;
-    m_connection = record.connection;
-    m_code = record.code;
-    m_number = CTraffic::GetInstance().Publish(record);
+    record.number = CTraffic::GetInstance().Publish(record);
+    m_fault = CFaults::GetInstance().Match(record);
+    record.payload = {};
+    m_record = std::move(record);
     t_request = this;
+    if (m_fault && m_fault->action == SFault::Action::Delay) {
+        CFaults::GetInstance().Delay(*m_fault);
+        NoteFault("delayed " + std::to_string(m_fault->delay.count()) + " ms");
+    }
 }
 
 CTrafficRequest::~CTrafficRequest()
 {
-    if (m_number != 0)
+    if (m_record.number != 0)
         t_request = nullptr;
 }
 
 const CTrafficRequest* CTrafficRequest::Current()
 {
     return t_request;
+}
+
+void CTrafficRequest::NoteFault(const std::string& what) const
+{
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, m_record.channel, m_record.peer,
+                                     "fault " + std::to_string(m_fault->number) + ": " + what, m_record.connection});
 }

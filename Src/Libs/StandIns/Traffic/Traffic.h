@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -63,7 +64,7 @@ class CTraffic {
 public:
     static CTraffic& GetInstance();
 
-    /// Whether a subscriber wants messages. If not, messages need not be published.
+    /// Whether a subscriber or a fault rule wants messages. If not, messages need not be published.
     bool WantsMessages() const { return m_wantsMessages.load(std::memory_order_relaxed); }
     /// Numbers the record and passes it to the subscribers. A message of the host that is sent while this thread
     /// handles a request (CTrafficRequest) is published as a reply to it.
@@ -71,6 +72,9 @@ public:
     std::uint64_t Publish(STrafficRecord record);
     /// Returns a number for a new connection of any channel.
     std::uint64_t NextConnection() { return ++m_connections; }
+
+    /// To be called when there are fault rules, and when there are none any more.
+    void WantFaults(bool wants);
 
 private:
     friend class CTrafficSubscription;
@@ -86,14 +90,16 @@ private:
     std::mutex m_mutex; ///< guards the members below
     std::list<SSubscriber> m_subscribers;
     std::uint64_t m_records = 0;
+    bool m_wantsFaults = false;
 };
+
+struct SFault;
 
 /// Receives records during its lifetime.
 class CTrafficSubscription {
 public:
-    /// \param sink     called on the channels' threads, once at a time and in the order of the records' numbers. It
-    /// must
-    ///                 not block, publish or subscribe.
+    /// \param sink called on the channels' threads, once at a time and in the order of the records' numbers; must not
+    /// block, publish or subscribe
     /// \param messages whether it receives messages as well as events
     CTrafficSubscription(std::function<void(const STrafficRecord&)> sink, bool messages);
     /// When the destructor returns, the sink is not running and is not called again.
@@ -108,7 +114,8 @@ private:
 /// The request that this thread is handling. To be created on the stack around the handling; not nested.
 class CTrafficRequest {
 public:
-    /// \param describe returns the request's record; called only if a subscriber wants messages
+    /// Publishes the request. If a fault rule delays it, returns after the delay.
+    /// \param describe returns the request's record; called only if a subscriber or a fault rule wants messages
     template <class Describe>
     explicit CTrafficRequest(Describe&& describe)
     {
@@ -121,21 +128,24 @@ public:
 
     /// Returns the current request of this thread, or null if there is none or it was not published.
     static const CTrafficRequest* Current();
-    /// The record's number and code.
-    std::uint64_t Number() const { return m_number; }
-    std::uint32_t Code() const { return m_code; }
+    /// Returns the number of the request's record.
+    std::uint64_t Number() const { return m_record.number; }
+    /// Returns the code in the request's record.
+    std::uint32_t Code() const { return m_record.code; }
+    /// Returns the fault rule that applies to the request or to its replies, or null.
+    const std::shared_ptr<const SFault>& Fault() const { return m_fault; }
+    /// Publishes what the rule has done, such as "fault 2: reply dropped".
+    void NoteFault(const std::string& what) const;
     /// Whether a message on this connection can be a reply: another connection of the same channel belongs to another
     /// remote.
     bool IsAnsweredOn(TrafficChannel channel, std::uint64_t connection) const
     {
-        return channel != m_channel || connection == m_connection;
+        return channel != m_record.channel || connection == m_record.connection;
     }
 
 private:
-    void Begin(const STrafficRecord& record);
+    void Begin(STrafficRecord record);
 
-    TrafficChannel m_channel = TrafficChannel::AppControl;
-    std::uint64_t m_connection = 0;
-    std::uint64_t m_number = 0;
-    std::uint32_t m_code = 0;
+    STrafficRecord m_record; ///< without the payload; number 0 if it was not published
+    std::shared_ptr<const SFault> m_fault;
 };
