@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
        libcurl4-openssl-dev python3 python3-pyftpdlib python3-jsonschema python3-websockets python3-cryptography ccache)
-test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils
+test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils tshark
       g++-mingw-w64-x86-64-posix)
 lint=(clang-tidy cppcheck mypy)
 fuzz=(clang libclang-rt-dev llvm)

@@ -6,22 +6,26 @@
 #include "ShowRemote/Console/Failure.h"
 
 #include <QFile>
+#include <QHash>
 #include <QJsonArray>
 
 #include <algorithm>
 
 namespace {
 
-QJsonArray ReadMessages()
+const QJsonObject& Text()
 {
-    QFile file(":/Contract.json");
-    file.open(QIODevice::ReadOnly); // a resource of this program
-    return ReadJson(file.readAll())["messages"].toArray();
+    static const QJsonObject contract = [] {
+        QFile file(":/Contract.json");
+        file.open(QIODevice::ReadOnly); // a resource of this program
+        return ReadJson(file.readAll()).object();
+    }();
+    return contract;
 }
 
 QJsonObject MessageOf(unsigned int code)
 {
-    static const QJsonArray messages = ReadMessages();
+    static const QJsonArray messages = Text()["messages"].toArray();
     for (const QJsonValue& message : messages) {
         if (message["code"].toString().toUInt(nullptr, 0) == code)
             return message.toObject();
@@ -35,7 +39,40 @@ QString PlaceOf(const QJsonObject& reply)
     return reply["code"].toString() + '/' + QString::number(reply["route"].toInt());
 }
 
+/// Adds the keys whose schema has "varies".
+void AddVaryingKeys(const QJsonValue& schema, QSet<QString>& keys)
+{
+    const QString reference = schema["$ref"].toString();
+    if (!reference.isEmpty())
+        AddVaryingKeys(Text()["$defs"][reference.section('/', -1)], keys);
+    const QJsonArray elements = schema.toArray();
+    for (const QJsonValue& element : elements)
+        AddVaryingKeys(element, keys);
+    const QJsonObject object = schema.toObject();
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        if (entry.value()["varies"].toBool())
+            keys.insert(entry.key());
+        AddVaryingKeys(entry.value(), keys);
+    }
+}
+
 } // namespace
+
+QSet<QString> Contract::VaryingKeys(unsigned int code)
+{
+    static QHash<unsigned int, QSet<QString>> known;
+    if (const auto found = known.constFind(code); found != known.constEnd())
+        return *found;
+    QSet<QString> keys;
+    AddVaryingKeys(MessageOf(code), keys);
+    known.insert(code, keys);
+    return keys;
+}
+
+bool Contract::IsNotice(unsigned int code)
+{
+    return MessageOf(code).contains("notice");
+}
 
 std::optional<std::vector<QJsonObject>> Contract::RepliesTo(const char* asker, unsigned int code)
 {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QSet>
+#include <QString>
 
 #include <optional>
 #include <vector>
@@ -12,6 +14,11 @@ namespace Contract {
 /// value if the contract lists no replies for the asker: for commands and for unknown codes.
 /// \param asker "app", "fp", "central" or "cloud"
 std::optional<std::vector<QJsonObject>> RepliesTo(const char* asker, unsigned int code);
+
+/// Returns the keys whose values differ from run to run, in all messages with this code.
+QSet<QString> VaryingKeys(unsigned int code);
+/// Returns whether the host sends messages with this code unasked.
+bool IsNotice(unsigned int code);
 
 /// Returns "the host refused the request: ..." for a result text ("errorMsg") other than success, and an empty text for
 /// success and for an empty result text.

@@ -23,6 +23,9 @@ constexpr SCommand kCommands[] = {
     {"cloud", "Send a command as the cloud service and show the replies.", RunCloud},
     {"fp", "Send a request as the FP controller and show the replies.", RunFP},
     {"device", "Act as an external control device and show the received data.", RunDevice},
+    {"replay", "Send the messages of a recording again and compare the replies.", RunReplay},
+    {"recording", "Show a summary of a recording or convert it to a capture.", RunRecording},
+    {"dissector", "Print a dissector of the messages for Wireshark.", RunDissector},
 };
 
 void PrintHelp()

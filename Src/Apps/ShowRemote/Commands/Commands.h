@@ -10,5 +10,8 @@ int RunCentral(const QStringList& arguments);
 int RunCloud(const QStringList& arguments);
 int RunDevice(const QStringList& arguments);
 int RunDiscover(const QStringList& arguments);
+int RunDissector(const QStringList& arguments);
 int RunFP(const QStringList& arguments);
+int RunRecording(const QStringList& arguments);
+int RunReplay(const QStringList& arguments);
 int RunUpload(const QStringList& arguments);

@@ -43,6 +43,7 @@ public:
 
     bool IsSet(const QString& option) const { return m_parser.isSet(option); }
     QString Value(const QString& option) const { return m_parser.value(option); }
+    QStringList Values(const QString& option) const { return m_parser.values(option); }
     /// Returns the positional arguments. Throws CWrongUsage if there are fewer than minimum or more than maximum.
     QStringList Positional(int minimum, int maximum) const;
 
