@@ -35,10 +35,12 @@ class Sources:
         self.contract = Contract()
         self.protocol = (folder / "Docs/Protocol.md").read_text(encoding="utf-8")
         self.documents = {name: (folder / "Docs" / f"{name}.md").read_text(encoding="utf-8")
-                          for name in ("ShowFile", "Settings", "Devices")}
+                          for name in ("ShowFile", "Settings", "Devices", "Traffic")}
         demo = folder / "Examples/DemoShow"
         self.show = (demo / "DemoShow.zxc").read_text(encoding="utf-8")
         self.devices = (demo / "Devices.json").read_text(encoding="utf-8")
+        self.faults = (folder / "Examples/Faults.json").read_text(encoding="utf-8")
+        self.recording = (folder / "Examples/Recordings/Tour.jsonl").read_text(encoding="utf-8")
         self.ids = sorted(set(re.findall(r"[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}", self.show)))
 
     def examples(self):
@@ -135,6 +137,10 @@ def add_files(sources, seeds):
         for example in re.findall(r"```json\n(.*?)```", sources.documents[name], re.DOTALL):
             seeds.add(harness, example)
     seeds.add("DeviceFile", sources.devices)
+    seeds.add("FaultFile", sources.faults)
+    header, *records = sources.recording.splitlines()
+    for record in (*records, *re.findall(r"```json\n(\{\"n\".*?)\n```", sources.documents["Traffic"])):
+        seeds.add("Recording", f"{header}\n{record}\n")
     seeds.add("SettingsFile", json.dumps(json.loads(sources.show)["settings"]))
     seeds.add("SettingsFile", json.dumps({
         "hostName": "Stage left", "appSupport": True, "cloudSupport": True, "resourceFolder": "Media",

@@ -36,7 +36,7 @@ SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 
              "jsonread": "{} --benchmark_filter=bytes --benchmark_repetitions=1 --benchmark_min_time=0.001"}
 # Commands that run until Ctrl-C, and a text that they print during the show.
 ENDLESS = {"listen": "<- scene-play", "device udp": "HOUSE 100", "device serial --link": "CLOSE",
-           "device serial /dev/": "RAISE"}
+           "device serial /dev/": "RAISE", "--record": "showhost ready", "--faults": "showhost ready"}
 
 
 def commands():
@@ -64,7 +64,7 @@ class CommandsTest(unittest.TestCase):
 
     def run_with_a_host(self, command):
         """Returns the exit code and the output. Answers password prompts; ends endless commands after part of the show."""
-        shows = next((shown for start, shown in ENDLESS.items() if re.search(rf"showremote .*{start}", command)), None)
+        shows = next((shown for start, shown in ENDLESS.items() if re.search(rf"show(remote|host) .*{start}", command)), None)
         for text, replacement in self.replacements.items():
             command = re.sub(rf"(?<![\w/]){text}(?!\w)" if text.isupper() else re.escape(text), replacement, command)
         # A new host, since an older one tries to reach the cloud and the FP controller only at long intervals.
@@ -76,7 +76,7 @@ class CommandsTest(unittest.TestCase):
                 for question in set(re.findall("Password.*?: ", terminal.output())) - answered:
                     answered.add(question)
                     terminal.type_line("demo")
-                return "Ctrl-C ends it" in terminal.output() or terminal.process.poll() is not None
+                return any(text in terminal.output() for text in ("Ctrl-C ends it", "showhost ready")) or terminal.process.poll() is not None
 
             wait_until(runs_on_or_ends, command)
             if terminal.process.poll() is None:
