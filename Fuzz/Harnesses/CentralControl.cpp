@@ -25,7 +25,6 @@ void CheckRefusal(const QJsonObject& refusal)
 void FuzzInput(std::string_view input)
 {
     STextCommand command = TextCommand::Read(std::string(input));
-    TextCommand::Describe(command);
     if (!command.refusal.isEmpty())
         CheckRefusal(command.refusal);
     if (command.message.isEmpty())
