@@ -35,8 +35,9 @@ SHORTENED = {"channelload": "{} --rounds 1 --seconds 0.01", "HeartBeat.py": "{} 
              "sendercost": "{} --benchmark_filter=name --benchmark_repetitions=1 --benchmark_min_time=0.001",
              "jsonread": "{} --benchmark_filter=bytes --benchmark_repetitions=1 --benchmark_min_time=0.001"}
 # Commands that run until Ctrl-C, and a text that they print during the show.
-ENDLESS = {"listen": "<- scene-play", "device udp": "HOUSE 100", "device serial --link": "CLOSE",
-           "device serial /dev/": "RAISE", "--record": "showhost ready", "--faults": "showhost ready"}
+ENDLESS = {"--record": "showhost ready", "--faults": "showhost ready",
+           "listen": "<- scene-play", "device udp": "HOUSE 100", "device serial --link": "CLOSE",
+           "device serial /dev/": "RAISE"}
 
 
 def commands():

@@ -32,10 +32,12 @@ constexpr const char* kHelp[] = {
     "fault list                  list the fault rules",
     "fault remove N              remove the fault rule with this number",
     "fault clear                 remove all fault rules",
-    "notify scene-changed        tell the apps that another scene plays",
-    "notify resource-used ID [false]     tell the apps that a resource is used, or with false not used any more",
-    "notify resource-demuxed ID [false]  tell the apps that a resource is ready, or with false not ready",
-    "notify app-displaced        tell the apps that another app took over their login",
+    "notify scene-changed        send the apps the notice that another scene plays",
+    "notify resource-used ID [false]",
+    "                            send the apps the notice that a resource is used, or with false not used any more",
+    "notify resource-demuxed ID [false]",
+    "                            send the apps the notice that a resource is ready to play, or with false not ready",
+    "notify app-displaced        send the apps the notice that another app took over their login",
     "help                        list these commands",
 };
 

@@ -49,7 +49,7 @@ public:
 
     /// Returns the number of the rule. Numbers are not used again.
     int Add(SFault fault);
-    /// Returns false if there is no rule with the number.
+    /// Returns false if no rule has the number.
     bool Remove(int number);
     void Clear();
     std::vector<std::shared_ptr<const SFault>> List() const;
