@@ -22,7 +22,6 @@ from zentravox.wire import CLOUD_PORT, REPLY, hexadecimal, picture_size, read_id
 
 ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
 PAGE = SOURCE_FOLDER / "Docs" / "Protocol.md"
-MODULE_COMMON = SOURCE_FOLDER / "Src/Libs/ExternalController/ExternalController/Common"
 EXAMPLE = re.compile(r"```(?:json|text) ask (?P<who>\w+)(?: (?P<code>0x\w+))?\n(?P<body>.*?)\n```\n"
                      r"(?P<replies>(?:\n```(?:json|text) reply .*?\n```\n)*)", re.S)
 ANSWER = re.compile(r"```(?:json|text) reply (?P<from>[^\n]+)\n(?P<text>.*?)\n```\n", re.S)
@@ -68,29 +67,6 @@ def completed(*words):
     offers = subprocess.run(["bash", "-c", script, "bash", *words], env=environment(PATH=path), capture_output=True,
                             encoding="utf-8", check=True).stdout
     return set(offers.split())
-
-
-def routes_of_the_module():
-    """Returns the routing table: the answerer for each code and asker."""
-    header = (MODULE_COMMON / "Routes.h").read_text(encoding="utf-8")
-    codes = named_codes()
-    askers = {"App": "app", "FP": "fp", "CentralControl": "central", "CloudControl": "cloud"}
-    routes = {}
-    for name, flags, answerer in re.findall(r"\{Command::(\w+), (Source::[\w |:]+), Answerer::(\w+)\}", header):
-        flags = re.findall(r"Source::(\w+)", flags)
-        for flag in askers if flags == ["Every"] else flags:
-            key = codes[name], askers[flag]
-            if key in routes:
-                raise AssertionError(f"two routes for {askers[flag]} {hexadecimal(codes[name])}")
-            routes[key] = answerer
-    return routes
-
-
-def named_codes():
-    """Returns the codes of Command.h by name."""
-    header = (MODULE_COMMON / "Command.h").read_text(encoding="utf-8")
-    enumeration = re.search(r"enum Code : int \{(.*?)\};", header, re.S).group(1)
-    return {name: int(code, 16) for name, code in re.findall(r"(\w+) = (0x\w+),", enumeration)}
 
 
 class Remotes:
@@ -340,18 +316,7 @@ class ProtocolTest(unittest.TestCase):
         for keyword in self.contract.text["keywordsWithoutCommand"]:
             self.assertIn(f"`{keyword}`", self.page)
 
-    def test_the_module_and_the_tools_have_the_messages_of_the_contract(self):
-        named = set(named_codes().values())
-        self.assertEqual([hexadecimal(code) for code in named ^ set(self.contract.messages)], [],
-                         "only one of Command.h and Contract.json has these codes")
-        routes = routes_of_the_module()
-        askers = {(code, who) for code, message in self.contract.messages.items()
-                  for who in ("app", "fp", "central", "cloud") if who in message}
-        self.assertEqual([f"{who} {hexadecimal(code)}" for code, who in set(routes) ^ askers], [],
-                         "only one of Routes.h and Contract.json lets these channels ask")
-        for (code, who), answerer in routes.items():
-            self.assertEqual(answerer == "Host", "command" in self.contract.messages[code],
-                             f"who executes {who} {hexadecimal(code)}")
+    def test_the_tools_have_the_messages_of_the_contract(self):
         names = {message["name"] for message in self.contract.messages.values()}
         for who in ("central", "cloud"):
             lines = (line.split() for line in showremote(who, "--list").stdout.splitlines())

@@ -4,6 +4,7 @@
 
 #include "ExternalController/Common/CommandNames.h"
 #include "ExternalController/Common/Keywords.h"
+#include "ExternalController/Common/Routes.h"
 #include "ExternalController/Common/Vocabulary.h"
 #include "HostModels/Files/JsonFile.h"
 
@@ -133,6 +134,8 @@ TEST_F(IntakeTest, EachRequestReachesItsAnswererOnEachChannel)
                            0x10000001, 0x10000005, 0x7fffffff, -0x7ffffffb, -1};
     for (const auto& [code, message] : messages)
         codes.insert({code, code + 1});
+    for (const SRoute& route : kRoutes)
+        codes.insert(route.code);
     const SResource resource = MakeResource(5, 0);
     LoadStage({resource}, {MakeMedium(31, resource)});
     // Only a project with a path is exported.
@@ -161,6 +164,23 @@ TEST_F(IntakeTest, EachRequestReachesItsAnswererOnEachChannel)
         }
     }
     EXPECT_FALSE(isReportedEarly) << "the FP controller's queries are answered before they are reported";
+}
+
+TEST_F(IntakeTest, TheRoutingTableHasTheChannelsOfTheContract)
+{
+    std::multiset<std::pair<int, int>> routes;
+    std::multiset<std::pair<int, int>> contract;
+    for (const SIntake* intake : {&kApp, &kFP, &kCentral, &kCloud}) {
+        for (const SRoute& route : kRoutes) {
+            if (route.askers & intake->source)
+                routes.emplace(route.code, intake->source);
+        }
+        for (const auto& [code, message] : ContractMessages()) {
+            if (message.contains(intake->asker))
+                contract.emplace(code, intake->source);
+        }
+    }
+    EXPECT_EQ(routes, contract);
 }
 
 TEST_F(IntakeTest, TheHostsAnswerToACommandReachesTheChannelThatAsked)
@@ -226,25 +246,16 @@ TEST_F(IntakeTest, AHeartbeatIsAnsweredOnItsChannel)
     EXPECT_THAT(Reports(), IsEmpty());
 }
 
-TEST_F(IntakeTest, OnlyCentralControlCanCloseTheSoftware)
-{
-    for (const SIntake* intake : {&kApp, &kFP, &kCloud})
-        Deliver(*intake, Command::CloseSoftware, BodyWith(Command::CloseSoftware));
-    EXPECT_THAT(m_asked, IsEmpty());
-
-    Deliver(kCentral, Command::CloseSoftware, BodyWith(Command::CloseSoftware));
-    EXPECT_THAT(m_asked, ElementsAre(false));
-}
-
-TEST_F(IntakeTest, ShutDownIsOnlySignalledAndClosingTheSoftwareIsSignalledAndReported)
+TEST_F(IntakeTest, ShutDownIsOnlySignalledAndCentralControlCanCloseTheSoftware)
 {
     for (const SIntake* intake : {&kApp, &kCentral}) {
-        Deliver(*intake, Command::ShutDown, {{"cmdType", Command::ShutDown}});
+        Deliver(*intake, 0x011, {{"cmdType", 0x011}});
         ExpectSilence();
     }
     EXPECT_THAT(m_asked, ElementsAre(true, true));
 
-    Deliver(kCentral, Command::CloseSoftware, {{"cmdType", Command::CloseSoftware}});
+    for (const SIntake* intake : {&kApp, &kFP, &kCloud, &kCentral})
+        Deliver(*intake, 0x190, {{"cmdType", 0x190}});
     EXPECT_THAT(m_asked, ElementsAre(true, true, false));
     EXPECT_EQ(m_reportsWhenAsked, 0u);
     EXPECT_EQ(Reports().size(), 1u);

@@ -32,31 +32,22 @@ using StageSenderTest = SenderTestOf<CStageMsgSender>;
 
 TEST_F(StageSenderTest, EachQueryIsAnsweredToItsRecipients)
 {
-    constexpr int kSources[] = {kNoSource,
-                                Source::App,
-                                Source::FP,
-                                Source::CentralControl,
-                                Source::CloudControl,
-                                Source::App | Source::FP,
-                                Source::App | Source::CentralControl,
-                                Source::FP | Source::CentralControl,
-                                Source::Every};
+    constexpr int kSources[] = {0x0000, 0x0001, 0x0010, 0x0100, 0x1000, 0x0101, 0x0110, 0x1111};
     using namespace Command;
     using To::App, To::AppAndFP, To::CentralControl, To::FP, To::None;
     const struct {
         std::vector<int> codes;
         std::vector<Recipients> recipients; ///< one for each element of kSources
     } cases[] = {
-        {{ScreenList, MediaList}, {App, App, App, App, App, App, App, App, App}},
-        {{BlackScreen, Volume, PlayStateNumber, VolumeState}, {None, None, FP, None, None, FP, None, FP, FP}},
-        {{ProjectList}, {None, App, FP, None, None, AppAndFP, App, FP, AppAndFP}},
-        {{PictureAdjustment}, {App, App, FP, CentralControl, App, App, App, App, App}},
-        {{AppControlMode, StagePreviewMode}, {None, App, None, None, None, App, App, None, App}},
+        {{ScreenList, MediaList}, {App, App, App, App, App, App, App, App}},
+        {{BlackScreen, Volume, PlayStateNumber, VolumeState}, {None, None, FP, None, None, None, FP, FP}},
+        {{ProjectList}, {None, App, FP, None, None, App, FP, AppAndFP}},
+        {{PictureAdjustment}, {App, App, FP, CentralControl, App, App, App, App}},
+        {{AppControlMode, StagePreviewMode}, {None, App, None, None, None, App, None, App}},
         {{PlayStateText, PreviewPath, HdrState, MuteState},
-         {None, None, None, CentralControl, None, None, CentralControl, CentralControl, CentralControl}},
-        {{BlackScreenState},
-         {None, None, FP, CentralControl, None, FP, CentralControl, CentralControl, CentralControl}},
-        {{WindowStreamPath}, {None, None, None, None, None, None, None, None, None}},
+         {None, None, None, CentralControl, None, CentralControl, CentralControl, CentralControl}},
+        {{BlackScreenState}, {None, None, FP, CentralControl, None, CentralControl, CentralControl, CentralControl}},
+        {{WindowStreamPath}, {None, None, None, None, None, None, None, None}},
     };
     LoadShow({MakeProject(7)});
 

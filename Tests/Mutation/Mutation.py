@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Makes small changes in the sources, one at a time, and reports which of them the tests detect.
 
-Each change is made in a copy of the tree, below build/mutation. The targets that test the changed file are built and run;
-if all tests pass, and --end-to-end is given, showhost and showremote are tested too. The results are appended to
+Each change is made in a copy of the tree, below build/mutation. The tests of the changed file are built and run; if all
+pass, and --end-to-end is given, showhost and showremote are tested too. The results are appended to
 build/mutation/results.jsonl; changes that have a result there are not repeated.
 """
 
@@ -27,54 +27,38 @@ BUILD_SECONDS, TEST_SECONDS, END_TO_END_SECONDS = 300, 60, 400
 # Tests use fixed ports, so each run has its own network.
 IN_OWN_NETWORK = ["unshare", "-rn", "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
 
-LIBS = "Src/Libs/"
-MODULE = LIBS + "ExternalController/ExternalController/"
-STAND_INS = LIBS + "StandIns/"
+MODULE, STAND_INS = "Src/Libs/ExternalController/ExternalController/", "Src/Libs/StandIns/"
 # The first prefix that fits decides on the area and on the tests.
-AREAS = [(MODULE + "Common/Json", "Common", "Common Module"), (MODULE + "Common/", "Common", "Module ShowHost Common"),
+AREAS = [(MODULE + "Common/Json", "Common", "Common Module"), (MODULE + "Common/", "Common", "Module ShowHost"),
          (MODULE + "MsgSender/", "senders", "Module"), (MODULE, "controller", "Module ShowHost"),
          (STAND_INS + "Comm/", "stand-ins", "Comm AppServer FPClient CentralControl CloudControl"),
          (STAND_INS + "HostModels/", "stand-ins", "HostModels ShowHost Module"),
-         (STAND_INS + "Common/", "stand-ins", "Common CloudControl Module"),
+         (STAND_INS + "Common/", "stand-ins", "Common CloudControl"), ("Src/Apps/ShowHost/", "showhost", "ShowHost"),
          *((f"{STAND_INS}{folder}/", "stand-ins", folder)
-           for folder in ("AppServer", "CentralControl", "CloudControl", "Devices", "FPClient", "Log", "Platform")),
-         ("Src/Apps/ShowHost/", "showhost", "ShowHost")]
+           for folder in ("AppServer", "CentralControl", "CloudControl", "Devices", "FPClient", "Log", "Platform"))]
 
 PAIRS = ["left right", "Left Right", "first second", "front back", "width height", "Width Height", "red green", "id name",
          "Red Green", "total available", "start end", "Play OP", "min max", "begin end", "Start End", "PosX PosY", "x y",
          "::Control ::Bulk", "::FP ::App", "::App ::CentralControl", "::Host ::Sender", "::Success ::Fail", "ip port"]
 FLIP = {"==": "!=", "!=": "==", "&&": "||", "||": "&&", "true": "false", "false": "true", "<": "<=", "<=": "<",
         ">": ">=", ">=": ">", "-": "+", "+": "-", "*": "/", "/": "*", "%": "*", "|": "&", "&": "|"}
-
-
-def flipped(old):
-    return FLIP[old]
-
-
-def other_number(old):
-    return str(int(old, 0) + (1 if int(old, 0) < 3 else -1))
-
-
-def nothing(_):
-    return ""
-
-
 # Regular expressions, and the function that returns a replacement for their first group.
 PATTERNS = {
-    "condition": [(r"\bif (\(.*\))(?: \{)?$", lambda old: f"(!{old})"), (r"\bwhile (\(.*\))(?: \{)?$", lambda _: "(false)"),
-                  (r"[\w)] ([=!]=|[<>]=?|&&|\|\|) [\w(!*-]", flipped), (r"[ (](!)[\w(]", nothing),
-                  (r"(?:= |return |, )([^(),?=]+) \? ", lambda old: f"!({old})")],
-    "constant": [(r"(?<![\w.\"'])(0x[0-9a-fA-F]+|\d+)(?![\w.\"'])", other_number), (r"\b(true|false)\b", flipped)],
-    "key": [(r'"((?:[^"\\]|\\.)+)"', lambda old: old + "x"), (r'"((?:[^"\\]|\\.)+)"', nothing)],
-    "call": [(r"^\s+((?!return|delete|throw|using)(?:emit )?[\w:>.\-]+(?:\(|<.*>\().*\);)$", lambda _: ";"),
-             (r"^\s+((?:\*?[\w:>.\-\[\]\"]+ [-+|]?= .*|\+\+.*|--.*|return|break|continue);)$", lambda _: ";"),
-             (r"\breturn ([^;{]+);$", lambda _: "{}")],
+    "condition": [(r"\bif (\(.*\))(?: \{)?$", "(!{})".format), (r"\bwhile (\(.*\))(?: \{)?$", "(false)".format),
+                  (r"[\w)] ([=!]=|[<>]=?|&&|\|\|) [\w(!*-]", FLIP.get), (r"[ (](!)[\w(]", "".format),
+                  (r"(?:= |return |, )([^(),?=]+) \? ", "!({})".format)],
+    "constant": [(r"(?<![\w.\"'])(0x[0-9a-fA-F]+|0|[1-9]\d*)(?![\w.\"'])",
+                  lambda old: str(int(old, 0) + (1 if int(old, 0) < 3 else -1))), (r"\b(true|false)\b", FLIP.get)],
+    "key": [(r'"((?:[^"\\]|\\.)+)"', "{}x".format), (r'"((?:[^"\\]|\\.)+)"', "".format)],
+    "call": [(r"^\s+((?!return|delete|throw|using)(?:emit )?[\w:>.\-]+(?:\(|<.*>\().*\);)$", ";".format),
+             (r"^\s+((?:\*?[\w:>.\-\[\]\"]+ [-+|]?= .*|\+\+.*|--.*|return|break|continue);)$", ";".format),
+             (r"\breturn ([^;{]+);$", "{{}}".format)],
     "argument": [(r"\w\((\w[\w.\->:]*, \w[\w.\->:]*)[,)]", lambda old: ", ".join(reversed(old.split(", ")))),
-                 (r"[\w)] ([-+*/%|&]) [\w(]", flipped),
-                 *((rf"{'(?<![a-zA-Z])' if one.islower() else ''}({one})(?![a-z])", lambda _, to=other: to)
+                 (r"[\w)] ([-+*/%|&]) [\w(]", FLIP.get),
+                 *((rf"{'(?<![a-zA-Z])' if one.islower() else ''}({one})(?![a-z{'A-Z' if ':' in one else ''}])", other.format)
                    for pair in PAIRS for one, other in (pair.split(), pair.split()[::-1]))],
-    "lock": [(r"^\s+((?:const )?std::(?:lock_guard|unique_lock|shared_lock|scoped_lock)\b.*;)$", lambda _: ";")],
-    "entry": [(r"^\s+(\{.*\},)$", nothing)],
+    "lock": [(r"^\s+((?:const )?std::(?:lock_guard|unique_lock|shared_lock|scoped_lock)\b.*;)$", ";".format)],
+    "entry": [(r"^\s+(\{.*\},)$", "".format)],
 }
 
 
@@ -84,13 +68,12 @@ def area_of(file):
 
 def changes_in(file):
     """Yields all changes that the patterns allow in a file, each as a dictionary."""
-    lines = (ROOT / file).read_text(encoding="utf-8").split("\n")
-    for number, line in enumerate(lines, 1):
+    for number, line in enumerate((ROOT / file).read_text(encoding="utf-8").split("\n"), 1):
         code = re.sub(r"\s*//.*", "", line)
-        if not code or code.startswith(("#", "using", "namespace", "template")) or re.search("static_assert|DebugLog", code):
-            continue
         is_declaration = file.endswith(".h") and re.match(r"    [^=]*\);", code)
-        for kind, patterns in PATTERNS.items() if not is_declaration else ():
+        if is_declaration or re.match("#|using|namespace|template", code) or re.search("static_assert|DebugLog", code):
+            continue
+        for kind, patterns in PATTERNS.items():
             for pattern, replace in patterns:
                 for match in re.finditer(pattern, code):
                     new = line[:match.start(1)] + replace(match[1]) + line[match.end(1):]
@@ -104,9 +87,8 @@ def chosen(files, count, seed):
         kinds = collections.defaultdict(list)
         for change in changes_in(file):
             kinds[change["kind"]].append(change)
-        rng = random.Random(f"{seed} {file}")
         for changes in kinds.values():
-            rng.shuffle(changes)
+            random.Random(f"{seed} {file}").shuffle(changes)
         mine = []
         while len(mine) < count and any(kinds.values()):
             mine += [changes.pop() for changes in kinds.values() if changes]
@@ -130,10 +112,14 @@ def build(targets, seconds=BUILD_SECONDS):
     return run(["cmake", "--build", str(BUILD), "-j1", "--target", *targets], seconds)
 
 
+def git_files(*arguments):
+    return subprocess.run(["git", "ls-files", "-z", "--", *arguments], cwd=ROOT, stdout=subprocess.PIPE, encoding="utf-8",
+                          check=True).stdout.strip("\0").split("\0")
+
+
 def prepare(tests, end_to_end):
     """Copies the tree and builds the tests. Warnings are errors, so some changes are not built."""
-    files = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, stdout=subprocess.PIPE, encoding="utf-8", check=True).stdout
-    for file in filter(None, files.split("\0")):
+    for file in git_files():
         source, copy = ROOT / file, TREE / file
         if source.exists() and not (copy.exists() and copy.read_bytes() == source.read_bytes()):
             copy.parent.mkdir(parents=True, exist_ok=True)
@@ -145,65 +131,63 @@ def prepare(tests, end_to_end):
 
 
 def result_of(change, end_to_end):
-    """Returns "not built", "survived", or what detected the change, and the seconds that this took."""
-    started = time.monotonic()
-    _, tests = area_of(change["file"])
-    # Stops at the first test program that detects the change.
-    for test in tests:
+    """Returns "not built", "survived", or what detected the change. The first test that fails ends the search."""
+    for test in area_of(change["file"])[1]:
         if build([f"{test}Test"])[0] != 0:
-            return "not built", started
+            return "not built"
         code, output = run([*IN_OWN_NETWORK, str(BUILD / "bin" / f"{test}Test"), "--gtest_fail_fast", "--gtest_brief=1"],
                            TEST_SECONDS)
         if code != 0:
             failed = re.search(r"FAILED  \] ([\w.]+)", output)
-            return f"{test}: {failed[1] if failed else 'timeout' if code is None else 'crash'}", started
+            return f"{test}: {failed[1] if failed else 'timeout' if code is None else 'crash'}"
     if end_to_end:
         build(["showhost", "showremote"])
         code, output = run([*IN_OWN_NETWORK, "ctest", "--test-dir", str(BUILD), "-R", end_to_end, "--stop-on-failure",
                             "--timeout", "120"], END_TO_END_SECONDS)
         if code != 0:
             failed = re.search(r"(EndToEnd\.\w+).*\*\*\*", output)
-            return failed[1] if failed else "EndToEnd: timeout", started
-    return "survived", started
+            return failed[1] if failed else "EndToEnd: timeout"
+    return "survived"
 
 
 def make(changes, end_to_end):
-    done = {change_key(result) for result in results()}
+    done = set(results())
     for number, change in enumerate(changes, 1):
-        if change_key(change) in done:
-            continue
-        path = TREE / change["file"]
+        path, started = TREE / change["file"], time.monotonic()
         original = path.read_text(encoding="utf-8")
         lines = original.split("\n")
+        if key_of(change) in done:
+            continue
         if lines[change["line"] - 1] != change["old"]:
             print(f'{change["file"]}:{change["line"]} is not "{change["old"]}"', file=sys.stderr)
             continue
         lines[change["line"] - 1] = change["new"]
         try:
             path.write_text("\n".join(lines), encoding="utf-8")
-            result, started = result_of(change, end_to_end)
+            result = result_of(change, end_to_end)
         finally:
             path.write_text(original, encoding="utf-8")
+        record = {**change, "result": result, "seconds": round(time.monotonic() - started, 1)}
         with RESULTS.open("a", encoding="utf-8") as file:
-            record = {**change, "result": result, "seconds": round(time.monotonic() - started, 1)}
             file.write(json.dumps(record, ensure_ascii=False) + "\n")
         print(f'{number}/{len(changes)} {change["file"]}:{change["line"]} {result}', flush=True)
 
 
-def change_key(change):
+def key_of(change):
     return change["file"], change["old"], change["new"]
 
 
 def results():
-    return [json.loads(line) for line in RESULTS.read_text(encoding="utf-8").splitlines()] if RESULTS.exists() else []
+    lines = RESULTS.read_text(encoding="utf-8").splitlines() if RESULTS.exists() else []
+    return {key_of(result): result for result in map(json.loads, lines)}
 
 
 def report():
     areas = collections.defaultdict(collections.Counter)
-    for result in {change_key(result): result for result in results()}.values():
+    for result in results().values():
         found = result["result"]
-        counted = found if found in ("survived", "not built") else "end to end" if found[:8] == "EndToEnd" else "unit tests"
-        areas[area_of(result["file"])[0]][counted] += 1
+        by = found if found in ("survived", "not built") else "end to end" if found[:8] == "EndToEnd" else "unit tests"
+        areas[area_of(result["file"])[0]][by] += 1
         if found == "survived":
             print(f'{result["file"]}:{result["line"]}\n  - {result["old"].strip()}\n  + {result["new"].strip()}')
     for area, counts in areas.items():
@@ -217,21 +201,18 @@ def main():
     parser.add_argument("files", nargs="*", help="sources, or folders of sources, to change; none: only report the results")
     parser.add_argument("--count", type=int, default=7, help="changes of each file (default: 7)")
     parser.add_argument("--seed", default="1", help="selects other changes")
-    parser.add_argument("--changes", help="file with the changes to make instead, one JSON object per line, with the keys "
-                                          "file, line, old and new")
+    parser.add_argument("--changes", help="file with the changes to make instead, in the format that --list prints")
     parser.add_argument("--end-to-end", metavar="REGEX", help="end-to-end tests for changes that the unit tests don't detect")
     parser.add_argument("--list", action="store_true", help="print the changes instead of making them")
     arguments = parser.parse_args()
 
-    tracked = subprocess.run(["git", "ls-files", "-z", "--", *arguments.files], cwd=ROOT, stdout=subprocess.PIPE,
-                             encoding="utf-8", check=True).stdout.split("\0") if arguments.files else []
-    changes = chosen([file for file in tracked if file.endswith((".cpp", ".h")) and area_of(file)], arguments.count,
+    files = git_files(*arguments.files) if arguments.files else []
+    changes = chosen([file for file in files if file.endswith((".cpp", ".h")) and area_of(file)], arguments.count,
                      arguments.seed)
     if arguments.changes:
-        changes = [json.loads(line) for line in Path(arguments.changes).read_text(encoding="utf-8").splitlines() if line]
+        changes = list(map(json.loads, Path(arguments.changes).read_text(encoding="utf-8").splitlines()))
     if arguments.list:
-        for change in changes:
-            print(json.dumps(change, ensure_ascii=False))
+        print("\n".join(json.dumps(change, ensure_ascii=False) for change in changes))
         return
     if changes:
         prepare({test for change in changes for test in area_of(change["file"])[1]}, arguments.end_to_end)
