@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <optional>
 #include <thread>
@@ -28,7 +29,7 @@ public:
         std::unique_lock lock(m_mutex);
         ++m_checks;
         m_changed.notify_all();
-        m_changed.wait(lock, [&] { return m_ticks > 0 || over(); });
+        m_changed.wait(lock, [&] { return runsFreely || m_ticks > 0 || over(); });
         if (m_ticks > 0)
             --m_ticks;
     }
@@ -55,6 +56,7 @@ public:
     }
 
     std::function<void()> beforeWake;
+    std::atomic<bool> runsFreely{false}; ///< the time passes as fast as possible
 
 private:
     std::mutex m_mutex;
@@ -170,6 +172,25 @@ TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLogin)
 
     m_pause->LetChecksPass(1 + 8 + 6);
     EXPECT_EQ(Disconnects(), 1);
+}
+
+TEST_F(HeartBeatTest, TheAddressOfASilentAppIsThatOfOneLogin)
+{
+    m_pause->LetChecksPass(1);
+    std::atomic<int> mixed{0};
+    RecordingChannels::OnCall([&](const SChannelCall& call) {
+        mixed += call.name == "App.DisConnect" && call.ip != std::string(40, static_cast<char>(call.port)) &&
+                 call.port != m_app.port;
+    });
+    m_pause->runsFreely = true;
+    m_pause->LetChecksPass(2);
+
+    for (int turn = 0; turn < 100; ++turn) {
+        const char letter = turn % 2 == 0 ? 'a' : 'b';
+        LogIn({std::string(40, letter), static_cast<std::uint16_t>(letter)});
+    }
+
+    EXPECT_EQ(mixed, 0);
 }
 
 // In these tests no time passes: the loop ends only if it is woken, otherwise the test hangs.

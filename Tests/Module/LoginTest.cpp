@@ -5,6 +5,8 @@
 #include "ExternalController/Common/RsaCipher.h"
 #include "HostModels/Files/PasswordCipher.h"
 
+#include <QCoreApplication>
+
 #include <gmock/gmock.h>
 #include <openssl/err.h>
 
@@ -116,6 +118,20 @@ TEST_F(LoginTest, AValidLoginIsAnsweredStoredAndReportedToTheHost)
     EXPECT_THAT(Reports(), ElementsAre(Report({0, Command::Login, true, body, 1})));
     EXPECT_THAT(RecordingChannels::CallNames(), ElementsAre("Timer.Create", "Timer.Start", "App.SendPackage"));
     EXPECT_EQ(RecordingChannels::Calls()[0].number, 1000) << "the period of the check, in milliseconds";
+}
+
+TEST_F(LoginTest, AQueuedConnectionReceivesTheSignalOfALogin)
+{
+    QObject context;
+    int received = 0;
+    QObject::connect(
+        GetExternalController(), &CExternalController::signalStartPushStream, &context, [&] { ++received; },
+        Qt::QueuedConnection);
+
+    LogInAs(LoginBody("anna", "apple"), kFirst);
+    EXPECT_EQ(received, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(received, 1);
 }
 
 TEST_F(LoginTest, ThePublicKeyIsSentToTheAddressThatAsks)

@@ -127,6 +127,7 @@ TEST_F(MissingModelsRepliesTest, RepliesThatNeedAMissingModelAreEmptyOrNotSent)
     }
     const CWithout without(Model::Render);
     EXPECT_THAT(Ask<CStageMsgSender>(Command::MediaThumbnail, body, Source::App), IsEmpty());
+    EXPECT_THAT(Ask<CStageMsgSender>(Command::StagePreviewPush, body, Source::CloudControl), IsEmpty());
     const auto list = Ask<CStageMsgSender>(Command::MediaList, {}, Source::App);
     const auto medium = Ask<CStageMsgSender>(Command::MediaData, body, Source::App);
     ASSERT_EQ(list.size(), 1u);
