@@ -63,6 +63,7 @@ class App(Closing):
         except BaseException:
             self.control.close()
             raise
+        self._is_ready = False
         self._silent = threading.Event()
         self._beats: threading.Thread | None = None
 
@@ -85,9 +86,17 @@ class App(Closing):
     def picture(self, request: int | str, **keys: Any) -> IdForm:
         """Sends a request for a picture, and returns the id and the picture that the bulk channel receives."""
         code = self.contract.code(request)
+        self.wait_for_bulk()
         self.control.send(code, keys)
         message = self.bulk.take(lambda message: message.code == code | REPLY, f"the picture of {self.contract.name(code)}")
         return read_id_form(message.body)
+
+    def wait_for_bulk(self) -> None:
+        """Waits until the host has accepted the bulk channel: earlier pictures are lost. Does nothing the second time."""
+        if not self._is_ready:
+            self.bulk.send(HEARTBEAT)
+            self.bulk.take(lambda message: message.code == HEARTBEAT | REPLY, "the reply to a heartbeat")
+            self._is_ready = True
 
     def wait_for_notice(self, notice: int | str | None = None, timeout: float | None = None) -> Notice:
         """Waits for a notice, by default for any, and removes it. timeout: in seconds, by default the app's."""

@@ -12,7 +12,7 @@ from websockets.frames import Frame, Opcode
 from websockets.http11 import Request
 from websockets.server import ServerConnection
 
-from .wire import CLOUD_PORT, DEFAULT_TIMEOUT, RECEIVE_SIZE, Closed, Closing, ProtocolError, read_json
+from .wire import CLOUD_PORT, DEFAULT_TIMEOUT, RECEIVE_SIZE, Closed, Closing, ProtocolError, data_text, read_json
 
 
 class CloudReply(NamedTuple):
@@ -60,11 +60,13 @@ class HostLink(Closing):
 
     def send_text(self, text: bytes) -> None:
         """Sends a text frame."""
+        self.traced("sent", lambda: f"cloud: {data_text(text)}")
         self._protocol.send_text(text)
         self._send_waiting()
 
     def send_binary(self, data: bytes) -> None:
         """Sends a binary frame."""
+        self.traced("sent", lambda: f"cloud, binary: {data_text(data)}")
         self._protocol.send_binary(data)
         self._send_waiting()
 
@@ -81,6 +83,7 @@ class HostLink(Closing):
                     final = frame.fin
         finally:
             self.socket.settimeout(previous)
+        self.traced("received", lambda: f"cloud: {data_text(text)}")
         reply = read_json(text)
         if not isinstance(reply, dict) or set(reply) != {"route", "data"} or not isinstance(reply["data"], str):
             raise ProtocolError(f'expected an object with "route" and a text as "data", got {text[:200]!r}')
@@ -92,6 +95,9 @@ class HostLink(Closing):
 
 class CloudService(Closing):
     """Listens for hosts. context: with it the service uses TLS (wss)."""
+
+    # The class of its connections.
+    link_type = HostLink
 
     def __init__(self, address: str = "127.0.0.1", context: ssl.SSLContext | None = None, port: int = CLOUD_PORT,
                  timeout: float = DEFAULT_TIMEOUT) -> None:
@@ -111,7 +117,7 @@ class CloudService(Closing):
         connection = self.accept_socket(timeout)
         if self._context:
             connection = self._context.wrap_socket(connection, server_side=True)
-        return HostLink(connection, self.timeout)
+        return self.link_type(connection, self.timeout)
 
     def close(self) -> None:
         self._listener.close()

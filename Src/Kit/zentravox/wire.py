@@ -28,6 +28,7 @@ MAX_DATAGRAM = 65535
 # Received messages that wait to be taken from one channel.
 MAX_UNREAD = 256 << 20
 RECEIVE_SIZE = 1 << 16
+MAX_SHOWN = 300
 
 # Long, because a busy machine or a host with a sanitizer is slow: only a failure waits that long.
 DEFAULT_TIMEOUT = 30.0
@@ -61,6 +62,17 @@ class IdForm(NamedTuple):
 
 def hexadecimal(code: int) -> str:
     return f"0x{code:03x}"
+
+
+def data_text(data: bytes) -> str:
+    """Returns the beginning of the data as text, with its length if it is long."""
+    text = data[:MAX_SHOWN].decode(errors="backslashreplace")
+    shown = text if text.isprintable() or "\n" in text and text.replace("\n", "").isprintable() else repr(data[:MAX_SHOWN])
+    return shown + (f" ... ({len(data)} bytes)" if len(data) > MAX_SHOWN else "")
+
+
+def message_text(message: Message) -> str:
+    return f"{hexadecimal(message.code)} {data_text(message.body)}"
 
 
 def read_json(text: bytes | str) -> Any:
@@ -140,10 +152,19 @@ class Decoder:
 
 
 Self = TypeVar("Self", bound="Closing")
+# Called with "sent" or "received" and the data as text.
+Trace = Callable[[str, str], None]
 
 
 class Closing:
     """A context manager that closes the object at its end."""
+
+    # Set it to observe the traffic of a channel.
+    trace: Trace | None = None
+
+    def traced(self, direction: str, text: Callable[[], str]) -> None:
+        if self.trace:
+            self.trace(direction, text())
 
     def close(self) -> None:
         raise NotImplementedError
@@ -190,6 +211,7 @@ class EnvelopeChannel(Closing):
 
     def send_raw(self, data: bytes) -> None:
         """Sends bytes that need not be an envelope. Raises OSError."""
+        self.traced("sent", lambda: f"{self.name}: {data_text(data)}")
         with self._sending:
             self.socket.sendall(data)
 
@@ -229,6 +251,8 @@ class EnvelopeChannel(Closing):
             if arrived:
                 data = self.socket.recv(RECEIVE_SIZE)
                 messages = self._decoder.feed(data)
+                for message in messages:
+                    self.traced("received", lambda: f"{self.name}: {message_text(message)}")
                 if not data:
                     rest = self._decoder.incomplete
                     failure = Closed(f"{self.name} has closed the connection" +
@@ -297,13 +321,16 @@ class DatagramPeer(Closing):
         self.socket.connect((address, port))
 
     def send(self, datagram: bytes) -> None:
+        self.traced("sent", lambda: f"{self.name}: {data_text(datagram)}")
         self.socket.send(datagram)
 
     def receive(self, timeout: float | None = None) -> bytes:
         """Raises TimeoutError, or ConnectionRefusedError if no program uses the port."""
         self.socket.settimeout(self.timeout if timeout is None else timeout)
         try:
-            return self.socket.recv(MAX_DATAGRAM)
+            datagram = self.socket.recv(MAX_DATAGRAM)
+            self.traced("received", lambda: f"{self.name}: {data_text(datagram)}")
+            return datagram
         except (TimeoutError, BlockingIOError):
             seconds = self.socket.gettimeout()
             raise TimeoutError(f"expected a datagram from {self.name} within {seconds:g} s, got nothing") from None
