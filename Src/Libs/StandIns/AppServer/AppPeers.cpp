@@ -8,18 +8,26 @@ void CAppPeers::Add(std::size_t channel, const CEnvelopeConnection::Ptr& connect
     SPeer& peer = m_peers[connection.get()];
     peer = {connection, nullptr, channel};
 
-    const std::string& ip = connection->RemoteIp();
-    const auto candidates = m_single[1 - channel].find(ip);
-    if (candidates == m_single[1 - channel].end()) {
-        m_single[channel][ip].push_back(connection.get());
+    Pair(peer);
+}
+
+/// Pairs a connection with the newest one on the other channel that has no partner, or stores it as one without.
+void CAppPeers::Pair(SPeer& peer)
+{
+    const std::string& ip = peer.connection->RemoteIp();
+    const auto candidates = m_single[1 - peer.channel].find(ip);
+    if (candidates == m_single[1 - peer.channel].end()) {
+        m_single[peer.channel][ip].push_back(peer.connection.get());
         return;
     }
     peer.partner = candidates->second.back();
     SPeer& partner = m_peers[peer.partner];
-    partner.partner = connection.get();
+    partner.partner = peer.connection.get();
     if (partner.connection->IsProtected())
-        connection->Protect();
-    RemoveSingle(1 - channel, ip, peer.partner);
+        peer.connection->Protect();
+    if (peer.connection->IsProtected())
+        partner.connection->Protect();
+    RemoveSingle(1 - peer.channel, ip, peer.partner);
 }
 
 void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
@@ -32,8 +40,10 @@ void CAppPeers::Remove(const CEnvelopeConnection::Ptr& connection)
     m_peers.erase(found);
     const std::string& ip = connection->RemoteIp();
     if (gone.partner) {
-        m_peers[gone.partner].partner = nullptr;
-        m_single[1 - gone.channel][ip].push_back(gone.partner);
+        // An app that connects again may have been paired with a connection of its own that closes only now.
+        SPeer& partner = m_peers[gone.partner];
+        partner.partner = nullptr;
+        Pair(partner);
         return;
     }
     RemoveSingle(gone.channel, ip, connection.get());

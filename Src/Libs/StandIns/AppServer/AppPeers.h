@@ -30,6 +30,7 @@ private:
         std::size_t channel = 0;
     };
 
+    void Pair(SPeer& peer);
     void RemoveSingle(std::size_t channel, const std::string& ip, const CEnvelopeConnection* connection);
 
     mutable std::mutex m_mutex;
