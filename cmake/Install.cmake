@@ -76,6 +76,14 @@ if(NOT ZENTRAVOX_HOST_SDK)
     endforeach()
 endif()
 
+if(tools AND NOT WIN32)
+    # Where Debian's Python looks for packages.
+    set(python_folder lib/python3/dist-packages)
+    install(DIRECTORY Src/Kit/zentravox DESTINATION ${python_folder} COMPONENT Kit PATTERN __pycache__ EXCLUDE)
+    install(FILES Src/Contract/Contract.json DESTINATION ${python_folder}/zentravox COMPONENT Kit)
+    install(PROGRAMS Src/Kit/zentravox-kit DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Kit)
+endif()
+
 list(JOIN qt_components " " package_qt_components)
 configure_package_config_file(cmake/ZentravoxExternalControllerConfig.cmake.in
     ${PROJECT_BINARY_DIR}/ZentravoxExternalControllerConfig.cmake

@@ -8,7 +8,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-set(CPACK_COMPONENTS_ALL Runtime Development)
+set(CPACK_COMPONENTS_ALL Runtime Development Kit)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
@@ -28,5 +28,13 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and CMake package for hosts
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME zentravox-external-controller-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qtbase5-dev, libqt5websockets5-dev, libasio-dev")
+
+set(CPACK_COMPONENT_KIT_DESCRIPTION
+    "Remote controllers of Zentravox in Python, and zentravox-kit, which\nchecks whether hosts and remotes follow the protocol.")
+set(CPACK_DEBIAN_KIT_PACKAGE_NAME zentravox-kit)
+set(CPACK_DEBIAN_KIT_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_KIT_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_KIT_PACKAGE_DEPENDS
+    "python3 (>= 3.11), python3-jsonschema, python3-websockets, python3-cryptography")
 
 include(CPack)

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs a Debian package into a minimal Debian root with the package's dependencies, runs the host and a remote there,
-# and removes the package: CleanRoot.sh PACKAGE.deb
+# Installs the Debian packages of the programs and of the kit into a minimal Debian root with their dependencies, runs the
+# host, a remote and the kit there, and removes the packages: CleanRoot.sh PACKAGE.deb KIT.deb
 # Needs root, the commands debootstrap, ip and unshare, and apt's sources. Works in a temporary folder.
 set -euo pipefail
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
-[ $# -eq 1 ] && [ -f "$1" ] || { sed -n '2,4s/^# *//p' "$0" >&2; exit 2; }
+[ $# -eq 2 ] && [ -f "$1" ] && [ -f "$2" ] || { sed -n '2,4s/^# *//p' "$0" >&2; exit 2; }
 if [ "$(id -u)" -ne 0 ] || ! unshare --mount --net true 2>/dev/null; then
     say "SKIPPED: this needs root and the right to create namespaces"
     exit 0
@@ -29,8 +29,9 @@ quietly debootstrap --variant=minbase "${more[@]}" "$codename" "$root" "$mirror"
 apt-config dump | grep -i '^Acquire::[a-z]*::Proxy' >"$root/etc/apt/apt.conf.d/proxy" || true
 echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/quick"
 cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
-package=$(dpkg-deb --field "$1" Package)
+packages="$(dpkg-deb --field "$1" Package) $(dpkg-deb --field "$2" Package)"
 cp "$1" "$root/tmp/package.deb"
+cp "$2" "$root/tmp/kit.deb"
 
 # Its mounts and processes always end with it.
 in_root() { # in_root SCRIPT [OPTION_OF_UNSHARE]
@@ -40,14 +41,14 @@ in_root() { # in_root SCRIPT [OPTION_OF_UNSHARE]
         exec chroot "$0" /bin/bash -euo pipefail -c "$1"' "$root" "$1"
 }
 
-say "installing $package"
+say "installing $packages"
 quietly in_root '
     export DEBIAN_FRONTEND=noninteractive
     apt-get -qq update
-    apt-get -qq install --yes --no-install-recommends /tmp/package.deb'
+    apt-get -qq install --yes --no-install-recommends /tmp/package.deb /tmp/kit.deb'
 
 # Without the machine's network, so that the default addresses can be used and all ports are free.
-say "running the host and a remote"
+say "running the host, a remote and the kit"
 in_root '
     user=(setpriv --reuid=nobody --regid=nogroup --clear-groups env -u HOME)
     "${user[@]}" showhost --show /usr/share/zentravox/DemoShow/DemoShow.zxc --state /tmp/state >/tmp/host.log 2>&1 &
@@ -61,11 +62,12 @@ in_root '
     "${user[@]}" showremote app stage-snapshot >/dev/null
     "${user[@]}" showremote upload /usr/share/zentravox/DemoShow/Media/Balloons.jpg
     cmp /usr/share/zentravox/DemoShow/Media/Balloons.jpg /tmp/state/Resources/Balloons.jpg
+    "${user[@]}" env SHOWREMOTE_PASSWORD=demo zentravox-kit check --host 127.0.0.1 --user demo --allow-changes --quiet
     kill -TERM $host
     wait $host' --net
 
-say "removing $package"
-quietly in_root "dpkg --purge $package"
+say "removing $packages"
+quietly in_root "dpkg --purge $packages"
 left=$(find "$root/usr" "$root/etc" -ipath '*zentravox*')
 [ -z "$left" ] || { say "files left after the removal: $left"; exit 1; }
 say "passed"

@@ -398,7 +398,7 @@ def login_unknown_user(session: Session) -> None:
     expect(reply["result"] == 1, "result 1", reply)
 
 
-@login("LOGIN-003", "A login with a wrong password has result 2, and logs nobody in.")
+@login("LOGIN-003", "A login with a wrong password has result 2, and no app is logged in.")
 def login_wrong_password(session: Session) -> None:
     app = session.app()
     reply = try_log_in(session, app, password=session.target.password + "x")

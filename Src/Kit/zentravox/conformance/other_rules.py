@@ -182,10 +182,10 @@ def export_ids(session: Session) -> None:
 
 @cloud("CLOUD-009", "The system information has the scene and the brightness that the app reads.")
 def cloud_same_state(session: Session) -> None:
-    stage, told = session.stage(), information(session)
+    stage, cloud_state = session.stage(), information(session)
     brightness = session.query("getGlobalBrightness")["globalBrightness"]
-    expect(told["curChapterId"] in ("", stage["currentSceneId"]), stage["currentSceneId"], told["curChapterId"])
-    expect(abs(told["luminance"] - brightness) <= 1, f"the brightness {brightness}", told["luminance"])
+    expect(cloud_state["curChapterId"] in ("", stage["currentSceneId"]), stage["currentSceneId"], cloud_state["curChapterId"])
+    expect(abs(cloud_state["luminance"] - brightness) <= 1, f"the brightness {brightness}", cloud_state["luminance"])
 
 
 @fp("FP-001", "An envelope that arrives in single bytes is answered like a complete one.")
