@@ -10,6 +10,7 @@ from pathlib import Path
 from xml.etree import ElementTree
 
 from Support import TIMEOUT, Folder, ShowHost, environment
+from zentravox import App
 from zentravox.conformance import Outcome
 from zentravox.conformance.recording_rules import check_recording
 from zentravox.wire import CLOUD_PORT, FP_PORT
@@ -135,6 +136,18 @@ class RecordingTest(unittest.TestCase):
                 self.assertRegex(result.reason, r"^record \d+ \(")
         self.assertEqual(self.check(recording(FAULTS["REM-015"])).returncode, FAILS)
         self.assertEqual(self.check(recording(FAULTS["REM-016"])).returncode, HOLDS)
+
+    def test_the_recording_of_the_package_s_app_has_no_fault(self):
+        with ShowHost(HOST, self.file.parent / "state", "--record", self.file), App(HOST) as app:
+            app.log_in("demo", "demo")
+            medium = app.request("media-list")["mediaList"]["0"]["mediaId"]
+            app.picture("media-thumbnail", mediaId=medium)
+            app.request("scene-play", sceneGrpCol=1, sceneCol=2)
+            app.wait_for_notice("scene-play")
+        results = {result.rule.number: result for result in check_recording(self.file)}
+
+        self.assertEqual([result.reason for result in results.values() if result.outcome is Outcome.FAILS], [])
+        self.assertTrue(all(results[rule].outcome is Outcome.HOLDS for rule in ("REM-001", "REM-004", "REM-014", "REM-015", "REM-021")))
 
     def test_a_bad_file_is_reported_with_line_and_reason(self):
         good = recording({})

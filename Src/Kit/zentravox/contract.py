@@ -5,6 +5,7 @@ from __future__ import annotations
 import functools
 import hashlib
 import json
+import re
 from pathlib import Path
 from typing import Any, NamedTuple
 
@@ -41,6 +42,20 @@ def place_text(who: str, place: int | None) -> str:
     return "" if place is None else f"route {place}" if who == "cloud" else hexadecimal(place)
 
 
+def secret_keys(schema: Any) -> set[str]:
+    """Returns the names of all properties in the schema that are writeOnly."""
+    found = set()
+    if isinstance(schema, dict):
+        properties = schema.get("properties")
+        if isinstance(properties, dict):
+            found |= {key for key, value in properties.items() if isinstance(value, dict) and value.get("writeOnly")}
+        schema = list(schema.values())
+    if isinstance(schema, list):
+        for element in schema:
+            found |= secret_keys(element)
+    return found
+
+
 class Contract:
     """The messages by code, and the shapes that they share."""
 
@@ -52,6 +67,8 @@ class Contract:
         self.version: str = self.text["version"]
         self.shapes: dict[str, Schema] = self.text["$defs"]
         self.messages: dict[int, dict[str, Any]] = {int(message["code"], 16): message for message in self.text["messages"]}
+        # Also in JSON within the text of JSON, where quotes have backslashes, and in incomplete texts.
+        self._secrets = re.compile(rf'(\\*"(?:{"|".join(sorted(secret_keys(self.text)))})\\*"\s*:\s*\\*")(?:[^"\\]|\\/)*')
         self.codes = {message["name"]: code for code, message in self.messages.items()}
         for code, message in self.messages.items():
             if message["code"] != hexadecimal(code):
@@ -61,6 +78,10 @@ class Contract:
         """Returns a digest of everything that a remote depends on."""
         content = {key: value for key, value in self.text.items() if key not in ("version", "released")}
         return hashlib.sha256(json.dumps(content, sort_keys=True).encode()).hexdigest()
+
+    def hide_secrets(self, text: str) -> str:
+        """Replaces the values of the keys that the contract marks as secret (writeOnly) by ***, as recordings do."""
+        return self._secrets.sub(r"\1***", text)
 
     def code(self, request: int | str) -> int:
         """Returns the code of a request that is given by code or name. Raises ValueError for an unknown name."""

@@ -164,7 +164,8 @@ def check_refused(session: Session, who: str, codes: list[int]) -> None:
 
 
 def unknown_codes(session: Session) -> list[int]:
-    return [code for code in (0x000, 0x0ee, 0x1ff, 0x2fe, 0x3fe, 0x4fe, 0x5000, 0x0fffffff) if code not in session.contract.messages]
+    return [code for code in (0x000, 0x0ee, 0x1ff, 0x2fe, 0x3fe, 0x4fe, 0x5000, 0x0fffffff)
+            if code not in session.contract.messages]
 
 
 def foreign_codes(session: Session, who: str) -> list[int]:
@@ -207,7 +208,8 @@ def order_of_replies(session: Session) -> None:
     codes = QUERIES + QUERIES[::-1]
     app.control.send_raw(b"".join(envelope(code, b"{}") for code in codes))
     for code in codes:
-        message = app.control.take(lambda message: not session.contract.is_notice(*message), f"the reply to {hexadecimal(code)}")
+        message = app.control.take(lambda message: not session.contract.is_notice(*message),
+                                   f"the reply to {hexadecimal(code)}")
         expect(message.code == code | REPLY, hexadecimal(code | REPLY), hexadecimal(message.code))
 
 

@@ -123,7 +123,8 @@ def generate(contract: Contract) -> list[Rule]:
                 shown = " or ".join(dict.fromkeys(promise_text(promise, who, code) for promise in promises))
                 add(2, f"The reply to {contract.name(code)} is {shown}.", check_content)
             elif promises:
-                reply = notation(contract.shapes["resultText"]) if who == "central" else "the request's keys, result and errorMsg"
+                texts = notation(contract.shapes["resultText"])
+                reply = texts if who == "central" else "the request's keys, result and errorMsg"
                 add(2, f"The reply to {contract.name(code)} is {reply}.", check_content)
                 if contract.messages[code]["command"]["request"].get("properties"):
                     add(3, f"{contract.name(code)} with values of a wrong type is refused with PARAMETER ERROR.", check_refusal)

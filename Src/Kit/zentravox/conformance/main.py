@@ -112,7 +112,8 @@ def run_check(arguments: argparse.Namespace) -> int:
             results = check_host(target, rules, arguments.allow_changes, print_result)
     title += f", contract {shipped().version}"
     print(report.summary(results))
-    for file, text in ((arguments.report, report.as_html), (arguments.junit, report.as_junit), (arguments.json, report.as_json)):
+    for file, text in ((arguments.report, report.as_html), (arguments.junit, report.as_junit),
+                       (arguments.json, report.as_json)):
         if file:
             file.write_text(text(title, results), encoding="utf-8")
     if all(result.outcome is Outcome.NOT_TRIED for result in results):

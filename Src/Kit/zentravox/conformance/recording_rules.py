@@ -148,7 +148,8 @@ def silences(traffic: Traffic, longest: float) -> Iterator[Finding]:
     gone = [record for record in traffic.replies if record.code == APP_GONE]
     for login, result in some([entry for entry in traffic.logins if entry[1] == 0], "successful login"):
         address = address_of(login)
-        end = next((record for record in ends + gone if record.n > login.n and address_of(record) == address), traffic.records[-1])
+        later = [record for record in ends + gone if record.n > login.n and address_of(record) == address]
+        end = min(later, key=number_of, default=traffic.records[-1])
         last = login
         beats = [record for record in traffic.of_app(address, HEARTBEAT) if login.n < record.n < end.n]
         for record in [*beats, end]:
@@ -176,7 +177,8 @@ def silent_after_displacement(traffic: Traffic) -> Iterator[Finding]:
                 if record.code in (LOGIN, PUBLIC_KEY):
                     break
                 if record.code != HEARTBEAT:
-                    yield record, f"expected no request after the notice 0x012 (record {notice.n}), got {contract.name(record.code or 0)}"
+                    yield record, (f"expected no request after the notice 0x012 (record {notice.n}), "
+                                   f"got {contract.name(record.code or 0)}")
 
 
 @remote("REM-018", "A login has force only after a login without it had the result 3.", must=False)
@@ -234,7 +236,8 @@ def pictures_with_bulk(traffic: Traffic) -> Iterator[Finding]:
         if record.channel == "app bulk" and record.kind in ("opened", "closed"):
             is_open[address_of(record)] += 1 if record.kind == "opened" else -1
         elif record.kind == "message" and record.sender == "remote" and record.channel.startswith("app"):
-            promises = contract.replies("app", record.code) if record.code and "app" in contract.messages.get(record.code, {}) else []
+            code = record.code or 0
+            promises = contract.replies("app", code) if "app" in contract.messages.get(code, {}) else []
             if any(promise.where == "app-bulk" for promise in promises):
                 found = True
                 if record.channel == "app bulk":

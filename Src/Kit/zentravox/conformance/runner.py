@@ -25,6 +25,8 @@ def run_rule(rule: Rule, session: Session) -> Result:
         result = Result(rule, Outcome.NOT_TRIED, str(error))
     except (ProtocolError, Refused, OSError) as error:
         result = Result(rule, Outcome.FAILS, str(error), session.traffic)
+    result.reason = session.contract.hide_secrets(result.reason)
+    result.traffic = [session.contract.hide_secrets(line) for line in result.traffic]
     session.end(result.outcome is Outcome.FAILS)
     result.seconds = time.monotonic() - start
     return result
@@ -32,7 +34,10 @@ def run_rule(rule: Rule, session: Session) -> Result:
 
 def check_host(target: Target, rules: Sequence[Rule] = HOST_RULES, allow_changes: bool = False,
                report: Callable[[Result], None] = lambda result: None) -> list[Result]:
-    """Checks the rules one after the other; calls report after each. Without allow_changes, skips those that change the show."""
+    """Checks the rules one after the other, and calls report after each.
+
+    allow_changes: without it, rules that change the show are not tried.
+    """
     session = Session(target)
     results = []
     pool = ThreadPoolExecutor()
