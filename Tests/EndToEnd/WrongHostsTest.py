@@ -298,7 +298,8 @@ class WrongHostsTest(unittest.TestCase):
         return check_host(target, rules, allow_changes=True)
 
     def test_all_rules_hold_without_a_fault_and_each_fault_is_found_by_its_rule(self):
-        without_fault = self.check(TIMEOUT, *(number for number, _, _ in FAULTS))
+        # Another test waits the 10 s of APP-006.
+        without_fault = self.check(TIMEOUT, *(number for number, _, _ in FAULTS if number != "APP-006"))
         self.assertEqual([(result.rule.number, result.reason) for result in without_fault
                           if result.outcome is not Outcome.HOLDS], [])
         for number, what, fault in FAULTS:

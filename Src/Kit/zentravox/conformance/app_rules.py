@@ -28,6 +28,7 @@ CONNECTIONS = 100
 # Seconds. The host waits 10 s for the rest of an envelope, and about 5 s for a heartbeat.
 ENVELOPE_TIME, ENVELOPE_MARGIN = 9.0, 6.0
 SILENCE, SILENCE_MARGIN = 4.0, 5.0
+MAX_LOGOUT_TIME = 5.0
 # More replies than the socket buffers hold; the host may close the connection that doesn't read.
 STALLED_REQUESTS = 300
 
@@ -376,7 +377,7 @@ def try_log_in(session: Session, app: App, user: str = "", password: str = "", f
     """Waits while the host still considers an earlier app to be logged in: it learns of a closed connection later."""
     if not session.target.user:
         raise NotTried("no user; use --user")
-    deadline = time.monotonic() + 1
+    deadline = time.monotonic() + min(session.target.timeout, MAX_LOGOUT_TIME)
     while True:
         reply = app.try_log_in(user or session.target.user, password or session.target.password, force)
         if reply["result"] != 3 or force or time.monotonic() > deadline:
@@ -405,8 +406,8 @@ def login_wrong_password(session: Session) -> None:
     app = session.app()
     reply = try_log_in(session, app, password=session.target.password + "x")
     expect(reply["result"] == 2, "result 2", reply)
-    state = session.query("getAppConnectState")
-    expect(state == {"AppConnectState": "NotConnected"}, "NotConnected", state)
+    session.wait_until(lambda: session.query("getAppConnectState") == {"AppConnectState": "NotConnected"},
+                       "the state NotConnected")
 
 
 @login("LOGIN-004", "While an app is logged in, the login of an app at another address has result 3.")
@@ -427,12 +428,12 @@ def displacement(session: Session) -> None:
 @login("LOGIN-006", "The host closes the connections of an app without heartbeats after about 5 s, and not while they come.")
 def silence(session: Session) -> None:
     app = logged_in(session)
-    last = time.monotonic()
-    for number in range(3):
+    last = 0.0
+    for _ in range(3):
         time.sleep(1)
+        last = time.monotonic()
         app.bulk.send(HEARTBEAT)
         done(app.bulk.receive_bytes())
-        last = time.monotonic()
     for channel in (app.control, app.bulk):
         expect_closed(channel, "5 s without a heartbeat", SILENCE + SILENCE_MARGIN)
         elapsed = time.monotonic() - last
@@ -467,6 +468,5 @@ def logout_by_close(session: Session) -> None:
 @login("LOGIN-010", "While an app is logged in, central control's getAppConnectState returns Connected.")
 def connect_state(session: Session) -> None:
     logged_in(session)
-    state = session.query("getAppConnectState")
-    expect(state == {"AppConnectState": "Connected"}, "Connected", state)
+    session.wait_until(lambda: session.query("getAppConnectState") == {"AppConnectState": "Connected"}, "the state Connected")
 
