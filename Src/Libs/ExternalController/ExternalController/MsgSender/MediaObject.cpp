@@ -104,6 +104,8 @@ CReply MediaObject(const CMediaNode& media)
                      {"isMuted", play->muted},
                      {"pushStreamUrl", streamUrl},
                      {"playState", ""}};
+    constexpr std::size_t kMembers = 48;
+    object.Reserve(kMembers);
     AddLayout(object, *media.GetLayoutProperty());
     Capabilities::Add(object, Capabilities::Media, resource.GetType(), group.GetGroupResType());
     return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();

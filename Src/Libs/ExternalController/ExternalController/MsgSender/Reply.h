@@ -52,12 +52,12 @@ public:
     virtual void Write(CReplyWriter& writer) const = 0;
 };
 
-/// The items of a list. Each is made when it is written.
-class IReplyItems {
+/// The items of a list. Each is made when it is written. As a part of a reply they are an array.
+class IReplyItems : public IReplyPart {
 public:
-    virtual ~IReplyItems() = default;
+    void Write(CReplyWriter& writer) const final { writer.WriteArray(*this); }
     virtual std::size_t Count() const = 0;
-    virtual void Write(CReplyWriter& writer, std::size_t index) const = 0;
+    virtual void WriteItem(CReplyWriter& writer, std::size_t index) const = 0;
 };
 
 template <class Value>
@@ -77,7 +77,7 @@ public:
     CReplyItems(Values values, MakeItem makeItem) : m_values(std::move(values)), m_makeItem(std::move(makeItem)) {}
 
     std::size_t Count() const override { return static_cast<std::size_t>(m_values.size()); }
-    void Write(CReplyWriter& writer, std::size_t index) const override
+    void WriteItem(CReplyWriter& writer, std::size_t index) const override
     {
         writer.Write(m_makeItem(*(m_values.begin() + static_cast<std::ptrdiff_t>(index))));
     }
@@ -99,9 +99,9 @@ public:
         : m_items(std::make_shared<const CReplyItems<Values, MakeItem>>(std::move(values), std::move(makeItem)))
     {}
 
-private:
-    friend class CReplyWriter;
+    const std::shared_ptr<const IReplyItems>& Items() const { return m_items; }
 
+private:
     std::shared_ptr<const IReplyItems> m_items;
 };
 
@@ -135,6 +135,8 @@ public:
         m_members.emplace_back(key, std::forward<Given>(given));
     }
     void Remove(CReplyKey key);
+    /// Allocates the memory for this number of members, so that setting them doesn't allocate it in steps.
+    void Reserve(std::size_t members) { m_members.reserve(members); }
     bool IsEmpty() const { return m_members.empty() && m_body.isEmpty(); }
 
     /// Adds a member for each value. Its key is the index of the value, in decimal; the parameters are those of
@@ -166,6 +168,8 @@ private:
             return QString(std::forward<Given>(given));
         else if constexpr (std::is_same_v<Type, QUuid> || std::is_same_v<Type, SPlainText>)
             return given;
+        else if constexpr (std::is_same_v<Type, CReplyArray>)
+            return given.Items();
         else
             return std::make_shared<const CReplyPart<Type>>(std::forward<Given>(given));
     }

@@ -18,16 +18,43 @@ constexpr int kUsualMembers = 48;
 
 using Members = QVarLengthArray<const CReply::SMember*, kUsualMembers>;
 
+/// The order of the members of an object: their indexes in CReply::m_members.
+struct SOrder {
+    int count = 0;
+    std::array<unsigned char, kUsualMembers> indexes = {};
+};
+
+/// The order of the object that this thread has sorted last. The objects of a list have the same members, so that it is
+/// usually that of the next object too: checking it is cheaper than sorting.
+thread_local SOrder t_lastOrder;
+
+bool IsSorted(const Members& members)
+{
+    const auto isNotLess = [](const auto* a, const auto* b) { return !(a->key < b->key); };
+    return std::adjacent_find(members.begin(), members.end(), isNotLess) == members.end();
+}
+
+void Remember(const Members& sorted, const std::vector<CReply::SMember>& members)
+{
+    const auto count = static_cast<std::size_t>(sorted.size());
+    if (count != members.size() || count > t_lastOrder.indexes.size())
+        return;
+    t_lastOrder.count = sorted.size();
+    std::transform(sorted.begin(), sorted.end(), t_lastOrder.indexes.begin(),
+                   [&](const CReply::SMember* member) { return static_cast<unsigned char>(member - members.data()); });
+}
+
 /// Returns the members in the order of the text, without those that are replaced by a later one.
 Members InOrder(const std::vector<CReply::SMember>& members)
 {
-    Members sorted;
-    bool isSorted = true;
-    for (const CReply::SMember& member : members) {
-        isSorted = isSorted && (sorted.isEmpty() || sorted.last()->key < member.key);
-        sorted.append(&member);
+    const int count = static_cast<int>(members.size());
+    Members sorted(count);
+    for (int i = 0; i < count; ++i) {
+        const std::size_t index =
+            count == t_lastOrder.count ? t_lastOrder.indexes[static_cast<std::size_t>(i)] : static_cast<std::size_t>(i);
+        sorted[i] = &members[index];
     }
-    if (isSorted)
+    if (IsSorted(sorted))
         return sorted;
     // The last one of those with the same key comes first.
     std::sort(sorted.begin(), sorted.end(),
@@ -35,6 +62,7 @@ Members InOrder(const std::vector<CReply::SMember>& members)
     const auto end =
         std::unique(sorted.begin(), sorted.end(), [](const auto* a, const auto* b) { return a->key == b->key; });
     sorted.resize(static_cast<int>(end - sorted.begin()));
+    Remember(sorted, members);
     return sorted;
 }
 
@@ -62,11 +90,15 @@ void CReplyWriter::Write(const QJsonObject& values)
 
 void CReplyWriter::Write(const CReplyArray& values)
 {
-    const IReplyItems& items = *values.m_items;
+    WriteArray(*values.Items());
+}
+
+void CReplyWriter::WriteArray(const IReplyItems& items)
+{
     Open('[');
     for (std::size_t index = 0; index < items.Count(); ++index) {
         StartItem();
-        items.Write(*this, index);
+        items.WriteItem(*this, index);
     }
     Close(']');
 }
@@ -158,7 +190,7 @@ void CReplyWriter::WriteNumbered(const IReplyItems& items, std::size_t first)
         std::array<char, 20> digits;
         const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), index).ptr;
         StartMember(std::string_view(digits.data(), static_cast<std::size_t>(end - digits.data())));
-        items.Write(*this, index);
+        items.WriteItem(*this, index);
         if (index > 0 && index <= (count - 1) / 10)
             WriteNumbered(items, index * 10);
     }

@@ -43,6 +43,7 @@ public:
     void Write(const QStringList& values);
     void Write(const QJsonObject& values);
     void Write(const CReplyArray& values);
+    void WriteArray(const IReplyItems& items);
     void Write(const CReply& reply);
 
     /// Ends the text and returns it. Nothing can be written afterwards.

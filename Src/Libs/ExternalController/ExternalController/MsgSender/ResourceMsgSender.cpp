@@ -44,6 +44,8 @@ CReply ResourceObject(const CResourceBase& resource, const QString& path, int gr
                      {"resolutionH", resource.GetResolution().height()},
                      {"demuxerSuccessed", resource.GetResDemuxered()},
                      {"duration", resource.GetDuration()}};
+    constexpr std::size_t kMembers = 24;
+    object.Reserve(kMembers);
     Capabilities::Add(object, Capabilities::Resource, resource.GetType(), groupType);
     return object;
 }
