@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -14,24 +15,30 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using Name = std::basic_string_view<fs::path::value_type>;
+
 #ifdef Q_OS_WIN
+
+constexpr wchar_t kSeparators[] = L"/\\";
 
 fs::path ToPath(const QString& path)
 {
     return path.toStdWString();
 }
 
-QString ToText(const fs::path& name)
+QString ToText(Name name)
 {
-    return QString::fromStdWString(name.native());
+    return QString::fromWCharArray(name.data(), static_cast<int>(name.size()));
 }
 
-bool IsHidden(const fs::path& path)
+bool IsHidden(const fs::path& path, Name)
 {
-    return QFileInfo(ToText(path)).isHidden();
+    return QFileInfo(ToText(path.native())).isHidden();
 }
 
 #else
+
+constexpr char kSeparators[] = "/";
 
 fs::path ToPath(const QString& path)
 {
@@ -39,19 +46,26 @@ fs::path ToPath(const QString& path)
 }
 
 /// Returns an empty text for a name that is not valid UTF-8: an app could not add this file.
-QString ToText(const fs::path& name)
+QString ToText(Name name)
 {
-    const QString text = QString::fromStdString(name.native());
-    const bool isValid = !text.contains(QChar(QChar::ReplacementCharacter)) || text.toStdString() == name.native();
+    const QString text = QString::fromUtf8(name.data(), static_cast<int>(name.size()));
+    const bool isValid = !text.contains(QChar(QChar::ReplacementCharacter)) || text.toStdString() == name;
     return isValid ? text : QString();
 }
 
-bool IsHidden(const fs::path& path)
+bool IsHidden(const fs::path&, Name name)
 {
-    return path.filename().native().front() == '.';
+    return name.front() == '.';
 }
 
 #endif
+
+/// The name of a file in a folder, without a copy: the path of an entry always has a separator.
+Name NameOf(const fs::path& path)
+{
+    const Name native = path.native();
+    return native.substr(native.find_last_of(kSeparators) + 1);
+}
 
 struct SEntry {
     enum Kind {
@@ -76,8 +90,9 @@ std::vector<SEntry> ReadFolder(const QString& folder)
     std::error_code error;
     for (fs::directory_iterator at(ToPath(folder), error); !error && at != fs::directory_iterator();
          at.increment(error)) {
-        const QString name = ToText(at->path().filename());
-        if (name.isEmpty() || IsHidden(at->path()))
+        const Name entryName = NameOf(at->path());
+        const QString name = ToText(entryName);
+        if (name.isEmpty() || IsHidden(at->path(), entryName))
             continue;
         std::error_code unknown; // an entry of an unknown type is skipped
         const bool isLink = at->is_symlink(unknown);
