@@ -22,6 +22,10 @@ constexpr std::size_t kMaxWaitingBytes = std::size_t{1} << 20;
 /// unlimited.
 constexpr std::size_t kMaxWaitingBytesOfAll = std::size_t{16} << 20;
 
+/// Maximum number of datagrams that are received, or handled for one peer, before other events are handled. Waiting for
+/// an event costs about as much as receiving a datagram.
+constexpr int kMaxInARow = 16;
+
 std::size_t CostOf(const std::string& datagram)
 {
     return datagram.size() + sizeof(std::string);
@@ -74,15 +78,33 @@ void CUdpSocket::Receive()
                                         Receive();
                                         return;
                                     }
-                                    const Endpoint peer = m_remote;
-                                    std::string datagram(m_buffer.data(), count);
-                                    const bool taken = TakeOrQueue(peer, datagram);
-                                    // Receive before handling this datagram: if the handling is slow, another thread
-                                    // continues to receive.
-                                    Receive();
-                                    if (taken)
-                                        Handle(peer, std::move(datagram));
+                                    ReceiveMore(count);
                                 });
+}
+
+/// Receives the datagrams that have arrived after the first one, and then handles them.
+void CUdpSocket::ReceiveMore(std::size_t count)
+{
+    std::vector<std::pair<Endpoint, std::string>> taken;
+    asio::error_code error;
+    for (int received = 1; !error; ++received) {
+        std::string datagram(m_buffer.data(), count);
+        if (TakeOrQueue(m_remote, datagram))
+            taken.emplace_back(m_remote, std::move(datagram));
+        if (received == kMaxInARow)
+            break;
+        count = m_socket.receive_from(asio::buffer(m_buffer), m_remote, 0, error);
+    }
+    // Each peer has an event of its own, and receiving continues meanwhile: if the handling of a datagram is slow,
+    // another thread handles the other events.
+    Receive();
+    for (std::size_t i = 1; i < taken.size(); ++i) {
+        asio::post(m_threads.Context(), [this, peer = taken[i].first, datagram = std::move(taken[i].second)]() mutable {
+            Handle(peer, std::move(datagram));
+        });
+    }
+    if (!taken.empty())
+        Handle(taken.front().first, std::move(taken.front().second));
 }
 
 /// Returns true when the datagram is to be handled now. Otherwise it is queued until the peer's earlier datagrams have
@@ -110,35 +132,33 @@ bool CUdpSocket::TakeOrQueue(const Endpoint& peer, std::string& datagram)
     return false;
 }
 
+/// Handles the datagram and those that are queued for the peer.
 void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
 {
     const std::string ip = IpText(peer.address());
-    try {
-        const CIoThreads::CCallbackScope callbackScope(m_threads);
-        m_onDatagram(std::move(datagram), ip, peer.port());
-    } catch (const std::bad_alloc&) {
-        Note(AddressText(ip, peer.port()), "datagram dropped: not enough memory");
-    }
-    const std::lock_guard lock(m_busyMutex);
-    const auto found = m_busy.find(peer);
-    if (found->second.waiting.empty())
-        m_busy.erase(found);
-    else
-        asio::post(m_threads.Context(), [this, peer] { HandleNext(peer); });
-}
-
-void CUdpSocket::HandleNext(const Endpoint& peer)
-{
-    std::string datagram;
-    {
+    for (int handled = 1; true; ++handled) {
+        try {
+            const CIoThreads::CCallbackScope callbackScope(m_threads);
+            m_onDatagram(std::move(datagram), ip, peer.port());
+        } catch (const std::bad_alloc&) {
+            Note(AddressText(ip, peer.port()), "datagram dropped: not enough memory");
+        }
         const std::lock_guard lock(m_busyMutex);
-        SBusyPeer& busy = m_busy.find(peer)->second;
+        const auto found = m_busy.find(peer);
+        SBusyPeer& busy = found->second;
+        if (busy.waiting.empty()) {
+            m_busy.erase(found);
+            return;
+        }
         datagram = std::move(busy.waiting.front());
         busy.waiting.pop_front();
         busy.waitingBytes -= CostOf(datagram);
         m_waitingBytes -= CostOf(datagram);
+        if (handled == kMaxInARow) {
+            asio::post(m_threads.Context(), [this, peer, datagram]() mutable { Handle(peer, std::move(datagram)); });
+            return;
+        }
     }
-    Handle(peer, std::move(datagram));
 }
 
 bool CUdpSocket::TakesOver(const CTrafficRequest& request, const std::string& ip, std::uint16_t port)

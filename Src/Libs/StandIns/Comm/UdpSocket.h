@@ -45,9 +45,9 @@ private:
     };
 
     void Receive();
+    void ReceiveMore(std::size_t count);
     bool TakeOrQueue(const Endpoint& peer, std::string& datagram);
     void Handle(const Endpoint& peer, std::string datagram);
-    void HandleNext(const Endpoint& peer);
     void SendOnce(const std::string& datagram, const std::string& ip, std::uint16_t port);
     void Note(const std::string& peer, const std::string& text) const;
 
