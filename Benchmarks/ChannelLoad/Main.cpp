@@ -46,6 +46,9 @@ constexpr SCase kCentralCases[] = {
     {"64 in flight, none lost", Cases::InFlight, false, "", nullptr},
 };
 
+/// For the server's time for a request, which is smallest with many in flight.
+constexpr SCase kTimeCases[] = {{"64 in flight", Cases::InFlight, false, "", nullptr}};
+
 /// A request and what is measured with it.
 struct SSubject {
     const char* name;
@@ -65,6 +68,15 @@ constexpr SSubject kSubjects[] = {
      Command::PictureAdjustment, false, std::begin(kPictureCases), std::end(kPictureCases)},
     {"brightness, by central control", R"({"cmd":"getGlobalBrightness"})", "globalBrightness",
      Command::PictureAdjustment, true, std::begin(kCentralCases), std::end(kCentralCases)},
+    {"heartbeat, by the app", "", "result", Command::Heartbeat, false, std::begin(kTimeCases), std::end(kTimeCases)},
+    {"host name and version without a body, by the app", "{}", "version", Command::HostNameAndVersion, false,
+     std::begin(kTimeCases), std::end(kTimeCases)},
+    {"picture adjustment without a body, by the app", "{}", "fLuminance", Command::PictureAdjustment, false,
+     std::begin(kTimeCases), std::end(kTimeCases)},
+    {"stage snapshot, by the app", "{}", "stageData", Command::StageSnapshot, false, std::begin(kTimeCases),
+     std::end(kTimeCases)},
+    {"media list, by the app", "{}", "mediaList", Command::MediaList, false, std::begin(kTimeCases),
+     std::end(kTimeCases)},
 };
 
 struct SOptions {
