@@ -243,7 +243,14 @@ TEST_F(HostCommandsTest, WhileAProjectIsSwitchedTheCloudCannotPlayAScene)
         return played == before;
     };
     CGate gate;
-    std::thread editor([&] { HostModels::Show().Change([&](SShow&) { gate.Wait(); }); });
+    std::atomic<bool> isEditing{false};
+    std::thread editor([&] {
+        HostModels::Show().Change([&](SShow&) {
+            isEditing = true;
+            gate.Wait();
+        });
+    });
+    EXPECT_TRUE(WaitUntil([&] { return isEditing.load(); }));
     std::thread channel([&] { Change(Command::SwitchProject, {{"param", 1}}); });
     EXPECT_TRUE(WaitUntil(isIgnored));
     gate.Open();
