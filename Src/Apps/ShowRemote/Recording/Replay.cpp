@@ -255,6 +255,8 @@ private:
             Pump();
             Match();
         }
+        if (IsReplyMissing())
+            Match(Accept::Any);
         for (auto& [key, connection] : m_connections) {
             connection.expected.remove_if([&](const SRecordedLine* line) {
                 if (line->replyTo != 0)
@@ -274,18 +276,23 @@ private:
         });
     }
 
-    void Match()
+    enum class Accept {
+        Any,
+        NoDifferentNotice, ///< a message that can be a notice and differs from the expected reply is left for later
+    };
+
+    void Match(Accept accept = Accept::NoDifferentNotice)
     {
         for (auto& [key, connection] : m_connections) {
             auto& received = connection.Received();
             for (auto message = received.begin(); message != received.end();)
-                message = IsMatched(connection, *message) ? received.erase(message) : std::next(message);
+                message = IsMatched(connection, *message, accept) ? received.erase(message) : std::next(message);
         }
     }
 
     /// Compares the message with the expected one of the same code that is most like it: replies and notices of one
     /// code can arrive in another order than recorded.
-    bool IsMatched(SConnection& connection, const SReceived& message)
+    bool IsMatched(SConnection& connection, const SReceived& message, Accept accept)
     {
         Note(message);
         const SPayload payload = PayloadOf(message.payload);
@@ -304,6 +311,8 @@ private:
                 break;
         }
         if (best == connection.expected.end())
+            return false;
+        if (accept == Accept::NoDifferentNotice && !differences.isEmpty() && Contract::IsNotice(message.code))
             return false;
         for (const QString& difference : differences)
             Report(**best, difference);
