@@ -60,7 +60,6 @@ bool CExternalController::ResponAPPLogin(QJsonObject body, std::string remoteIp,
             error = LoginResult::AnotherAppLoggedIn;
         } else {
             DebugLog() << " force Login!";
-            error = CheckUser(users, user, password);
             if (error == LoginResult::Success) {
                 const SAppAddress displaced = LastApp();
                 if (remoteIp != displaced.ip) {
