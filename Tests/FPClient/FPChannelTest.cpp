@@ -151,17 +151,12 @@ TEST_F(FPChannelTest, ItReconnectsWhenTheConnectionEndsOrIsInvalid)
 
 TEST_F(FPChannelTest, AConnectionResetsThePauses)
 {
-    Start({1s, 20ms, 60s});
-    std::this_thread::sleep_for(650ms); // the pauses have grown to 640 ms by now
     CController controller;
-    const auto first = controller.Accept();
-    ASSERT_TRUE(first);
+    Start({1s, 1ms, 60min});
 
-    const auto closed = std::chrono::steady_clock::now();
-    first->Close();
-    ASSERT_TRUE(controller.Accept());
-
-    EXPECT_LT(std::chrono::steady_clock::now() - closed, 1s);
+    // Without the reset the pauses would grow to a minute.
+    for (int i = 0; i < 16; ++i)
+        ASSERT_TRUE(controller.Accept()) << i;
 }
 
 TEST_F(FPChannelTest, PackagesOfEachThreadArriveInOrder)

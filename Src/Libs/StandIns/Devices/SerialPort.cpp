@@ -12,9 +12,6 @@
 
 namespace {
 
-/// Pause between attempts to open: long enough to need little CPU time, short enough for an operator who has just
-/// plugged the device in.
-constexpr std::chrono::milliseconds kReopenPause(500);
 /// Maximum size of the queued commands: about a thousand commands of a thousand bytes.
 constexpr std::size_t kMaxQueuedBytes = 1 << 20;
 /// Maximum time that a command waits for a port that can't be opened or accepts no data. A device should not execute an
@@ -30,8 +27,10 @@ std::uint64_t NextNumber()
 
 } // namespace
 
-CSerialPort::CSerialPort(std::size_t bufferBytes, const std::string& lineSettings, Clock clock)
+CSerialPort::CSerialPort(std::size_t bufferBytes, const std::string& lineSettings, Clock clock,
+                         std::chrono::milliseconds reopenPause)
     : m_clock(std::move(clock))
+    , m_reopenPause(reopenPause)
     , m_number(NextNumber())
     , m_settings(ReadLineSettings(lineSettings, m_settingsFault))
     , m_context(1)
@@ -93,7 +92,7 @@ bool CSerialPort::TryOpen()
         if (std::exchange(m_lastFailure, fault) != fault)
             Publish(STrafficRecord::Kind::Note, "opening failed, retrying: " + fault);
         if (!m_closing)
-            TryLater(kReopenPause);
+            TryLater(m_reopenPause);
         return false;
     }
     m_lastFailure.clear();
@@ -206,7 +205,7 @@ void CSerialPort::OnLost(const asio::error_code& error)
     m_port.close(ignored);
     Publish(STrafficRecord::Kind::Closed, error.message() + (m_closing ? "" : ", retrying"));
     if (!m_closing)
-        TryLater(kReopenPause);
+        TryLater(m_reopenPause);
 }
 
 /// Closes the port, or calls itself again later while data is being transmitted and the time limit has not expired.

@@ -30,8 +30,12 @@ class CSerialPort {
 public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    CSerialPort(std::size_t bufferBytes, const std::string& lineSettings,
-                Clock clock = &std::chrono::steady_clock::now);
+    /// Pause between attempts to open: long enough to need little CPU time, short enough for an operator who has just
+    /// plugged the device in.
+    static constexpr std::chrono::milliseconds kReopenPause{500};
+
+    CSerialPort(std::size_t bufferBytes, const std::string& lineSettings, Clock clock = &std::chrono::steady_clock::now,
+                std::chrono::milliseconds reopenPause = kReopenPause);
     /// Closes the port and waits for its thread. Queued commands are dropped, unless Close was called before.
     ~CSerialPort();
     CSerialPort(const CSerialPort&) = delete;
@@ -76,6 +80,7 @@ private:
     void PublishMessage(STrafficRecord::From from, std::string_view bytes) const;
 
     const Clock m_clock;
+    const std::chrono::milliseconds m_reopenPause;
     const std::uint64_t m_number;
     std::string m_settingsFault;
     const std::optional<SLineSettings> m_settings;
