@@ -14,7 +14,7 @@ import sys
 import unittest
 from pathlib import Path
 
-from Support import Folder, ShowHost, Terminal, copy_demo_show, wait_until
+from Support import TIMEOUT, Folder, ShowHost, Terminal, copy_demo_show, wait_until
 from zentravox import CentralControl
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -79,7 +79,8 @@ class CommandsTest(unittest.TestCase):
                     terminal.type_line("demo")
                 return any(text in terminal.output() for text in ("Ctrl-C ends it", "showhost ready")) or terminal.process.poll() is not None
 
-            wait_until(runs_on_or_ends, command)
+            # Even shortened measurements need seconds of an idle processor.
+            wait_until(runs_on_or_ends, command, 3 * TIMEOUT)
             if terminal.process.poll() is None:
                 os.write(self.serial_line, b"RAISE\r")
                 with CentralControl("127.0.0.1") as central:

@@ -31,11 +31,11 @@ def showremote(*arguments, **more_environment):
                           timeout=TIMEOUT, env=environment(**more_environment))
 
 
-def wait_until(condition, what):
-    deadline = time.monotonic() + TIMEOUT
+def wait_until(condition, what, timeout=TIMEOUT):
+    deadline = time.monotonic() + timeout
     while not condition():
         if time.monotonic() > deadline:
-            raise AssertionError(f"timeout after {TIMEOUT} s: {what}")
+            raise AssertionError(f"timeout after {timeout} s: {what}")
         time.sleep(0.02)
 
 
@@ -63,9 +63,11 @@ class ShowHost:
         self.address = address
         self.expected_code = 0
         self.lines = []
-        self.process = subprocess.Popen(showhost_command(address, state, *options, show=show), stdin=stdin,
-                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, encoding="utf-8",
-                                        env=environment(), preexec_fn=None if stdin else lambda: os.close(0))
+        # A shell closes standard input: in a program with threads, preexec_fn may deadlock.
+        command = [*([] if stdin else ["sh", "-c", 'exec "$@" <&-', "sh"]),
+                   *showhost_command(address, state, *options, show=show)]
+        self.process = subprocess.Popen(command, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                        encoding="utf-8", env=environment())
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
         try:
