@@ -27,50 +27,20 @@ def upload(address, name):
             ftp.storbinary(f"STOR {name}", file)
 
 
-def start_unread(address, state):
-    """Returns a showhost whose output is not read after it is ready."""
-    host = subprocess.Popen(showhost_command(address, state), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                            stderr=subprocess.STDOUT, encoding="utf-8", env=environment())
-    while not host.stdout.readline().startswith("showhost ready"):
-        assert host.poll() is None, "showhost ended"
-    return host
-
-
-def flood(address):
-    with CentralControl(address) as central:
-        for _ in range(FLOOD):
-            central.ask(cmd="getHDR")
-
-
 class UnreadOutputTest(unittest.TestCase):
-    def setUp(self):
-        self.host = self.enterContext(start_unread(HOST, self.enterContext(Folder())))
-        self.addCleanup(self.host.kill)
-        flood(HOST)
+    def test_a_host_whose_output_is_not_read_serves_and_ends_normally(self):
+        host = self.enterContext(subprocess.Popen(showhost_command(HOST, self.enterContext(Folder())),
+                                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="utf-8",
+                                                  env=environment()))
+        self.addCleanup(host.kill)
+        while not host.stdout.readline().startswith("showhost ready"):
+            self.assertIsNone(host.poll(), "showhost ended")
+        with CentralControl(HOST) as central:
+            for _ in range(FLOOD):
+                central.ask(cmd="getHDR")
+        host.send_signal(signal.SIGTERM)
 
-    def end(self):
-        self.host.send_signal(signal.SIGTERM)
-        self.assertEqual(self.host.wait(TIMEOUT), 0)
-
-    def test_the_host_continues_and_reports_how_many_lines_were_dropped(self):
-        lines = []
-        for end, command in (("lines dropped\n", "a marker\n"), ("; \"help\" lists the commands\n", "")):
-            while not lines or not lines[-1].endswith(end):
-                lines.append(self.host.stdout.readline())
-                self.assertTrue(lines[-1], "the output ends")
-            self.host.stdin.write(command)
-            self.host.stdin.flush()
-
-        dropped = [int(line.split()[1]) for line in lines if line.startswith("... ")]
-        self.assertEqual(len(dropped), 1, dropped)
-        printed = sum(" central control " in line and (" <- hdr-state" in line or " -> " in line) for line in lines)
-        self.assertEqual(printed + dropped[0], 2 * FLOOD)  # each request and its answer
-        self.host.stdout.close()
-        flood(HOST)  # without a reader
-        self.end()
-
-    def test_the_end_does_not_wait_for_a_reader(self):
-        self.end()
+        self.assertEqual(host.wait(TIMEOUT), 0)
 
 
 class TextsTest(unittest.TestCase):
@@ -86,6 +56,16 @@ class TextsTest(unittest.TestCase):
         self.assertIn("opening\\x1b[2J\\x9b\\u2028.txt", text)
         for character in "\x1b\x9b\u2028\u202e":
             self.assertNotIn(character, text)
+
+
+class CommandsTest(unittest.TestCase):
+    def test_a_command_takes_effect_and_its_result_is_logged(self):
+        with Folder() as state, ShowHost(HOST, state) as host, CentralControl(HOST) as central:
+            for percent, result in ((40, "SUCCESS"), (140, "ERROR: out of range")):
+                self.assertEqual(central.ask(cmd="globalBrightness", param=percent), result)
+                self.assertEqual(central.ask(cmd="getGlobalBrightness"), {"globalBrightness": 40})
+                host.wait_for_line(lambda line: line.endswith(f"host: CenterControl: brightness (0x113): {result}"),
+                                   "the result")
 
 
 class StateTest(unittest.TestCase):

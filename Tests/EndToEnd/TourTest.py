@@ -11,7 +11,7 @@ import unittest
 from pathlib import Path
 
 from Support import TIMEOUT, Folder, ShowHost, environment, showhost_command, showremote
-from zentravox import App, FpController, discover
+from zentravox import App, discover
 from zentravox.wire import BULK_PORT, CENTRAL_PORT, CONTROL_PORT, FP_PORT, FTP_PORT
 
 CONTRACT = Path(__file__).resolve().parents[2] / "Src/Contract/Contract.json"
@@ -198,14 +198,6 @@ class ProcessTest(unittest.TestCase):
                 for _ in range(3):
                     self.assertTrue(discover(STARTED)["name"])
                 self.assertIsNone(host.process.poll())
-
-    def test_the_option_overrides_the_settings_of_the_fp_controller(self):
-        settings = self.folder / "settings.json"
-        settings.write_text(json.dumps({"fp": {"address": CONTROLLER, "port": FP_PORT + 90}}))
-        for port, option in ((FP_PORT + 90, ()), (FP_PORT + 91, ("--fp", f"{CONTROLLER}:{FP_PORT + 91}"))):
-            with FpController(CONTROLLER, port) as controller:
-                with ShowHost(STARTED, self.folder / "state", "--settings", settings, *option):
-                    controller.accept().close()
 
 
 if __name__ == "__main__":

@@ -5,8 +5,10 @@
 
 #include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/ResourceType.h"
+#include "HostModels/Pictures/PictureFile.h"
 #include "Interfaces/PlayController.h"
 #include "ShowHost/HostLog.h"
+#include "ShowHost/PlayRecorder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -34,6 +36,8 @@ protected:
         HostModels::SetResultHandler([this](const SResultData& command) { m_commands.CarryOut(command); });
         QObject::connect(CResourceModel::GetInstance(), &CResourceModel::signalExControlResourceDexumerStateChanged,
                          &m_context, [this](const QUuid& id, bool ready) { m_ready.emplace_back(id, ready); });
+        QObject::connect(CResourceModel::GetInstance(), &CResourceModel::signalExControlResourceUsedChanged, &m_context,
+                         [this](const QUuid& id, bool used) { m_used.emplace_back(id, used); });
     }
 
     ~HostCommandsTest() override { HostModels::SetResultHandler({}); }
@@ -74,10 +78,12 @@ protected:
     CHostLog m_log;
     CHostCommands m_commands;
     QObject m_context;
-    std::vector<std::pair<QUuid, bool>> m_ready; ///< arguments of the host's signals
+    // Arguments of the host's signals.
+    std::vector<std::pair<QUuid, bool>> m_ready;
+    std::vector<std::pair<QUuid, bool>> m_used;
 };
 
-SScene MakeSceneWithCommands(int id)
+SScene MakeSceneWithCommands(int id, std::vector<CMediaNode> media = {})
 {
     auto properties = std::make_shared<SSceneProperties>();
     properties->id = Id(id);
@@ -85,7 +91,23 @@ SScene MakeSceneWithCommands(int id)
     properties->exControlCmds[1].nTriggerType = SceneTrigger::End;
     SScene scene;
     scene.node = CSceneNode(std::move(properties));
+    scene.media = std::move(media);
     return scene;
+}
+
+/// Returns the records of the show log for media whose scene started and ended since a time.
+std::vector<std::string> PlayedSince(const QDateTime& begin)
+{
+    HostModels::ShowLog().QueryPlayLog(begin, QDateTime::currentDateTime(), {}, false);
+    std::vector<std::string> played;
+    for (const SPlayRecord& record : HostModels::ShowLog().GetPlayLogList()) {
+        EXPECT_GE(record.endTime, begin.toString(kLogTimeFormat));
+        played.push_back(QString("%1 %2, %3, played %4")
+                             .arg(record.fileType)
+                             .arg(record.fileName, record.fileDuration, record.playDuration)
+                             .toStdString());
+    }
+    return played;
 }
 
 } // namespace
@@ -191,26 +213,29 @@ TEST_F(HostCommandsTest, ACommandIsAnsweredOnItsChannelAndLoggedWithItsSource)
     RecordingChannels::Callbacks().central(central);
     RecordingChannels::Callbacks().cloud(cloud);
     RecordingChannels::Callbacks().central(unknownKeyword);
-    RecordingChannels::Callbacks().appTcp(AppPacket(0x477, {{"cmd", "forged, line\nanother"}}));
+    RecordingChannels::Callbacks().appTcp(AppPacket(0x477, {{"cmd", "stopWnd"}}));
+    RecordingChannels::Callbacks().fp(AppPacket(Command::AppGone));
+    m_commands.CarryOut({SenderType::ProjectData, Command::AppGone, false, {}, 0});
     m_commands.CarryOut({SenderType::Scene, Command::ScenePlay, true, {{"sceneCol", 7}}, 0});
 
     const std::vector<SChannelCall> sent = RecordingChannels::Outgoing();
-    ASSERT_EQ(sent.size(), 5U);
+    ASSERT_EQ(sent.size(), 6U);
     EXPECT_THAT(sent[0], Sent(Command::ReplyTo(Command::Volume), answer));
     EXPECT_THAT(sent[1], SentToFP(Command::Volume, answer));
     EXPECT_THAT(sent[2], SentToCentral("SUCCESS", "10.0.0.9", 4000));
     EXPECT_THAT(sent[3], SentToCentral("COMMAND ERROR", "10.0.0.9", 4000));
     EXPECT_THAT(sent[4], SentCode(Command::ReplyTo(0x477)));
+    EXPECT_EQ(sent[5].name, "FP.SendPackage");
     const QDateTime now = QDateTime::currentDateTime();
     HostModels::ShowLog().QueryOPLog(now.addSecs(-60), now.addSecs(60), true);
     std::vector<std::string> records;
-    for (const SOPRecord& record : HostModels::ShowLog().GetOPLogList().mid(0, 7))
+    for (const SOPRecord& record : HostModels::ShowLog().GetOPLogList().mid(0, 8))
         records.push_back(QString("%1: %2 %3: %4")
                               .arg(record.source)
                               .arg(record.module, record.function, record.description)
                               .toStdString());
     EXPECT_THAT(records,
-                ElementsAre("0: Scene scene-play (0x306): row or col error",
+                ElementsAre("0: Scene scene-play (0x306): row or col error", "2: Stage app-gone (0x012): COMMAND ERROR",
                             "1: Resource unknown (0x477): COMMAND ERROR", "3: Stage stopWnd (0x000): COMMAND ERROR",
                             "4: Stage volume (0x105): SUCCESS", "3: Stage volume (0x105): SUCCESS",
                             "2: Stage volume (0x105): SUCCESS", "1: Stage volume (0x105): SUCCESS"));
@@ -266,13 +291,25 @@ TEST_F(HostCommandsTest, ACommandToCloseTheSoftwareIsAnsweredAndEndsTheEventLoop
     QTimer::singleShot(0, [this] { Change(Command::CloseSoftware, {}); });
 
     EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_TRUE(ReadPictureFile(MakePicture("picture.png")).picture.isNull()) << "decoding would delay the end";
+    EnableReadingPictures(true);
     EXPECT_THAT(RecordingChannels::Outgoing(),
                 ElementsAre(Sent(Command::ReplyTo(Command::CloseSoftware), {{"result", 0}, {"errorMsg", "SUCCESS"}})));
 }
 
 TEST_F(HostCommandsTest, AScenesCommandsAreReadFromTheShowInWhichItPlayed)
 {
-    LoadShow({MakeProject(1, {MakeGroup(10, {MakeSceneWithCommands(11), MakeSceneWithCommands(12)})}), MakeProject(2)});
+    SResourceProperties film;
+    film.id = Id(5);
+    film.name = "Film";
+    film.type = ResourceType::Video;
+    film.duration = 4'452'000;
+    const SResource resource = MakeResource(film);
+    LoadShow({MakeProject(
+                  1, {MakeGroup(10, {MakeSceneWithCommands(11), MakeSceneWithCommands(12, {MakeMedium(6, resource)})})},
+                  {resource}),
+              MakeProject(2)});
+    const QDateTime begin = QDateTime::currentDateTime();
     CNotes sent;
     const auto note = [&](const char* what, SceneTrigger::Trigger trigger) {
         return [&sent, what, trigger](const QUuid& group, const QUuid& scene) {
@@ -294,7 +331,28 @@ TEST_F(HostCommandsTest, AScenesCommandsAreReadFromTheShowInWhichItPlayed)
     QCoreApplication::processEvents();
 
     EXPECT_THAT(sent.All(), ElementsAre("end 11", "start 12", "end 12"));
+    EXPECT_THAT(m_used, ElementsAre(Pair(Id(5), true), Pair(Id(5), false)));
+    EXPECT_THAT(PlayedSince(begin), ElementsAre(std::to_string(film.type) + " Film, 1:14:12, played 0:00:00"));
     EXPECT_EQ(CSceneMgrModel::GetInstance()->GetAllSceneGroupId().size(), 0U) << "afterwards the current show is read";
+}
+
+TEST(PlayRecorderTest, ASceneThatPlaysAtTheStartOrAtTheEndIsRecorded)
+{
+    const QDateTime begin = QDateTime::currentDateTime();
+    const SResource title = MakeResource(5, ResourceType::Text);
+    const auto load = [&](SPlayback::State state) {
+        LoadStage({title}, {MakeMedium(6, title), MakeMedium(7, MakeResource(8, ResourceType::Text))});
+        HostModels::Show().Change([&](SShow& show) { show.playback.Enter(state, SPlayback::Clock::now()); });
+    };
+    const std::size_t before = PlayedSince(begin).size();
+
+    load(SPlayback::Stopped);
+    CPlayRecorder();
+    EXPECT_EQ(PlayedSince(begin).size(), before);
+    load(SPlayback::Paused);
+    CPlayRecorder();
+    ASSERT_EQ(PlayedSince(begin).size(), before + 1) << "the resource of the other medium is missing";
+    EXPECT_EQ(PlayedSince(begin).back(), std::to_string(ResourceType::Text) + " Resource 5, 0:00:00, played 0:00:00");
 }
 
 TEST_F(HostCommandsTest, AnEventIsReportedAfterTheChangeIsVisibleToReaders)
