@@ -1,5 +1,6 @@
 #include "Comm/TcpServer.h"
 
+#include "Support/EventLog.h"
 #include "Support/Package.h"
 #include "Support/TcpPeer.h"
 
@@ -92,6 +93,7 @@ protected:
 
 TEST_F(TcpServerTest, HostilePeersAreClosedAndOtherPeersAreNotAffected)
 {
+    CEventLog log;
     Start({1000, 64 << 20, 300ms});
     CTcpPeer good(kAddress, kPort);
 
@@ -113,6 +115,10 @@ TEST_F(TcpServerTest, HostilePeersAreClosedAndOtherPeersAreNotAffected)
     EXPECT_THAT(neverEnds.Receive(), Optional(SFrame{Echo, "whole"}));
     EXPECT_TRUE(neverEnds.IsClosedByPeer());
     EXPECT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 1; }));
+    for (const char* reason : {"not enough memory for the request", "the received bytes are not an envelope",
+                               "an envelope is longer than the maximum", "an envelope was not completed in time",
+                               "Connection reset by peer"})
+        EXPECT_TRUE(WaitUntil([&] { return log.Has(reason); })) << reason;
     good.Send(Echo, "still here");
     EXPECT_THAT(good.Receive(), Optional(SFrame{Echo, "still here"}));
 }
@@ -215,6 +221,7 @@ TEST_F(TcpServerTest, ANewConnectionReplacesTheOneThatIsIdleLongest)
     ASSERT_TRUE(WaitUntil([&] { return m_server->Connections().size() == 3; }));
     active.Send(Echo);
     ASSERT_TRUE(active.Receive());
+    CheckDeadlines();
 
     CTcpPeer next(kAddress, kPort);
     EXPECT_TRUE(idle.IsClosedByPeer());
@@ -317,6 +324,28 @@ TEST_F(TcpServerTest, APeerThatShutsDownItsSendingSideAndReadsNothingIsClosed)
     peer.EndSending();
 
     EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "ended"));
+}
+
+TEST_F(TcpServerTest, AConnectionsEndDoesNotRemoveALaterOneFromTheSamePort)
+{
+    Start();
+    CTcpPeer first(kAddress, kPort);
+    const std::uint16_t port = first.LocalPort();
+    first.Send(WaitForRelease);
+    ASSERT_TRUE(WaitUntil([&] { return m_waiting == 1; }));
+    first.Reset();
+    CTcpPeer second;
+    second.Connect(kAddress, kPort, port);
+    EXPECT_THAT(m_notes.WaitFor(2), ElementsAre("opened", "opened"));
+    m_gate.Open();
+    EXPECT_THAT(m_notes.WaitFor(3), ElementsAre("opened", "opened", "ended"));
+
+    const auto connection = m_server->Find("127.0.0.1", port);
+    ASSERT_TRUE(connection);
+    EXPECT_THAT(m_server->Connections(), ElementsAre(connection));
+    EXPECT_FALSE(m_server->Find("127.0.0.2", port));
+    second.Send(Echo, "second");
+    EXPECT_THAT(second.Receive(), Optional(SFrame{Echo, "second"}));
 }
 
 TEST_F(TcpServerTest, ClosingDuringARequestEndsTheConnectionBeforeTheNextRequest)

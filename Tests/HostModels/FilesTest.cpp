@@ -35,6 +35,7 @@ TEST_F(FilesTest, AnInvalidFileIsReportedWithPositionAndReason)
     EXPECT_EQ(Complaint(ReadShowFile, "[]"), "the top level is not an object");
     EXPECT_THAT(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n}"), HasSubstr("line 3: "));
     EXPECT_EQ(Complaint(ReadShowFile, "{\n\"name\": \"a\",\n\"name\": \"b\"}"), "line 3: duplicate key \"name\"");
+    EXPECT_THAT(Complaint(ReadShowFile, "{\"name\": \"a\xff\"}"), HasSubstr("line 1: "));
     EXPECT_EQ(Complaint(Read, QByteArray(65, '[')), "line 1: nested deeper than 64 levels");
     EXPECT_EQ(Complaint(Read, "{\"appSupport\": \"yes\"}"), "appSupport: must be true or false");
     EXPECT_EQ(Complaint(Read, "{\"fp\": {\"port\": 65536}}"), "fp.port: must be a number from 1 to 65535");
@@ -45,17 +46,42 @@ TEST_F(FilesTest, AnInvalidFileIsReportedWithPositionAndReason)
     EXPECT_THROW(ReadShowFile(m_folder.path()), CFileError);
 }
 
-TEST_F(FilesTest, SettingsThatTheFileOmitsAreUnchanged)
+TEST_F(FilesTest, EverySettingIsReadAndThoseThatTheFileOmitsAreUnchanged)
 {
-    SSettings before;
-    before.hostName = "kept";
+    const QString password = *EncryptPassword("secret");
+    const QByteArray file = QStringLiteral(R"({
+        "hostName": "name", "appSupport": false, "cloudSupport": true, "resourceFolder": "in", "appId": "app",
+        "ftp": {"user": "u", "password": "p"}, "fp": {"address": "fp", "port": 7},
+        "stagePreviewMode": 3, "stageColor": "#102030", "stageStreamUrl": "rtsp", "sharedFolder": "/shared",
+        "cloud": {"url": "ws", "user": "cu", "account": "ca", "encryptedPassword": "cp", "caFile": "ca.pem",
+                  "verify": false},
+        "users": [{"name": "anna", "encryptedPassword": "%1", "access": 3}]})")
+                                .arg(password)
+                                .toUtf8();
+    const auto textOf = [&](const SSettings& s) {
+        QString text;
+        for (const QString& value : {s.hostName, s.resourceFolder, s.appId, s.ftpUser, s.ftpPassword, s.fpAddress,
+                                     s.stageColor.name(), s.stageStreamUrl, s.sharedFolder, s.cloudUrl, s.cloudUser,
+                                     s.cloudAccount, s.cloudPassword, s.cloudCaFile})
+            text += value + ' ';
+        for (const SAPPUserNode& user : s.users)
+            text += user.name + ' ' + QString::number(user.access) + (user.password == password ? " " : " ?");
+        text += QString("%1%2%3 %4 %5")
+                    .arg(s.appSupport)
+                    .arg(s.cloudSupport)
+                    .arg(s.cloudVerifies)
+                    .arg(s.fpPort)
+                    .arg(s.stagePreviewMode);
+        return text.replace(m_folder.path(), "FOLDER").toStdString();
+    };
+    const std::string expected =
+        "name FOLDER/in app u p fp #102030 rtsp /shared ws cu ca cp FOLDER/ca.pem anna 3 010 7 3";
 
-    const SSettings settings = ReadSettings(Write("{\"cloudSupport\": true, \"ftp\": {\"user\": \"u\"}}"), before);
+    const SSettings settings = ReadSettings(Write(file));
 
-    EXPECT_EQ(settings.hostName, "kept");
-    EXPECT_TRUE(settings.cloudSupport);
-    EXPECT_EQ(settings.ftpUser, "u");
-    EXPECT_EQ(settings.ftpPassword, before.ftpPassword);
+    EXPECT_EQ(textOf(settings), expected);
+    EXPECT_EQ(textOf(ReadSettings(Write("{}"), settings)), expected);
+    EXPECT_EQ(textOf(ReadSettings(Write("{}"))), "   demo demo  #000000        101 0 0");
 }
 
 TEST_F(FilesTest, AnAddedUserIsReadWithTheChangedNameAndReplacesAUserOfThatName)

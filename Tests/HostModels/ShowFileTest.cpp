@@ -3,12 +3,14 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "HostModels/FileTest.h"
 #include "HostModels/Pictures/ResourceCard.h"
+#include "HostModels/Show/ShowJson.h"
 
 #include <QDir>
 
 #include <cstring>
 #include <set>
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -86,7 +88,74 @@ QByteArray ReadAll(const QString& path)
     return file.readAll();
 }
 
+/// Expects that the value has all keys and values of the file's value; it may have others in addition.
+void ExpectContains(const QJsonValue& value, const QJsonValue& inFile, const std::string& place)
+{
+    if (inFile.isObject()) {
+        const QJsonObject object = inFile.toObject();
+        for (const QString& key : object.keys())
+            ExpectContains(value.toObject()[key], object[key], place + '.' + key.toStdString());
+    } else if (inFile.isArray()) {
+        const QJsonArray array = inFile.toArray();
+        ASSERT_EQ(value.toArray().size(), array.size()) << place;
+        for (int i = 0; i < array.size(); ++i)
+            ExpectContains(value.toArray()[i], array[i], place + '[' + std::to_string(i) + ']');
+    } else if (inFile.isString()) {
+        // The path of a file is absolute.
+        EXPECT_THAT(value.toString().toStdString(), EndsWith(inFile.toString().toStdString())) << place;
+    } else if (inFile.isDouble()) {
+        EXPECT_FLOAT_EQ(static_cast<float>(value.toDouble(-1)), static_cast<float>(inFile.toDouble())) << place;
+    } else {
+        EXPECT_EQ(value, inFile) << place;
+    }
+}
+
 } // namespace
+
+TEST_F(ShowFileTest, EveryValueOfTheDemoShowIsRead)
+{
+    const QString path = kSource + "/Examples/DemoShow/DemoShow.zxc";
+    const QJsonObject file = ReadJsonObject(path);
+    const auto [show, settings, devices] = ReadShowFile(path);
+
+    EXPECT_EQ(show.file, path);
+    EXPECT_EQ(show.name, file["name"].toString());
+    for (std::size_t i = 0; i < show.projects.size(); ++i) {
+        const QJsonObject inFile = file["projects"].toArray().at(static_cast<int>(i)).toObject();
+        const SProject& project = *show.projects[i];
+        const QJsonObject hdr = inFile["hdr"].toObject();
+        EXPECT_EQ(project.id, QUuid(inFile["id"].toString()));
+        EXPECT_EQ(project.name, inFile["name"].toString());
+        EXPECT_EQ(project.appControlMode, inFile["appControlMode"].toInt());
+        EXPECT_EQ(project.stageZoomRatio, inFile["stageZoomRatio"].toString("100%"));
+        EXPECT_EQ(project.hdr, hdr["on"].toBool());
+        EXPECT_EQ(project.hdrKind, hdr["kind"] == "software");
+        EXPECT_EQ(project.mainGroup,
+                  inFile["mainGroup"].isUndefined() ? project.groups.at(0)->id : QUuid(inFile["mainGroup"].toString()));
+        ExpectContains(ListOf("list", project.resources)["list"], inFile["resources"], "resources");
+        ExpectContains(ListOf("list", project.groups)["list"], inFile["groups"], "groups");
+    }
+    ASSERT_TRUE(show.Project());
+    EXPECT_EQ(show.Project()->id, QUuid(file["openProject"].toString()));
+    ExpectContains(ListOf("list", show.screens)["list"], file["screens"], "screens");
+    const SEffect& effect = show.effect;
+    ExpectContains(QJsonObject{{"volume", double{effect.volume}},
+                               {"contrast", double{effect.contrast}},
+                               {"luminance", double{effect.luminance}},
+                               {"saturation", double{effect.saturation}}},
+                   file["effect"], "effect");
+    const SPlayback& playback = show.playback;
+    ExpectContains(QJsonObject{{"leftVolume", double{playback.leftVolume}},
+                               {"rightVolume", double{playback.rightVolume}},
+                               {"position", static_cast<int>(playback.playedBefore.count())},
+                               {"scene", playback.scene.toString(QUuid::WithoutBraces)},
+                               {"state", playback.state == SPlayback::Playing ? "playing" : "?"}},
+                   file["playback"], "playback");
+    EXPECT_EQ(playback.globalState, playback.state);
+    EXPECT_TRUE(show.CurrentScene());
+    EXPECT_EQ(settings.appId, file["settings"].toObject()["appId"].toString());
+    EXPECT_EQ(devices, QDir(kSource).absoluteFilePath("Examples/DemoShow/Devices.json"));
+}
 
 TEST_F(ShowFileTest, AnErrorIsReportedWithPositionAndReason)
 {

@@ -38,8 +38,12 @@ CTcpPeer::CTcpPeer(const std::string& address, std::uint16_t port) : CTcpPeer()
     Connect(address, port);
 }
 
-void CTcpPeer::Connect(const std::string& address, std::uint16_t port)
+void CTcpPeer::Connect(const std::string& address, std::uint16_t port, std::uint16_t localPort)
 {
+    if (localPort != 0) {
+        m_socket.set_option(asio::socket_base::reuse_address(true));
+        m_socket.bind({asio::ip::make_address("127.0.0.1"), localPort});
+    }
     m_socket.connect({asio::ip::make_address(address), port});
     m_socket.set_option(asio::ip::tcp::no_delay(true));
 }

@@ -26,7 +26,8 @@ public:
     /// Not connected yet.
     CTcpPeer();
     CTcpPeer(const std::string& address, std::uint16_t port);
-    void Connect(const std::string& address, std::uint16_t port);
+    /// \param localPort 0: any
+    void Connect(const std::string& address, std::uint16_t port, std::uint16_t localPort = 0);
     /// Returns false if no peer connects in time.
     bool Accept(asio::ip::tcp::acceptor& acceptor);
 
