@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs the conformance check against hosts with one fault each, which it must find.
 
-A fault is a small change that a proxy makes. The rule that is named beside it must fail, and hold without the fault.
+A fault is a small change that a proxy makes, or a fault rule of showhost (Docs/Traffic.md). The rule that is named beside it must fail, and hold without the fault.
 Docs/Conformance.md has the number of faults.
 """
 
@@ -10,7 +10,7 @@ import re
 import unittest
 import uuid
 
-from Support import SOURCE_FOLDER, TIMEOUT, Folder, ShowHost
+from Support import SOURCE_FOLDER, TIMEOUT, Folder, ShowHost, wait_until
 from WrongHost import Fault, WrongCloud, WrongHost
 from zentravox import CloudReply, FpController, Message
 from zentravox.conformance import HOST_RULES, Outcome, Target, check_host
@@ -188,6 +188,10 @@ def project_first():
     return cloud
 
 
+def rule(channel, request, action, **keys):
+    return {"channel": channel, "request": request, "action": action, **keys}
+
+
 # The rule that must find the fault, what it is, and the fault.
 FAULTS = (
     ("DISC-001", "a key of the answer is missing", Central(b"{", replaced(b'"id"', b'"uuid"'), DISCOVERY_PORT)),
@@ -275,6 +279,20 @@ FAULTS = (
     ("CHG-008", "no notice of the use of a resource", On(0x421, times=0)),
     ("CHG-014", "the name isn't cut", On(0x005, changed(lambda body: body.update(name=body["name"][:100])))),
     ("CHG-015", "an empty name has two replies", On(0x005, times=2)),
+    ("APP-1302", "the reply is lost", rule("app control", "main-scene-group", "drop")),
+    ("APP-1304", "the request is lost", rule("app control", "main-scene-group-again", "ignore")),
+    ("APP-1006", "the reply is sent twice", rule("app control", "login-identity", "duplicate")),
+    ("APP-1200", "the reply is cut", rule("app control", "media-list", "truncate", bytes=40)),
+    ("APP-1400", "the connection is reset", rule("app control", "resource-list", "reset")),
+    ("APP-2418", "another reply", rule("app control", "shared-folder-list", "reply", body={"result": 1})),
+    ("FP-1109", "the reply is sent twice", rule("FP", "project-list", "duplicate")),
+    ("FP-1300", "the connection is reset", rule("FP", "scene-manager-data", "reset")),
+    ("FP-2013", "another reply", rule("FP", "fp-pairing-code", "reply", body={"AppQRCode": 1})),
+    ("CENT-1194", "the request is lost", rule("central control", "preview-path", "ignore")),
+    ("CENT-1399", "the reply is sent twice", rule("central control", "playing-chapter", "duplicate")),
+    ("CENT-2193", "another reply", rule("central control", "black-screen-state", "reply", body={"blackState": "black"})),
+    ("CLOUD-1016", "the reply is lost", rule("cloud", "system-information", "drop")),
+    ("CLOUD-2016", "another reply", rule("cloud", "system-information", "reply", body={"route": 0, "data": "{}"})),
 )
 
 
@@ -287,7 +305,7 @@ class WrongHostsTest(unittest.TestCase):
         cls.fp = cls.enterClassContext(FpController(PEERS))
         cls.proxy = cls.enterClassContext(WrongHost(WRONG, HOST, (PEERS, FP_PORT)))
         cls.cloud = cls.enterClassContext(WrongCloud(PEERS))
-        cls.enterClassContext(ShowHost(HOST, cls.folder / "state", "--fp", cls.proxy.fp_address,
+        cls.host = cls.enterClassContext(ShowHost(HOST, cls.folder / "state", "--fp", cls.proxy.fp_address,
                                        "--cloud", f"ws://{PEERS}:{CLOUD_PORT}"))
 
     def check(self, timeout, *numbers):
@@ -297,6 +315,14 @@ class WrongHostsTest(unittest.TestCase):
         target = Target(WRONG, "demo", "demo", timeout=timeout, fp=self.fp if fp else None, cloud=self.cloud if cloud else None)
         return check_host(target, rules, allow_changes=True)
 
+    def plant(self, fault):
+        is_rule = isinstance(fault, dict)
+        self.proxy.fault = WrongCloud.fault = Fault() if is_rule else fault
+        start = len(self.host.lines)
+        for line in ("fault clear", *(["fault add " + json.dumps(fault)] if is_rule else []), "fault list"):
+            self.host.write_line(line)
+        wait_until(lambda: any(f"{int(is_rule)} fault rules" in line for line in self.host.lines[start:]), "the fault rule")
+
     def test_all_rules_hold_without_a_fault_and_each_fault_is_found_by_its_rule(self):
         # Another test waits the 10 s of APP-006.
         without_fault = self.check(TIMEOUT, *(number for number, _, _ in FAULTS if number != "APP-006"))
@@ -304,11 +330,11 @@ class WrongHostsTest(unittest.TestCase):
                           if result.outcome is not Outcome.HOLDS], [])
         for number, what, fault in FAULTS:
             with self.subTest(rule=number, fault=what):
-                self.proxy.fault = WrongCloud.fault = fault
+                self.plant(fault)
                 try:
                     result, = self.check(1, number)
                 finally:
-                    self.proxy.fault = WrongCloud.fault = Fault()
+                    self.plant(Fault())
                 self.assertIs(result.outcome, Outcome.FAILS)
                 self.assertNotIn("Errno", result.reason)
         page = (SOURCE_FOLDER / "Docs/Conformance.md").read_text(encoding="utf-8")
