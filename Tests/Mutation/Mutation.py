@@ -119,7 +119,11 @@ def git_files(*arguments):
 
 def prepare(tests, end_to_end):
     """Copies the tree and builds the tests. Warnings are errors, so some changes are not built."""
-    for file in git_files():
+    files = git_files()
+    for copy in TREE.rglob("*"):
+        if copy.is_file() and BUILD not in copy.parents and str(copy.relative_to(TREE)) not in files:
+            copy.unlink()
+    for file in files:
         source, copy = ROOT / file, TREE / file
         if source.exists() and not (copy.exists() and copy.read_bytes() == source.read_bytes()):
             copy.parent.mkdir(parents=True, exist_ok=True)
