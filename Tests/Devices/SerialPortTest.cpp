@@ -265,9 +265,9 @@ TEST(COMChannelTest, ChannelsWithBlockedDevicesDelayNoUpdateAndDelayTheEndOnlyOn
     const auto threads = QDir("/proc/self/task").count();
     for (auto& channel : channels)
         channel.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 900ms);
+    // Waiting for each device would take a second for each of the hundred channels.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kTimeout);
     EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kTimeout));
 
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 4s);
     EXPECT_LT(threads, 80U);
 }
