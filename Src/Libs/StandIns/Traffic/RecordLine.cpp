@@ -77,16 +77,20 @@ QJsonValue Hide(const QJsonValue& value)
 void AppendText(std::string& line, std::string_view text)
 {
     line += '"';
-    for (const char c : text) {
-        if (c == '"' || c == '\\')
-            line += '\\';
-        if (static_cast<unsigned char>(c) >= 0x20) {
-            line += c;
-            continue;
-        }
-        char escape[7];
-        std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+    while (!text.empty()) {
+        const auto special = std::find_if(text.begin(), text.end(), [](char c) {
+            return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
+        });
+        const auto plain = static_cast<std::size_t>(special - text.begin());
+        line += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            break;
+        char escape[7] = {'\\', text.front()};
+        if (static_cast<unsigned char>(text.front()) < 0x20)
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(text.front()));
         line += escape;
+        text.remove_prefix(1);
     }
     line += '"';
 }
@@ -253,14 +257,16 @@ std::string RecordLine::LineOf(const STrafficRecord& record, std::chrono::steady
     line.reserve(256 + record.payload.size());
     AppendEntry(line, "n", record.number);
     const auto us = std::chrono::duration_cast<std::chrono::microseconds>(record.time - started).count();
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%lld.%06lld", static_cast<long long>(us / 1'000'000),
-                  static_cast<long long>(us % 1'000'000));
+    constexpr std::int64_t kSecond = 1'000'000;
     AppendKey(line, "t");
-    line += seconds;
+    line += std::to_string(us / kSecond);
+    line += '.';
+    line += std::to_string(kSecond + us % kSecond).substr(1); // with leading zeros
     AppendEntry(line, "channel", NameOf(record.channel));
     AppendEntry(line, "connection", record.connection);
-    AppendEntry(line, "peer", QString::fromStdString(record.peer).toStdString());
+    const bool isAscii = std::all_of(record.peer.begin(), record.peer.end(), [](unsigned char c) { return c < 0x80; });
+    // The name of a port can be invalid UTF-8.
+    AppendEntry(line, "peer", isAscii ? record.peer : QString::fromStdString(record.peer).toStdString());
     AppendEntry(line, "from", IsFromRemote(record) ? "remote" : "host");
     AppendEntry(line, "kind", NameOf(record.kind));
     if (record.kind != STrafficRecord::Kind::Message) {
