@@ -5,8 +5,10 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev libasio-dev libssl-dev openssl
        libcurl4-openssl-dev python3 python3-pyftpdlib python3-jsonschema python3-websockets python3-cryptography ccache)
+# Debian's npm conflicts with other packages of Node.js.
+command -v npm >/dev/null || build+=(npm)
 test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils tshark
-      g++-mingw-w64-x86-64-posix)
+      g++-mingw-w64-x86-64-posix chromium chromium-driver python3-selenium)
 lint=(clang-tidy cppcheck mypy)
 fuzz=(clang libclang-rt-dev llvm)
 package=(dpkg-dev file debootstrap iproute2)

@@ -1,13 +1,21 @@
 #include "ChannelLoad/Cases.h"
 
+#include "ChannelLoad/ShowHostProcess.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstring>
 #include <deque>
+#include <optional>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
+#include <arpa/inet.h>
+#include <sched.h>
 #include <sys/epoll.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -113,6 +121,52 @@ private:
     std::array<epoll_event, Cases::kBusyConnections> m_events;
 };
 
+/// Reads what a host sends to a stage page (RFC 6455). Reads on any core, as a browser does.
+class COpenPage {
+public:
+    explicit COpenPage(sockaddr_in address)
+        : m_socket(Syscall::Do("socket", [] { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }))
+    {
+        char ip[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, &address.sin_addr, ip, sizeof ip);
+        address.sin_port = htons(CShowHostProcess::kPagePort);
+        const std::string authority = std::string(ip) + ':' + std::to_string(CShowHostProcess::kPagePort);
+        const std::string request = "GET /live HTTP/1.1\r\nHost: " + authority + "\r\nOrigin: http://" + authority +
+                                    "\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+                                    "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
+        const auto* const peer = reinterpret_cast<const sockaddr*>(&address);
+        Syscall::Do("connect", [&] { return connect(m_socket.Get(), peer, sizeof address); });
+        Syscall::Do("send", [&] { return send(m_socket.Get(), request.data(), request.size(), 0); });
+        if (Read() == 0)
+            throw std::runtime_error("the host refuses the page");
+        m_thread = std::thread([this] {
+            cpu_set_t cores;
+            std::memset(&cores, 0xff, sizeof cores);
+            sched_setaffinity(0, sizeof cores, &cores);
+            while (Read() > 0) {
+            }
+        });
+    }
+    ~COpenPage()
+    {
+        shutdown(m_socket.Get(), SHUT_RDWR);
+        m_thread.join();
+    }
+    COpenPage(const COpenPage&) = delete;
+    COpenPage& operator=(const COpenPage&) = delete;
+
+private:
+    std::size_t Read()
+    {
+        const ssize_t count = recv(m_socket.Get(), m_buffer.data(), m_buffer.size(), 0);
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+
+    CDescriptor m_socket;
+    std::array<char, 65536> m_buffer;
+    std::thread m_thread;
+};
+
 } // namespace
 
 SLoad Cases::OneAtATime(const SServer& server, const SExchange& exchange, double seconds)
@@ -130,6 +184,14 @@ SLoad Cases::OneAtATime(const SServer& server, const SExchange& exchange, double
 SLoad Cases::OneAtATimeBesideIdle(const SServer& server, const SExchange& exchange, double seconds)
 {
     const auto idle = Open(kIdleConnections, server, exchange);
+    return OneAtATime(server, exchange, seconds);
+}
+
+SLoad Cases::OneAtATimeBesidePage(const SServer& server, const SExchange& exchange, double seconds)
+{
+    std::optional<COpenPage> page;
+    if (server.process->Name() == CShowHostProcess::kName)
+        page.emplace(server.address);
     return OneAtATime(server, exchange, seconds);
 }
 

@@ -31,6 +31,8 @@ constexpr std::size_t kBusyConnections = 100;
 SLoad OneAtATime(const SServer& server, const SExchange& exchange, double seconds);
 /// The same with additional idle connections.
 SLoad OneAtATimeBesideIdle(const SServer& server, const SExchange& exchange, double seconds);
+/// The same while the host shows the traffic on a stage page, which reads it. The raw echo has no page.
+SLoad OneAtATimeBesidePage(const SServer& server, const SExchange& exchange, double seconds);
 /// One connection with many pending requests.
 SLoad InFlight(const SServer& server, const SExchange& exchange, double seconds);
 /// Many connections in one loop, each with one pending request.

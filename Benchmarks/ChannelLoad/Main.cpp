@@ -30,6 +30,8 @@ constexpr SCase kHostNameCases[] = {
     {"one at a time", Cases::OneAtATime, false, "at least 50 % of raw (aim 60)", IsHalfOfRaw},
     {"the same beside 200 idle", Cases::OneAtATimeBesideIdle, true, "at most 5 % loss",
      [](const SServerFigures& showhost) { return showhost.loss <= 0.05; }},
+    {"the same beside an open page", Cases::OneAtATimeBesidePage, true, "at most 15 % loss",
+     [](const SServerFigures& showhost) { return showhost.loss <= 0.15; }},
     {"64 in flight", Cases::InFlight, false, "at least 300,000 a second",
      [](const SServerFigures& showhost) { return showhost.requestsPerSecond >= 300'000; }},
 };

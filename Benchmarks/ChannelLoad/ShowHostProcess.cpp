@@ -24,9 +24,10 @@ int Become(const std::string& program, const std::string& show, const std::strin
     const int file = Syscall::Do("open", [&] { return open(output.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600); });
     Syscall::Do("dup2", [&] { return dup2(file, STDOUT_FILENO); });
     const std::string state = (folder.Path() / "state").string();
+    const std::string page = ip + ':' + std::to_string(CShowHostProcess::kPagePort);
     Syscall::Do(program.c_str(), [&] {
         return execl(program.c_str(), program.c_str(), "--show", show.c_str(), "--state", state.c_str(), "--listen",
-                     ip.c_str(), "--quiet", nullptr);
+                     ip.c_str(), "--page", page.c_str(), "--quiet", nullptr);
     });
     return 0;
 }
@@ -51,7 +52,7 @@ CShowHostProcess::CShowHostProcess(const std::string& program, const std::string
     : m_appAddress(MakeAddress(ip, AppServer::kControlPort))
     , m_centralAddress(MakeAddress(ip, CentralControl::kPort))
     , m_output(m_folder.Path() / "output.txt")
-    , m_process("showhost", [&] {
+    , m_process(kName, [&] {
         std::filesystem::create_directory(m_folder.Path() / "state");
         return Become(program, show, ip, m_folder, m_output);
     })

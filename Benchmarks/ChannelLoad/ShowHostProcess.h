@@ -22,6 +22,9 @@ private:
 /// A showhost process with an empty state folder.
 class CShowHostProcess {
 public:
+    static constexpr char kName[] = "showhost";
+    static constexpr std::uint16_t kPagePort = 25512;
+
     /// Starts showhost and waits until it prints that it is ready.
     CShowHostProcess(const std::string& program, const std::string& show, const std::string& ip);
 

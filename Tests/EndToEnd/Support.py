@@ -53,7 +53,7 @@ def copy_demo_show(folder, changes):
 
 def showhost_command(address, state, *options, show=None):
     return [os.environ["SHOWHOST"], "--show", str(show or DEMO_SHOW), "--state", str(state), "--listen", address,
-            *map(str, options)]
+            "--page", "off", *map(str, options)]
 
 
 class ShowHost:

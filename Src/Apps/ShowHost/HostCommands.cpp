@@ -110,6 +110,14 @@ void CHostCommands::CarryOut(const SResultData& command)
     }
 }
 
+ResultText::Index CHostCommands::CarryOutForOperator(int cmdCode, const QJsonObject& body)
+{
+    SResultData command; // without source flags
+    command.nCmdCode = cmdCode;
+    command.jsonBody = body;
+    return ChangeShow(command);
+}
+
 void CHostCommands::LogIn()
 {
     CHostUserModel& users = HostModels::UserModel();
@@ -133,12 +141,12 @@ void CHostCommands::Route(const SResultData& command)
     }
 }
 
-void CHostCommands::ChangeShow(const SResultData& command)
+ResultText::Index CHostCommands::ChangeShow(const SResultData& command)
 {
     const ShowChange change = FindShowChange(command.nCmdCode);
     if (!change) {
         Answer(command, ResultText::UnknownCommand);
-        return;
+        return ResultText::UnknownCommand;
     }
     // While the load state is 0, the module ignores the cloud's requests to switch the project and to play a scene.
     const bool switches = command.nCmdCode == Command::SwitchProject;
@@ -150,6 +158,7 @@ void CHostCommands::ChangeShow(const SResultData& command)
     if (switches)
         m_controller.SetPrjLoadState(1);
     Answer(command, result);
+    return result;
 }
 
 void CHostCommands::Answer(const SResultData& command, ResultText::Index result)

@@ -22,10 +22,12 @@ public:
 
     /// Executes one command and answers it. Any thread.
     void CarryOut(const SResultData& command);
+    /// Executes a command of the operator at this computer, which changes the show. Any thread.
+    ResultText::Index CarryOutForOperator(int cmdCode, const QJsonObject& body);
 
 private:
     void Route(const SResultData& command);
-    void ChangeShow(const SResultData& command);
+    ResultText::Index ChangeShow(const SResultData& command);
     void Answer(const SResultData& command, ResultText::Index result);
     void LogIn();
 

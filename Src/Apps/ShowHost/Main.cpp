@@ -14,6 +14,8 @@
 #include "ShowHost/FaultRules.h"
 #include "ShowHost/HostCommands.h"
 #include "ShowHost/HostLog.h"
+#include "ShowHost/Page/HttpRequest.h"
+#include "ShowHost/Page/PageServer.h"
 #include "ShowHost/Shutdown.h"
 #include "ShowHost/Users.h"
 #include "Traffic/Recorder.h"
@@ -25,11 +27,13 @@
 #include <QGuiApplication>
 #include <QHostAddress>
 #include <QStandardPaths>
+#include <QUrl>
 
 #include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -51,6 +55,13 @@ constexpr char kShowLog[] = "show.sqlite";
 constexpr char kOperationLog[] = "operation.log";
 constexpr char kUploads[] = "Resources";
 
+struct SPageAddress {
+    QHostAddress address;
+    quint16 port;
+
+    std::string Text() const { return AuthorityOf(address, port).toStdString(); }
+};
+
 struct SOptions {
     QString information; ///< the help or the version, printed instead of serving; the other options are not read
     QString show;
@@ -66,6 +77,7 @@ struct SOptions {
     QString cloud;
     QString record;
     QString faults;
+    std::optional<SPageAddress> page; ///< no value: no page
 };
 
 void PrintError(const std::string& text)
@@ -81,6 +93,17 @@ int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& optio
         throw CFileError("--" + option.names().constFirst().toStdString() + ": expected a number, got \"" +
                          parser.value(option).toStdString() + '"');
     return number;
+}
+
+std::optional<SPageAddress> ReadPageAddress(const QString& text)
+{
+    if (text == QLatin1String("off"))
+        return std::nullopt;
+    const QUrl url("http://" + text, QUrl::StrictMode);
+    const SPageAddress page{QHostAddress(url.host()), static_cast<quint16>(url.port(0))};
+    if (page.address.isNull() || page.port == 0 || url.authority() != text)
+        throw CFileError("--page: expected ADDRESS:PORT with an IP address, or off, got \"" + text.toStdString() + '"');
+    return page;
 }
 
 SOptions ReadOptions(QCoreApplication& application)
@@ -104,13 +127,15 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption record("record", "Record the traffic of all channels in this file; replaces its content.",
                                     "FILE");
     const QCommandLineOption faults("faults", "Disturb the traffic as the rules in this file say.", "FILE");
+    const QCommandLineOption page("page", "Serve the stage page at this address (default 127.0.0.1:25512).",
+                                  "ADDRESS:PORT|off", "127.0.0.1:25512");
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
 
     QCommandLineParser parser;
     parser.setApplicationDescription("Load a show and serve remote controllers. Nothing is shown on a screen.");
-    parser.addOptions(
-        {help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud, record, faults});
+    parser.addOptions({help, version, show, settings, state, listen, quiet, addUser, access, passwordFd, fp, cloud,
+                       record, faults, page});
     if (!parser.parse(application.arguments()))
         throw CFileError(parser.errorText().toStdString());
     SOptions options;
@@ -140,6 +165,7 @@ SOptions ReadOptions(QCoreApplication& application)
     options.cloud = parser.value(cloud);
     options.record = parser.value(record);
     options.faults = parser.value(faults);
+    options.page = ReadPageAddress(parser.value(page));
     return options;
 }
 
@@ -231,7 +257,27 @@ std::unique_ptr<CTrafficRecorder> StartRecording(const SOptions& options, CHostL
     }
 }
 
-void PrintReady(CHostLog& log, const QString& show)
+/// Starts the stage page. On failure prints the reason and returns null; the host continues.
+std::unique_ptr<CPageServer> StartPage(const SOptions& options, CExternalController& controller, CHostLog& log,
+                                       CHostCommands& commands)
+{
+    const auto& page = options.page;
+    if (!page)
+        return nullptr;
+    const CLivePages::SActions actions = {
+        [&](int cmdCode, const QJsonObject& body) { return commands.CarryOutForOperator(cmdCode, body); },
+        [&](const QString& line) {
+            QMetaObject::invokeMethod(
+                &controller, [&, line] { CConsole(controller, log).CarryOut(line); }, Qt::QueuedConnection);
+        }};
+    auto server = std::make_unique<CPageServer>(page->address, page->port, actions, !options.quiet);
+    if (server->Error().isEmpty())
+        return server;
+    PrintError("no stage page at " + page->Text() + ": " + server->Error().toStdString());
+    return nullptr;
+}
+
+void PrintReady(CHostLog& log, const QString& show, const std::string& pageAddress)
 {
     std::string line = "showhost ready: " + show.toStdString();
     const char* separator = "; ";
@@ -239,10 +285,13 @@ void PrintReady(CHostLog& log, const QString& show)
         line += separator + channel;
         separator = ", ";
     }
+    if (!pageAddress.empty())
+        line += separator + ("page http://" + pageAddress + '/');
     log.PrintAnswer(QString::fromStdString(line));
 }
 
-int Serve(QCoreApplication& application, CHostLog& log, const QString& show, bool hasInput, CShutdownDeadline& deadline)
+int Serve(QCoreApplication& application, CHostLog& log, const QString& show, const SOptions& options, bool hasInput,
+          CShutdownDeadline& deadline)
 {
     InitExternalController();
     CExternalController& controller = *GetExternalController();
@@ -258,13 +307,14 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
         restarts = true;
         QCoreApplication::postEvent(&application, new QEvent(QEvent::Quit));
     });
+    auto page = StartPage(options, controller, log, commands); // before the channels start: it counts their connections
     controller.Init();
 
     const std::vector<std::string> failures = log.Failures();
     for (const std::string& failure : failures)
         PrintError(failure);
     if (failures.empty()) {
-        PrintReady(log, show);
+        PrintReady(log, show, page ? options.page->Text() : std::string());
         CConsole console(controller, log);
         if (hasInput)
             console.Listen();
@@ -275,6 +325,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, boo
     const int exitCode = !failures.empty() ? ChannelFailed : restarts ? Restart : Success;
     deadline.Start(exitCode);
     CFaults::GetInstance().Clear(); // ends their delays
+    page.reset();                   // it calls the controller
     StopExternalController();
     UninitExternalController();
     CClosingPorts::GetInstance().WaitForAll(); // before the log closes: it reports commands that were not delivered
@@ -325,7 +376,7 @@ int main(int argc, char** argv)
         const auto recorder = StartRecording(options, log);
         if (!options.faults.isEmpty())
             LoadFaults(options.faults);
-        return Serve(application, log, file.show.name, hasInput, deadline);
+        return Serve(application, log, file.show.name, options, hasInput, deadline);
     } catch (const CFileError& error) {
         PrintError(error.what());
         return BadInput;

@@ -230,19 +230,27 @@ private:
     std::unique_ptr<CFtpUploadServer> m_ftp;
 };
 
-/// The running service of this process, for AppServer::SendToApps.
 std::mutex s_runningMutex;
 std::weak_ptr<CService> s_running;
 
+/// The running service of this process, or null.
+std::shared_ptr<CService> RunningService()
+{
+    const std::lock_guard lock(s_runningMutex);
+    return s_running.lock();
+}
+
 } // namespace
+
+void AppServer::DisconnectApp(const std::string& ip, std::uint16_t port)
+{
+    if (const auto service = RunningService())
+        service->Disconnect(ip, port);
+}
 
 void AppServer::SendToApps(std::uint32_t code)
 {
-    std::shared_ptr<CService> service;
-    {
-        const std::lock_guard lock(s_runningMutex);
-        service = s_running.lock();
-    }
+    const auto service = RunningService();
     if (!service)
         return;
     const auto package = std::make_shared<Comm::RequestPackage>();

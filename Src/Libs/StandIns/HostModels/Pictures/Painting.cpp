@@ -154,16 +154,6 @@ void DrawScreens(QPainter& painter, const SShow& show)
     }
 }
 
-QRect StageOf(const SShow& show)
-{
-    QRect stage;
-    for (const auto& screen : show.screens) {
-        if (screen->added)
-            stage = stage.united(screen->place);
-    }
-    return stage.isEmpty() ? kStageWithoutScreens : stage;
-}
-
 } // namespace
 
 QImage Painting::PaintResource(const SResource& resource, const QSize& size)
@@ -207,9 +197,19 @@ QImage Painting::PaintMedium(const SProject& project, const CMediaNode& medium)
     return image;
 }
 
+QRect Painting::StageArea(const SShow& show)
+{
+    QRect stage;
+    for (const auto& screen : show.screens) {
+        if (screen->added)
+            stage = stage.united(screen->place);
+    }
+    return stage.isEmpty() ? kStageWithoutScreens : stage;
+}
+
 QImage Painting::PaintStage(const SShow& show, const SScene& scene)
 {
-    const QRect stage = StageOf(show);
+    const QRect stage = StageArea(show);
     QImage image(CappedSize(stage.size()), QImage::Format_RGB32);
     image.fill(show.effect.black ? Qt::black : HostModels::SoftwareSetting().LoadStageColor());
     if (show.effect.black)

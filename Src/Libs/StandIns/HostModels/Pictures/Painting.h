@@ -3,6 +3,7 @@
 #include "HostModels/Show/Show.h"
 
 #include <QImage>
+#include <QRect>
 #include <QSize>
 
 /// Renders the objects of a show as pictures. Any thread.
@@ -23,8 +24,9 @@ QImage PaintTypeCard(int type, const QSize& size);
 /// Paints a medium in its size on the stage, flipped if it is, but not rotated, with its alpha channel. Null if the
 /// medium has no size or no resource.
 QImage PaintMedium(const SProject& project, const CMediaNode& medium);
-/// Paints the stage: the rectangle that contains all added screens, or 1920 by 1080 pixels without screens. It shows
-/// the scene's media that are not hidden, with the show's luminance and black state. Never null.
+/// The rectangle that contains all added screens; without screens, 1920 by 1080 pixels.
+QRect StageArea(const SShow& show);
+/// Paints the stage area. It shows the scene's media that are not hidden, with the show's luminance and black state. Never null.
 QImage PaintStage(const SShow& show, const SScene& scene);
 
 } // namespace Painting

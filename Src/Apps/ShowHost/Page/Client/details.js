@@ -1,0 +1,143 @@
+import { html, sizeText, useState } from "./ui.js";
+import { live } from "./live.js";
+import { messageOf, plainRecord } from "./records.js";
+import { ASKERS, bestSchema, propertyOf, replySchemas, requestSchema, resolved } from "./schema.js";
+
+const SHOWN_CHARACTERS = 500;
+const SHOWN_ENTRIES = 200;
+const SHOWN_BYTES = 4096;
+/// How the base64 text of a picture begins.
+const PICTURES = { "/9j/": "image/jpeg", iVBORw0KGgo: "image/png", R0lGOD: "image/gif", UklGR: "image/webp" };
+
+function pictureType(text) {
+  const start = Object.keys(PICTURES).find((begin) => text.startsWith(begin));
+  return text.length > 100 ? PICTURES[start] : undefined;
+}
+
+function Text({ text }) {
+  const [all, setAll] = useState(false);
+  const type = pictureType(text);
+  if (type) return html`<img class="shown" src=${`data:${type};base64,${text}`} alt="" />`;
+  if (all || text.length <= SHOWN_CHARACTERS) return html`<span class="string">"${text}"</span>`;
+  return html`<span class="string">"${text.slice(0, SHOWN_CHARACTERS)}</span>…
+    <button type="button" onClick=${() => setAll(true)}>Show all ${sizeText(text.length)}</button>`;
+}
+
+/// A value as a tree. Its parts are in the document only while they are shown.
+function Tree({ name, value, schema, depth = 0 }) {
+  const [open, setOpen] = useState(depth < 2);
+  const [shown, setShown] = useState(SHOWN_ENTRIES);
+  const about = resolved(schema).description;
+  const label = html`${name !== undefined && html`<span class="key">${name}</span>: `}`;
+  const help = about && html`<span class="quiet about">${about}</span>`;
+  if (typeof value === "string") return html`<div>${label}<${Text} text=${value} /> ${help}</div>`;
+  if (value === null || typeof value !== "object") return html`<div>${label}<span class="value">${String(value)}</span> ${help}</div>`;
+  const isArray = Array.isArray(value);
+  const entries = Object.entries(value);
+  const part = (key) => (isArray ? resolved(schema).items : propertyOf(schema, key));
+  return html`<details open=${open} onToggle=${(event) => setOpen(event.target.open)}>
+    <summary>${label}${isArray ? `[${entries.length}]` : `{${entries.length}}`} ${help}</summary>
+    ${open && entries.slice(0, shown).map(([key, one]) =>
+      html`<${Tree} key=${key} name=${key} value=${one} schema=${part(key)} depth=${depth + 1} />`)}
+    ${open && entries.length > shown && html`<button type="button" onClick=${() => setShown(shown + SHOWN_ENTRIES)}>
+      Show more of ${entries.length}</button>`}</details>`;
+}
+
+function Bytes({ base64 }) {
+  const [all, setAll] = useState(false);
+  const type = pictureType(base64);
+  const text = atob(base64);
+  const length = all ? text.length : Math.min(text.length, SHOWN_BYTES);
+  const lines = [];
+  for (let start = 0; start < length; start += 16) {
+    const bytes = [...text.slice(start, Math.min(start + 16, length))];
+    const hex = bytes.map((byte) => byte.charCodeAt(0).toString(16).padStart(2, "0")).join(" ");
+    lines.push(`${start.toString(16).padStart(6, "0")}  ${hex.padEnd(48)} ${bytes.join("").replace(/[^ -~]/g, ".")}`);
+  }
+  return html`${type && html`<img class="shown" src=${`data:${type};base64,${base64}`} alt="The picture in the message" />`}
+    <pre>${lines.join("\n")}</pre>
+    ${length < text.length && html`<button type="button" onClick=${() => setAll(true)}>Show all ${sizeText(text.length)}</button>`}`;
+}
+
+/// The body of a message: as a tree beside the contract's descriptions, or as text.
+export function Body({ record }) {
+  const [form, setForm] = useState("Tree");
+  const { body, text, bytes } = record;
+  if (body === undefined) {
+    if (bytes !== undefined) return html`<${Bytes} base64=${bytes} />`;
+    return text === undefined ? html`<p class="quiet">No body.</p>` : html`<pre class="wrap">${text}</pre>`;
+  }
+  const asker = ASKERS[record.channel];
+  const message = messageOf(record.code);
+  const schema = record.from === "remote" ? requestSchema(message, asker) : bestSchema(replySchemas(message, asker), body);
+  const tab = (name) => html`<button type="button" aria-pressed=${form === name ? "true" : "false"}
+    onClick=${() => setForm(name)}>${name}</button>`;
+  return html`<div class="buttons tabs">${["Tree", "Pretty", "Raw"].map(tab)}</div>
+    ${form === "Tree"
+      ? html`<div class="tree mono"><${Tree} key=${record.position} value=${body} schema=${schema} /></div>`
+      : html`<pre class="wrap">${JSON.stringify(body, null, form === "Pretty" ? 2 : 0)}</pre>`}`;
+}
+
+const quoted = (text) => (/^[\w./:-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);
+
+/// The command of showremote that sends the request, or undefined if there is none.
+function commandOf({ channel, code, name, body, text, from, kind }) {
+  const command = { "app control": ["app"], "app bulk": ["app", "--bulk"], FP: ["fp"], "central control": ["central"],
+    cloud: ["cloud"] }[channel];
+  if (!command || from !== "remote" || kind !== "message" || (!name && !code)) return undefined;
+  const listens = live.remotes?.channels.find((one) => one.channel === "app control")?.address.replace(/:\d+$/, "");
+  if (listens && listens !== "127.0.0.1" && (channel.startsWith("app") || channel === "central control")) {
+    command.push("--host", listens === "0.0.0.0" ? location.hostname : listens);
+  }
+  if (name === "login") return ["showremote", ...command, "--user", body.username, name].map(quoted).join(" ");
+  const { cmd, ...rest } = body ?? {};
+  const isKeyword = channel === "cloud" || channel === "central control";
+  command.push(isKeyword ? cmd ?? text?.replaceAll('"', "") ?? name : name ?? code);
+  const keys = isKeyword ? rest : body ?? {};
+  if (Object.keys(keys).length) command.push(JSON.stringify(keys));
+  return ["showremote", ...command].map(quoted).join(" ");
+}
+
+function CopyButton({ text, children }) {
+  const [done, setDone] = useState(false);
+  const copy = async () => {
+    if (navigator.clipboard) {
+      await navigator.clipboard.writeText(text);
+    } else { // pages of other computers than this one have no clipboard
+      const area = Object.assign(document.createElement("textarea"), { value: text });
+      document.body.append(area);
+      area.select();
+      document.execCommand("copy");
+      area.remove();
+    }
+    setDone(true);
+    setTimeout(() => setDone(false), 1500);
+  };
+  return html`<button type="button" title=${text.slice(0, 200)} onClick=${copy}>${done ? "Copied" : children}</button>`;
+}
+
+export function Details({ record, time, onSelect, onClose }) {
+  const command = commandOf(record);
+  const { n, channel, connection, peer, from, kind, name, code, size, latency, note, id } = record;
+  const others = [record.request, ...(record.replies ?? [])].filter(Boolean);
+  const facts = {
+    Record: `${n}, ${time}`, Channel: `${channel}${connection ? `, connection ${connection}` : ""}`, Peer: peer, Note: note,
+    Size: size === undefined ? undefined : `${size} bytes`, Id: id,
+    Latency: latency === undefined ? undefined : `${(latency * 1000).toFixed(3)} ms`,
+  };
+  return html`<section class="details" aria-label="Details">
+    <div class="title"><h2>${kind === "message" ? `${name ?? "message"} ${from === "remote" ? "from the remote" : "from the host"}` : kind}</h2>
+      <button type="button" onClick=${onClose}>Close</button></div>
+    <dl>${Object.entries(facts).filter(([, value]) => value).map(([key, value]) => html`<dt>${key}</dt><dd>${value}</dd>`)}
+      ${name && html`<dt>Contract</dt><dd><a href=${`#Reference?name=${name}`}>${name}</a> (${code})</dd>`}</dl>
+    <div class="buttons">
+      ${others.map((other) => html`<button type="button" key=${other.n} onClick=${() => onSelect(other)}>
+        ${other === record.request ? "Show the request" : "Show the reply"}</button>`)}
+      <${CopyButton} text=${JSON.stringify(plainRecord(record))}>Copy as JSON<//>
+      ${command && html`<${CopyButton} text=${command}>Copy as command<//>`}
+      ${command && html`<a href=${`#Send?${new URLSearchParams({ channel, name: name ?? code,
+        text: record.text ?? JSON.stringify(record.body ?? {}) })}`}>Edit and send</a>`}
+    </div>
+    ${kind === "message" && html`<${Body} record=${record} />`}
+  </section>`;
+}

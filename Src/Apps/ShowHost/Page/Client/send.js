@@ -1,0 +1,106 @@
+import { Empty, html, useEffect, useMemo, useState } from "./ui.js";
+import { ask, live, useLive } from "./live.js";
+import { hostRecords } from "./records.js";
+import { Body } from "./details.js";
+import { ASKERS, requestSchema, resolved, typeText } from "./schema.js";
+
+const CHANNELS = ["app control", "app bulk", "central control"];
+const SHOWN_REQUESTS = 30;
+const peers = new Set(); // addresses under which the host has received this page's requests
+
+/// A control for one value of a request.
+function Field({ name, schema, required, value, onChange }) {
+  const { type, enum: values, description, minimum, maximum } = resolved(schema);
+  const isNumber = type === "integer" || type === "number";
+  const read = (text) => {
+    if (text === "") return undefined;
+    if (isNumber) return Number(text);
+    try {
+      return type === "string" ? text : JSON.parse(text);
+    } catch {
+      return text;
+    }
+  };
+  const set = (event) => onChange(read(event.target.value));
+  const shown = value === undefined ? "" : typeof value === "string" ? value : JSON.stringify(value);
+  const control = values || type === "boolean"
+    ? html`<select value=${shown} onChange=${set}><option value=""></option>
+        ${(values ?? [true, false]).map((one) => html`<option value=${typeof one === "string" ? one : JSON.stringify(one)}>
+          ${String(one)}</option>`)}</select>`
+    : html`<input type=${isNumber ? "number" : "text"} value=${shown} min=${minimum} max=${maximum} onInput=${set} />`;
+  return html`<label class="field"><span>${name}${required ? "" : html` <span class="quiet">(optional)</span>`}</span>
+    ${control}<span class="quiet">${description ?? typeText(schema)}</span></label>`;
+}
+
+/// A request and its replies.
+function Exchange({ request }) {
+  const { name, code, channel, body, text, replies = [] } = request;
+  return html`<section><h2>${name ?? code ?? text} <span class="quiet">on ${channel}</span></h2>
+    ${Object.keys(body ?? {}).length > 0 && html`<pre class="wrap">${JSON.stringify(body)}</pre>`}
+    ${replies.length
+      ? replies.map((reply) => html`<div class="reply" key=${reply.n}><p><strong class=${reply.refused ? "refused" : ""}>
+          ${reply.refused ? "Refused" : "Reply"}</strong> on ${reply.channel} after ${(reply.latency * 1000).toFixed(1)} ms</p>
+          <${Body} record=${reply} /></div>`)
+      : html`<p class="quiet">No reply yet.</p>`}</section>`;
+}
+
+export function Send({ query }) {
+  const { contract } = useLive();
+  const [channel, setChannel] = useState(query.get("channel") ?? CHANNELS[0]);
+  const [name, setName] = useState(query.get("name") ?? "host-name-and-version");
+  const [keyword, setKeyword] = useState("");
+  const [text, setText] = useState(query.get("text") ?? "{}"); // the body: the fields and the text show the same
+  const [error, setError] = useState("");
+  const asker = ASKERS[channel];
+  const messages = contract.messages.filter((message) => message[asker] && !(asker === "app-bulk" && !message["app-bulk"].replies));
+  const message = messages.find((one) => one.name === name) ?? messages[0];
+  const isCentral = asker === "central";
+  const keywords = message?.[asker]?.keywords ?? [];
+  const properties = resolved(requestSchema(message, asker)).properties ?? {};
+  const required = resolved(requestSchema(message, asker)).required ?? [];
+  const body = useMemo(() => {
+    try {
+      const read = JSON.parse(text);
+      return read && typeof read === "object" && !Array.isArray(read) ? read : undefined;
+    } catch {
+      return undefined;
+    }
+  }, [text]);
+  useEffect(() => {
+    if (isCentral && body?.cmd) setKeyword(body.cmd);
+  }, []);
+
+  const choose = (next) => { setName(next); setText("{}"); setKeyword(""); };
+  const change = (key) => (value) => setText(JSON.stringify({ ...body, [key]: value }));
+  const send = async (event) => {
+    event.preventDefault();
+    const { cmd, ...rest } = body ?? {};
+    const sent = isCentral && body ? JSON.stringify({ cmd: keyword || cmd || keywords[0], ...rest }) : text;
+    const answer = await ask({ do: "send", channel, code: message.code, text: sent });
+    setError(answer.error ?? "");
+    if (answer.peer) peers.add(answer.peer);
+  };
+  const sent = hostRecords.list.filter((record) => peers.has(record.peer) && record.from === "remote" && record.kind === "message")
+    .slice(-SHOWN_REQUESTS).reverse();
+
+  return html`<div class="send"><section><h2>Request</h2>
+    <form onSubmit=${send}>
+      <label class="field"><span>As</span><select value=${channel} onChange=${(event) => setChannel(event.target.value)}>
+        ${CHANNELS.map((one) => html`<option key=${one}>${one}</option>`)}</select></label>
+      <label class="field"><span>Request</span><select value=${message?.name} onChange=${(event) => choose(event.target.value)}>
+        ${messages.map((one) => html`<option key=${one.name} value=${one.name}>${one.code} ${one.name}</option>`)}</select>
+        <a href=${`#Reference?name=${message?.name}`}>Reference</a></label>
+      ${isCentral && html`<label class="field"><span>Keyword</span><select value=${keyword || keywords[0]}
+        onChange=${(event) => setKeyword(event.target.value)}>${keywords.map((one) => html`<option key=${one}>${one}</option>`)}</select></label>`}
+      ${body && Object.entries(properties).map(([key, schema]) => html`<${Field} key=${message.name + key} name=${key} schema=${schema}
+        required=${required.includes(key)} value=${body[key]} onChange=${change(key)} />`)}
+      <label class="field"><span>Body</span><textarea class="mono" rows="4" spellcheck="false" value=${text}
+        onInput=${(event) => setText(event.target.value)}></textarea>
+        <span class="quiet">${body ? "" : "This is not a JSON object. It is sent as it is."}</span></label>
+      <div class="buttons"><button class="main">Send</button></div>
+    </form>
+    ${error && html`<p class="problem" role="alert">${error}</p>`}</section>
+  <div class="history">${sent.length
+    ? sent.map((request) => html`<${Exchange} key=${request.n} request=${request} />`)
+    : html`<${Empty}>Requests that you send appear here with their replies.<//>`}</div></div>`;
+}

@@ -1,0 +1,257 @@
+#!/usr/bin/python3
+"""Tests the stage page in Chromium, and its server with hostile requests."""
+
+import json
+import shlex
+import socket
+import time
+import unittest
+import urllib.request
+
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+
+from Support import TIMEOUT, Folder, ShowHost, showremote, wait_until
+from zentravox import App
+
+HOST, PORT = "127.0.0.151", 25512
+PAGE = f"http://{HOST}:{PORT}/"
+UPGRADE = "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n"
+OPTIONS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-proxy-server", "--no-first-run",
+           "--disable-background-networking", "--disable-component-update", "--disable-sync"]
+
+
+def start_host(folder, *options):
+    return ShowHost(HOST, folder, "--page", f"{HOST}:{PORT}", *options)
+
+
+class ServerTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.enterClassContext(start_host(cls.enterClassContext(Folder()), "--quiet"))
+
+    def ask(self, target="/", fields="", method="GET", host=f"{HOST}:{PORT}"):
+        """Sends a request and returns the status, the head and the body of the reply."""
+        with socket.create_connection((HOST, PORT), TIMEOUT) as connection:
+            connection.sendall(f"{method} {target} HTTP/1.1\r\nHost: {host}\r\n{fields}\r\n".encode())
+            reply = b""
+            while b"\r\n\r\n" not in reply and (part := connection.recv(65536)):
+                reply += part
+            head, _, body = reply.partition(b"\r\n\r\n")
+            while b"101 " not in head[:13] and (part := connection.recv(65536)):
+                body += part
+        return int(head.split()[1]), head.decode(), body
+
+    def test_the_page_and_its_data_are_served_with_a_strict_policy(self):
+        for target, kind in (("/", "text/html"), ("/app.js", "text/javascript"), ("/stage.jpg", "image/jpeg"),
+                             ("/contract.json", "application/json"), ("/metrics", "text/plain")):
+            status, head, body = self.ask(target)
+            self.assertEqual(status, 200, target)
+            self.assertIn(f"Content-Type: {kind}", head)
+            self.assertIn("Content-Security-Policy: default-src 'none'; script-src 'self';", head)
+            self.assertIn("nosniff", head)
+            self.assertIn("Cache-Control: no-store", head)
+            self.assertEqual(len(body), int(head.lower().split("content-length: ")[1].split()[0]))
+        self.assertEqual(self.ask(method="HEAD")[2], b"")
+
+    def test_other_requests_are_refused(self):
+        origin = f"Origin: http://{HOST}:{PORT}\r\n"
+        self.assertEqual(self.ask("/live", UPGRADE + origin)[0], 101)
+        for expected, request in {
+            403: [dict(host="evil.example"), dict(host=f"evil.example:{PORT}"), dict(host="127.0.0.1:25512"),
+                  dict(target="/live", fields=UPGRADE), dict(target="/live", fields=UPGRADE + "Origin: http://evil.example\r\n"),
+                  dict(target="/live", fields=UPGRADE + "Origin: null\r\n")],
+            404: [dict(target="/../showhost"), dict(target="/etc/passwd"), dict(target="/%2e%2e/app.js"), dict(target="//app.js"),
+                  dict(target="/app.js?x"), dict(target="/scene.jpg?group=x&scene=y"), dict(target="http://evil.example/none")],
+            405: [dict(method=method) for method in ("POST", "PUT", "DELETE", "OPTIONS", "TRACE", "get")],
+            400: [dict(fields="Content-Length: 5\r\n"), dict(fields="Transfer-Encoding: chunked\r\n"), dict(fields="Host: again\r\n"),
+                  dict(fields=" folded\r\n"), dict(target="/ /"), dict(fields="no colon\r\n")],
+            426: [dict(target="/live")],
+            431: [dict(fields="X: " + "x" * 17000 + "\r\n")],
+        }.items():
+            for one in request:
+                self.assertEqual(self.ask(**one)[0], expected, one)
+
+    def test_connections_are_limited_and_freed_again(self):
+        idle = [socket.create_connection((HOST, PORT), TIMEOUT) for _ in range(32)]
+        time.sleep(0.2)
+        self.assertEqual(self.ask()[0], 503)
+        for connection in idle:
+            connection.close()
+        wait_until(lambda: self.ask()[0] == 200, "a connection becomes free")
+
+    def test_metrics_count_requests_and_refusals(self):
+        urllib.request.urlopen(PAGE + "metrics").close()  # with --quiet, counting starts here
+        showremote("app", "--host", HOST, "scene-play", '{"sceneCol": 99}')
+        with urllib.request.urlopen(PAGE + "metrics") as reply:
+            text = reply.read().decode()
+        self.assertIn('showhost_messages_total{channel="app control",name="scene-play"} 2', text)
+        self.assertIn('showhost_refused_requests_total{channel="app control",name="scene-play"} 1', text)
+        self.assertIn("showhost_request_seconds_count 1", text)
+
+    def test_a_port_in_use_is_reported_and_the_host_runs_without_the_page(self):
+        other = "127.0.0.152"
+        with Folder() as state, ShowHost(other, state, "--page", f"{HOST}:{PORT}") as host:
+            self.assertIn(f"showhost: no stage page at {HOST}:{PORT}: The bound address is already in use", host.lines)
+            self.assertEqual(showremote("app", "--host", other, "heartbeat").returncode, 0)
+
+
+class BrowserTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.state = cls.enterClassContext(Folder())
+        options = webdriver.ChromeOptions()
+        options.binary_location = "/usr/bin/chromium"
+        for option in OPTIONS:
+            options.add_argument(option)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        cls.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        cls.addClassCleanup(cls.driver.quit)
+        cls.driver.execute_cdp_cmd("Browser.grantPermissions", {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
+
+    def setUp(self):
+        self.host = self.enterContext(start_host(self.state))
+        self.driver.get("about:blank")
+        self.open("Stage")
+
+    def tearDown(self):
+        log = [entry["message"] for entry in self.driver.get_log("browser") if entry["level"] in ("SEVERE", "WARNING")]
+        self.assertEqual([line for line in log if "ERR_CONNECTION_REFUSED" not in line], [])
+
+    def open(self, view):
+        self.driver.get(PAGE + "#" + view)
+        self.wait_for("header .good")
+
+    def all(self, selector):
+        return self.driver.find_elements(By.CSS_SELECTOR, selector)
+
+    def wait_for(self, selector, text=""):
+        """Waits until an element that matches the selector contains the text, and returns it."""
+        def found():
+            return self.driver.execute_script(
+                "return [...document.querySelectorAll(arguments[0])].find(e => e.textContent.includes(arguments[1]))", selector, text)
+        wait_until(found, f"{selector} with {text!r}")
+        return found()
+
+    def click(self, selector, text=""):
+        self.wait_for(selector, text).click()
+
+    def remote(self, *arguments):
+        result = showremote(*arguments[:1], "--host", HOST, *arguments[1:])
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return result.stdout
+
+    def picture(self):
+        return self.driver.execute_script("const i = document.querySelector('.picture img'); return i && i.complete && i.src")
+
+    def test_the_stage_shows_and_makes_changes(self):
+        wait_until(self.picture, "the picture")
+        before = self.picture()
+        self.remote("app", "scene-play", '{"sceneGrpCol": 1, "sceneCol": 2}')
+        wait_until(lambda: self.picture() not in (None, False, before), "another picture")
+        self.wait_for(".state.good", "playing")
+        before = self.picture()
+        self.remote("central", "globalVolume", '{"param": 40}')
+        self.wait_for("output", "40 %")
+        self.click("button", "Mute")
+        self.wait_for("button[aria-pressed=true]", "Mute")
+        self.assertIn('"mute"', self.remote("central", "globalMuteState"))
+        self.host.wait_for_line(lambda line: "host: PC: mute (0x199): SUCCESS" in line, "the command with its source")
+        self.assertEqual(self.picture(), before, "volume and mute don't change the picture")
+
+    def test_a_click_on_a_scene_plays_it_in_both_of_two_pages(self):
+        self.driver.switch_to.new_window("tab")
+        self.open("Stage")
+        second, first = self.driver.current_window_handle, self.driver.window_handles[0]
+        self.driver.switch_to.window(first)
+        self.open("Scenes")
+        name = self.all("button.card:not([aria-current]) .name")[0].text
+        self.click("button.card", name)
+        self.wait_for("button.card[aria-current]", name)
+        self.assertIn(name, self.remote("central", "getPlayingChapter"))
+        self.driver.switch_to.window(second)
+        self.wait_for(".scene strong", name)
+        self.driver.close()
+        self.driver.switch_to.window(first)
+
+    def test_traffic_is_decoded_filtered_and_copied(self):
+        name = "<script>alert(1)</script> \"'&"
+        self.remote("app", "set-host-name", json.dumps({"name": name}))
+        with App(HOST) as app:
+            app.request("set-host-name", name="x" * 1_000_000)
+            resource = app.request("resource-list")["0"]["resourceId"]
+        self.remote("app", "scene-play", '{"sceneCol": 99}')
+        self.open("Traffic?name=set-host-name&text=script")
+        wait_until(lambda: len(self.all(".rows .row")) == 1, "the filter leaves one record")
+        self.click(".rows .row")
+        self.assertEqual(self.wait_for(".tree .string").text, f'"{name}"')
+        self.click("button", "Copy as command")
+        self.wait_for("button", "Copied")
+        command = shlex.split(self.driver.execute_async_script("navigator.clipboard.readText().then(arguments[0])"))
+        self.remote("app", "set-host-name", '{"name": "another"}')
+        self.assertEqual(showremote(*command[1:]).returncode, 0)
+        self.assertIn(json.dumps(name), self.remote("app", "host-name-and-version"))
+        self.click("button", "Show the reply")
+        self.wait_for(".details h2", "from the host")
+        self.open("Traffic?text=xxxxxxxx")
+        self.click(".rows .row", "set-host-name")
+        self.click("button", "Show all")
+        self.wait_for(".tree .string", "x" * 1_000_000)
+        self.open("Traffic?errors=true")
+        self.wait_for(".rows .row", "scene-play")
+        self.assertEqual({row.get_attribute("class") for row in self.all(".rows .row")}, {"row refused"})
+        self.remote("app", "resource-thumbnail", json.dumps({"resourceId": resource}))
+        self.open("Traffic?channel=app+bulk")
+        self.click(".rows .row", "resource-thumbnail")
+        wait_until(lambda: self.driver.execute_script("return document.querySelector('img.shown')?.naturalWidth"), "the picture")
+
+    def test_a_request_is_sent_and_answered(self):
+        self.open("Send?channel=central+control&name=volume")
+        self.wait_for("label.field", "param").find_element(By.TAG_NAME, "input").send_keys("33")
+        self.click("button.main", "Send")
+        self.wait_for(".reply", "SUCCESS")
+        self.open("Remotes")
+        self.wait_for("td", "central control")
+        self.open("Faults")
+        self.click("button.main", "Add rule")
+        self.wait_for("td.mono", "delay")
+        self.click("button", "Remove")
+        self.wait_for(".empty", "No rule is active")
+
+    def test_a_recording_of_100000_records_scrolls_smoothly(self):
+        header = {"recording": 1, "contract": "1.0.0", "program": "showhost 0.1.0", "started": "2024-05-01T18:00:00.000Z"}
+        lines = [json.dumps(header)] + [json.dumps(
+            {"n": n, "t": n / 1000, "channel": "app control", "connection": 1, "peer": "127.0.0.1:5000", "from": "remote",
+             "kind": "message", "code": "0x105", "name": "volume", "size": 25, "body": {"param": n}}) for n in range(1, 100_001)]
+        file = self.state / "long.jsonl"
+        file.write_text("\n".join(lines) + "\n")
+        self.open("Traffic")
+        self.all("input[type=file]")[0].send_keys(str(file))
+        self.wait_for(".rows .row[id=record-99999]")
+        longest, frames, rows = self.driver.execute_async_script("""
+            const done = arguments[0], list = document.querySelector('.rows'), tasks = [0];
+            new PerformanceObserver((all) => tasks.push(...all.getEntries().map((e) => e.duration))).observe({type: 'longtask'});
+            let frames = 0;
+            const step = () => {
+                list.scrollTop = (frames * 7919 * 26) % (list.scrollHeight - 2000);
+                if (++frames < 200) requestAnimationFrame(step);
+                else done([Math.max(...tasks), frames, document.querySelectorAll('.rows .row').length]);
+            };
+            requestAnimationFrame(step);""")
+        self.assertEqual(frames, 200)
+        self.assertLess(longest, 200)
+        self.assertLess(rows, 200)
+
+    def test_the_page_connects_again_when_the_host_has_restarted(self):
+        self.driver.find_element(By.LINK_TEXT, "Traffic").click()
+        self.host.__exit__(None)
+        self.wait_for("header .bad", "not connected")
+        self.host = self.enterContext(start_host(self.state))
+        self.wait_for("header .good", "connected")
+        self.remote("app", "heartbeat")
+        self.wait_for(".rows .row", "heartbeat")
+
+
+if __name__ == "__main__":
+    unittest.main()
