@@ -121,6 +121,27 @@ TEST_F(AppChannelsTest, AnEventGoesToAllConnectionsOfItsChannelAndAnAddressedPac
     }
 }
 
+TEST_F(AppChannelsTest, AnAppThatConnectsAgainIsPairedAfterItsOldConnectionsHaveClosed)
+{
+    auto oldControl = std::make_unique<CTcpPeer>(kAddress, AppServer::kControlPort);
+    m_notes.WaitFor(1);
+    auto oldBulk = std::make_unique<CTcpPeer>(kAddress, AppServer::kBulkPort);
+    m_notes.WaitFor(2);
+    oldControl.reset();
+    m_notes.WaitFor(3);
+    CTcpPeer control{kAddress, AppServer::kControlPort}; // is paired with the old bulk connection
+    m_notes.WaitFor(4);
+    CTcpPeer bulk{kAddress, AppServer::kBulkPort};
+    m_notes.WaitFor(5);
+    oldBulk.reset();
+    m_notes.WaitFor(6);
+
+    control.Send(kAskBoth);
+
+    EXPECT_THAT(control.Receive(), Optional(kAnswer));
+    EXPECT_THAT(bulk.Receive(), Optional(kAnswer));
+}
+
 TEST_F(AppChannelsTest, DisconnectingAnAppClosesBothConnectionsAndNotifiesEachCloseOnce)
 {
     const auto gone = Connect();
