@@ -57,7 +57,11 @@ private:
                 Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
             },
             [this](const CEnvelopeConnection::Ptr& connection) {
-                Deliver({{}, 1, connection->RemoteIp(), connection->RemotePort(), 0});
+                Comm::ResponsePackage notice;
+                notice.closed = 1;
+                notice.remoteIp = connection->RemoteIp();
+                notice.remotePort = connection->RemotePort();
+                Deliver(std::move(notice));
             },
         };
     }

@@ -11,7 +11,7 @@ const ACTIONS = {
 const WHEN = { always: "always", first: "for the first N requests", every: "for every Nth request", probability: "with a probability" };
 
 /// Has the host do something, and shows its refusal.
-async function tell(question) {
+async function submit(question) {
   const { error } = await ask(question);
   live.problem = error ?? "";
   changed();
@@ -46,7 +46,7 @@ function FaultForm() {
   const add = (event) => {
     event.preventDefault();
     try {
-      tell({ do: "add fault", rule: ruleOf(form) });
+      submit({ do: "add fault", rule: ruleOf(form) });
     } catch (error) {
       live.problem = `The body is not JSON: ${error.message}`;
       changed();
@@ -70,7 +70,7 @@ function Rules({ faults }) {
   if (!faults.length) return html`<${Empty}>No rule is active: the host answers as usual.<//>`;
   return html`<table><tbody>${faults.map(({ number, rule }) => html`<tr key=${number}><td>${number}</td>
     <td class="mono">${rule}</td><td><button type="button" aria-label=${`Remove rule ${number}`}
-      onClick=${() => tell({ do: "remove fault", number })}>Remove</button></td></tr>`)}</tbody></table>`;
+      onClick=${() => submit({ do: "remove fault", number })}>Remove</button></td></tr>`)}</tbody></table>`;
 }
 
 function Notices() {
@@ -79,7 +79,7 @@ function Notices() {
   const [id, setId] = useState("");
   const resource = id || resources[0]?.id;
   const notify = (text, ...words) => html`<button type="button" disabled=${words.length > 1 && !resource}
-    onClick=${() => tell({ do: "notify", arguments: words.join(" ") })}>${text}</button>`;
+    onClick=${() => submit({ do: "notify", arguments: words.join(" ") })}>${text}</button>`;
   return html`<p class="quiet">Notify the apps as if it had happened. The show does not change.</p>
     <div class="buttons">${notify("Scene changed", "scene-changed")} ${notify("App displaced", "app-displaced")}</div>
     <label class="field"><span>Resource</span><select value=${resource} onChange=${(event) => setId(event.target.value)}>
