@@ -84,6 +84,7 @@ protected:
 
     ~HeartBeatTest() override
     {
+        RecordingChannels::OnCall({}); // the objects that the test's hook uses no longer exist
         if (m_controller)
             m_controller->Stop();
         if (m_loop.joinable())
