@@ -263,7 +263,7 @@ class Session:
         return [*received, *(("app-bulk", *message) for message in bulk)]
 
     def _exchange_bulk(self, app: App, code: int, payload: bytes) -> list[Reply]:
-        """The heartbeat is the only request on the bulk channel, so there is no other one that could be the fence."""
+        """The heartbeat is the only request on the bulk channel, so no other request can serve as the fence."""
         app.bulk.send_bytes(code, payload)
         received = [app.bulk.take(lambda _: True, "a reply")]
         time.sleep(DUPLICATE_TIME)
