@@ -262,7 +262,6 @@ private:
     std::map<int, SSession> m_sessions; ///< of the child, by the child's numbers
     UploadEndCallback m_uploadEnd;
     StateCallback m_state;
-    CChildProcess m_process{this};
     QTimer m_restart{this};
     QTimer m_startLimit{this};
     std::chrono::milliseconds m_pause = kShortestPause;
@@ -272,6 +271,7 @@ private:
     bool m_stopping = false;
     std::mutex m_mutex;
     std::deque<std::function<void()>> m_calls;
+    CChildProcess m_process{this}; ///< the last member: if the child is still running, its destructor calls OnEnded
 };
 
 CFtpUploadServer::CFtpUploadServer(SOptions options, UploadEndCallback uploadEnd, StateCallback state)
