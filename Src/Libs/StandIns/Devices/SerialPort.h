@@ -88,6 +88,7 @@ private:
     std::atomic<std::size_t> m_queuedBytes{0};
     std::atomic<bool> m_refuses{false}; ///< a command was dropped: the queue was full; reset when it is empty
     std::atomic<bool> m_closed{true};
+    std::atomic<std::uint64_t> m_connection{0}; ///< number of the current opening in traffic records
 
     asio::io_context m_context;
     asio::executor_work_guard<asio::io_context::executor_type> m_workGuard;
@@ -97,8 +98,7 @@ private:
     std::deque<SCommand> m_queue;
     std::size_t m_dropped = 0; ///< commands that waited too long and are not logged yet
     std::vector<char> m_received;
-    std::string m_lastFailure;      ///< logged once, not at each attempt
-    std::uint64_t m_connection = 0; ///< number of the current opening in traffic records
+    std::string m_lastFailure; ///< logged once, not at each attempt
     bool m_writing = false;
     std::chrono::steady_clock::time_point m_writingSince;
     bool m_waitsForEarlierPort = false; ///< opening waits for an earlier port with the same name to close
