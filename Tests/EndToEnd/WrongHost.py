@@ -107,7 +107,8 @@ class WrongHost(Closing):
         def answer(peer, source):
             with contextlib.suppress(OSError):
                 while True:
-                    for data in self.fault.datagram(port, peer.recv(MAX_DATAGRAM)):
+                    received = peer.recv(MAX_DATAGRAM)  # the fault may change while this waits
+                    for data in self.fault.datagram(port, received):
                         server.sendto(data, source)
 
         def receive():
