@@ -151,7 +151,7 @@ class FaultsTest(unittest.TestCase):
     def test_a_rule_applies_to_the_requests_that_it_names(self):
         rule = {"channel": "app control", "action": "reply", "body": MADE_UP}
         for more, affected in (({"request": "host-name-and-version"}, 0), ({"request": "heartbeat", "every": 3}, 2),
-                               ({"request": "0x001", "first": 2}, 2), ({"peer": "127.0.0.141"}, 0), ({"peer": "127.0.0.1"}, 6),
+                               ({"request": "0x001", "first": 2}, 2), ({"peer": "127.0.0.145"}, 0), ({"peer": "127.0.0.1"}, 6),
                                ({"probability": 0.5, "seed": 3}, None)):
             counts = []
             for _ in range(2):

@@ -15,7 +15,7 @@ from selenium.webdriver.common.by import By
 from Support import TIMEOUT, Folder, ShowHost, showremote, wait_until
 from zentravox import App
 
-HOST, PORT = "127.0.0.151", 25512
+HOST, PORT = "127.0.0.161", 25512
 PAGE = f"http://{HOST}:{PORT}/"
 UPGRADE = "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n"
 OPTIONS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-proxy-server", "--no-first-run",
@@ -91,7 +91,7 @@ class ServerTest(unittest.TestCase):
         self.assertIn("showhost_request_seconds_count 1", text)
 
     def test_a_port_in_use_is_reported_and_the_host_runs_without_the_page(self):
-        other = "127.0.0.152"
+        other = "127.0.0.162"
         with Folder() as state, ShowHost(other, state, "--page", f"{HOST}:{PORT}") as host:
             self.assertIn(f"showhost: no stage page at {HOST}:{PORT}: The bound address is already in use", host.lines)
             self.assertEqual(showremote("app", "--host", other, "heartbeat").returncode, 0)
