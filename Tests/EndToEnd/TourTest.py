@@ -47,8 +47,8 @@ class ShowRemoteTest(unittest.TestCase):
 
                 self.assertEqual(result.returncode, 0)
                 lines = result.stdout.split("\n", 3)
-                self.assertEqual(lines[:3], [f"control channel open: {SHARED}:{CONTROL_PORT}",
-                                             f"bulk channel open: {SHARED}:{BULK_PORT}",
+                self.assertEqual(lines[:3], [f"bulk channel open: {SHARED}:{BULK_PORT}",
+                                             f"control channel open: {SHARED}:{CONTROL_PORT}",
                                              f"<- heartbeat (0x10000001) on {channel}"])
                 self.assertEqual(json.loads(lines[3]), {"result": 1})
         result = showremote("app", "--host", SHARED, "--count", 3, "heartbeat")
@@ -118,7 +118,7 @@ class ShowRemoteFailuresTest(unittest.TestCase):
                 self.assertIn(text, result.stderr)
 
     def test_a_refused_connection_is_reported_at_once(self):
-        commands = {("discover",): 25505, ("app", "heartbeat"): CONTROL_PORT, ("upload", __file__): FTP_PORT}
+        commands = {("discover",): 25505, ("app", "heartbeat"): BULK_PORT, ("upload", __file__): FTP_PORT}
         for arguments, port in commands.items():
             with self.subTest(arguments=arguments):
                 result = showremote(*arguments, "--host", NO_HOST)

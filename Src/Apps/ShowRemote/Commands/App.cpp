@@ -85,7 +85,8 @@ void RefuseRequestOptions(const CCommandLine& line)
 
 void ConnectBoth(CEnvelopePeer& peer, const QString& host, std::chrono::milliseconds timeout)
 {
-    for (const Channel channel : {Channel::Control, Channel::Bulk}) {
+    // In this order the host has accepted the bulk connection when a request arrives whose reply is sent on it.
+    for (const Channel channel : {Channel::Bulk, Channel::Control}) {
         const std::uint16_t port = peer.Connect(channel, host, CEnvelopePeer::Clock::now() + timeout);
         Output::PrintLine(QStringLiteral("%1 channel open: %2").arg(NameOf(channel), AddressText(host, port)));
     }
