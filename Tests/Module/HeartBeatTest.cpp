@@ -28,10 +28,10 @@ public:
         EXPECT_EQ(time, std::chrono::seconds(1));
         std::unique_lock lock(m_mutex);
         ++m_checks;
+        m_isWaiting = true;
         m_changed.notify_all();
-        m_changed.wait(lock, [&] { return runsFreely || m_ticks > 0 || over(); });
-        if (m_ticks > 0)
-            --m_ticks;
+        m_changed.wait(lock, [&] { return runsFreely || m_hasTick || over(); });
+        m_isWaiting = m_hasTick = false;
     }
 
     void Wake() override
@@ -48,8 +48,7 @@ public:
         std::unique_lock lock(m_mutex);
         while (m_checks < count) {
             const int before = m_checks;
-            if (before > 0)
-                ++m_ticks;
+            m_hasTick = m_isWaiting;
             m_changed.notify_all();
             ASSERT_TRUE(m_changed.wait_for(lock, kTimeout, [&] { return m_checks > before; }));
         }
@@ -62,7 +61,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     int m_checks = 0;
-    int m_ticks = 0;
+    bool m_isWaiting = false;
+    bool m_hasTick = false; ///< the second is over for which the loop waits
 };
 
 /// Tests the loop that supervises an app that is logged in and has just sent a heartbeat.
@@ -190,6 +190,8 @@ TEST_F(HeartBeatTest, TheAddressOfASilentAppIsThatOfOneLogin)
         const char letter = turn % 2 == 0 ? 'a' : 'b';
         LogIn({std::string(40, letter), static_cast<std::uint16_t>(letter)});
     }
+    m_controller->Stop();
+    m_loop.join();
 
     EXPECT_EQ(mixed, 0);
 }
