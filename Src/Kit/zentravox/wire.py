@@ -5,6 +5,7 @@ Numbers are big-endian. Times are in seconds, sizes in bytes.
 
 from __future__ import annotations
 
+import contextlib
 import json
 import select
 import socket
@@ -301,6 +302,12 @@ class EnvelopeChannel(Closing):
             self.take(lambda _: False, "the end of the connection", timeout)
         except Closed:
             pass
+
+    def finish(self, timeout: float | None = None) -> None:
+        """Ends sending and waits until the peer has handled everything and closed the connection. Raises TimeoutError."""
+        with contextlib.suppress(OSError):
+            self.socket.shutdown(socket.SHUT_WR)
+        self.wait_for_end(timeout)
 
     def close(self) -> None:
         try:

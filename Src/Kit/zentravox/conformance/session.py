@@ -24,7 +24,7 @@ from .rule import Failure
 HOST_NAME, OPERATION_LOG, LOGS = 0x005, 4, 0x017
 MAX_TRAFFIC = 30
 # Seconds.
-ACCEPT_PERIOD, DUPLICATE_TIME = 0.05, 0.1
+ACCEPT_PERIOD, DUPLICATE_TIME, CLOSE_TIME = 0.05, 0.1, 1.0
 Reply = tuple[str, int | None, bytes]
 
 
@@ -159,7 +159,19 @@ class Session:
         source = self.target.second_source if second else self.target.source
         if second and not source:
             raise NotTried("no second address; use --second-source")
-        return self._rule.enter_context(self._open(source))
+        app = self._rule.enter_context(self._open(source))
+        self._finish_after_rule(app.bulk)
+        self._finish_after_rule(app.control)
+        return app
+
+    def _finish_after_rule(self, channel: EnvelopeChannel) -> None:
+        """Waits for the host before closing: it ends the login of the channel's address, which may be the next rule's."""
+
+        def finish() -> None:
+            with contextlib.suppress(TimeoutError, ProtocolError):
+                channel.finish(CLOSE_TIME)
+
+        self._rule.callback(finish)
 
     def listener(self) -> App:
         """Opens an app that receives notices: the host has accepted its connection."""
@@ -183,7 +195,9 @@ class Session:
         channel = EnvelopeChannel.connect(self.target.host, port, self.target.source, self.target.timeout,
                                           f"port {port}")
         channel.trace = self.trace
-        return self._rule.enter_context(channel)
+        self._rule.enter_context(channel)
+        self._finish_after_rule(channel)
+        return channel
 
     def datagrams(self, port: int) -> DatagramPeer:
         peer = self._rule.enter_context(DatagramPeer(self.target.host, port, self.target.timeout))
