@@ -8,6 +8,9 @@
 
 #include <array>
 #include <atomic>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <vector>
 
 namespace {
@@ -37,6 +40,14 @@ private:
     const asio::ip::udp::endpoint m_host{asio::ip::make_address("127.0.0.11"), kPort};
     asio::ip::udp::socket m_socket{m_context, asio::ip::udp::v4()};
 };
+
+/// Returns whether the system's receive buffer of the host's socket is empty.
+bool IsAllReceived()
+{
+    std::ifstream file("/proc/net/udp");
+    const std::string sockets((std::istreambuf_iterator<char>(file)), {});
+    return sockets.find("0B00007F:63F7 00000000:0000 07 00000000:00000000") != std::string::npos;
+}
 
 } // namespace
 
@@ -83,7 +94,7 @@ TEST(UdpSocketTest, TheQueuedDatagramsOfAllPeersHaveACommonLimit)
     for (int round = 0; round < 17 && !isLimited; ++round) {
         for (CDatagramPeer& peer : peers) {
             peer.Send(datagram);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the system's receive buffer is small
+            ASSERT_TRUE(WaitUntil(IsAllReceived)); // that buffer is small
         }
         isLimited = log.Has("datagrams dropped");
     }
