@@ -4,6 +4,7 @@
 #include "Interfaces/GlobalModel.h"
 #include "Interfaces/ResultModel.h"
 
+#include <QFontDatabase>
 #include <QHostInfo>
 
 #include <gtest/gtest.h>
@@ -113,6 +114,14 @@ QList<QHostAddress> Addresses() __asm__("__wrap__ZN17QNetworkInterface12allAddre
 QList<QHostAddress> Addresses()
 {
     return Doubles().addresses;
+}
+
+QStringList
+FontFamilies(const QFontDatabase*,
+             QFontDatabase::WritingSystem) __asm__("__wrap__ZNK13QFontDatabase8familiesENS_13WritingSystemE");
+QStringList FontFamilies(const QFontDatabase*, QFontDatabase::WritingSystem)
+{
+    return {"Example Serif", "例示"};
 }
 
 std::shared_ptr<CltLog::CLogger> OperationLogger() __asm__("__wrap__ZN6CltLog18GetOperationLoggerEv");
