@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 struct SHeartBeatTestAccess {
@@ -30,7 +31,9 @@ public:
         ++m_checks;
         m_isWaiting = true;
         m_changed.notify_all();
-        m_changed.wait(lock, [&] { return runsFreely || m_hasTick || over(); });
+        // In a test where no time passes, the loop must be woken.
+        if (!m_changed.wait_for(lock, kTimeout, [&] { return runsFreely || m_hasTick || over(); }))
+            throw std::runtime_error("not woken");
         m_isWaiting = m_hasTick = false;
     }
 
@@ -79,7 +82,7 @@ protected:
         LogIn(m_app);
         SendHeartBeat();
         RecordingChannels::ForgetCalls();
-        m_loop = std::thread(RecordingChannels::Callbacks().timer);
+        StartLoop();
     }
 
     ~HeartBeatTest() override
@@ -89,6 +92,11 @@ protected:
             m_controller->Stop();
         if (m_loop.joinable())
             m_loop.join();
+    }
+
+    void StartLoop()
+    {
+        m_loop = std::thread([check = RecordingChannels::Callbacks().timer] { EXPECT_NO_THROW(check()); });
     }
 
     void SendHeartBeat() { RecordingChannels::Callbacks().appTcp(AppPacket(Command::Heartbeat, {}, m_app)); }
@@ -143,7 +151,7 @@ TEST_F(HeartBeatTest, TheTimeoutStartsAgainWhenTheAppServerIsSwitchedOffAndOn)
     const auto channels = RecordingChannels::Callbacks();
     channels.connected(m_app.ip, m_app.port);
 
-    m_loop = std::thread(channels.timer);
+    StartLoop();
     m_pause->LetChecksPass(5 + 5);
     EXPECT_EQ(Disconnects(), 0);
     m_pause->LetChecksPass(5 + 6);
@@ -162,14 +170,14 @@ TEST_F(HeartBeatTest, AnAppIsSupervisedFromItsLogin)
     m_loop.join();
 
     channels.connected(m_app.ip, m_app.port);
-    m_loop = std::thread(channels.timer);
+    StartLoop();
     m_pause->LetChecksPass(1 + 8);
     EXPECT_EQ(Disconnects(), 0) << "no app is logged in";
     // A second connection closes after the connection of the login was opened.
     channels.appTcp(CloseNotice(m_app));
     m_loop.join();
     LogIn(m_app);
-    m_loop = std::thread(channels.timer);
+    StartLoop();
 
     m_pause->LetChecksPass(1 + 8 + 6);
     EXPECT_EQ(Disconnects(), 1);
@@ -196,7 +204,7 @@ TEST_F(HeartBeatTest, TheAddressOfASilentAppIsThatOfOneLogin)
     EXPECT_EQ(mixed, 0);
 }
 
-// In these tests no time passes: the loop ends only if it is woken, otherwise the test hangs.
+// In these tests no time passes: the loop ends only if it is woken.
 
 TEST_F(HeartBeatTest, TheLoopEndsWhenTheAppDisconnects)
 {
