@@ -9,6 +9,7 @@
 #include "ShowHost/HostLog.h"
 
 #include <QDir>
+#include <QFile>
 #include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -38,8 +39,15 @@ std::string Printed(Use use)
     {
         CHostLog log;
         use(log);
+        // When it is destroyed, the log waits 200 ms for its output, which may not be sufficient on a busy machine.
+        log.PrintAnswer("end");
+        EXPECT_TRUE(WaitUntil([] {
+            QFile printed("/proc/self/fd/1");
+            return printed.open(QIODevice::ReadOnly) && printed.readAll().endsWith("end\n");
+        }));
     }
     QString text = QString::fromStdString(testing::internal::GetCapturedStdout());
+    text.chop(4);
     static const QRegularExpression time("^\\d\\d:\\d\\d:\\d\\d\\.\\d{3} ", QRegularExpression::MultilineOption);
     return text.replace(time, "TIME ").toStdString();
 }
