@@ -112,6 +112,24 @@ TEST(ModelsTest, AProjectsPathIsBesideTheShowFile)
     EXPECT_EQ(projects[1].path, "/shows/Project 2.zxc");
 }
 
+TEST(ModelsTest, EveryModelExportsItsPartOfTheOpenProject)
+{
+    const SResource film = MakeResource(5, ResourceType::Video);
+    const CMediaNode medium = MakeMedium(11, film);
+    const SSceneGroup group = MakeGroup(2, {MakeScene(3, {medium})});
+    LoadShow({MakeProject(1, {group}, {film}), MakeProject(4)}, {MakeScreen(8)});
+    HostModels::Show().Change([](SShow& show) { show.playback.leftVolume = 0.25F; });
+
+    EXPECT_EQ(CResourceModel::GetInstance()->SaveResourceModel(false, false),
+              (QJsonObject{{"resources", QJsonArray{ToJson(film)}}}));
+    EXPECT_EQ(CScreenModel::GetInstance()->SaveData(), (QJsonObject{{"screens", QJsonArray{ToJson(MakeScreen(8))}}}));
+    EXPECT_EQ(CSceneMgrModel::GetInstance()->SaveSceneMgrModel({}),
+              (QJsonObject{{"groups", QJsonArray{ToJson(group)}}, {"mainGroup", IdText(0)}}));
+    QJsonObject stage = Json(R"({"scene": "#3", "state": 1, "leftVolume": 0.25, "rightVolume": 1})");
+    stage["media"] = QJsonArray{ToJson(medium)};
+    EXPECT_EQ(GetPlayController()->SaveStageData(), stage);
+}
+
 TEST(ModelsTest, EditingAnObjectPreservesItsOtherProperties)
 {
     SMediaProperties properties;

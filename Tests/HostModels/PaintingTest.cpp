@@ -113,17 +113,6 @@ TEST_F(PaintingTest, ARotatedMediumIsPaintedAtItsCorners)
     }
 }
 
-TEST_F(PaintingTest, AQuarterTurnIsCounterclockwise)
-{
-    SLayoutProperty layout = At({100, 50}, {200, 100});
-    layout.rotation = 90;
-    Add(Resource(ResourceType::Picture, FourColours()), layout);
-
-    // The top left corner is then at 150, 200, the position that the module sends to apps.
-    EXPECT_EQ(CornerColours(Stage().copy(150, 0, 100, 200)),
-              (std::vector<QColor>{Qt::green, Qt::blue, Qt::yellow, Qt::red}));
-}
-
 TEST_F(PaintingTest, FlipsArePaintedOnTheMediumAndOnTheStage)
 {
     SLayoutProperty layout = At({0, 0}, {400, 300});

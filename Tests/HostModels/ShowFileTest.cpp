@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <set>
+#include <tuple>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -40,7 +41,7 @@ const QByteArray kShow = R"({
         ]}]
     }],
     "screens": [{"id": "00000000-0000-4000-8000-000000000061", "name": "Wall"}],
-    "effect": {"volume": 0.5},
+    "effect": {"mute": true, "blue": 0.25, "red": 0.5, "green": 0.75, "hue": 1},
     "playback": {"scene": "00000000-0000-4000-8000-000000000031", "state": "playing"}
 })";
 
@@ -170,7 +171,7 @@ TEST_F(ShowFileTest, AnErrorIsReportedWithPositionAndReason)
     }
 }
 
-TEST_F(ShowFileTest, OmittedKeysAreTakenFromTheResource)
+TEST_F(ShowFileTest, OmittedKeysAreTakenFromTheResourceAndTheEffectIsRead)
 {
     const SShow show = ReadShowFile(Write(kShow)).show;
 
@@ -180,6 +181,9 @@ TEST_F(ShowFileTest, OmittedKeysAreTakenFromTheResource)
     EXPECT_EQ(medium.GetLayoutProperty()->size, QSize(1920, 100));
     EXPECT_EQ(medium.GetTimingProperty()->totalTime, 9000);
     EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 - 50, 50 + 960));
+    const SEffect& effect = show.effect;
+    EXPECT_EQ(std::tie(effect.black, effect.mute, effect.blue, effect.red, effect.green, effect.hue),
+              std::make_tuple(false, true, 0.25F, 0.5F, 0.75F, 1.0F));
 }
 
 TEST_F(ShowFileTest, TheDemoShowHasMediaOfEveryTypeAndTheFilesItNames)
