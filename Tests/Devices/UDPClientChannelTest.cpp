@@ -49,6 +49,7 @@ TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirDevices)
     EXPECT_TRUE(second->SendTo("from anywhere", kDeviceIp, curtain.localPort()));
     second.reset();
     EXPECT_TRUE(first.SendTo(std::string(60000, 'x'), kDeviceIp, curtain.localPort()));
+    EXPECT_TRUE(first.SendTo("to all devices", "127.255.255.255", curtain.localPort()));
 
     EXPECT_EQ(lights.Receive(), "PWR ON from 127.0.0.73:25168");
     EXPECT_EQ(curtain.Receive(), std::string("a\0b", 3) + " from 127.0.0.73:25168");
