@@ -35,13 +35,17 @@ else()
     endif()
 endif()
 
+# Until version 1.0 each minor version may change the interface.
+set_target_properties(${libraries} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
 if(tools)
     install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
 endif()
 install(TARGETS ${libraries} Interfaces
     EXPORT ZentravoxExternalController
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
-    LIBRARY DESTINATION ${library_folder} COMPONENT Runtime
+    LIBRARY DESTINATION ${library_folder} COMPONENT Runtime NAMELINK_COMPONENT Development
     ARCHIVE DESTINATION ${library_folder} COMPONENT Development
     INCLUDES DESTINATION ${header_folder})
 install(FILES README.md DESTINATION ${document_folder} COMPONENT Runtime)
@@ -80,7 +84,9 @@ if(tools AND NOT WIN32)
     # Where Debian's Python looks for packages.
     set(python_folder lib/python3/dist-packages)
     install(DIRECTORY Src/Kit/zentravox DESTINATION ${python_folder} COMPONENT Kit PATTERN __pycache__ EXCLUDE)
-    install(FILES Src/Contract/Contract.json DESTINATION ${python_folder}/zentravox COMPONENT Kit)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/Version.txt CONTENT "@PROJECT_VERSION@\n" @ONLY)
+    install(FILES Src/Contract/Contract.json ${PROJECT_BINARY_DIR}/Version.txt
+        DESTINATION ${python_folder}/zentravox COMPONENT Kit)
     install(PROGRAMS Src/Kit/zentravox-kit DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Kit)
 endif()
 

@@ -18,6 +18,7 @@ from zentravox import App, CentralControl, CloudService, Contract, FpController,
 from zentravox.app import HEARTBEAT, LOGIN
 from zentravox.contract import ASKERS
 from zentravox.notation import section, shape_section
+from zentravox.version import VERSION
 from zentravox.wire import CLOUD_PORT, REPLY, hexadecimal, picture_size, read_id_form
 
 ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
@@ -330,9 +331,11 @@ class ProtocolTest(unittest.TestCase):
     def test_a_changed_contract_has_a_new_version(self):
         self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
                          "the contract has changed: raise \"version\" and add it to \"released\" with the second digest")
-        printed = subprocess.run([os.environ["SHOWHOST"], "--version"], capture_output=True, encoding="utf-8",
-                                 env=environment(), check=True).stdout
-        self.assertRegex(printed, rf"^showhost \d+\.\d+\.\d+ \(contract {re.escape(self.contract.text['version'])}\)\n$")
+
+    def test_every_program_shows_the_same_versions(self):
+        for program in (os.environ["SHOWHOST"], os.environ["SHOWREMOTE"], SOURCE_FOLDER / "Src" / "Kit" / "zentravox-kit"):
+            printed = subprocess.run([program, "--version"], capture_output=True, encoding="utf-8", env=environment(), check=True).stdout
+            self.assertEqual(printed, f"{os.path.basename(program)} {VERSION} (contract {self.contract.version})\n")
 
 
 def update():

@@ -15,6 +15,7 @@ from ..cloud_service import CloudService
 from ..contract import shipped
 from ..fp_controller import FpController
 from ..recording import CHANNELS, RecordingError
+from ..version import VERSION
 from . import report
 from .recording_rules import RECORDING_RULES, check_recording
 from .rule import Outcome, Result, Rule
@@ -32,7 +33,7 @@ class UsageError(Exception):
 
 def parser() -> argparse.ArgumentParser:
     top = argparse.ArgumentParser(prog="zentravox-kit", description="Checks hosts and remotes against the protocol.")
-    top.add_argument("--version", action="version", version=f"zentravox-kit (contract {shipped().version})")
+    top.add_argument("--version", action="version", version=f"zentravox-kit {VERSION} (contract {shipped().version})")
     commands = top.add_subparsers(dest="command", required=True, metavar="COMMAND")
     check = commands.add_parser("check", help="check a running host, or a remote by a recording of its traffic",
                                 epilog="Exit code: 0 all rules marked must hold, 1 at least one fails, 2 nothing was checked.")
