@@ -1,5 +1,6 @@
-# Rules of `cmake --install`. The component Runtime contains the tools with their libraries, the demo show and the documents.
-# The component Development contains what a host needs to build with the module. The installed tree is relocatable.
+# Rules of `cmake --install`. The component Runtime contains the tools with their libraries, the demo show and the documents;
+# Kit contains the Python package. Development contains what a host needs to build with the module. The installed tree is
+# relocatable.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -68,8 +69,6 @@ if(NOT ZENTRAVOX_HOST_SDK)
     install(FILES Src/Libs/StandIns/AppServer/FtpUploadServer.py Src/Libs/StandIns/AppServer/FtpUploadFile.py
         DESTINATION ${script_folder} COMPONENT Runtime)
     install(DIRECTORY Examples/DemoShow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zentravox COMPONENT Runtime)
-    install(FILES Src/Apps/ShowRemote/showremote.bash
-        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME showremote COMPONENT Runtime)
     install(DIRECTORY Src/Libs/ExternalController/Interfaces DESTINATION ${header_folder} COMPONENT Development)
     # Headers for a host that uses the stand-ins and configures them.
     install(DIRECTORY Src/Libs/StandIns/Comm Src/Libs/StandIns/HostModels Src/Libs/StandIns/Log Src/Libs/StandIns/Traffic
@@ -88,6 +87,7 @@ if(tools AND NOT WIN32)
     install(FILES Src/Contract/Contract.json ${PROJECT_BINARY_DIR}/Version.txt
         DESTINATION ${python_folder}/zentravox COMPONENT Kit)
     install(PROGRAMS Src/Kit/zentravox-kit DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Kit)
+    include(ProgramFiles)
 endif()
 
 list(JOIN qt_components " " package_qt_components)

@@ -7,7 +7,7 @@ build=(g++ cmake ninja-build qtbase5-dev libqt5websockets5-dev libsqlite3-dev li
        libcurl4-openssl-dev python3 python3-pyftpdlib python3-jsonschema python3-websockets python3-cryptography ccache)
 # Debian's npm conflicts with other packages of Node.js.
 command -v npm >/dev/null || build+=(npm)
-test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils tshark
+test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils tshark fish zsh man-db
       g++-mingw-w64-x86-64-posix chromium chromium-driver python3-selenium)
 lint=(clang-tidy cppcheck mypy)
 fuzz=(clang libclang-rt-dev llvm)

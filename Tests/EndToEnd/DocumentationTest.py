@@ -55,7 +55,7 @@ class CommandsTest(unittest.TestCase):
             raise unittest.SkipTest("the commands need a network namespace, which unshare -rn can't create here")
         cls.folder = folder = cls.enterClassContext(Folder())
         cls.serial_line, far_end = os.openpty()
-        cls.replacements = {"build/release/bin/": f"{BIN}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
+        cls.replacements = {"build/release/": f"{BIN.parent}/", "DIR": f"{folder}/users", "NAME": "Inspizientin",
                          "password.txt": f"{folder}/password.txt", "/tmp/curtain": f"{folder}/curtain",
                          "/dev/ttyUSB0": os.ttyname(far_end)}
         (folder / "password.txt").write_text("demo\n")

@@ -12,6 +12,7 @@ import re
 import subprocess
 import sys
 import unittest
+from pathlib import Path
 
 from Support import SOURCE_FOLDER, Folder, ShowHost, environment, showremote, wait_until
 from zentravox import App, CentralControl, CloudService, Contract, FpController, discover
@@ -23,6 +24,7 @@ from zentravox.wire import CLOUD_PORT, REPLY, hexadecimal, picture_size, read_id
 
 ADDRESS, OTHER_APP, ENDED = "127.0.0.45", "127.0.0.121", "127.0.0.122"
 PAGE = SOURCE_FOLDER / "Docs" / "Protocol.md"
+SHARE = Path(os.environ["SHOWREMOTE"]).parents[1] / "share"
 EXAMPLE = re.compile(r"```(?:json|text) ask (?P<who>\w+)(?: (?P<code>0x\w+))?\n(?P<body>.*?)\n```\n"
                      r"(?P<replies>(?:\n```(?:json|text) reply .*?\n```\n)*)", re.S)
 ANSWER = re.compile(r"```(?:json|text) reply (?P<from>[^\n]+)\n(?P<text>.*?)\n```\n", re.S)
@@ -60,14 +62,22 @@ def shown(where, place, payload):
     return sender, picture_text(payload) if payload.startswith(b"ZXID") else payload.decode().rstrip("\n")
 
 
+def output(*command):
+    """Returns the output of a command, which must succeed without a message on standard error."""
+    ran = subprocess.run(command, env=environment(), capture_output=True, encoding="utf-8", check=True)
+    assert not ran.stderr, ran.stderr
+    return ran.stdout
+
+
 def completed(*words):
-    """Returns bash's completions of the last of these words after showremote."""
-    script = (f'source {SOURCE_FOLDER}/Src/Apps/ShowRemote/showremote.bash; COMP_WORDS=(showremote "$@"); COMP_CWORD=$#; '
-              '_showremote; printf "%s\\n" "${COMPREPLY[@]}"')
-    path = os.path.dirname(os.environ["SHOWREMOTE"]) + ":" + os.environ["PATH"]
-    offers = subprocess.run(["bash", "-c", script, "bash", *words], env=environment(PATH=path), capture_output=True,
-                            encoding="utf-8", check=True).stdout
-    return set(offers.split())
+    """Returns the completions of the last of these words after showremote. bash and fish must offer the same."""
+    bash = (f'source {SHARE}/bash-completion/completions/showremote; COMP_WORDS=(showremote "$@"); COMP_CWORD=$#; '
+            '_showremote; printf "%s\\n" "${COMPREPLY[@]}"')
+    fish = f'source {SHARE}/fish/vendor_completions.d/showremote.fish; complete -C "showremote $argv" | cut -f1'
+    offers = [set(output(*command, *words).split())
+              for command in (("bash", "-c", bash, "bash"), ("fish", "--no-config", "-c", fish))]
+    assert offers[0] == offers[1], offers
+    return offers[0]
 
 
 class Remotes:
@@ -318,7 +328,7 @@ class ProtocolTest(unittest.TestCase):
             self.assertIn(f"`{keyword}`", self.page)
 
     def test_the_tools_have_the_messages_of_the_contract(self):
-        names = {message["name"] for message in self.contract.messages.values()}
+        names = {message["name"] for message in self.contract.messages.values()} | {"listen"}
         for who in ("central", "cloud"):
             lines = (line.split() for line in showremote(who, "--list").stdout.splitlines())
             self.assertEqual({keyword: int(code, 16) for code, keyword in lines}, self.contract.keywords(who))
@@ -332,10 +342,12 @@ class ProtocolTest(unittest.TestCase):
         self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
                          "the contract has changed: raise \"version\" and add it to \"released\" with the second digest")
 
-    def test_every_program_shows_the_same_versions(self):
+    def test_every_program_shows_the_same_versions_and_has_a_man_page(self):
         for program in (os.environ["SHOWHOST"], os.environ["SHOWREMOTE"], SOURCE_FOLDER / "Src" / "Kit" / "zentravox-kit"):
-            printed = subprocess.run([program, "--version"], capture_output=True, encoding="utf-8", env=environment(), check=True).stdout
-            self.assertEqual(printed, f"{os.path.basename(program)} {VERSION} (contract {self.contract.version})\n")
+            name = os.path.basename(program)
+            self.assertEqual(output(program, "--version"), f"{name} {VERSION} (contract {self.contract.version})\n")
+            self.assertIn(name, output("man", "--warnings", "-E", "UTF-8", "-l", f"{SHARE}/man/man1/{name}.1.gz"))
+            output("zsh", "-n", f"{SHARE}/zsh/vendor-completions/_{name}")
 
 
 def update():

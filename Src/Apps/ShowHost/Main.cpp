@@ -112,8 +112,10 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption settings("settings", "Read settings from this file; they override those of the show.",
                                       "FILE");
     const QString ownFolder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    const QString shownFolder =
+        ownFolder.startsWith(QDir::homePath() + '/') ? '~' + ownFolder.mid(QDir::homePath().size()) : ownFolder;
     const QCommandLineOption state(
-        "state", "Store uploads, logs and changed settings in DIR (default " + ownFolder + ").", "DIR", ownFolder);
+        "state", "Store uploads, logs and changed settings in DIR (default " + shownFolder + ").", "DIR", ownFolder);
     const QCommandLineOption listen("listen", "Listen on this IP address (default 127.0.0.1).", "ADDRESS", "127.0.0.1");
     const QCommandLineOption quiet("quiet", "Don't log traffic or debug messages.");
     const QCommandLineOption addUser("add-user", "Add an app user, ask for the password, and exit.", "NAME");
