@@ -1,11 +1,13 @@
 #!/usr/bin/python3
-"""Tests what showhost prints and stores: unread output, full disks, texts from remotes, permissions of its files."""
+"""Tests what showhost prints and stores: unread output, full disks, texts from remotes, permissions of its files; and what it
+sends to a service manager."""
 
 import ftplib
 import json
 import os
 import resource
 import signal
+import socket
 import subprocess
 import unittest
 
@@ -41,6 +43,33 @@ class UnreadOutputTest(unittest.TestCase):
         host.send_signal(signal.SIGTERM)
 
         self.assertEqual(host.wait(TIMEOUT), 0)
+
+
+class ServiceTest(unittest.TestCase):
+    def test_a_service_notifies_its_manager_and_logs_priorities_instead_of_times(self):
+        folder = self.enterContext(Folder())
+        for name in (f"\0showhost-{os.getpid()}", f"{folder}/notify"):
+            with self.subTest(name=name), socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+                manager.bind(name)
+                manager.settimeout(TIMEOUT)
+                log, output = os.pipe()
+                journal = os.fstat(output)
+                variables = {"NOTIFY_SOCKET": name.replace("\0", "@"), "WATCHDOG_USEC": "200000",
+                             "JOURNAL_STREAM": f"{journal.st_dev}:{journal.st_ino}"}
+                host = subprocess.Popen(showhost_command(HOST, folder / "state"), stdin=subprocess.DEVNULL, stdout=output,
+                                        env=environment(**variables))
+                self.addCleanup(host.kill)
+                os.close(output)
+
+                self.assertEqual([manager.recv(99) for _ in range(3)], [b"READY=1", b"WATCHDOG=1", b"WATCHDOG=1"])
+                discover(HOST)
+                host.send_signal(signal.SIGTERM)
+                while (state := manager.recv(99)) != b"STOPPING=1":
+                    self.assertEqual(state, b"WATCHDOG=1")
+                self.assertEqual(host.wait(TIMEOUT), 0)
+                with open(log, encoding="utf-8") as lines:
+                    for line in lines:
+                        self.assertRegex(line, "^<5>showhost ready" if " ready" in line else r"^<[3-7]>\D")
 
 
 class TextsTest(unittest.TestCase):

@@ -2,6 +2,7 @@
 
 #include "Comm/PayloadText.h"
 #include "ExternalController/Common/CommandNames.h"
+#include "Platform/ServiceManager.h"
 
 #include <QDateTime>
 #include <QtGlobal>
@@ -17,11 +18,6 @@ const QLatin1String kPasswordLine("decryptPassword");
 
 /// Prefix of the logging categories of the host's libraries.
 constexpr char kOwnCategories[] = "zentravox.";
-
-QString Timed(const QString& line)
-{
-    return QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line;
-}
 
 /// Describes a message. Only commands of devices and of FTP are printed: other messages can contain passwords.
 std::string MessageText(const STrafficRecord& record)
@@ -60,7 +56,7 @@ std::string TextOf(const STrafficRecord& record)
 
 } // namespace
 
-CHostLog::CHostLog() : m_output(fileno(stdout))
+CHostLog::CHostLog() : m_isJournal(IsJournal(fileno(stdout))), m_output(fileno(stdout), m_isJournal ? "<4>" : "")
 {
     s_log = this;
     qInstallMessageHandler(TakeQtMessage);
@@ -85,21 +81,33 @@ void CHostLog::TakeQtMessage(QtMsgType type, const QMessageLogContext& context, 
     if (!s_log)
         return;
     if (type == QtWarningMsg && QByteArray(context.category).startsWith(kOwnCategories))
-        s_log->PrintAnswer(Timed("host: " + text));
-    else
-        s_log->Print("module: " +
-                     (text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text));
+        s_log->WriteTimed(Warning, "host: " + text);
+    else if (!s_log->m_quiet)
+        s_log->WriteTimed(type == QtDebugMsg ? Debug : Warning,
+                          "module: " +
+                              (text.startsWith(kPasswordLine) ? kPasswordLine + QStringLiteral(" (not shown)") : text));
 }
 
 void CHostLog::Print(const QString& line)
 {
     if (!m_quiet)
-        PrintAnswer(Timed(line));
+        WriteTimed(Info, line);
 }
 
 void CHostLog::PrintAnswer(const QString& line)
 {
-    m_output.Write(LineText(line).toStdString());
+    Write(Notice, line);
+}
+
+void CHostLog::Write(Priority priority, const QString& line)
+{
+    const std::string prefix = m_isJournal ? '<' + std::to_string(priority) + '>' : std::string();
+    m_output.Write(prefix + LineText(line).toStdString());
+}
+
+void CHostLog::WriteTimed(Priority priority, const QString& line)
+{
+    Write(priority, m_isJournal ? line : QDateTime::currentDateTime().toString("hh:mm:ss.zzz ") + line);
 }
 
 void CHostLog::Take(const STrafficRecord& record)
@@ -112,7 +120,7 @@ void CHostLog::Take(const STrafficRecord& record)
             m_failures.push_back(TextOf(record));
     }
     if (!m_quiet)
-        Print(QString::fromStdString(TextOf(record)));
+        WriteTimed(record.kind == STrafficRecord::Kind::Failed ? Error : Info, QString::fromStdString(TextOf(record)));
 }
 
 std::vector<std::string> CHostLog::Listening() const

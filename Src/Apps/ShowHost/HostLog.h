@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-/// Writes the host's log to standard output, one line per event. Control characters are escaped (LineText), so that
+/// Writes the host's log to standard output, one line per event. If the journal reads it, lines have the event's
+/// priority, and no time because the journal adds it. Control characters are escaped (LineText), so that
 /// text from outside can't start a new line. Receives Qt's messages as well. Only one object may exist. Any thread;
 /// writing does not block.
 class CHostLog {
@@ -34,8 +35,15 @@ public:
     std::vector<std::string> Failures() const;
 
 private:
+    /// Those of syslog(3).
+    enum Priority : int { Error = 3, Warning = 4, Notice = 5, Info = 6, Debug = 7 };
+
     static void TakeQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
     void Take(const STrafficRecord& record);
+    void Write(Priority priority, const QString& line);
+    /// Writes the line with the time.
+    void WriteTimed(Priority priority, const QString& line);
+    const bool m_isJournal;
     std::atomic<bool> m_quiet{true};
     mutable std::mutex m_mutex;
     std::vector<std::string> m_listening;

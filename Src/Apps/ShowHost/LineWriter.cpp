@@ -65,7 +65,9 @@ void PrepareThread()
 /// Writes lines to the descriptor and reports lost lines.
 class CLineOutput {
 public:
-    explicit CLineOutput(int fileDescriptor) : m_fileDescriptor(fileDescriptor) {}
+    CLineOutput(int fileDescriptor, std::string reportPrefix)
+        : m_fileDescriptor(fileDescriptor), m_reportPrefix(std::move(reportPrefix))
+    {}
 
     /// Writes whole lines. Counts lines that can't be written as lost.
     void Write(const std::string& text)
@@ -89,7 +91,7 @@ private:
     {
         if (m_lost == 0)
             return;
-        const std::string report = (m_isInLine ? "\n" : "") + DroppedText(m_lost);
+        const std::string report = (m_isInLine ? "\n" : "") + m_reportPrefix + DroppedText(m_lost);
         if (WriteBytes(report) == report.size())
             m_lost = 0;
     }
@@ -108,6 +110,7 @@ private:
     }
 
     const int m_fileDescriptor;
+    const std::string m_reportPrefix;
     std::size_t m_lost = 0;
     bool m_isInLine = false; ///< the last write ended within a line
 };
@@ -122,7 +125,7 @@ struct SLines {
 
 struct CLineWriter::SQueue {
     void Write(const std::string& line);
-    void Run(int fileDescriptor);
+    void Run(CLineOutput output);
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -160,9 +163,8 @@ std::optional<SLines> CLineWriter::SQueue::Take()
     return std::exchange(lines, {});
 }
 
-void CLineWriter::SQueue::Run(int fileDescriptor)
+void CLineWriter::SQueue::Run(CLineOutput output)
 {
-    CLineOutput output(fileDescriptor);
     while (const std::optional<SLines> taken = Take()) {
         output.Write(taken->text);
         output.Lose(taken->dropped);
@@ -172,11 +174,11 @@ void CLineWriter::SQueue::Run(int fileDescriptor)
     changed.notify_all();
 }
 
-CLineWriter::CLineWriter(int fileDescriptor) : m_queue(std::make_shared<SQueue>())
+CLineWriter::CLineWriter(int fileDescriptor, std::string reportPrefix) : m_queue(std::make_shared<SQueue>())
 {
-    m_thread = std::thread([queue = m_queue, fileDescriptor] {
+    m_thread = std::thread([queue = m_queue, output = CLineOutput(fileDescriptor, std::move(reportPrefix))] {
         PrepareThread();
-        queue->Run(fileDescriptor);
+        queue->Run(output);
     });
 }
 

@@ -10,7 +10,8 @@
 class CLineWriter {
 public:
     /// \param fileDescriptor must stay open until the process ends; it is not closed
-    explicit CLineWriter(int fileDescriptor);
+    /// \param reportPrefix   precedes the report of dropped lines
+    explicit CLineWriter(int fileDescriptor, std::string reportPrefix = {});
     /// Waits until the queue is written, but at most 200 ms.
     ~CLineWriter();
     CLineWriter(const CLineWriter&) = delete;

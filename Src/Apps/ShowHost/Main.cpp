@@ -9,6 +9,7 @@
 #include "Log/OperationLog.h"
 #include "Platform/Files.h"
 #include "Platform/Process.h"
+#include "Platform/ServiceManager.h"
 #include "ShowHost/ChannelConfig.h"
 #include "ShowHost/Console.h"
 #include "ShowHost/FaultRules.h"
@@ -27,6 +28,7 @@
 #include <QGuiApplication>
 #include <QHostAddress>
 #include <QStandardPaths>
+#include <QTimer>
 #include <QUrl>
 
 #include <atomic>
@@ -82,7 +84,8 @@ struct SOptions {
 
 void PrintError(const std::string& text)
 {
-    std::fprintf(stderr, "showhost: %s\n", LineText(text).c_str());
+    static const char* const prefix = IsJournal(fileno(stderr)) ? "<3>" : "";
+    std::fprintf(stderr, "%sshowhost: %s\n", prefix, LineText(text).c_str());
 }
 
 int ReadNumber(const QCommandLineParser& parser, const QCommandLineOption& option)
@@ -292,6 +295,20 @@ void PrintReady(CHostLog& log, const QString& show, const std::string& pageAddre
     log.PrintAnswer(QString::fromStdString(line));
 }
 
+/// Runs the event loop until the host is requested to end. Its timer notifies the service manager's watchdog, which
+/// restarts a host whose event loop is blocked.
+void Run(QCoreApplication& application)
+{
+    using std::chrono::milliseconds;
+    QTimer watchdog;
+    QObject::connect(&watchdog, &QTimer::timeout, [] { NotifyServiceManager("WATCHDOG=1"); });
+    if (const auto limit = WatchdogLimit(); limit.count() > 0)
+        watchdog.start(std::chrono::duration_cast<milliseconds>(limit / 2));
+    NotifyServiceManager("READY=1");
+    application.exec();
+    NotifyServiceManager("STOPPING=1");
+}
+
 int Serve(QCoreApplication& application, CHostLog& log, const QString& show, const SOptions& options, bool hasInput,
           CShutdownDeadline& deadline)
 {
@@ -320,7 +337,7 @@ int Serve(QCoreApplication& application, CHostLog& log, const QString& show, con
         CConsole console(controller, log);
         if (hasInput)
             console.Listen();
-        application.exec();
+        Run(application);
         log.Print("showhost exits");
     }
 
