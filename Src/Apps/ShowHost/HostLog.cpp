@@ -47,7 +47,7 @@ std::string TextOf(const STrafficRecord& record)
     case STrafficRecord::Kind::Closed:
         return text + " closed: " + record.text;
     case STrafficRecord::Kind::Message:
-        return text + MessageText(record);
+        return text + MessageText(record) + (record.text.empty() ? "" : ", " + record.text);
     case STrafficRecord::Kind::Note:
         break;
     }

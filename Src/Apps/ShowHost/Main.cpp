@@ -57,6 +57,14 @@ constexpr char kShowLog[] = "show.sqlite";
 constexpr char kOperationLog[] = "operation.log";
 constexpr char kUploads[] = "Resources";
 
+#if defined(ZENTRAVOX_PAGE)
+constexpr char kDefaultPage[] = "127.0.0.1:25512";
+constexpr char kPageHelp[] = "Serve the stage page at this address (default 127.0.0.1:25512).";
+#else
+constexpr char kDefaultPage[] = "off";
+constexpr char kPageHelp[] = "Has no effect: this program was built without the stage page.";
+#endif
+
 struct SPageAddress {
     QHostAddress address;
     quint16 port;
@@ -132,8 +140,7 @@ SOptions ReadOptions(QCoreApplication& application)
     const QCommandLineOption record("record", "Record the traffic of all channels in this file; replaces its content.",
                                     "FILE");
     const QCommandLineOption faults("faults", "Disturb the traffic as the rules in this file say.", "FILE");
-    const QCommandLineOption page("page", "Serve the stage page at this address (default 127.0.0.1:25512).",
-                                  "ADDRESS:PORT|off", "127.0.0.1:25512");
+    const QCommandLineOption page("page", kPageHelp, "ADDRESS:PORT|off", kDefaultPage);
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
 

@@ -1,7 +1,9 @@
 #include "ShowHost/Page/LivePages.h"
 
 #include "AppServer/AppServerConfig.h"
+#include "CloudControl/CloudControlConfig.h"
 #include "ExternalController/Common/JsonReader.h"
+#include "FPClient/FPClientConfig.h"
 #include "HostModels/Files/JsonFile.h"
 #include "HostModels/HostModels.h"
 #include "ShowHost/FaultRules.h"
@@ -55,11 +57,16 @@ QJsonObject AddFault(const QJsonObject& rule)
     return {};
 }
 
-/// \param peer "ip:port"
-void DisconnectApp(const QString& peer)
+/// \param peer "ip:port"; not used for the cloud service and the FP controller, of which there is one each
+void Disconnect(const QString& channel, const QString& peer)
 {
     const QUrl url("//" + peer);
-    AppServer::DisconnectApp(url.host().toStdString(), static_cast<std::uint16_t>(url.port(0)));
+    if (channel == QLatin1String("cloud"))
+        CloudControl::Disconnect();
+    else if (channel == QLatin1String("FP"))
+        FPClient::Disconnect();
+    else
+        AppServer::Disconnect(url.host().toStdString(), static_cast<std::uint16_t>(url.port(0)));
 }
 
 } // namespace
@@ -221,7 +228,7 @@ QJsonObject CLivePages::Carry(SPage& page, const QJsonObject& message)
     else if (what == QLatin1String("remove fault"))
         CFaults::GetInstance().Remove(message["number"].toInt());
     else if (what == QLatin1String("disconnect"))
-        DisconnectApp(message["peer"].toString());
+        Disconnect(message["channel"].toString(), message["peer"].toString());
     else
         return {{"error", "unknown request of the page: " + what}};
     return {};

@@ -2,6 +2,9 @@
 
 #include "AppServer/AppServerConfig.h"
 #include "CentralControl/CentralControlConfig.h"
+#include "CloudControl/CloudCommand.h"
+#include "CloudControl/CloudControlConfig.h"
+#include "FPClient/FPClientConfig.h"
 #include "Interfaces/AppServer.h"
 #include "Interfaces/ZXComm.h"
 #include "ShowHost/Page/HttpRequest.h"
@@ -24,6 +27,11 @@ QJsonObject PeerOf(const Socket& socket)
     return {{"peer", QString::fromLatin1(AuthorityOf(socket.localAddress(), socket.localPort()))}};
 }
 
+QJsonObject ResultOf(bool isReceived, const char* error)
+{
+    return isReceived ? QJsonObject() : QJsonObject{{"error", error}};
+}
+
 } // namespace
 
 CPageRemote::CPageRemote() : m_host(HostAddress())
@@ -38,19 +46,36 @@ CPageRemote::CPageRemote() : m_host(HostAddress())
 
 QJsonObject CPageRemote::Send(const QString& channel, quint32 code, const QString& text)
 {
-    if (channel == QLatin1String("central control")) {
-        if (m_central.state() != QAbstractSocket::ConnectedState) {
-            m_central.connectToHost(m_host, CentralControl::kPort);
-            m_central.waitForConnected(kConnectMs);
-        }
-        if (m_central.write(text.toUtf8()) < 0)
-            return {{"error", m_central.errorString()}};
-        return PeerOf(m_central);
+    const QByteArray body = text.toUtf8();
+    if (channel == QLatin1String("central control"))
+        return SendDatagram(m_central, CentralControl::kPort, body);
+    if (channel == QLatin1String("app discovery"))
+        return SendDatagram(m_discovery, AppServer::kDiscoveryPort, body);
+    if (channel == QLatin1String("FP"))
+        return ResultOf(FPClient::Receive(CAppDataPack(code, body).GetData().toStdString(), kNote),
+                        "no FP controller is connected");
+    if (channel == QLatin1String("cloud")) {
+        QString refusal;
+        CloudCommand::Read(body, refusal);
+        if (!refusal.isEmpty())
+            return {{"error", "the host ignores this frame of the cloud service: " + refusal}};
+        return ResultOf(CloudControl::Receive(body.toStdString(), kNote), "the cloud service is not connected");
     }
     // Pictures come on the bulk channel, whichever channel the request is sent on.
     if (!Connect(m_control, AppServer::kControlPort) || !Connect(m_bulk, AppServer::kBulkPort))
         return {{"error", "can't connect to the app server: " + m_control.errorString()}};
-    return SendEnvelope(channel == QLatin1String("app bulk") ? m_bulk : m_control, code, text.toUtf8());
+    return SendEnvelope(channel == QLatin1String("app bulk") ? m_bulk : m_control, code, body);
+}
+
+QJsonObject CPageRemote::SendDatagram(QUdpSocket& socket, quint16 port, const QByteArray& datagram)
+{
+    if (socket.state() != QAbstractSocket::ConnectedState) {
+        socket.connectToHost(m_host, port);
+        socket.waitForConnected(kConnectMs);
+    }
+    if (socket.write(datagram) < 0)
+        return {{"error", socket.errorString()}};
+    return PeerOf(socket);
 }
 
 bool CPageRemote::Connect(QTcpSocket& socket, quint16 port)

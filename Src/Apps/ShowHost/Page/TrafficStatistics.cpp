@@ -26,12 +26,15 @@ bool IsRefusal(const SStoredRecord& reply)
 {
     if (reply.payload.size() > kMaxRefusalBytes)
         return false;
-    if (reply.payload.find("errorMsg") != std::string::npos)
-        return BodyOf(reply)["errorMsg"].toString() != QLatin1String("SUCCESS");
+    const bool isFrame = reply.record.channel == TrafficChannel::Cloud; // which contains the message as a text
+    const std::string data = isFrame ? BodyOf(reply)["data"].toString().toStdString() : std::string();
+    const std::string& message = isFrame ? data : reply.payload;
+    if (message.find("errorMsg") != std::string::npos)
+        return ReadJson(QByteArray::fromStdString(message)).object()["errorMsg"].toString() != QLatin1String("SUCCESS");
     if ((reply.record.code & ~Command::kReplyBit) == Command::Login)
         return BodyOf(reply)["result"].toInt() != LoginResult::Success;
     return std::any_of(ResultTextMap.begin(), ResultTextMap.end(), [&](const auto& entry) {
-        return entry.first != ResultText::Success && !entry.second.empty() && entry.second == reply.payload;
+        return entry.first != ResultText::Success && !entry.second.empty() && entry.second == message;
     });
 }
 
@@ -161,8 +164,12 @@ void CTrafficStatistics::CountReply(const SStoredRecord& reply, SConnection& con
     m_latencySum += seconds;
     if (IsEndOfUpload(*request, reply))
         ++m_uploads;
-    if (request->record.code == Command::Login && !refused)
-        connection.user = BodyOf(*request)["username"].toString().toStdString();
+    if (request->record.code != Command::Login || refused)
+        return;
+    // Only one app is logged in: a login with "force" displaces the other one.
+    for (auto& [key, other] : m_connections)
+        other.user.clear();
+    connection.user = BodyOf(*request)["username"].toString().toStdString();
 }
 
 QJsonObject CTrafficStatistics::Remotes() const

@@ -22,8 +22,9 @@ constexpr std::uint16_t kLastPassivePort = 25549;
 
 /// Sends an empty message with this code to the control channel of all apps, as the module does. Any thread.
 void SendToApps(std::uint32_t code);
-/// Closes the connections of the app that has a connection from this address. Any thread.
-void DisconnectApp(const std::string& ip, std::uint16_t port);
+/// Closes the control and the bulk connection of the app that has a connection from this address, or the FTP session of
+/// this address. Any thread.
+void Disconnect(const std::string& ip, std::uint16_t port);
 
 /// The configuration; a change applies to servers that are started afterwards.
 CConfigBox<SAppServerConfig>& Config();

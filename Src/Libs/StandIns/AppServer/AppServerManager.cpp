@@ -139,6 +139,13 @@ public:
         }
     }
 
+    void DisconnectUpload(const std::string& ip, std::uint16_t port)
+    {
+        const std::lock_guard lock(m_ftpMutex);
+        if (m_ftp)
+            m_ftp->Disconnect(AddressText(ip, port));
+    }
+
     void SetUploadFolder(const QString& folder)
     {
         const std::lock_guard lock(m_ftpMutex);
@@ -242,10 +249,12 @@ std::shared_ptr<CService> RunningService()
 
 } // namespace
 
-void AppServer::DisconnectApp(const std::string& ip, std::uint16_t port)
+void AppServer::Disconnect(const std::string& ip, std::uint16_t port)
 {
-    if (const auto service = RunningService())
+    if (const auto service = RunningService()) {
         service->Disconnect(ip, port);
+        service->DisconnectUpload(ip, port);
+    }
 }
 
 void AppServer::SendToApps(std::uint32_t code)

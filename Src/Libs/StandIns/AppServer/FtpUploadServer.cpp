@@ -109,6 +109,14 @@ public:
             WriteLine({{"root", folder}});
     }
 
+    void Disconnect(const std::string& peer)
+    {
+        for (const auto& [id, session] : m_sessions) {
+            if (session.peer == peer)
+                WriteLine({{"close", id}});
+        }
+    }
+
     void Stop()
     {
         m_stopping = true;
@@ -299,6 +307,11 @@ bool CFtpUploadServer::Start()
     auto outcome = started->get_future();
     m_supervisor->Post([supervisor = m_supervisor, started] { supervisor->Start(started); });
     return outcome.get();
+}
+
+void CFtpUploadServer::Disconnect(const std::string& peer)
+{
+    m_supervisor->Post([supervisor = m_supervisor, peer] { supervisor->Disconnect(peer); });
 }
 
 void CFtpUploadServer::SetFolder(const QString& folder)

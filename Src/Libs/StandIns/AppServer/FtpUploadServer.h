@@ -42,6 +42,8 @@ public:
     /// Sets the root of the uploads that begin afterwards, including those of open sessions. An empty name is ignored.
     /// Any thread.
     void SetFolder(const QString& folder);
+    /// Ends the session of the client with this address, "ip:port". Any thread.
+    void Disconnect(const std::string& peer);
 
 private:
     class CSupervisor;

@@ -3,7 +3,8 @@
 stdin: first one JSON line with the start parameters
   {"address": "127.0.0.1", "port": 25521, "passivePorts": [25530, 25549], "user": "...", "password": "...",
    "root": "/...", "loginSeconds": 10}
-  then commands, one JSON object per line: {"root": "/..."} sets the root of the uploads that begin afterwards.
+  then commands, one JSON object per line: {"root": "/..."} sets the root of the uploads that begin afterwards;
+  {"close": 3} ends the session with this number.
   The server ends when stdin is closed, so it never runs longer than the process that started it.
 stdout: one JSON object per line and event: "listening", "upload" and "aborted" with "path", "failed" with "reason".
   After "failed" the server exits with code 1. For each control connection "opened" with "session", its number, and
@@ -202,9 +203,12 @@ class Session(FTPHandler):
     numbers = count(1)
     # The sessions that have not logged in, the oldest first, each with the timer that closes it.
     waiting = {}
+    # All sessions by number.
+    sessions = {}
 
     def handle(self):
         self.number = next(self.numbers)
+        self.sessions[self.number] = self
         report("opened", session=self.number, peer=f"{self.remote_ip}:{self.remote_port}")
         self._wait_for_login()
         super().handle()
@@ -230,7 +234,13 @@ class Session(FTPHandler):
         self._stop_waiting()
         super().close()
 
+    def end(self):
+        with suppress(OSError):
+            self.socket.send(b"421 Disconnected by the host.\r\n", socket.MSG_DONTWAIT)
+        self.close()
+
     def on_disconnect(self):
+        self.sessions.pop(self.number, None)
         report("closed", session=self.number)
 
     def _stop_waiting(self):
@@ -368,7 +378,12 @@ class Parent:
         *lines, self._buffer = self._buffer.split(b"\n")
         for line in lines:
             try:
-                folder = json.loads(line)["root"]
+                command = json.loads(line)
+                if "close" in command:
+                    if session := Session.sessions.get(command["close"]):
+                        session.end()
+                    continue
+                folder = command["root"]
                 Session.authorizer.set_folder(folder)
             except OSError as error:
                 log.error("%s: cannot make the upload folder: %s", folder, error.strerror)

@@ -33,4 +33,12 @@ constexpr std::size_t kMaxWaitingBytes = 4 * kMaxCommandBytes;
 /// The configuration; a change applies to connections that are opened afterwards.
 CConfigBox<SCloudControlConfig>& Config();
 
+/// Handles a text frame as if the cloud service had sent it, on another thread. The service receives the replies. Any
+/// thread.
+/// \param note in the traffic record of the frame
+/// \return false if there is no connection to the service
+bool Receive(const std::string& frame, const std::string& note);
+/// Ends the connection to the cloud service. The client connects again. Any thread.
+void Disconnect();
+
 } // namespace CloudControl

@@ -41,6 +41,9 @@ bool IsQuery(int cmdCode)
 /// The connection of the current command; 0 on a thread that executes no commands.
 thread_local std::uint64_t t_connection = 0;
 
+std::mutex s_linkMutex;
+CCloudLink* s_link = nullptr; ///< the last one that was started
+
 QString Encoded(const QString& text)
 {
     return QString::fromLatin1(QUrl::toPercentEncoding(text));
@@ -133,7 +136,7 @@ private:
             return true;
         case SFault::Action::Reset:
             request.NoteFault("connection reset");
-            Link()->Abort();
+            Link()->Abort("reset by a fault rule");
             return true;
         case SFault::Action::Reply:
             request.NoteFault("answered");
@@ -172,8 +175,15 @@ private:
                          [this] { ForgetQueries(); }});
         m_loop = &loop;
         m_link = &link;
+        {
+            const std::lock_guard lock(s_linkMutex);
+            s_link = &link;
+        }
         ready.set_value();
         loop.exec();
+        const std::lock_guard lock(s_linkMutex);
+        if (s_link == &link)
+            s_link = nullptr;
     }
 
     void OnFrame(const QByteArray& frame, STrafficRecord record)
@@ -251,6 +261,19 @@ CConfigBox<SCloudControlConfig>& CloudControl::Config()
 {
     static CConfigBox<SCloudControlConfig> config;
     return config;
+}
+
+bool CloudControl::Receive(const std::string& frame, const std::string& note)
+{
+    const std::lock_guard lock(s_linkMutex);
+    return s_link && s_link->Receive(QByteArray::fromStdString(frame), note);
+}
+
+void CloudControl::Disconnect()
+{
+    const std::lock_guard lock(s_linkMutex);
+    if (s_link)
+        s_link->Abort("disconnected by the host");
 }
 
 CCloudControlManager::CCloudControlManager() : m_impl(std::make_unique<Impl>()) {}

@@ -57,7 +57,8 @@ CCloudLink::CCloudLink(CCloudOutbox& outbox, SCallbacks callbacks)
     connect(&m_socket, &QWebSocket::connected, this, [this] { OnConnected(); });
     connect(&m_socket, &QWebSocket::pong, this, [this] { m_hasAnswered = true; });
     connect(&m_socket, &QWebSocket::bytesWritten, this, [this] { SendWaiting(); });
-    connect(&m_socket, &QWebSocket::textMessageReceived, this, [this](const QString& text) { OnText(text.toUtf8()); });
+    connect(&m_socket, &QWebSocket::textMessageReceived, this,
+            [this](const QString& text) { OnText(text.toUtf8(), {}); });
     connect(&m_socket, &QWebSocket::binaryMessageReceived, this,
             [this] { Publish(STrafficRecord::Kind::Note, "binary frame ignored"); });
     // One or both signals are emitted, in any order.
@@ -101,13 +102,25 @@ void CCloudLink::Validate(const QUrl& url, const SCloudControlConfig& config)
     Wake();
 }
 
-void CCloudLink::Abort()
+void CCloudLink::Abort(const std::string& reason)
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_toAbort = true;
+        m_abortReason = reason;
     }
     Wake();
+}
+
+bool CCloudLink::Receive(QByteArray frame, const std::string& note)
+{
+    if (!m_isConnected)
+        return false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_insertedFrames.emplace_back(std::move(frame), note);
+    }
+    Wake();
+    return true;
 }
 
 void CCloudLink::Send()
@@ -124,15 +137,22 @@ void CCloudLink::customEvent(QEvent*)
 {
     std::optional<std::optional<STarget>> requested;
     std::optional<STarget> toValidate;
-    bool aborts = false;
+    std::optional<std::string> abortReason;
+    decltype(m_insertedFrames) insertedFrames;
     {
         const std::lock_guard lock(m_mutex);
         std::swap(requested, m_requestedTarget);
         std::swap(toValidate, m_toValidate);
-        aborts = std::exchange(m_toAbort, false);
+        std::swap(abortReason, m_abortReason);
+        std::swap(insertedFrames, m_insertedFrames);
     }
-    if (aborts)
+    for (const auto& [frame, note] : insertedFrames)
+        OnText(frame, note);
+    if (abortReason) {
+        // Before abort, so that this is the published reason.
+        OnEnded(QString::fromStdString(*abortReason));
         m_socket.abort();
+    }
     if (toValidate)
         StartValidation(*toValidate);
     if (requested) {
@@ -171,11 +191,13 @@ void CCloudLink::OnConnected()
     SendWaiting();
 }
 
-void CCloudLink::OnText(const QByteArray& frame)
+void CCloudLink::OnText(const QByteArray& frame, const std::string& note)
 {
-    if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes)
-        m_callbacks.received(frame, Record(STrafficRecord::From::Remote));
-    else
+    if (static_cast<std::size_t>(frame.size()) <= CloudControl::kMaxCommandBytes) {
+        STrafficRecord record = Record(STrafficRecord::From::Remote);
+        record.text = note;
+        m_callbacks.received(frame, std::move(record));
+    } else
         Publish(STrafficRecord::Kind::Note, QStringLiteral("frame of %1 bytes ignored: a command has at most %2 bytes")
                                                 .arg(frame.size())
                                                 .arg(CloudControl::kMaxCommandBytes));
@@ -188,7 +210,7 @@ void CCloudLink::OnEnded(const QString& why)
     m_ping.stop();
     m_outbox.EndConnection();
     m_callbacks.ended();
-    Publish(std::exchange(m_isConnected, false) ? STrafficRecord::Kind::Closed : STrafficRecord::Kind::Note, why);
+    Publish(m_isConnected.exchange(false) ? STrafficRecord::Kind::Closed : STrafficRecord::Kind::Note, why);
     m_number = 0;
     if (m_target)
         m_retry.start(m_pauses.Next());

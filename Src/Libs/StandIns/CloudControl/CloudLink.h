@@ -16,6 +16,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 /// The WebSocket (RFC 6455) to the cloud service. It connects again after a failure or when the connection has ended.
 ///
@@ -43,7 +45,12 @@ public:
     /// Opens a second connection to check the login in the URL, logs the result and closes it.
     void Validate(const QUrl& url, const SCloudControlConfig& config);
     /// Ends the connection without a closing handshake, then connects again.
-    void Abort();
+    /// \param reason in the traffic record of the end
+    void Abort(const std::string& reason);
+    /// Handles a frame as if the service had sent it.
+    /// \param note in the record of the frame
+    /// \return false if there is no connection
+    bool Receive(QByteArray frame, const std::string& note);
     /// To be called when a message was added to the outbox.
     void Send();
     /// Whether there is a connection or an attempt to connect.
@@ -61,7 +68,7 @@ private:
     void Wake();
     void Open();
     void OnConnected();
-    void OnText(const QByteArray& frame);
+    void OnText(const QByteArray& frame, const std::string& note);
     void OnEnded(const QString& why);
     void Ping();
     void SendWaiting();
@@ -75,16 +82,17 @@ private:
     std::mutex m_mutex;                                      ///< guards the requests of other threads
     std::optional<std::optional<STarget>> m_requestedTarget; ///< a requested change: a new target, or nullopt to close
     std::optional<STarget> m_toValidate;
-    bool m_toAbort = false;
+    std::optional<std::string> m_abortReason;
+    std::vector<std::pair<QByteArray, std::string>> m_insertedFrames; ///< with their notes
 
     std::optional<STarget> m_target; ///< nullopt: not to be connected
     QWebSocket m_socket;
     QTimer m_retry;
     QTimer m_ping;
     CBackOff m_pauses{std::chrono::milliseconds(0), std::chrono::milliseconds(0)};
-    bool m_hasAnswered = false; ///< the peer has replied since the last ping
-    bool m_isOpen = false;      ///< from Open to OnEnded, so that an end is handled once
-    bool m_isConnected = false; ///< the handshake is complete
-    std::uint64_t m_number = 0; ///< of the connection, in traffic records
+    bool m_hasAnswered = false;             ///< the peer has replied since the last ping
+    bool m_isOpen = false;                  ///< from Open to OnEnded, so that an end is handled once
+    std::uint64_t m_number = 0;             ///< of the connection, in traffic records
+    std::atomic<bool> m_isConnected{false}; ///< the handshake is complete
     std::atomic<bool> m_isWanted{false};
 };

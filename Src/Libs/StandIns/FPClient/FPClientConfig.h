@@ -25,4 +25,12 @@ namespace FPClient {
 /// The configuration; a change applies to clients that are created afterwards.
 CConfigBox<SFPClientConfig>& Config();
 
+/// Handles an envelope as if the connected FP controller had sent it, on another thread. The controller receives the
+/// replies. Any thread.
+/// \param note in the traffic record of the envelope
+/// \return false if no FP controller is connected
+bool Receive(std::string envelope, const std::string& note);
+/// Closes the connection to the FP controller. The client connects again. Any thread.
+void Disconnect();
+
 } // namespace FPClient

@@ -7,15 +7,33 @@
 #include "HostModels/Show/HostShow.h"
 #include "Traffic/Traffic.h"
 
+#include <asio/post.hpp>
+
 #include <mutex>
 #include <utility>
 
-class CFPClientManager::Impl {
-public:
-    Impl() : m_client(m_threads, OptionsOf(FPClient::Config().Get()), CallbacksOf()) {}
+namespace {
 
-    ~Impl()
+class CFPLink;
+
+std::mutex s_linkMutex;
+CFPLink* s_link = nullptr; ///< the last one that was created
+
+class CFPLink {
+public:
+    CFPLink() : m_client(m_threads, OptionsOf(FPClient::Config().Get()), CallbacksOf())
     {
+        const std::lock_guard lock(s_linkMutex);
+        s_link = this;
+    }
+
+    ~CFPLink()
+    {
+        {
+            const std::lock_guard lock(s_linkMutex);
+            if (s_link == this)
+                s_link = nullptr;
+        }
         m_client.Stop();
         m_threads.Stop();
     }
@@ -38,7 +56,25 @@ public:
                                              "not connected, dropped: " + EnvelopeTraffic::TextOf(package->data)});
     }
 
-    PackageCallback callback;
+    bool Receive(std::string envelope, const std::string& note)
+    {
+        const CEnvelopeConnection::Ptr connection = m_client.Connection();
+        if (!connection)
+            return false;
+        asio::post(m_threads.Context(), [this, connection, note, frame = std::move(envelope)]() mutable {
+            const CIoThreads::CCallbackScope callbackScope(m_threads);
+            Handle(connection, std::move(frame), note);
+        });
+        return true;
+    }
+
+    void Disconnect()
+    {
+        if (const CEnvelopeConnection::Ptr connection = m_client.Connection())
+            connection->Close("disconnected by the host");
+    }
+
+    CFPClientManager::PackageCallback callback;
 
 private:
     static CTcpClient::SOptions OptionsOf(const SFPClientConfig& config)
@@ -50,11 +86,7 @@ private:
     {
         return {
             [this](const CEnvelopeConnection::Ptr& connection, std::string frame) {
-                const CTrafficRequest request(
-                    [&] { return EnvelopeTraffic::RecordOf(TrafficChannel::FP, *connection, frame); });
-                if (EnvelopeTraffic::TakesOver(request, TrafficChannel::FP, *connection))
-                    return;
-                Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
+                Handle(connection, std::move(frame), {});
             },
             [this](const CEnvelopeConnection::Ptr& connection) {
                 Comm::ResponsePackage notice;
@@ -64,6 +96,18 @@ private:
                 Deliver(std::move(notice));
             },
         };
+    }
+
+    void Handle(const CEnvelopeConnection::Ptr& connection, std::string frame, const std::string& note)
+    {
+        const CTrafficRequest request([&] {
+            STrafficRecord record = EnvelopeTraffic::RecordOf(TrafficChannel::FP, *connection, frame);
+            record.text = note;
+            return record;
+        });
+        if (EnvelopeTraffic::TakesOver(request, TrafficChannel::FP, *connection))
+            return;
+        Deliver({std::move(frame), 0, connection->RemoteIp(), connection->RemotePort(), 0});
     }
 
     void Deliver(Comm::ResponsePackage package) const
@@ -77,6 +121,23 @@ private:
     CTcpClient m_client;
     std::once_flag m_started;
 };
+
+} // namespace
+
+class CFPClientManager::Impl : public CFPLink {};
+
+bool FPClient::Receive(std::string envelope, const std::string& note)
+{
+    const std::lock_guard lock(s_linkMutex);
+    return s_link && s_link->Receive(std::move(envelope), note);
+}
+
+void FPClient::Disconnect()
+{
+    const std::lock_guard lock(s_linkMutex);
+    if (s_link)
+        s_link->Disconnect();
+}
 
 CConfigBox<SFPClientConfig>& FPClient::Config()
 {

@@ -285,6 +285,8 @@ std::string RecordLine::LineOf(const STrafficRecord& record, std::chrono::steady
     if (record.replyTo != 0)
         AppendEntry(line, "replyTo", record.replyTo);
     AppendEntry(line, "size", record.wireBytes);
+    if (!record.text.empty())
+        AppendEntry(line, "note", NoteOf(record));
     AppendPayload(line, record);
     return line + '}';
 }

@@ -41,8 +41,8 @@ struct STrafficRecord {
 
     Kind kind = Kind::Note;
     TrafficChannel channel = TrafficChannel::AppControl;
-    std::string peer = {}; ///< "ip:port" or a port name; may be empty
-    std::string text = {};
+    std::string peer = {};        ///< "ip:port" or a port name; may be empty
+    std::string text = {};        ///< of a message: a note, such as that the remote did not send it; usually empty
     std::uint64_t connection = 0; ///< from CTraffic::NextConnection; 0 for datagrams
 
     // Of messages only.

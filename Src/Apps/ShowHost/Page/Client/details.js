@@ -1,6 +1,6 @@
 import { html, sizeText, useState } from "./ui.js";
 import { live } from "./live.js";
-import { messageOf, plainRecord } from "./records.js";
+import { cloudData, messageOf, plainRecord } from "./records.js";
 import { ASKERS, bestSchema, propertyOf, replySchemas, requestSchema, resolved } from "./schema.js";
 
 const SHOWN_CHARACTERS = 500;
@@ -69,12 +69,15 @@ export function Body({ record }) {
   }
   const asker = ASKERS[record.channel];
   const message = messageOf(record.code);
-  const schema = record.from === "remote" ? requestSchema(message, asker) : bestSchema(replySchemas(message, asker), body);
+  const replyTo = (object) => bestSchema(replySchemas(message, asker), object);
+  const data = record.channel === "cloud" && record.from === "host" ? cloudData(body).body : undefined;
+  const schema = record.from === "remote" ? requestSchema(message, asker)
+    : data ? { properties: { data: replyTo(data) } } : replyTo(body);
   const tab = (name) => html`<button type="button" aria-pressed=${form === name ? "true" : "false"}
     onClick=${() => setForm(name)}>${name}</button>`;
   return html`<div class="buttons tabs">${["Tree", "Pretty", "Raw"].map(tab)}</div>
     ${form === "Tree"
-      ? html`<div class="tree mono"><${Tree} key=${record.position} value=${body} schema=${schema} /></div>`
+      ? html`<div class="tree mono"><${Tree} key=${record.position} value=${data ? { ...body, data } : body} schema=${schema} /></div>`
       : html`<pre class="wrap">${JSON.stringify(body, null, form === "Pretty" ? 2 : 0)}</pre>`}`;
 }
 

@@ -5,8 +5,20 @@ const MAX_RECORDS = 100000;
 const MAX_BYTES = 128e6;
 const DISCARD = 10000; // records that are removed at once, because removing from the front of an array is slow
 
+/// The text in a frame to the cloud service, and the object if it is JSON.
+export function cloudData(frame) {
+  const text = frame?.data;
+  try {
+    const body = JSON.parse(text);
+    return body && typeof body === "object" ? { body } : { text };
+  } catch {
+    return { text };
+  }
+}
+
 /// Whether a reply reports that the request was not carried out. IsRefusal in TrafficStatistics.cpp is the same.
-function isRefusal({ code, body, text }) {
+function isRefusal({ channel, code, body, text }) {
+  if (channel === "cloud") return isRefusal({ code, ...cloudData(body) });
   if (body?.errorMsg !== undefined) return body.errorMsg !== "SUCCESS";
   if (body && code === "0x003") return body.result !== 0;
   return text !== undefined && text !== "SUCCESS" && live.contract.$defs.resultText.enum.includes(text);

@@ -1,6 +1,10 @@
 import { Empty, html, sizeText } from "./ui.js";
 import { ask, useLive } from "./live.js";
 
+/// Channels with connections that the host can close. The others exchange datagrams.
+const CLOSABLE = ["app control", "app bulk", "app upload", "cloud", "FP"];
+const REOPENED = ["cloud", "FP"]; // by the host, after a pause
+
 const timeText = (time) => (time ? new Date(time).toLocaleTimeString("en-GB") : "");
 
 function Connections({ connections }) {
@@ -16,12 +20,24 @@ function Connections({ connections }) {
     <td class="number">${one.requests}</td>
     <td class=${one.errors ? "number refused" : "number"}>${one.errors}</td>
     <td class="number">${sizeText(one.received)}</td><td class="number">${sizeText(one.sent)}</td>
-    <td>${one.channel.match(/app (control|bulk)/) && html`<button type="button" aria-label=${`Disconnect ${one.peer}`}
-      onClick=${() => ask({ do: "disconnect", peer: one.peer })}>Disconnect</button>`}</td></tr>`;
+    <td>${CLOSABLE.includes(one.channel) && html`<button type="button" aria-label=${`Disconnect ${one.channel} ${one.peer}`}
+      title=${REOPENED.includes(one.channel) ? "The host connects again after a pause" : null}
+      onClick=${() => ask({ do: "disconnect", channel: one.channel, peer: one.peer })}>Disconnect</button>`}</td></tr>`;
   return html`<div class="wide"><table><thead><tr><th>Channel</th><th>Peer</th><th>User</th><th>Since</th>
     <th>Last message</th><th>Last heartbeat</th><th class="number">Requests</th><th class="number">Errors</th>
     <th class="number">Received</th><th class="number">Sent</th><th></th></tr></thead>
     <tbody>${connections.map(row)}</tbody></table></div>`;
+}
+
+/// Who is logged in. An app can send its heartbeats on either of its connections.
+function Login({ host, connections }) {
+  if (!host.user) return html`<p class="quiet">No app is logged in.</p>`;
+  const owner = connections.find((one) => one.user);
+  const ip = owner?.peer.replace(/:\d+$/, "");
+  const heartbeats = connections.filter((one) => owner && one.peer.replace(/:\d+$/, "") === ip).map((one) => one.lastHeartbeat ?? 0);
+  const last = timeText(Math.max(0, ...heartbeats));
+  return html`<p class="quiet">${host.user} is logged in${owner ? ` from ${owner.peer}` : ""}${host.appVersion
+    ? `, app version ${host.appVersion}` : ""}${last ? `, last heartbeat ${last}` : ""}.</p>`;
 }
 
 function Channels({ channels, connections, host }) {
@@ -52,8 +68,10 @@ export function Remotes() {
   const { channels, connections, host, deviceStates } = remotes;
   return html`
     <section><h2>Connected remotes</h2>
-      <p class="quiet">${host.user ? `${host.user} is logged in (app ${host.appVersion}).` : "No app is logged in."}</p>
-      <${Connections} connections=${connections} /></section>
+      <${Login} host=${host} connections=${connections} />
+      <${Connections} connections=${connections} />
+      ${connections.length > 0 && html`<p class="quiet note">Central control, discovery and UDP devices exchange datagrams: there is no
+        connection to close. The host opens a serial port for as long as its device exists.</p>`}</section>
     <section><h2>Channels</h2>
       <${Channels} channels=${channels} connections=${connections} host=${host} /></section>
     <section><h2>Devices</h2><${Devices} devices=${host.devices} states=${deviceStates} /></section>`;

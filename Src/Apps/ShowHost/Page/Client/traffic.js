@@ -33,6 +33,14 @@ class Matches {
     this.next = records.removed;
   }
 
+  /// Adds a request that matches only since its reply has arrived, such as one that was refused or slow.
+  addLate(request) {
+    if (request.position < this.records.removed || !this.matches(request)) return;
+    let index = this.list.length;
+    while (index > 0 && this.list[index - 1].position > request.position) index--;
+    if (this.list[index - 1] !== request) this.list.splice(index, 0, request);
+  }
+
   /// Searches on. Returns how many records at the front of the list have been removed.
   update() {
     const { records } = this;
@@ -41,6 +49,7 @@ class Matches {
     const end = Math.min(records.end, this.end);
     for (; position < end && (position % 64 || performance.now() < stop); position++) {
       const record = records.list[position - records.removed];
+      if (record.request) this.addLate(record.request);
       if (this.matches(record)) this.list.push(record);
     }
     this.next = position;
