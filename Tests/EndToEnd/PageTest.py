@@ -74,6 +74,8 @@ class ServerTest(unittest.TestCase):
                 self.assertEqual(self.ask(**one)[0], expected, one)
 
     def test_connections_are_limited_and_freed_again(self):
+        for _ in range(33):  # a browser that opens the page again and again
+            self.assertEqual(self.ask("/live", UPGRADE + f"Origin: http://{HOST}:{PORT}\r\n")[0], 101)
         idle = [socket.create_connection((HOST, PORT), TIMEOUT) for _ in range(32)]
         time.sleep(0.2)
         self.assertEqual(self.ask()[0], 503)

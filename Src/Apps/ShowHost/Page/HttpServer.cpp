@@ -2,17 +2,16 @@
 
 #include "ShowHost/Page/HttpRequest.h"
 
-#include <QPointer>
-#include <QTcpSocket>
 #include <QTimer>
 #include <QWebSocket>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr int kMaxHeadBytes = 16 * 1024;
-constexpr int kMaxConnections = 32;
+constexpr std::size_t kMaxConnections = 32;
 /// Time to send a request, and again to receive the reply.
 constexpr int kTimeoutMs = 10'000;
 /// The largest message of a page contains a request's body.
@@ -51,14 +50,14 @@ CHttpServer::CHttpServer(Handler handler, std::function<void(QWebSocket*)> opene
 void CHttpServer::Accept()
 {
     while (QTcpSocket* const socket = m_server.nextPendingConnection()) {
-        ++m_connections;
-        connect(socket, &QObject::destroyed, this, [this] { --m_connections; });
+        m_open.erase(std::remove(m_open.begin(), m_open.end(), nullptr), m_open.end());
+        m_open.emplace_back(socket);
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         auto* const timeout = new QTimer(socket);
         timeout->setSingleShot(true);
         connect(timeout, &QTimer::timeout, socket, &QTcpSocket::abort);
         timeout->start(kTimeoutMs);
-        if (m_connections > 2 * kMaxConnections) {
+        if (m_open.size() > 2 * kMaxConnections) {
             socket->abort();
             continue;
         }
@@ -67,6 +66,11 @@ void CHttpServer::Accept()
         if (socket->bytesAvailable() > 0)
             Read(socket, timeout);
     }
+}
+
+std::size_t CHttpServer::OpenCount() const
+{
+    return m_open.size() - static_cast<std::size_t>(std::count(m_open.begin(), m_open.end(), nullptr));
 }
 
 void CHttpServer::Read(QTcpSocket* socket, QTimer* timeout)
@@ -78,7 +82,7 @@ void CHttpServer::Read(QTcpSocket* socket, QTimer* timeout)
         return;
     const SHttpRequest request = ParseHttpHead(head.left(end));
     const char* refusal = end < 0 ? "431 Request Header Fields Too Large"
-                          : m_connections > kMaxConnections
+                          : OpenCount() > kMaxConnections
                               ? "503 Service Unavailable"
                               : RefusalOf(request, socket->localAddress(), socket->localPort());
     if (!refusal && request.target == "/live")
@@ -100,6 +104,9 @@ void CHttpServer::Upgrade(QTcpSocket* socket, QTimer* timeout)
     delete timeout;
     disconnect(socket, &QTcpSocket::readyRead, this, nullptr);
     disconnect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    // For a handshake that fails. Otherwise the WebSocket owns the socket, and the server removes this connection.
+    connect(socket, &QTcpSocket::disconnected, socket,
+            [socket] { QTimer::singleShot(0, socket, &QObject::deleteLater); });
     socket->setReadBufferSize(0);
     socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, kSendBufferBytes);
     m_webSockets.handleConnection(socket);

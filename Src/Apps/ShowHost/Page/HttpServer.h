@@ -3,13 +3,15 @@
 #include <QByteArray>
 #include <QHostAddress>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QWebSocketServer>
 
 #include <functional>
+#include <vector>
 
-class QTcpSocket;
 class QTimer;
 class QWebSocket;
 
@@ -35,13 +37,15 @@ public:
 
 private:
     void Accept();
+    std::size_t OpenCount() const;
     void Read(QTcpSocket* socket, QTimer* timeout);
     void Upgrade(QTcpSocket* socket, QTimer* timeout);
     static void Answer(QTcpSocket* socket, const SReply& reply, bool withBody);
 
     Handler m_handler;
     std::function<void(QWebSocket*)> m_opened;
-    int m_connections = 0; ///< WebSockets included; declared before the servers, which own the sockets
+    /// WebSockets included. Not counted with a signal: the WebSocket server removes all connections of its sockets.
+    std::vector<QPointer<QTcpSocket>> m_open;
     QTcpServer m_server;
     QWebSocketServer m_webSockets;
 };

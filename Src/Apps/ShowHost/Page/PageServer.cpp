@@ -100,8 +100,8 @@ void CPageServer::Run(const QHostAddress& address, quint16 port, const CLivePage
     QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
         if (m_stops)
             loop.quit();
+        pictures.Poll(); // first, so that the update contains a picture that is finished
         pages.Update(statistics.Update());
-        pictures.Poll();
         timer.setInterval(pages.Count() > 0 ? kUpdateMs : kIdleMs);
     });
     timer.start(kIdleMs);

@@ -14,6 +14,8 @@
 namespace {
 
 constexpr QSize kThumbnail(384, 216);
+/// Large enough for a browser's window. The time to paint and to encode the picture depends on the number of pixels.
+constexpr QSize kMaxPicture(1920, 1200);
 
 QString IdText(const QUuid& id)
 {
@@ -152,7 +154,7 @@ std::function<QImage()> ShowView::Picture(std::shared_ptr<const SShow> show, con
     if (path == QLatin1String("/stage.jpg")) {
         return [show = std::move(show)] {
             const SScene* scene = show->CurrentScene();
-            return Painting::PaintStage(*show, scene ? *scene : SScene{});
+            return Painting::PaintStage(*show, scene ? *scene : SScene{}, kMaxPicture);
         };
     }
     if (path == QLatin1String("/resource.jpg")) {
@@ -168,6 +170,6 @@ std::function<QImage()> ShowView::Picture(std::shared_ptr<const SShow> show, con
         SShow lit = *show; // a thumbnail shows the scene, also while the stage is dark
         lit.effect.black = false;
         lit.effect.luminance = 1;
-        return Painting::PaintStage(lit, *scene).scaled(kThumbnail, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        return Painting::PaintStage(lit, *scene, kThumbnail);
     };
 }

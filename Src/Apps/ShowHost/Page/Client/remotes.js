@@ -9,8 +9,7 @@ const timeText = (time) => (time ? new Date(time).toLocaleTimeString("en-GB") : 
 
 function Connections({ connections }) {
   if (!connections.length) {
-    return html`<${Empty}>No remote is connected. Try: <code>showremote app listen</code> or
-      <code>showremote central getHDR</code><//>`;
+    return html`<${Empty}>No remote is connected. Try: <code>showremote app listen</code>${" or "}<code>showremote central getHDR</code><//>`;
   }
   const row = (one) => html`<tr key=${`${one.channel} ${one.connection} ${one.peer}`}>
     <td>${one.channel}</td>

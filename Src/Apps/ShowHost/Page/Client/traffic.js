@@ -184,11 +184,11 @@ export function Traffic({ query }) {
       <${Toggle} on=${paused} onChange=${setPaused}>Pause<//>
       <button type="button" onClick=${() => { records.clear(); select(null); changed(); }}>Clear</button>
       <button type="button" disabled=${!matches.list.length}
-        onClick=${() => saveFile("traffic.jsonl", recordingText(records.header, matches.list))}>Save ${count} records</button>
+        onClick=${() => saveFile("traffic.jsonl", recordingText(records.header, matches.list))}>Save ${count} ${matches.list.length === 1 ? "record" : "records"}</button>
       <label class="button">Load a recording <input type="file" accept=".jsonl,.json,.txt" onChange=${load} /></label>
       ${recording && html`<button type="button" onClick=${() => { recording = null; changed(); }}>Show the host's traffic</button>`}
       <span class="quiet" role="status">${recording ? `${recording.name}: ` : ""}${count} of
-        ${" "}${records.list.length.toLocaleString("en")} records${records.discarded
+        ${" "}${records.list.length.toLocaleString("en")} ${records.list.length === 1 ? "record" : "records"}${records.discarded
           ? `; ${records.discarded.toLocaleString("en")} older ones were discarded` : ""}</span>
     </div>
     <div class=${selected ? "split" : ""}>

@@ -207,10 +207,13 @@ QRect Painting::StageArea(const SShow& show)
     return stage.isEmpty() ? kStageWithoutScreens : stage;
 }
 
-QImage Painting::PaintStage(const SShow& show, const SScene& scene)
+QImage Painting::PaintStage(const SShow& show, const SScene& scene, const QSize& bounds)
 {
     const QRect stage = StageArea(show);
-    QImage image(CappedSize(stage.size()), QImage::Format_RGB32);
+    QSize size = stage.size();
+    if (!bounds.isEmpty() && size.boundedTo(bounds) != size)
+        size.scale(bounds, Qt::KeepAspectRatio);
+    QImage image(CappedSize(size), QImage::Format_RGB32);
     image.fill(show.effect.black ? Qt::black : HostModels::SoftwareSetting().LoadStageColor());
     if (show.effect.black)
         return image;

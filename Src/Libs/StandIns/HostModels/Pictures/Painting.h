@@ -26,7 +26,9 @@ QImage PaintTypeCard(int type, const QSize& size);
 QImage PaintMedium(const SProject& project, const CMediaNode& medium);
 /// The rectangle that contains all added screens; without screens, 1920 by 1080 pixels.
 QRect StageArea(const SShow& show);
-/// Paints the stage area. It shows the scene's media that are not hidden, with the show's luminance and black state. Never null.
-QImage PaintStage(const SShow& show, const SScene& scene);
+/// Paints the stage area. It shows the scene's media that are not hidden, with the show's luminance and black state.
+/// Never null. \param bounds maximum size of the result, which has the proportions of the stage; empty: the size of the
+/// stage
+QImage PaintStage(const SShow& show, const SScene& scene, const QSize& bounds = {});
 
 } // namespace Painting
