@@ -88,6 +88,7 @@ if(tools AND NOT WIN32)
         DESTINATION ${python_folder}/zentravox COMPONENT Kit)
     install(PROGRAMS Src/Kit/zentravox-kit DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Kit)
     include(ProgramFiles)
+    install(FILES Packaging/showhost.service DESTINATION lib/systemd/system COMPONENT Runtime)
 endif()
 
 list(JOIN qt_components " " package_qt_components)

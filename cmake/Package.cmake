@@ -37,4 +37,26 @@ set(CPACK_DEBIAN_KIT_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_KIT_PACKAGE_DEPENDS
     "python3 (>= 3.11), python3-jsonschema, python3-websockets, python3-cryptography")
 
+# The service of showhost.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/Packaging/postinst ${PROJECT_SOURCE_DIR}/Packaging/prerm ${PROJECT_SOURCE_DIR}/Packaging/postrm)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# Files that each Debian package has.
+find_program(GZIP gzip)
+if(GZIP)
+    execute_process(COMMAND ${GZIP} -9nc ${CHANGELOG} OUTPUT_FILE ${PROJECT_BINARY_DIR}/changelog.gz
+        COMMAND_ERROR_IS_FATAL ANY)
+    foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+        string(TOUPPER ${component} key)
+        set(package ${CPACK_DEBIAN_${key}_PACKAGE_NAME})
+        install(FILES Packaging/copyright ${PROJECT_BINARY_DIR}/changelog.gz
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package} COMPONENT ${component})
+        if(EXISTS ${PROJECT_SOURCE_DIR}/Packaging/${package}.lintian-overrides)
+            install(FILES Packaging/${package}.lintian-overrides
+                DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides RENAME ${package} COMPONENT ${component})
+        endif()
+    endforeach()
+endif()
+
 include(CPack)

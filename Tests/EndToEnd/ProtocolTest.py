@@ -341,6 +341,8 @@ class ProtocolTest(unittest.TestCase):
     def test_a_changed_contract_has_a_new_version(self):
         self.assertEqual(self.contract.text["released"].get(self.contract.text["version"]), self.contract.digest(),
                          "the contract has changed: raise \"version\" and add it to \"released\" with the second digest")
+        for version in self.contract.text["released"]:
+            self.assertIn(f"\n## {version}\n", PAGE.with_name("ContractChanges.md").read_text(encoding="utf-8"))
 
     def test_every_program_shows_the_same_versions_and_has_a_man_page(self):
         for program in (os.environ["SHOWHOST"], os.environ["SHOWREMOTE"], SOURCE_FOLDER / "Src" / "Kit" / "zentravox-kit"):

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of the programs and of the kit into a minimal Debian root with their dependencies, runs the
-# host, a remote and the kit there, and removes the packages: CleanRoot.sh PACKAGE.deb KIT.deb
+# service's command with a read-only system, a remote and the kit there, and removes the packages: CleanRoot.sh PACKAGE.deb KIT.deb
 # Needs root, the commands debootstrap, ip and unshare, and apt's sources. Works in a temporary folder.
 set -euo pipefail
 
@@ -48,10 +48,23 @@ quietly in_root '
     apt-get -qq install --yes --no-install-recommends /tmp/package.deb /tmp/kit.deb'
 
 # Without the machine's network, so that the default addresses can be used and all ports are free.
-say "running the host, a remote and the kit"
+say "running the service's command, a remote and the kit"
 in_root '
-    user=(setpriv --reuid=nobody --regid=nogroup --clear-groups env -u HOME)
-    "${user[@]}" showhost --show /usr/share/zentravox/DemoShow/DemoShow.zxc --state /tmp/state >/tmp/host.log 2>&1 &
+    user=(setpriv --reuid=nobody --regid=nogroup --clear-groups --no-new-privs --bounding-set=-all env -u HOME)
+    # What systemd provides for the command of the unit: a read-only system and empty folders.
+    mkdir -p /var/lib/showhost /run/showhost
+    mount --bind / /mnt
+    mount -o remount,bind,ro /mnt
+    mount -t proc proc /mnt/proc
+    for folder in /var/lib/showhost /run/showhost /tmp; do
+        mount -t tmpfs -o mode=0700,uid=65534,gid=65534 tmpfs /mnt$folder
+    done
+    unit=/usr/lib/systemd/system/showhost.service
+    set -a
+    eval "$(sed -n "s/^Environment=//p" $unit | sed "s,%t,/run,g")"
+    set +a
+    eval "command=($(sed -n "s/^ExecStart=//p" $unit | sed "s,%S,/var/lib,"))"
+    chroot /mnt "${user[@]}" "${command[@]}" </dev/null >/tmp/host.log 2>&1 &
     host=$!
     trap "cat /tmp/host.log >&2" ERR
     for ((tries = 0; tries < 300; ++tries)); do
@@ -61,7 +74,7 @@ in_root '
     "${user[@]}" showremote discover
     "${user[@]}" showremote app stage-snapshot >/dev/null
     "${user[@]}" showremote upload /usr/share/zentravox/DemoShow/Media/Balloons.jpg
-    cmp /usr/share/zentravox/DemoShow/Media/Balloons.jpg /tmp/state/Resources/Balloons.jpg
+    cmp /usr/share/zentravox/DemoShow/Media/Balloons.jpg /mnt/var/lib/showhost/Resources/Balloons.jpg
     "${user[@]}" env SHOWREMOTE_PASSWORD=demo zentravox-kit check --host 127.0.0.1 --user demo --allow-changes --quiet
     kill -TERM $host
     wait $host' --net
