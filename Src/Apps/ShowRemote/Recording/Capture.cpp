@@ -22,6 +22,8 @@ constexpr quint32 kEnhancedPacket = 6;
 constexpr quint16 kExportedPdu = 252; ///< link type
 constexpr quint16 kTimeResolution = 9;
 constexpr quint16 kPacketFlags = 2;
+/// Wireshark refuses files with larger packets.
+constexpr int kMaxPacketBytes = 262144;
 constexpr quint32 kInbound = 1;
 constexpr quint32 kOutbound = 2;
 
@@ -140,8 +142,9 @@ QByteArray PacketOf(const SRecordedLine& line, std::chrono::microseconds started
                       Tag(EndOfTags, {}) + PduOf(line, wire);
     const auto time = static_cast<quint64>((started + line.time).count());
     const auto length = Native(quint32(data.size()));
-    return Block(kEnhancedPacket, Native(quint32(0)) + Native(quint32(time >> 32)) + Native(quint32(time)) + length +
-                                      length + Padded(data) +
+    data.truncate(kMaxPacketBytes);
+    return Block(kEnhancedPacket, Native(quint32(0)) + Native(quint32(time >> 32)) + Native(quint32(time)) +
+                                      Native(quint32(data.size())) + length + Padded(data) +
                                       Option(kPacketFlags, Native(isFromHost ? kOutbound : kInbound)) + Option(0, {}));
 }
 
