@@ -11,20 +11,24 @@ import struct
 import subprocess
 import unittest
 
+import ProtocolTest as protocol
 from Support import TIMEOUT, Folder, ShowHost, environment, showremote, wait_until
 from zentravox import App, CentralControl, CloudService, FpController, discover
 from zentravox.contract import Contract
 from zentravox.recording import Recording
-from zentravox.wire import CLOUD_PORT, FP_PORT, FTP_PORT, envelope
+from zentravox.wire import CLOUD_PORT, CONTROL_PORT, FP_PORT, FTP_PORT, REPLY, envelope
 
 HOST, SECOND, REMOTES = "127.0.0.142", "127.0.0.143", "127.0.0.144"
 REMOTES_OPTIONS = ("--fp", f"{REMOTES}:{FP_PORT}", "--cloud", f"ws://{REMOTES}:{CLOUD_PORT}")
 APP_SECRET, FTP_SECRET, WRONG_SECRET = "Probe-4711", "Ballon-4712", "Falsch-4713"
-LOGIN_IDENTITY, PICTURE_ADJUSTMENT, SYSTEM_INFORMATION = 0x006, 0x112, 0x016
+LOGIN_IDENTITY, FP_PAIRING_CODE, SYSTEM_INFORMATION = 0x006, 0x013, 0x016
+MAX_PACKET = 262_000  # bytes; larger packets are cut off
+ENVELOPES = ("app control", "app bulk", "FP")
 
 
 def tshark(dissector, capture, *fields):
-    command = ["tshark", "-X", f"lua_script:{dissector}", "-r", str(capture), "-T", "fields", "-E", "occurrence=a"]
+    command = ["tshark", "-X", f"lua_script:{dissector}", "-r", str(capture), "-T", "fields", "-E", "occurrence=a",
+               "-E", "aggregator=|"]
     result = subprocess.run([*command, *(part for field in fields for part in ("-e", field))], capture_output=True,
                             encoding="utf-8", check=True, timeout=TIMEOUT)
     return [dict(zip(fields, line.split("\t"))) for line in result.stdout.splitlines()]
@@ -79,8 +83,8 @@ class RecordingTest(unittest.TestCase):
             with CentralControl(HOST) as central:
                 central.ask(cmd="getBlackAll")
                 central.ask(cmd="nonsense")
-            fp.send(PICTURE_ADJUSTMENT)
-            fp.receive()
+            fp.send(FP_PAIRING_CODE)
+            cls.pairing_secret = fp.receive()[1]["AppQRCode"].split(",")[1]
             link.send(cmdType=SYSTEM_INFORMATION)
             link.receive()
             with ftplib.FTP() as ftp:
@@ -103,10 +107,11 @@ class RecordingTest(unittest.TestCase):
 
     def test_the_recording_has_no_secret(self):
         text = self.file.read_text(encoding="utf-8")
-        self.assertTrue(self.login_secret and self.cloud_secret)
+        self.assertTrue(self.login_secret and self.cloud_secret and self.pairing_secret)
         hidden = [key for key, value in secrets(Contract().text)]
-        self.assertEqual(sorted(hidden), ["PASS", "password", "password", "password"])
-        for secret in (APP_SECRET, FTP_SECRET, WRONG_SECRET, f'"{self.login_secret}"', f"PASS {self.cloud_secret}"):
+        self.assertEqual(sorted(hidden), ["AppQRCode", "PASS", "password", "password", "password"])
+        for secret in (APP_SECRET, FTP_SECRET, WRONG_SECRET, f'"{self.login_secret}"', f"PASS {self.cloud_secret}",
+                       self.pairing_secret):
             self.assertNotIn(secret, text)
         passwords = [record.payload["password"] for record in self.recording
                      if isinstance(record.payload, dict) and "password" in record.payload]
@@ -153,33 +158,50 @@ class RecordingTest(unittest.TestCase):
         self.assertRegex(result.stdout, r"(?m)^app control, login +2 +2 +0 +\d")
         self.assertRegex(result.stdout, r"(?m)^central control, - +1 +1 +1 +\d")
 
-    def test_tshark_shows_what_the_recording_has(self):
-        capture, dissector = self.folder / "evening.pcapng", self.folder / "zxap.lua"
-        self.assertEqual(showremote("recording", self.file, "--pcapng", capture).returncode, 0)
+    def test_tshark_shows_what_the_recording_of_all_examples_has(self):
+        file, capture, dissector = (self.folder / name for name in ("all.jsonl", "all.pcapng", "zxap.lua"))
+        with contextlib.ExitStack() as stack:
+            remotes = protocol.Remotes(REMOTES, stack.enter_context, "--record", file)
+            protocol.Replay(Contract(), remotes, protocol.PAGE.read_text(encoding="utf-8"))
+        self.assertEqual(showremote("recording", file, "--pcapng", capture).returncode, 0)
         dissector.write_text(showremote("dissector").stdout)
-        packets = tshark(dissector, capture, "zxap.code", "zxap.name", "zxap.reply", "frame.packet_flags_direction",
-                         "json.key", "frame.time_epoch", "zxap.length")
-        messages = [record for record in self.recording if record.kind == "message"]
+        packets = tshark(dissector, capture, "zxap.code", "zxap.name", "zxap.reply", "zxap.length", "zxap.id",
+                         "json.key", "json.value.number", "frame.packet_flags_direction", "frame.time_epoch")
+        messages = [record for record in Recording(file) if record.kind == "message"]
         self.assertEqual(len(packets), len(messages))
+        self.assertLessEqual({*ENVELOPES, "central control", "cloud"}, {record.channel for record in messages})
         start = float(packets[0]["frame.time_epoch"]) - messages[0].t
         for packet, record in zip(packets, messages):
             self.assertEqual(packet["frame.packet_flags_direction"][-1:], "2" if record.sender == "host" else "1")
             self.assertAlmostEqual(float(packet["frame.time_epoch"]) - start, record.t, places=5)
-            if record.channel in ("app control", "app bulk", "FP"):
-                self.assertEqual((int(packet["zxap.code"], 16), packet["zxap.name"]), (record.code, record.name))
-                is_reply = record.sender == "host" and record.channel != "FP"
-                self.assertEqual(packet["zxap.reply"] in ("1", "True"), is_reply)
-            if isinstance(record.payload, dict) and record.payload:
-                self.assertLessEqual(set(record.payload), set(packet["json.key"].split(",")))
+            self.check(packet, record)
 
-        body = json.dumps({"name": "Stage left"}).encode()
-        stream = envelope(0x004, body) + envelope(0x10000005, body)
-        capture.write_bytes(segments(stream, 25506, 2, 15, 50))
-        packets = tshark(dissector, capture, "zxap.code", "zxap.reply", "zxap.length", "json.key")
-        found = [packet for packet in packets if packet["zxap.code"]]
-        self.assertEqual([(int(packet["zxap.code"], 16), packet["zxap.reply"] in ("1", "True"), int(packet["zxap.length"]),
-                           packet["json.key"]) for packet in found],
-                         [(4, False, len(body), "name"), (5, True, len(body), "name")])
+        # The same envelopes in a capture of the network interface, split anywhere.
+        envelopes = [record for record in messages if record.channel in ENVELOPES[:2] and record.sender == "host"
+                     and record.id is None]
+        stream = b"".join(envelope(REPLY | record.code, json.dumps(record.payload).encode() if record.payload else b"")
+                          for record in envelopes)
+        capture.write_bytes(segments(stream, CONTROL_PORT, 2, 15, *range(50, len(stream), 997)))
+        found = [pair for packet in tshark(dissector, capture, "zxap.code", "zxap.name") if packet["zxap.code"]
+                 for pair in zip(packet["zxap.code"].split("|"), packet["zxap.name"].split("|"))]
+        self.assertEqual([(int(code, 16), name) for code, name in found],
+                         [(record.code, record.name or "unknown") for record in envelopes])
+
+    def check(self, packet, record):
+        """Compares the dissected fields with the record."""
+        if record.channel in ENVELOPES:
+            self.assertEqual((int(packet["zxap.code"], 16), packet["zxap.name"]), (record.code, record.name or "unknown"))
+            is_reply = record.sender == "host" and record.channel != "FP"
+            self.assertEqual(packet["zxap.reply"] in ("1", "True"), is_reply)
+            self.assertEqual(packet["zxap.id"], str(record.id or ""))
+            if not isinstance(record.payload, dict):  # a recording has JSON without white space
+                self.assertEqual(int(packet["zxap.length"]), record.size - 12)
+        if isinstance(record.payload, dict) and record.size < MAX_PACKET:
+            self.assertLessEqual(set(record.payload), set(packet["json.key"].split("|")))
+            numbers = [float(number) for number in packet["json.value.number"].split("|") if number]
+            for value in record.payload.values():
+                if isinstance(value, (int, float)) and not isinstance(value, bool):
+                    self.assertIn(value, numbers)
 
 
 def secrets(schema):
