@@ -74,14 +74,16 @@ TEST(RecordLineTest, SecretsAreHiddenWhereverTheyAre)
 {
     const char* const payloads[] = {
         R"({"user": "demo", "password": "s3cret"})",
-        R"({"user": "demo", "p\u0061ssword": "s3cret"})",
+        R"( {"user": "demo", "p\u0061ssword": "s3cret"})",
+        R"(x {"password": "s3cret"})",
+        "\xef\xbb\xbf{\"password\": \"s3cret\"}",
         R"({"list": [{"deep": {"password": {"is": "s3cret"}}}]})",
         R"({"route": 1, "data": "{\"password\": \"s3cret\"}"})",
         R"({"password": "s3cret)",
         R"({"password": "other", "password": "s3cret"})",
-        "PASS s3cret",
+        "PASS 1 & s3cret",
         "password=s3cret&user=demo",
-        "password: s3cret",
+        R"({"AppQRCode": "s3cret"})",
         "\xff password s3cret",
     };
     for (const char* const payload : payloads) {
@@ -100,12 +102,16 @@ TEST(RecordLineTest, AMessageIsJsonTextOrBytes)
 {
     EXPECT_EQ(Line(Message("{\n  \"a\": [1, \"b  \\\" c\"]\n}", STrafficRecord::From::Host))["body"],
               QJsonObject({{"a", QJsonArray{1, "b  \" c"}}}));
-    for (const char* const broken : {"{\"a\": ", "{\"a\": \"", "{\"a\": 1}}", "{\"a\": 1, \"a\": 2}"})
-        EXPECT_EQ(Line(Message(broken))["text"].toString(), broken);
+    EXPECT_THAT(RecordLine::LineOf(Message(R"( { "a" : [ -0.5e+1 , true, { } ] } )"), {}),
+                HasSubstr(R"("body":{"a":[-0.5e+1,true,{}]})"));
+    const std::string tooDeep = std::string(64, '[') + std::string(64, ']');
+    for (const char* const other : {R"({"a": )", R"({"a": ")", R"({"a": 1}})", R"({"a": 1, "a": 2})", R"({"a": 01})",
+                                    R"([1,])", R"(["\q"])", R"({"a" 1})", "[\"line\nfeed\"]", "[1.]", tooDeep.c_str()})
+        EXPECT_EQ(Line(Message(other))["text"].toString(), other);
     EXPECT_EQ(Line(Message("\xff\x01"))["bytes"], QJsonValue("/wE="));
-    const QJsonObject picture = Line(Message(std::string("ZXID") + std::string(15, '\0') + "\x07" +
-                                                 std::string("\0\0\0\2ab", 6),
-                                             STrafficRecord::From::Host));
+    const QJsonObject picture =
+        Line(Message(std::string("ZXID") + std::string(15, '\0') + "\x07" + std::string("\0\0\0\2ab", 6),
+                     STrafficRecord::From::Host));
     EXPECT_EQ(picture["id"], QJsonValue("00000000-0000-0000-0000-000000000007"));
     EXPECT_EQ(picture["bytes"], QJsonValue("YWI="));
     EXPECT_EQ(picture["code"], QJsonValue("0x006"));

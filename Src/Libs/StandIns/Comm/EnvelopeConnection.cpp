@@ -47,6 +47,7 @@ CEnvelopeConnection::CEnvelopeConnection(CIoThreads& threads, asio::ip::tcp::soc
     const auto remote = m_socket.remote_endpoint(ignored);
     m_remoteIp = IpText(remote.address());
     m_remotePort = remote.port();
+    m_remoteText = AddressText(m_remoteIp, m_remotePort);
     m_gather.reserve(kMaxGather);
 }
 

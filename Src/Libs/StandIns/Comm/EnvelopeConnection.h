@@ -50,7 +50,7 @@ public:
     std::uint16_t RemotePort() const { return m_remotePort; }
     /// Returns the number of the connection in traffic records.
     std::uint64_t Number() const { return m_number; }
-    std::string RemoteText() const { return AddressText(m_remoteIp, m_remotePort); }
+    const std::string& RemoteText() const { return m_remoteText; }
 
     /// Starts reading. To be called once.
     void Start();
@@ -114,6 +114,7 @@ private:
     const std::uint64_t m_number = CTraffic::GetInstance().NextConnection();
     std::string m_remoteIp;
     std::uint16_t m_remotePort = 0;
+    std::string m_remoteText;
 
     CFrameReader m_reader; ///< used by the reading thread in Receiving::Handling, otherwise under the mutex
     std::array<char, 512> m_firstBytes;

@@ -3,6 +3,8 @@
 #include "Comm/Envelope.h"
 #include "ExternalController/Common/CommandNames.h"
 #include "ExternalController/Common/JsonReader.h"
+#include "ExternalController/Common/JsonScan.h"
+#include "Traffic/CompactJson.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -11,7 +13,10 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <iterator>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -38,11 +43,13 @@ bool MayHaveSecret(std::string_view text)
                        [&](const std::string& key) { return text.find(key) != std::string_view::npos; });
 }
 
-/// Hides the word after each key, as in "password=1234" and "PASS 1234".
+/// Hides what follows a key: a word in "user=demo&password=1234", otherwise the rest of the line, as in "PASS 12 34".
 QString HideWords(QString text)
 {
-    static const QRegularExpression secret("\\b(" + SecretKeys().join('|') + ")([=:\\s]\\s*)[^&\\s]+");
-    return text.replace(secret, "\\1\\2" + kHidden);
+    if (!MayHaveSecret(text.toStdString()))
+        return text;
+    static const QRegularExpression secret("\\b(" + SecretKeys().join('|') + ")(?:(=)[^&\\s]+|([^\\w=]\\s*).+)");
+    return text.replace(secret, "\\1\\2\\3" + kHidden);
 }
 
 QJsonValue Hide(const QJsonValue& value);
@@ -95,94 +102,68 @@ void AppendText(std::string& line, std::string_view text)
     line += '"';
 }
 
-void AppendKey(std::string& line, const char* key)
+void AppendNumber(std::string& line, std::uint64_t number)
 {
-    line += line.size() == 1 ? "\"" : ",\"";
-    line += key;
-    line += "\":";
+    char digits[std::numeric_limits<std::uint64_t>::digits10 + 1];
+    line.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
-void AppendEntry(std::string& line, const char* key, std::string_view text)
+void AppendCode(std::string& line, std::uint32_t code)
 {
-    AppendKey(line, key);
-    AppendText(line, text);
-}
-
-void AppendEntry(std::string& line, const char* key, std::uint64_t number)
-{
-    AppendKey(line, key);
-    line += std::to_string(number);
-}
-
-/// Appends a JSON text without the white space between its tokens.
-/// \return false, with the line unchanged, if the brackets or the quotes don't match
-bool AppendCompact(std::string& line, std::string_view json)
-{
-    const std::size_t before = line.size();
-    int depth = 0;
-    bool isInText = false;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const char c = json[i];
-        if (isInText && c == '\\' && i + 1 < json.size()) {
-            line += c;
-            line += json[++i];
-            continue;
-        }
-        if (c == '"')
-            isInText = !isInText;
-        if (!isInText && (c == ' ' || c == '\n' || c == '\r' || c == '\t'))
-            continue;
-        if (!isInText && (c == '{' || c == '['))
-            ++depth;
-        if (!isInText && (c == '}' || c == ']'))
-            --depth;
-        line += c;
-    }
-    if (depth == 0 && !isInText)
-        return true;
-    line.resize(before);
-    return false;
+    char digits[2 * sizeof code];
+    const auto count = static_cast<std::size_t>(std::to_chars(std::begin(digits), std::end(digits), code, 16).ptr -
+                                                std::begin(digits));
+    line += "0x";
+    line.append(count < 3 ? 3 - count : 0, '0');
+    line.append(digits, count);
 }
 
 bool StartsLikeJson(std::string_view text)
 {
-    return !text.empty() && (text.front() == '{' || text.front() == '[');
+    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+        text.remove_prefix(kByteOrderMark.size());
+    const std::size_t start = text.find_first_not_of(" \t\r\n");
+    return start != std::string_view::npos && (text[start] == '{' || text[start] == '[');
 }
 
+/// Appends the payload as "body" if it is JSON that ReadJson can read as a member of the line.
 bool AppendJson(std::string& line, const STrafficRecord& record)
 {
     if (!StartsLikeJson(record.payload))
         return false;
-    const bool mayHaveSecret = MayHaveSecret(record.payload);
-    // The host writes correct JSON, remotes need not.
-    if (mayHaveSecret || record.from == STrafficRecord::From::Remote) {
-        const QJsonDocument json =
-            ReadJson(QByteArray::fromRawData(record.payload.data(), static_cast<int>(record.payload.size())));
-        if (json.isNull())
-            return false;
-        if (mayHaveSecret) {
-            AppendKey(line, "body");
-            const QJsonValue hidden = Hide(json.isArray() ? QJsonValue(json.array()) : json.object());
-            line += (hidden.isArray() ? QJsonDocument(hidden.toArray()) : QJsonDocument(hidden.toObject()))
-                        .toJson(QJsonDocument::Compact)
-                        .toStdString();
-            return true;
-        }
-    }
+    const auto bytes = QByteArray::fromRawData(record.payload.data(), static_cast<int>(record.payload.size()));
     const std::size_t before = line.size();
-    AppendKey(line, "body");
-    if (AppendCompact(line, record.payload))
+    line += R"(,"body":)";
+    if (MayHaveSecret(record.payload)) {
+        const QJsonDocument json = ReadJson(bytes);
+        const QJsonValue hidden = Hide(json.isArray() ? QJsonValue(json.array()) : json.object());
+        const QByteArray text =
+            (hidden.isArray() ? QJsonDocument(hidden.toArray()) : QJsonDocument(hidden.toObject())).toJson();
+        if (!json.isNull() && AppendCompactJson(line, {text.data(), static_cast<std::size_t>(text.size())}))
+            return true;
+        // Keys are unique in what the host writes.
+    } else if ((record.from == STrafficRecord::From::Host || CJsonScan(bytes).Run()) &&
+               AppendCompactJson(line, record.payload)) {
         return true;
+    }
     line.resize(before);
     return false;
 }
 
 void AppendBytes(std::string& line, std::string_view bytes)
 {
-    AppendKey(line, "bytes");
-    line += '"';
+    line += R"(,"bytes":")";
     line += QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
     line += '"';
+}
+
+void AppendEntry(std::string& line, const char* key, const QString& text)
+{
+    line += ",\"";
+    line += key;
+    line += "\":";
+    AppendText(line, text.toStdString());
 }
 
 void AppendPayload(std::string& line, const STrafficRecord& record)
@@ -191,7 +172,7 @@ void AppendPayload(std::string& line, const STrafficRecord& record)
     if (payload.size() >= Envelope::kIdHeaderBytes &&
         payload.compare(0, Envelope::kMarkBytes, Envelope::kIdMark) == 0) {
         const QUuid id = QUuid::fromRfc4122(QByteArray(payload.data() + Envelope::kMarkBytes, 16));
-        AppendEntry(line, "id", id.toString(QUuid::WithoutBraces).toStdString());
+        AppendEntry(line, "id", id.toString(QUuid::WithoutBraces));
         AppendBytes(line, payload.substr(Envelope::kIdHeaderBytes));
         return;
     }
@@ -201,9 +182,9 @@ void AppendPayload(std::string& line, const STrafficRecord& record)
     const QString text = QString::fromUtf8(bytes);
     const bool isText = text.toUtf8() == bytes;
     if (MayHaveSecret(payload) && (!isText || StartsLikeJson(payload)))
-        AppendEntry(line, "text", kHidden.toStdString()); // where the secret ends is unknown
+        AppendEntry(line, "text", kHidden); // where the secret ends is unknown
     else if (isText)
-        AppendEntry(line, "text", HideWords(text).toStdString());
+        AppendEntry(line, "text", HideWords(text));
     else
         AppendBytes(line, payload);
 }
@@ -231,10 +212,10 @@ bool IsFromRemote(const STrafficRecord& record)
            record.channel != TrafficChannel::Devices;
 }
 
-std::string NoteOf(const STrafficRecord& record)
+QString NoteOf(const STrafficRecord& record)
 {
     const std::string text = record.kind == STrafficRecord::Kind::Listening ? "listens on " + record.text : record.text;
-    return HideWords(QString::fromStdString(text)).toStdString();
+    return HideWords(QString::fromStdString(text));
 }
 
 } // namespace
@@ -243,50 +224,68 @@ std::string RecordLine::HeaderOf(const std::string& program, std::chrono::system
 {
     const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(started.time_since_epoch()).count();
     const QString time = QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC).toString(Qt::ISODateWithMs);
-    std::string line = "{";
-    AppendEntry(line, "recording", 1);
+    std::string line = R"({"recording":1)";
     AppendEntry(line, "contract", ZENTRAVOX_CONTRACT_VERSION);
-    AppendEntry(line, "program", program);
-    AppendEntry(line, "started", time.toStdString());
+    AppendEntry(line, "program", QString::fromStdString(program));
+    AppendEntry(line, "started", time);
     return line + '}';
+}
+
+void RecordLine::Append(std::string& line, const STrafficRecord& record, std::chrono::steady_clock::time_point started)
+{
+    constexpr std::uint64_t kSecond = 1'000'000;
+    const auto us = static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(record.time - started).count());
+    line += R"({"n":)";
+    AppendNumber(line, record.number);
+    line += R"(,"t":)";
+    AppendNumber(line, us / kSecond);
+    const std::size_t point = line.size();
+    AppendNumber(line, kSecond + us % kSecond); // with leading zeros
+    line[point] = '.';
+    line += R"(,"channel":")";
+    line += NameOf(record.channel);
+    line += R"(","connection":)";
+    AppendNumber(line, record.connection);
+    const bool isAscii = std::all_of(record.peer.begin(), record.peer.end(), [](unsigned char c) { return c < 0x80; });
+    // The name of a port can be invalid UTF-8.
+    line += R"(,"peer":)";
+    AppendText(line, isAscii ? record.peer : QString::fromStdString(record.peer).toStdString());
+    line += IsFromRemote(record) ? R"(,"from":"remote","kind":")" : R"(,"from":"host","kind":")";
+    line += NameOf(record.kind);
+    line += '"';
+    if (record.kind != STrafficRecord::Kind::Message) {
+        if (!record.text.empty())
+            AppendEntry(line, "note", NoteOf(record));
+        line += '}';
+        return;
+    }
+    const std::uint32_t code = record.code & ~Command::kReplyBit;
+    if (code != 0) {
+        line += R"(,"code":")";
+        AppendCode(line, code);
+        line += '"';
+        if (const char* const name = Command::NameOf(code)) {
+            line += R"(,"name":")";
+            line += name;
+            line += '"';
+        }
+    }
+    if (record.replyTo != 0) {
+        line += R"(,"replyTo":)";
+        AppendNumber(line, record.replyTo);
+    }
+    line += R"(,"size":)";
+    AppendNumber(line, record.wireBytes);
+    if (!record.text.empty())
+        AppendEntry(line, "note", NoteOf(record));
+    AppendPayload(line, record);
+    line += '}';
 }
 
 std::string RecordLine::LineOf(const STrafficRecord& record, std::chrono::steady_clock::time_point started)
 {
-    std::string line = "{";
-    line.reserve(256 + record.payload.size());
-    AppendEntry(line, "n", record.number);
-    const auto us = std::chrono::duration_cast<std::chrono::microseconds>(record.time - started).count();
-    constexpr std::int64_t kSecond = 1'000'000;
-    AppendKey(line, "t");
-    line += std::to_string(us / kSecond);
-    line += '.';
-    line += std::to_string(kSecond + us % kSecond).substr(1); // with leading zeros
-    AppendEntry(line, "channel", NameOf(record.channel));
-    AppendEntry(line, "connection", record.connection);
-    const bool isAscii = std::all_of(record.peer.begin(), record.peer.end(), [](unsigned char c) { return c < 0x80; });
-    // The name of a port can be invalid UTF-8.
-    AppendEntry(line, "peer", isAscii ? record.peer : QString::fromStdString(record.peer).toStdString());
-    AppendEntry(line, "from", IsFromRemote(record) ? "remote" : "host");
-    AppendEntry(line, "kind", NameOf(record.kind));
-    if (record.kind != STrafficRecord::Kind::Message) {
-        if (!record.text.empty())
-            AppendEntry(line, "note", NoteOf(record));
-        return line + '}';
-    }
-    const std::uint32_t code = record.code & ~Command::kReplyBit;
-    if (code != 0) {
-        char hex[16];
-        std::snprintf(hex, sizeof hex, "0x%03x", code);
-        AppendEntry(line, "code", hex);
-        if (const char* const name = Command::NameOf(code))
-            AppendEntry(line, "name", name);
-    }
-    if (record.replyTo != 0)
-        AppendEntry(line, "replyTo", record.replyTo);
-    AppendEntry(line, "size", record.wireBytes);
-    if (!record.text.empty())
-        AppendEntry(line, "note", NoteOf(record));
-    AppendPayload(line, record);
-    return line + '}';
+    std::string line;
+    Append(line, record, started);
+    return line;
 }

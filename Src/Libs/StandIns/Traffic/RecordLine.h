@@ -9,7 +9,8 @@ namespace RecordLine {
 
 /// Returns the first line, without a line feed.
 std::string HeaderOf(const std::string& program, std::chrono::system_clock::time_point started);
-/// Returns the line of a record, without a line feed and without secrets.
+/// Appends the line of a record, without a line feed and without secrets.
+void Append(std::string& line, const STrafficRecord& record, std::chrono::steady_clock::time_point started);
 std::string LineOf(const STrafficRecord& record, std::chrono::steady_clock::time_point started);
 
 } // namespace RecordLine

@@ -70,20 +70,22 @@ public:
 
     void Run()
     {
+        std::vector<SQueued> records; // swapped with m_records, so that both retain their memory
         std::unique_lock lock(m_mutex);
         while (!m_failed && !(m_ends && m_records.empty())) {
             if (!m_ends)
                 m_changed.wait_for(lock, kPeriod, [this] { return m_ends || m_bytes > kMaxQueuedBytes / 4; });
-            const std::vector<SQueued> records = std::exchange(m_records, {});
+            records.swap(m_records);
             const std::uint64_t dropped = std::exchange(m_dropped, 0);
             const STrafficRecord lastDropped = std::exchange(m_lastDropped, {});
             const std::size_t bytes = m_bytes;
             lock.unlock();
-            for (const SQueued& queued : records)
+            for (SQueued& queued : records)
                 Write(queued);
             if (dropped > 0)
                 WriteDropped(dropped, lastDropped);
             WriteText();
+            records.clear();
             lock.lock();
             m_bytes -= bytes;
         }
@@ -101,12 +103,11 @@ public:
     }
 
 private:
-    void Write(const SQueued& queued)
+    void Write(SQueued& queued)
     {
         constexpr std::size_t kWriteBytes = std::size_t{1} << 20;
-        STrafficRecord record = queued.record;
-        record.payload = queued.payload;
-        m_text += RecordLine::LineOf(record, m_started);
+        queued.record.payload = queued.payload;
+        RecordLine::Append(m_text, queued.record, m_started);
         m_text += '\n';
         if (m_text.size() >= kWriteBytes)
             WriteText();
@@ -125,15 +126,17 @@ private:
     /// Writes whole lines. After an error the file is cut after the last line that was written before.
     void WriteText()
     {
-        const std::string text = std::exchange(m_text, {});
-        if (m_failed || text.empty())
+        if (m_failed || m_text.empty())
             return;
         errno = 0;
-        const std::size_t written = std::fwrite(text.data(), 1, text.size(), m_file.get());
+        const std::size_t written = std::fwrite(m_text.data(), 1, m_text.size(), m_file.get());
         const std::string reason = std::strerror(errno);
+        const bool isWritten = written == m_text.size();
+        m_text.resize(written);
         // 0 if no line was written completely
-        m_fileBytes += text.substr(0, written).rfind('\n') + 1;
-        if (written == text.size())
+        m_fileBytes += m_text.rfind('\n') + 1;
+        m_text.clear();
+        if (isWritten)
             return;
         std::error_code ignored;
         std::filesystem::resize_file(m_name, m_fileBytes, ignored);

@@ -17,7 +17,7 @@ CTraffic& CTraffic::GetInstance()
     return traffic;
 }
 
-std::uint64_t CTraffic::Publish(STrafficRecord record)
+std::uint64_t CTraffic::Publish(STrafficRecord& record)
 {
     const bool isMessage = record.kind == STrafficRecord::Kind::Message;
     if (isMessage && record.from == STrafficRecord::From::Host && t_request &&
@@ -67,12 +67,12 @@ CTrafficSubscription::~CTrafficSubscription()
     traffic.UpdateLocked();
 }
 
-void CTrafficRequest::Begin(STrafficRecord record)
+void CTrafficRequest::Begin(STrafficRecord&& record)
 {
-    record.number = CTraffic::GetInstance().Publish(record);
-    m_fault = CFaults::GetInstance().Match(record);
-    record.payload = {};
     m_record = std::move(record);
+    CTraffic::GetInstance().Publish(m_record);
+    m_record.payload = {};
+    m_fault = CFaults::GetInstance().Match(m_record);
     t_request = this;
     if (m_fault && m_fault->action == SFault::Action::Delay) {
         CFaults::GetInstance().Delay(*m_fault);

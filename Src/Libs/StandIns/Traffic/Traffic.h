@@ -68,8 +68,10 @@ public:
     bool WantsMessages() const { return m_wantsMessages.load(std::memory_order_relaxed); }
     /// Numbers the record and passes it to the subscribers. A message of the host that is sent while this thread
     /// handles a request (CTrafficRequest) is published as a reply to it.
+    /// \param record its number and times are set; the code and the request of a reply, too
     /// \return the number of the record
-    std::uint64_t Publish(STrafficRecord record);
+    std::uint64_t Publish(STrafficRecord& record);
+    std::uint64_t Publish(STrafficRecord&& record) { return Publish(record); }
     /// Returns a number for a new connection of any channel.
     std::uint64_t NextConnection() { return ++m_connections; }
 
@@ -144,7 +146,7 @@ public:
     }
 
 private:
-    void Begin(STrafficRecord record);
+    void Begin(STrafficRecord&& record);
 
     STrafficRecord m_record; ///< without the payload; number 0 if it was not published
     std::shared_ptr<const SFault> m_fault;
