@@ -169,7 +169,7 @@ class FaultsTest(unittest.TestCase):
                              ({**reset, "channel": "central control"}, "action: datagrams have no connection"),
                              ({**reset, "action": "delay"}, "milliseconds: is required"), ({**reset, "bytes": 3}, "bytes: "),
                              ({**reset, "request": "nonsense"}, "request: "), ({**reset, "first": 1, "every": 2}, "first: "),
-                             ({**reset, "chanel": 1}, "chanel")):
+                             ({**reset, "chanel": 1}, "chanel"), ({**reset, "peer": "host:1"}, "peer: ")):
             with self.subTest(rule=rule):
                 self.host.write_line("fault add " + json.dumps(rule))
                 self.host.wait_for_line(lambda line: line.startswith("fault add: ") and reason in line, reason)
@@ -183,7 +183,8 @@ class FaultsTest(unittest.TestCase):
                                     (f"resource-demuxed {resource}", RESOURCE_DEMUXED, {"resId": bare, "dexumerFlag": True})):
             self.console("notify " + command, "notified: " + command)
             self.assertEqual(self.other.control.receive(), (REPLY | code, body))
-        self.console("notify nonsense", "resource-used ID or resource-demuxed ID")
+        for wrong in ("nonsense", f"resource-used {resource} no"):
+            self.console("notify " + wrong, "resource-used ID or resource-demuxed ID")
 
 
 class FaultFileTest(unittest.TestCase):

@@ -214,15 +214,16 @@ void CConsole::Notify(const QString& arguments)
     const QStringList words = arguments.split(' ', Qt::SkipEmptyParts);
     const QString event = words.value(0);
     const QUuid id(words.value(1));
-    const bool flag = words.value(2) != QLatin1String("false");
+    const bool flag = words.size() < 3;
+    const bool isResource = !id.isNull() && (flag || words.mid(2) == QStringList("false"));
     const CShowReading reading;
     if (event == QLatin1String("scene-changed") && words.size() == 1)
         emit GetPlayController()->signalExControlNotifySceneChanged({}, {});
     else if (event == QLatin1String("app-displaced") && words.size() == 1)
         AppServer::SendToApps(Command::ReplyTo(Command::AppGone));
-    else if (event == QLatin1String("resource-used") && !id.isNull())
+    else if (event == QLatin1String("resource-used") && isResource)
         emit CResourceModel::GetInstance()->signalExControlResourceUsedChanged(id, flag);
-    else if (event == QLatin1String("resource-demuxed") && !id.isNull())
+    else if (event == QLatin1String("resource-demuxed") && isResource)
         emit CResourceModel::GetInstance()->signalExControlResourceDexumerStateChanged(id, flag);
     else
         throw CFileError("notify: expected scene-changed, app-displaced, resource-used ID or resource-demuxed ID");

@@ -3,7 +3,9 @@
 #include "ExternalController/Common/CommandNames.h"
 #include "HostModels/Files/JsonFile.h"
 
+#include <QHostAddress>
 #include <QJsonDocument>
+#include <QUrl>
 
 namespace {
 
@@ -49,6 +51,23 @@ std::uint32_t ReadCode(const CJsonObjectReader& reader, TrafficChannel channel)
     if (!isNumber || code == 0 || code >= Command::kReplyBit)
         reader.Fail("request", "must be the name of a request or a code such as \"0x005\"");
     return code;
+}
+
+/// Returns the peer in the form of the records.
+std::string ReadPeer(const CJsonObjectReader& reader)
+{
+    if (!reader.Has("peer"))
+        return {};
+    const QString peer = reader.RequiredText("peer");
+    if (const QHostAddress address(peer); !address.isNull()) {
+        const std::string ip = address.toString().toStdString();
+        return address.protocol() == QAbstractSocket::IPv6Protocol ? '[' + ip + ']' : ip;
+    }
+    const QUrl url("//" + peer, QUrl::StrictMode);
+    const QHostAddress address(url.host());
+    if (address.isNull() || url.port() < 0)
+        reader.Fail("peer", "must be an IP address, with or without a port, such as 127.0.0.1:4000 or [::1]:4000");
+    return AddressText(address.toString().toStdString(), static_cast<std::uint16_t>(url.port()));
 }
 
 void ReadCondition(const CJsonObjectReader& reader, SFault& fault)
@@ -121,7 +140,7 @@ SFault ReadFault(const CJsonObjectReader& reader)
     ReadAction(reader, fault);
     if (reader.Has("request"))
         fault.code = ReadCode(reader, fault.channel);
-    fault.peer = reader.Text("peer", {}).toStdString();
+    fault.peer = ReadPeer(reader);
     ReadCondition(reader, fault);
     fault.text = QJsonDocument(reader.Json()).toJson(QJsonDocument::Compact).toStdString();
     return fault;
