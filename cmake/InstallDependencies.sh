@@ -11,7 +11,7 @@ test=(libgtest-dev libgmock-dev libbenchmark-dev curl iproute2 binutils tshark f
       g++-mingw-w64-x86-64-posix chromium chromium-driver python3-selenium)
 lint=(clang-tidy cppcheck mypy)
 fuzz=(clang libclang-rt-dev llvm)
-package=(dpkg-dev file debootstrap iproute2)
+package=(dpkg-dev file debootstrap iproute2 lintian)
 groups='build, test, lint, fuzz, package'
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }

@@ -52,10 +52,8 @@ if(GZIP)
         set(package ${CPACK_DEBIAN_${key}_PACKAGE_NAME})
         install(FILES Packaging/copyright ${PROJECT_BINARY_DIR}/changelog.gz
             DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package} COMPONENT ${component})
-        if(EXISTS ${PROJECT_SOURCE_DIR}/Packaging/${package}.lintian-overrides)
-            install(FILES Packaging/${package}.lintian-overrides
-                DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides RENAME ${package} COMPONENT ${component})
-        endif()
+        install(FILES Packaging/lintian-overrides
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides RENAME ${package} COMPONENT ${component})
     endforeach()
 endif()
 
