@@ -13,7 +13,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 
 from Support import TIMEOUT, Folder, ShowHost, showremote, wait_until
-from zentravox import App
+from zentravox import App, FpController
 
 HOST, PORT = "127.0.0.161", 25512
 PAGE = f"http://{HOST}:{PORT}/"
@@ -113,7 +113,7 @@ class BrowserTest(unittest.TestCase):
         cls.driver.execute_cdp_cmd("Browser.grantPermissions", {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
 
     def setUp(self):
-        self.host = self.enterContext(start_host(self.state))
+        self.host = self.enterContext(start_host(self.state, "--fp", f"{HOST}:25510"))
         self.driver.get("about:blank")
         self.driver.get_log("browser")  # forgets requests that the end of the previous host interrupted
         self.open("Stage")
@@ -206,6 +206,11 @@ class BrowserTest(unittest.TestCase):
         self.open("Traffic?errors=true")
         self.wait_for(".rows .row", "scene-play")
         self.assertEqual({row.get_attribute("class") for row in self.all(".rows .row")}, {"row refused"})
+        self.open("Traffic?slow=true")
+        self.host.write_line('fault add {"channel": "app control", "action": "delay", "milliseconds": 300}')
+        self.remote("app", "heartbeat")  # the request is in the list before its reply arrives
+        wait_until(lambda: sum("heartbeat" in row.text for row in self.all(".rows .row")) == 2, "the slow request and its reply")
+        self.host.write_line("fault clear")
         self.remote("app", "resource-thumbnail", json.dumps({"resourceId": resource}))
         self.open("Traffic?channel=app+bulk")
         self.click(".rows .row", "resource-thumbnail")
@@ -218,6 +223,14 @@ class BrowserTest(unittest.TestCase):
         self.wait_for(".reply", "SUCCESS")
         self.open("Remotes")
         self.wait_for("td", "central control")
+        with FpController(HOST) as controller, controller.accept() as link:
+            self.open("Send?channel=FP&name=volume-state")
+            self.wait_for("button.main:enabled", "Send").click()
+            self.wait_for(".reply", "on FP after")
+            self.assertTrue(link.receive(), "the controller receives the reply as well")
+            self.open("Remotes")
+            self.click("button[aria-label^='Disconnect FP']")
+            self.wait_for("td", "disconnected by the host")
         self.open("Faults")
         self.click("button.main", "Add rule")
         self.wait_for("td.mono", "delay")
