@@ -7,14 +7,14 @@ const REOPENED = ["cloud", "FP"]; // by the host, after a pause
 
 const timeText = (time) => (time ? new Date(time).toLocaleTimeString("en-GB") : "");
 
-function Connections({ connections }) {
+function Connections({ connections, host }) {
   if (!connections.length) {
     return html`<${Empty}>No remote is connected. Try: <code>showremote app listen</code>${" or "}<code>showremote central getHDR</code><//>`;
   }
   const row = (one) => html`<tr key=${`${one.channel} ${one.connection} ${one.peer}`}>
     <td>${one.channel}</td>
     <td><a href=${`#Traffic?peer=${encodeURIComponent(one.peer)}`}>${one.peer}</a></td>
-    <td>${one.user}</td><td>${timeText(one.since)}</td><td>${timeText(one.lastMessage)}</td>
+    <td>${host.user && one.user}</td><td>${timeText(one.since)}</td><td>${timeText(one.lastMessage)}</td>
     <td>${timeText(one.lastHeartbeat)}</td>
     <td class="number">${one.requests}</td>
     <td class=${one.errors ? "number refused" : "number"}>${one.errors}</td>
@@ -68,7 +68,7 @@ export function Remotes() {
   return html`
     <section><h2>Connected remotes</h2>
       <${Login} host=${host} connections=${connections} />
-      <${Connections} connections=${connections} />
+      <${Connections} connections=${connections} host=${host} />
       ${connections.length > 0 && html`<p class="quiet note">Central control, discovery and UDP devices exchange datagrams: there is no
         connection to close. The host opens a serial port for as long as its device exists.</p>`}</section>
     <section><h2>Channels</h2>

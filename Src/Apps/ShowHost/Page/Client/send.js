@@ -102,7 +102,7 @@ function Form({ query }) {
     event.preventDefault();
     const { cmd, ...rest } = body ?? {};
     const word = keyword || cmd || keywords[0];
-    const head = word ? { cmd: word } : { cmdType: Number(message.code) };
+    const head = word ? { cmd: word } : { cmdType: Number(message?.code) };
     const whole = hasKeywords && body ? JSON.stringify({ ...head, ...rest }) : text;
     const answer = await ask({ do: "send", channel, code: message?.code, text: whole });
     setError(answer.error ?? "");
