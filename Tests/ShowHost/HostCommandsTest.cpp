@@ -126,6 +126,9 @@ TEST_F(HostCommandsTest, OnlyANoticeOfTheUploadServerCreatesAResource)
 
     Upload(picture);
     EXPECT_EQ(LastReady().GetPath(), picture);
+    ASSERT_TRUE(QFile::copy(picture, Path("uploads/film.mp4")));
+    Upload(Path("uploads/film.mp4"));
+    EXPECT_EQ(LastReady().GetType(), ResourceType::Video);
 }
 
 TEST_F(HostCommandsTest, OnlyARegularFileBelowTheUploadFolderBecomesAResource)
