@@ -168,12 +168,15 @@ class FaultsTest(unittest.TestCase):
                              ({**reset, "channel": "app upload"}, "channel: the FTP server"),
                              ({**reset, "channel": "central control"}, "action: datagrams have no connection"),
                              ({**reset, "action": "delay"}, "milliseconds: is required"), ({**reset, "bytes": 3}, "bytes: "),
+                             ({**reset, "action": "delay", "milliseconds": 600_001}, "milliseconds: must not exceed 600000"),
                              ({**reset, "request": "nonsense"}, "request: "), ({**reset, "first": 1, "every": 2}, "first: "),
                              ({**reset, "chanel": 1}, "chanel"), ({**reset, "peer": "host:1"}, "peer: ")):
             with self.subTest(rule=rule):
                 self.host.write_line("fault add " + json.dumps(rule))
                 self.host.wait_for_line(lambda line: line.startswith("fault add: ") and reason in line, reason)
         self.console("fault remove 77", "fault remove: no fault \"77\"")
+        self.host.write_line("fault add " + json.dumps({**reset, "action": "delay", "milliseconds": 600_000}))
+        self.console("fault list", "1 fault rules")
 
     def test_the_console_notifies_the_apps(self):
         resource = "{1b4e28ba-2fa1-11d2-883f-0016d3cca427}"
