@@ -7,122 +7,140 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
+
+#ifndef Q_OS_WIN
+#include <dirent.h>
+#endif
 
 namespace {
 
 namespace fs = std::filesystem;
 
+using NativeString = fs::path::string_type;
 using Name = std::basic_string_view<fs::path::value_type>;
 
-#ifdef Q_OS_WIN
+enum class Kind {
+    File,
+    Folder,
+    LinkedFolder,
+    Other,
+};
 
-constexpr wchar_t kSeparators[] = L"/\\";
+/// Follows links. An entry of an unknown kind is not a file.
+Kind KindOf(const fs::directory_entry& entry)
+{
+    std::error_code unknown;
+    const bool isLink = entry.is_symlink(unknown);
+    if (entry.is_directory(unknown))
+        return isLink ? Kind::LinkedFolder : Kind::Folder;
+    return entry.is_regular_file(unknown) || (isLink && entry.exists(unknown)) ? Kind::File : Kind::Other;
+}
+
+#ifdef Q_OS_WIN
 
 fs::path ToPath(const QString& path)
 {
     return path.toStdWString();
 }
 
-QString ToText(Name name)
+QString ToText(Name path)
 {
-    return QString::fromWCharArray(name.data(), static_cast<int>(name.size()));
+    return QString::fromWCharArray(path.data(), static_cast<int>(path.size()));
 }
 
-bool IsHidden(const fs::path& path, Name)
+/// Calls use(name, kind) for each entry of a folder that is not hidden.
+template <class Use>
+void ForEachEntry(const fs::path& folder, const Use& use)
 {
-    return QFileInfo(ToText(path.native())).isHidden();
+    std::error_code error;
+    for (fs::directory_iterator at(folder, error); !error && at != fs::directory_iterator(); at.increment(error)) {
+        if (!QFileInfo(ToText(at->path().native())).isHidden())
+            use(Name(at->path().filename().native()), KindOf(*at));
+    }
 }
 
 #else
-
-constexpr char kSeparators[] = "/";
 
 fs::path ToPath(const QString& path)
 {
     return path.toStdString();
 }
 
-/// Returns an empty text for a name that is not valid UTF-8: an app could not add this file.
-QString ToText(Name name)
+/// Returns an empty text for a path that is not valid UTF-8: an app could not add this file.
+QString ToText(Name path)
 {
-    const QString text = QString::fromUtf8(name.data(), static_cast<int>(name.size()));
-    const bool isValid = !text.contains(QChar(QChar::ReplacementCharacter)) || text.toStdString() == name;
+    const QString text = QString::fromUtf8(path.data(), static_cast<int>(path.size()));
+    const bool isValid = !text.contains(QChar(QChar::ReplacementCharacter)) || text.toStdString() == path;
     return isValid ? text : QString();
 }
 
-bool IsHidden(const fs::path&, Name name)
+struct SCloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+/// Calls use(name, kind) for each entry of a folder that is not hidden. Most file systems return the kind with the
+/// name, so only links need further calls of the system. A directory_iterator would take as long again for making
+/// paths.
+template <class Use>
+void ForEachEntry(const fs::path& folder, const Use& use)
 {
-    return name.front() == '.';
+    const std::unique_ptr<DIR, SCloseFolder> open(opendir(folder.c_str()));
+    while (const dirent* entry = open ? readdir(open.get()) : nullptr) {
+        const Name name = entry->d_name;
+        if (name.front() == '.')
+            continue;
+        std::error_code unknown;
+        if (entry->d_type == DT_REG)
+            use(name, Kind::File);
+        else if (entry->d_type == DT_DIR)
+            use(name, Kind::Folder);
+        else
+            use(name, KindOf(fs::directory_entry(folder / name, unknown)));
+    }
 }
 
 #endif
 
-/// The name of a file in a folder, without a copy: the path of an entry always has a separator.
-Name NameOf(const fs::path& path)
-{
-    const Name native = path.native();
-    return native.substr(native.find_last_of(kSeparators) + 1);
-}
-
-struct SEntry {
-    enum Kind {
-        File,
-        Folder,
-        LinkedFolder,
-    };
-
-    Kind kind;
-    QString path;
-    int type; ///< the ResourceType of a file
-};
-
-/// Returns the subfolders and the files that can be resources.
-///
-/// The type of a file is read together with its name. A directory_entry stores it, so only links need a further call of
-/// the system.
-std::vector<SEntry> ReadFolder(const QString& folder)
-{
-    const QString prefix = folder.endsWith('/') ? folder : folder + '/';
-    std::vector<SEntry> entries;
-    std::error_code error;
-    for (fs::directory_iterator at(ToPath(folder), error); !error && at != fs::directory_iterator();
-         at.increment(error)) {
-        const Name entryName = NameOf(at->path());
-        const QString name = ToText(entryName);
-        if (name.isEmpty() || IsHidden(at->path(), entryName))
-            continue;
-        std::error_code unknown; // an entry of an unknown type is skipped
-        const bool isLink = at->is_symlink(unknown);
-        if (at->is_directory(unknown)) {
-            entries.push_back({isLink ? SEntry::LinkedFolder : SEntry::Folder, prefix + name, 0});
-        } else if (at->is_regular_file(unknown) || (isLink && at->exists(unknown))) {
-            const int type = GetFileResType(name);
-            if (type != -1)
-                entries.push_back({SEntry::File, prefix + name, type});
-        }
+/// The types of files by their suffixes: a folder has many files with few suffixes.
+class CFileTypes {
+public:
+    /// Returns the ResourceType of a file, or -1 if it can't be a resource.
+    int TypeOf(Name name)
+    {
+        const Name suffix = name.substr(name.rfind('.') + 1);
+        const auto known = m_types.find(suffix);
+        if (known != m_types.end())
+            return known->second;
+        return m_types.emplace(suffix, GetFileResType(ToText(suffix))).first->second;
     }
-    return entries;
-}
+
+private:
+    std::map<NativeString, int, std::less<>> m_types;
+};
 
 class CFolderWalk {
 public:
     void Enter(const QString& folder, fs::path canonical)
     {
         m_openFolders.push_back(std::move(canonical));
-        for (SEntry& entry : ReadFolder(folder)) {
+        for (SEntry& entry : Read(folder)) {
             switch (entry.kind) {
-            case SEntry::File:
-                files.push_back({std::move(entry.path), entry.type});
-                break;
-            case SEntry::Folder:
+            case Kind::Folder:
                 Enter(entry.path, m_openFolders.back() / ToPath(entry.path).filename());
                 break;
-            case SEntry::LinkedFolder:
+            case Kind::LinkedFolder:
                 Follow(entry.path);
                 break;
+            default:
+                files.push_back({std::move(entry.path), entry.type});
             }
         }
         m_openFolders.pop_back();
@@ -140,6 +158,34 @@ public:
     std::vector<SSharedFile> files;
 
 private:
+    struct SEntry {
+        Kind kind;
+        QString path;
+        int type; ///< the ResourceType of a file
+    };
+
+    /// Returns the subfolders and the files that can be resources. The folder is closed before a subfolder is opened.
+    std::vector<SEntry> Read(const QString& folder)
+    {
+        std::vector<SEntry> entries;
+        const fs::path path = ToPath(folder);
+        NativeString entryPath = path.native();
+        if (!folder.endsWith('/'))
+            entryPath += '/';
+        const std::size_t prefix = entryPath.size();
+        ForEachEntry(path, [&](Name name, Kind kind) {
+            const int type = kind == Kind::File ? m_types.TypeOf(name) : -1;
+            if (kind == Kind::Other || (kind == Kind::File && type == -1))
+                return;
+            entryPath.replace(prefix, NativeString::npos, name);
+            QString text = ToText(entryPath);
+            if (!text.isEmpty())
+                entries.push_back({kind, std::move(text), type});
+        });
+        return entries;
+    }
+
+    CFileTypes m_types;
     std::vector<fs::path> m_openFolders; ///< canonical paths of the current folder and its parents
 };
 
