@@ -59,10 +59,11 @@ STextCommand Refuse(const QJsonObject& message, QJsonObject refusal, ResultText:
 STextCommand TextCommand::Read(const std::string& datagram)
 {
     QJsonObject message = ReadMessage(datagram);
-    const QJsonValue value = message.value(kKeyword);
+    QJsonValue value = message.value(kKeyword);
     const QString keyword = value.toString();
     if (!value.isString() || keyword.size() > kMaxKeywordCharacters)
         return Refuse(message, {}, ResultText::Format);
+    value = {}; // it shares the memory of message, which insert would copy
     const auto command = CenterControlCmdMap.find(keyword);
     if (command == CenterControlCmdMap.end())
         return Refuse(message, {{kKeyword, keyword}}, ResultText::UnknownCommand);
