@@ -8,11 +8,15 @@
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QStringList>
 
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <set>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -56,39 +60,70 @@ void Check(const SCase& measured)
     checked.insert(measured.name);
 }
 
-template <class Way>
-void Measure(benchmark::State& state, const SCase& measured, const Way& way)
+/// One of the functions of a case.
+struct SWay {
+    std::string name;
+    std::function<void()> run;
+};
+
+/// The case must exist longer than the result.
+std::vector<SWay> WaysOf(const SCase& measured)
 {
-    try {
-        Syscall::ThrowIfInterrupted();
-        measured.prepare();
-        Check(measured);
-    } catch (const std::exception& error) {
-        state.SkipWithError(error.what());
-        return;
-    }
-    for (auto _ : state)
-        way();
+    std::vector<SWay> ways = {{ByHandName(measured), [&] { benchmark::DoNotOptimize(measured.byHand()); }},
+                              {ModuleName(measured), [&] {
+                                   const int before = CountingChannels::Sent();
+                                   measured.ask();
+                                   if (CountingChannels::Sent() == before)
+                                       throw std::runtime_error("no packet was sent");
+                               }}};
+    if (measured.direct)
+        ways.push_back({DirectName(measured), [&] { benchmark::DoNotOptimize(measured.direct()); }});
+    return ways;
 }
 
 void Register(const SCase& measured)
 {
-    benchmark::RegisterBenchmark(ByHandName(measured).c_str(), [&](benchmark::State& state) {
-        Measure(state, measured, [&] { benchmark::DoNotOptimize(measured.byHand()); });
-    });
-    if (measured.direct) {
-        benchmark::RegisterBenchmark(DirectName(measured).c_str(), [&](benchmark::State& state) {
-            Measure(state, measured, [&] { benchmark::DoNotOptimize(measured.direct()); });
+    for (const SWay& way : WaysOf(measured)) {
+        benchmark::RegisterBenchmark(way.name.c_str(), [&measured, run = way.run](benchmark::State& state) {
+            try {
+                Syscall::ThrowIfInterrupted();
+                measured.prepare();
+                Check(measured);
+                for (auto _ : state)
+                    run();
+            } catch (const std::exception& error) {
+                state.SkipWithError(error.what());
+            }
         });
     }
-    benchmark::RegisterBenchmark(ModuleName(measured).c_str(), [&](benchmark::State& state) {
-        Measure(state, measured, [&] {
-            const int before = CountingChannels::Sent();
-            measured.ask();
-            if (CountingChannels::Sent() == before)
-                state.SkipWithError("no packet was sent");
-        });
-    });
+}
+
+/// Its instructions can be counted by name.
+[[gnu::noinline]] void CountedRun(const SWay& way)
+{
+    way.run();
+}
+
+/// With the option --once: runs the function with this name after a run that isn't counted. Returns false without the
+/// option.
+bool RunOnce(const QStringList& arguments)
+{
+    const int option = arguments.indexOf(QStringLiteral("--once"));
+    if (option == -1)
+        return false;
+    const std::string name = arguments.value(option + 1).toStdString();
+    for (const SCase& measured : AllCases()) {
+        for (const SWay& way : WaysOf(measured)) {
+            if (way.name != name)
+                continue;
+            measured.prepare();
+            Check(measured);
+            way.run();
+            CountedRun(way);
+            return true;
+        }
+    }
+    throw std::runtime_error("--once: expected CASE/direct, CASE/by-hand or CASE/module, got \"" + name + '"');
 }
 
 void Run(int argc, char** argv)
@@ -134,7 +169,8 @@ int main(int argc, char* argv[])
     int exitCode = 0;
     try {
         Syscall::InterruptOnSignals();
-        if (!PeakMemory::PrintAsChild(application.arguments(), MemoryCases()))
+        const QStringList arguments = application.arguments();
+        if (!RunOnce(arguments) && !PeakMemory::PrintAsChild(arguments, MemoryCases()))
             Run(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "sendercost: " << error.what() << std::endl;
