@@ -28,7 +28,7 @@ public:
         const bool hasBody = Below(4) == 0;
         if (hasBody) {
             for (int n = Below(6); n > 0; --n)
-                object.qt.insert(Below(2) == 0 ? QString(Key()) : Text(), QJsonValue(Text()));
+                object.qt.insert(Below(2) == 0 ? QString(Key().Latin1()) : Text(), QJsonValue(Text()));
             object.qt.insert("deep", QJsonArray{Double(), QJsonValue(), true, QJsonObject{{Text(), QJsonArray()}}});
             if (Below(2) == 0)
                 object.qt = QJsonDocument::fromJson(QJsonDocument(object.qt).toJson()).object();
@@ -42,13 +42,14 @@ public:
             object.reply.AddNumbered(std::move(items), [](const CReply& item) { return item; });
         }
         for (int n = Below(7); n > 0; --n) {
-            const char* key = Key();
+            CReplyKey key = Key();
             WithValue(depth, [&](const QJsonValue& qt, auto&& value) {
-                object.qt.insert(key, qt);
+                object.qt.insert(key.Latin1(), qt);
                 object.reply.Set(key, std::forward<decltype(value)>(value));
             });
             if (Below(10) == 0) {
-                object.qt.remove(key = Key());
+                key = Key();
+                object.qt.remove(key.Latin1());
                 object.reply.Remove(key);
             }
         }
@@ -103,10 +104,10 @@ private:
     }
 
     /// Of these keys some differ only after eight characters, and some are the beginning of others.
-    const char* Key()
+    CReplyKey Key()
     {
-        static constexpr const char* kKeys[] = {"A",          "a b",          "a",         "aa",       "mediaId",
-                                                "resourceId", "resourceType", "resources", "resource", "z_"};
+        static constexpr CReplyKey kKeys[] = {"A",          "a b",          "a",         "aa",       "mediaId",
+                                              "resourceId", "resourceType", "resources", "resource", "z_"};
         return kKeys[Below(10)];
     }
 

@@ -215,6 +215,8 @@ void CJsonText::Grow(std::size_t bytes)
     const std::size_t size = Size();
     if (bytes > kMaxBytes - size)
         throw std::bad_alloc();
+    if (size == 0)
+        m_bytes.reserve(static_cast<int>(kFirstBytes)); // otherwise Take would move a short text into smaller memory
     m_bytes.resize(static_cast<int>(std::min(std::max({kFirstBytes, 2 * size, size + bytes}), kMaxBytes)));
     m_at = m_bytes.data() + size;
     m_end = m_bytes.data() + m_bytes.size();

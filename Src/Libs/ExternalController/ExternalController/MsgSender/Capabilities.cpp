@@ -41,7 +41,7 @@ constexpr STypes AllBut(std::initializer_list<Type> types)
 }
 
 struct SCapability {
-    const char* key;
+    CReplyKey key;
     STypes types;
     unsigned int reportedBy = kBoth;
 };

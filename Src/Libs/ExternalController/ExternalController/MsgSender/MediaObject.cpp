@@ -92,20 +92,21 @@ CReply MediaObject(const CMediaNode& media)
     if (CRenderController* render = GetRenderController())
         render->GetMediaStreamPushUrl(media.GetId(), streamUrl);
 
-    CReply object = {{"currentTime", playData.currentTime},
-                     {"mediaId", media.GetId()},
-                     {"mediaName", media.GetName()},
-                     {"resourceId", media.GetResourceId()},
-                     {"resourceType", media.GetResourceType()},
-                     {"totalTime", timing->totalTime},
-                     {"startPlayTime", play->startPlayTime},
-                     {"playMode", timing->playMode},
-                     {"mediaState", playData.mediaState},
-                     {"isMuted", play->muted},
-                     {"pushStreamUrl", streamUrl},
-                     {"playState", ""}};
+    CReply object;
     constexpr std::size_t kMembers = 48;
     object.Reserve(kMembers);
+    object.Set("currentTime", playData.currentTime);
+    object.Set("mediaId", media.GetId());
+    object.Set("mediaName", media.GetName());
+    object.Set("resourceId", media.GetResourceId());
+    object.Set("resourceType", media.GetResourceType());
+    object.Set("totalTime", timing->totalTime);
+    object.Set("startPlayTime", play->startPlayTime);
+    object.Set("playMode", timing->playMode);
+    object.Set("mediaState", playData.mediaState);
+    object.Set("isMuted", play->muted);
+    object.Set("pushStreamUrl", streamUrl);
+    object.Set("playState", "");
     AddLayout(object, *media.GetLayoutProperty());
     Capabilities::Add(object, Capabilities::Media, resource.GetType(), group.GetGroupResType());
     return AddOfItsKind(object, media, resource.GetType()) ? object : CReply();

@@ -22,27 +22,29 @@
 /// A key of a reply: a literal of ASCII characters that JSON doesn't escape.
 class CReplyKey {
 public:
-    constexpr CReplyKey(const char* literal) : m_text(literal)
+    template <std::size_t Size>
+    constexpr CReplyKey(const char (&literal)[Size]) : m_literal(literal), m_size(Size - 1)
     {
         for (std::size_t i = 0; i < sizeof m_order; ++i)
-            m_order = m_order << 8 | (i < m_text.size() ? static_cast<unsigned char>(m_text[i]) : 0U);
+            m_order = m_order << 8 | (i < Size - 1 ? static_cast<unsigned char>(literal[i]) : 0U);
     }
 
-    std::string_view Text() const { return m_text; }
-    QLatin1String Latin1() const { return QLatin1String(m_text.data(), static_cast<int>(m_text.size())); }
+    std::string_view Text() const { return {m_literal, m_size}; }
+    QLatin1String Latin1() const { return QLatin1String(m_literal, static_cast<int>(m_size)); }
 
     friend bool operator==(const CReplyKey& a, const CReplyKey& b)
     {
-        return a.m_order == b.m_order && a.m_text == b.m_text;
+        return a.m_order == b.m_order && a.Text() == b.Text();
     }
     friend bool operator<(const CReplyKey& a, const CReplyKey& b)
     {
-        return a.m_order != b.m_order ? a.m_order < b.m_order : a.m_text < b.m_text;
+        return a.m_order != b.m_order ? a.m_order < b.m_order : a.Text() < b.Text();
     }
 
 private:
-    std::string_view m_text;
-    std::uint64_t m_order = 0; ///< the first characters as a number, because most keys differ in these
+    const char* m_literal;
+    std::uint32_t m_size;
+    std::uint32_t m_order = 0; ///< the first characters as a number, because most keys differ in these
 };
 
 /// An array or object inside a reply. Copies of the reply share it.
@@ -123,14 +125,14 @@ public:
     CReply() = default;
     CReply(std::initializer_list<SMember> members) : m_members(members) {}
     /// Starts with the members of an object, such as the body of the request.
-    CReply(QJsonObject body) : m_body(std::move(body)) {}
+    CReply(QJsonObject body) : m_body(std::move(body)), m_hasBody(!m_body.isEmpty()) {}
 
     /// Sets a member to a number, a text, an id, a CReply, a CReplyArray, a QStringList or a QJsonObject. An earlier
     /// member with the same key is replaced.
     template <class Given>
     void Set(CReplyKey key, Given&& given)
     {
-        if (!m_body.isEmpty())
+        if (m_hasBody)
             m_body.insert(key.Latin1(), QJsonValue());
         m_members.emplace_back(key, std::forward<Given>(given));
     }
@@ -174,9 +176,10 @@ private:
             return std::make_shared<const CReplyPart<Type>>(std::forward<Given>(given));
     }
 
-    /// If it is not empty, it contains all keys, and null for those of m_members. The order of keys that a peer has
-    /// sent is that of QJsonObject, which sorts some of them, such as the empty key, in a different way after parsing.
+    /// With m_hasBody it contains all keys, and null for those of m_members. The order of keys that a peer has sent is
+    /// that of QJsonObject, which sorts some of them, such as the empty key, in a different way after parsing.
     QJsonObject m_body;
+    bool m_hasBody = false;
     std::vector<SMember> m_members; ///< as they were set; of those with the same key the last one counts
     std::shared_ptr<const IReplyItems> m_numbered;
 };

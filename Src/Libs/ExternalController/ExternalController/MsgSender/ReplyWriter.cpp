@@ -96,7 +96,8 @@ void CReplyWriter::Write(const CReplyArray& values)
 void CReplyWriter::WriteArray(const IReplyItems& items)
 {
     Open('[');
-    for (std::size_t index = 0; index < items.Count(); ++index) {
+    const std::size_t count = items.Count();
+    for (std::size_t index = 0; index < count; ++index) {
         StartItem();
         items.WriteItem(*this, index);
     }
@@ -108,13 +109,13 @@ void CReplyWriter::Write(const CReply& reply)
     Open('{');
     if (reply.m_numbered)
         WriteNumbered(*reply.m_numbered, 0);
-    if (reply.m_body.isEmpty()) {
+    if (reply.m_hasBody) {
+        WriteBody(reply);
+    } else {
         for (const CReply::SMember* member : InOrder(reply.m_members)) {
             StartMember(member->key.Text());
             WriteValue(member->value);
         }
-    } else {
-        WriteBody(reply);
     }
     Close('}');
 }

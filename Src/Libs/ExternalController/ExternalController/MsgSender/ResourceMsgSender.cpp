@@ -36,16 +36,17 @@ QUuid ResourceId(const SOperation& request)
 
 CReply ResourceObject(const CResourceBase& resource, const QString& path, int groupType)
 {
-    CReply object = {{"resourceId", resource.GetId()},
-                     {"resourceName", resource.GetName()},
-                     {"resourceType", resource.GetType()},
-                     {"path", path},
-                     {"resolutionW", resource.GetResolution().width()},
-                     {"resolutionH", resource.GetResolution().height()},
-                     {"demuxerSuccessed", resource.GetResDemuxered()},
-                     {"duration", resource.GetDuration()}};
-    constexpr std::size_t kMembers = 24;
+    CReply object;
+    constexpr std::size_t kMembers = 22;
     object.Reserve(kMembers);
+    object.Set("resourceId", resource.GetId());
+    object.Set("resourceName", resource.GetName());
+    object.Set("resourceType", resource.GetType());
+    object.Set("path", path);
+    object.Set("resolutionW", resource.GetResolution().width());
+    object.Set("resolutionH", resource.GetResolution().height());
+    object.Set("demuxerSuccessed", resource.GetResDemuxered());
+    object.Set("duration", resource.GetDuration());
     Capabilities::Add(object, Capabilities::Resource, resource.GetType(), groupType);
     return object;
 }
@@ -126,8 +127,8 @@ void CResourceMsgSender::SendResourceList(const SOperation&)
 {
     CResourceModel* model = CResourceModel::GetInstance();
     auto resources = ReadFrom(model, &CResourceModel::GetAllResNode, false, kEveryResourceType);
-    const auto canPlay = [](const CResourceBase& resource) { return resource.GetResDemuxered(); };
-    resources.erase(std::stable_partition(resources.begin(), resources.end(), canPlay), resources.end());
+    const auto cantPlay = [](const CResourceBase& resource) { return !resource.GetResDemuxered(); };
+    resources.erase(std::remove_if(resources.begin(), resources.end(), cantPlay), resources.end());
     const int count = resources.size();
     const CReplyArray items(std::move(resources), [model](CResourceBase resource) {
         int groupType = 0;
@@ -219,7 +220,12 @@ void CResourceMsgSender::SendSharedFolderList(const SOperation&)
     std::vector<SSharedFile> files = CollectSharedFiles(folder);
     CReply reply = {{"result", 1}, {"count", files.size()}};
     reply.AddNumbered(std::move(files), [](const SSharedFile& file) {
-        return CReply{{"resPath", file.path}, {"resType", file.type}};
+        CReply item;
+        constexpr std::size_t kMembers = 2;
+        item.Reserve(kMembers);
+        item.Set("resPath", file.path);
+        item.Set("resType", file.type);
+        return item;
     });
     SendReplyToApp(Command::SharedFolderList, reply);
 }

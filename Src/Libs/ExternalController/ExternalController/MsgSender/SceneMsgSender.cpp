@@ -13,16 +13,31 @@ namespace {
 
 const QLatin1String kVersionWithCurrentGroup("2.0.0");
 
-CReplyArray MediaIds(const CSceneNode& scene)
-{
-    // With braces, unlike all other ids.
-    return {scene.GetAllMediaResourceId(), [](const QUuid& id) { return SBracedId{id}; }};
-}
+/// The resources of a scene's media, without a copy of the list.
+class CSceneMedia {
+public:
+    explicit CSceneMedia(CSceneNode scene) : m_scene(std::move(scene)) {}
+
+    auto begin() const { return m_scene.GetAllMediaResourceId().begin(); }
+    std::size_t size() const { return m_scene.GetAllMediaResourceId().size(); }
+
+private:
+    CSceneNode m_scene;
+};
 
 CReply SceneObject(const CSceneNode& scene)
 {
-    return {{"currentIndex", 0},        {"fadeInTime", scene.GetFadeInTime()}, {"fadeOutTime", scene.GetFadeOutTime()},
-            {"sceneId", scene.GetId()}, {"sceneName", scene.GetName()},        {"mediaIdList", MediaIds(scene)}};
+    CReply object;
+    constexpr std::size_t kMembers = 6;
+    object.Reserve(kMembers);
+    object.Set("currentIndex", 0);
+    object.Set("fadeInTime", scene.GetFadeInTime());
+    object.Set("fadeOutTime", scene.GetFadeOutTime());
+    object.Set("sceneId", scene.GetId());
+    object.Set("sceneName", scene.GetName());
+    // With braces, unlike all other ids.
+    object.Set("mediaIdList", CReplyArray(CSceneMedia(scene), [](const QUuid& id) { return SBracedId{id}; }));
+    return object;
 }
 
 CReply GroupObject(CSceneMgrModel* model, const QUuid& groupId)

@@ -20,9 +20,11 @@ public:
     {
         std::vector<QUuid> ids;
         const CShowReading show;
-        if (const SProject* project = show->Project())
+        if (const SProject* project = show->Project()) {
+            ids.reserve(project->groups.size());
             std::transform(project->groups.begin(), project->groups.end(), std::back_inserter(ids),
                            [](const auto& group) { return group->id; });
+        }
         return ids;
     }
 
@@ -30,9 +32,11 @@ public:
     {
         std::vector<QUuid> ids;
         const CShowReading show;
-        if (const SSceneGroup* group = FindGroup(*show, groupId))
+        if (const SSceneGroup* group = FindGroup(*show, groupId)) {
+            ids.reserve(group->scenes.size());
             std::transform(group->scenes.begin(), group->scenes.end(), std::back_inserter(ids),
                            [](const auto& scene) { return scene->node.GetId(); });
+        }
         return ids;
     }
 
