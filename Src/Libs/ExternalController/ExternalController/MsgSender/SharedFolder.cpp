@@ -9,16 +9,11 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
-
-#ifndef Q_OS_WIN
-#include <dirent.h>
-#endif
 
 namespace {
 
@@ -34,7 +29,8 @@ enum class Kind {
     Other,
 };
 
-/// Follows links. An entry of an unknown kind is not a file.
+/// Follows links. An entry of an unknown kind is not a file. A directory_entry stores the kind that was read together
+/// with the name, so only links need a further call of the system.
 Kind KindOf(const fs::directory_entry& entry)
 {
     std::error_code unknown;
@@ -46,6 +42,8 @@ Kind KindOf(const fs::directory_entry& entry)
 
 #ifdef Q_OS_WIN
 
+constexpr wchar_t kSeparators[] = L"/\\";
+
 fs::path ToPath(const QString& path)
 {
     return path.toStdWString();
@@ -56,18 +54,14 @@ QString ToText(Name path)
     return QString::fromWCharArray(path.data(), static_cast<int>(path.size()));
 }
 
-/// Calls use(name, kind) for each entry of a folder that is not hidden.
-template <class Use>
-void ForEachEntry(const fs::path& folder, const Use& use)
+bool IsHidden(const fs::path& path, Name)
 {
-    std::error_code error;
-    for (fs::directory_iterator at(folder, error); !error && at != fs::directory_iterator(); at.increment(error)) {
-        if (!QFileInfo(ToText(at->path().native())).isHidden())
-            use(Name(at->path().filename().native()), KindOf(*at));
-    }
+    return QFileInfo(ToText(path.native())).isHidden();
 }
 
 #else
+
+constexpr char kSeparators[] = "/";
 
 fs::path ToPath(const QString& path)
 {
@@ -82,32 +76,19 @@ QString ToText(Name path)
     return isValid ? text : QString();
 }
 
-struct SCloseFolder {
-    void operator()(DIR* folder) const { closedir(folder); }
-};
-
-/// Calls use(name, kind) for each entry of a folder that is not hidden. Most file systems return the kind with the
-/// name, so only links need further calls of the system. A directory_iterator would take as long again for making
-/// paths.
-template <class Use>
-void ForEachEntry(const fs::path& folder, const Use& use)
+bool IsHidden(const fs::path&, Name name)
 {
-    const std::unique_ptr<DIR, SCloseFolder> open(opendir(folder.c_str()));
-    while (const dirent* entry = open ? readdir(open.get()) : nullptr) {
-        const Name name = entry->d_name;
-        if (name.front() == '.')
-            continue;
-        std::error_code unknown;
-        if (entry->d_type == DT_REG)
-            use(name, Kind::File);
-        else if (entry->d_type == DT_DIR)
-            use(name, Kind::Folder);
-        else
-            use(name, KindOf(fs::directory_entry(folder / name, unknown)));
-    }
+    return name.front() == '.';
 }
 
 #endif
+
+/// The name of a file in a folder, without a copy: the path of an entry always has a separator.
+Name NameOf(const fs::path& path)
+{
+    const Name native = path.native();
+    return native.substr(native.find_last_of(kSeparators) + 1);
+}
 
 /// The types of files by their suffixes: a folder has many files with few suffixes.
 class CFileTypes {
@@ -164,7 +145,7 @@ private:
         int type; ///< the ResourceType of a file
     };
 
-    /// Returns the subfolders and the files that can be resources. The folder is closed before a subfolder is opened.
+    /// Returns the subfolders and the files that can be resources.
     std::vector<SEntry> Read(const QString& folder)
     {
         std::vector<SEntry> entries;
@@ -173,15 +154,20 @@ private:
         if (!folder.endsWith('/'))
             entryPath += '/';
         const std::size_t prefix = entryPath.size();
-        ForEachEntry(path, [&](Name name, Kind kind) {
+        std::error_code error;
+        for (fs::directory_iterator at(path, error); !error && at != fs::directory_iterator(); at.increment(error)) {
+            const Name name = NameOf(at->path());
+            if (IsHidden(at->path(), name))
+                continue;
+            const Kind kind = KindOf(*at);
             const int type = kind == Kind::File ? m_types.TypeOf(name) : -1;
             if (kind == Kind::Other || (kind == Kind::File && type == -1))
-                return;
+                continue;
             entryPath.replace(prefix, NativeString::npos, name);
             QString text = ToText(entryPath);
             if (!text.isEmpty())
                 entries.push_back({kind, std::move(text), type});
-        });
+        }
         return entries;
     }
 
