@@ -31,7 +31,7 @@ WARM_UP = 5 * 60
 WINDOW = 2 * 60
 MIN_SECONDS_FOR_REST, MIN_SECONDS_FOR_MEMORY = 60, 10 * 60
 MAX_GROWTH = 1.10
-REST_TIMEOUT = 60
+FIRST_ROUND_TIMEOUT, REST_TIMEOUT = 30, 60
 CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
 
 
@@ -68,12 +68,21 @@ class Counters:
     def total(self):
         return sum(self._counts.values())
 
+    def wait_for_first_rounds(self, loads):
+        """Waits for loads that need longer than a short run, such as one that waits for a connection of the host."""
+        deadline = time.monotonic() + FIRST_ROUND_TIMEOUT
+        while not self._all_completed(loads) and time.monotonic() < deadline:
+            time.sleep(0.1)
+
+    def _all_completed(self, loads):
+        return all(load in self._counts for load in loads)
+
     def report(self, loads):
         """Prints the counts and returns whether every load has completed a round."""
         print("rounds: " + ", ".join(f"{load} {count}" for load, count in sorted(self._counts.items())))
         for key, count in sorted(self._failures.items()):
             print(f"failed {count} times: {key}")
-        return all(load in self._counts for load in loads)
+        return self._all_completed(loads)
 
 
 def keep_running(name, load, folder, stop, counters):
@@ -168,6 +177,7 @@ def main():
             try:
                 with open(arguments.csv or os.devnull, "w", encoding="ascii") as csv:
                     readings = watch(host.process.pid, seconds, counters, csv)
+                counters.wait_for_first_rounds(arguments.loads)
             finally:
                 stop.set()
                 for thread in threads:
