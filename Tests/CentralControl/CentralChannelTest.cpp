@@ -4,6 +4,7 @@
 #include "Support/EventLog.h"
 #include "Support/OneShow.h"
 #include "Support/Waiting.h"
+#include "Traffic/Faults.h"
 
 #include <QJsonDocument>
 #include <QNetworkDatagram>
@@ -114,6 +115,20 @@ TEST_F(CentralChannelTest, AKeywordIsAcceptedInEveryFormAndGetsItsCodeAndSender)
     // The peer's own values for code and sender are overwritten.
     EXPECT_EQ(controller.Ask(R"({"cmd": "getHDR", "cmdType": 17, "remoteIp": "10.0.0.9", "remotePort": "9"})"),
               controller.Stamped({{"cmd", "getHDR"}}, 0x196));
+}
+
+TEST_F(CentralChannelTest, AFaultReplacesTheReplyOfTheModule)
+{
+    CController controller;
+    SFault fault;
+    fault.channel = TrafficChannel::CentralControl;
+    fault.first = 1;
+    fault.action = SFault::Action::Reply;
+    fault.reply = R"({"other": 1})";
+    CFaults::GetInstance().Add(fault);
+    EXPECT_EQ(controller.Ask("getHDR"), (QJsonObject{{"other", 1}}));
+    EXPECT_EQ(controller.Ask("stopWnd"), controller.Stamped({{"cmd", "stopWnd"}}, 0));
+    CFaults::GetInstance().Clear();
 }
 
 TEST_F(CentralChannelTest, AnInvalidCommandIsRefusedAndNotDelivered)

@@ -41,12 +41,12 @@ protected:
         SetPingPeriod(std::chrono::seconds(10));
     }
 
-    static void SetPingPeriod(std::chrono::milliseconds period)
+    static void SetPingPeriod(std::chrono::milliseconds period, std::chrono::milliseconds longestPause = kPause)
     {
         SCloudControlConfig config;
         config.url = "ws://127.0.0.81:25511";
         config.firstPause = kPause;
-        config.longestPause = kPause;
+        config.longestPause = longestPause;
         config.pingPeriod = period;
         CloudControl::Config().Set(config);
     }
@@ -87,6 +87,17 @@ TEST_F(CloudControlManagerTest, ANewLoginReplacesTheConnectionOnce)
     EXPECT_EQ(m_hosts.size(), 2u);
     EXPECT_FALSE(m_hosts[0]->isValid());
     EXPECT_TRUE(m_hosts[1]->isValid());
+}
+
+TEST_F(CloudControlManagerTest, ThePauseAfterAConnectionIsTheFirstOne)
+{
+    SetPingPeriod(std::chrono::seconds(10), std::chrono::hours(1));
+    m_cloud.Connect(kUser);
+    EXPECT_TRUE(IsSoon([&] {
+        if (!m_hosts.empty())
+            m_hosts.back()->close();
+        return m_hosts.size() == 20;
+    }));
 }
 
 TEST_F(CloudControlManagerTest, ClosingAlsoStopsConnectionAttempts)

@@ -1,4 +1,5 @@
 #include "HostModels/HostModels.h"
+#include "HostModels/Models/HostPerformanceModel.h"
 #include "HostModels/Models/HostProject.h"
 #include "HostModels/Show/ShowEdit.h"
 #include "HostModels/Show/ShowJson.h"
@@ -7,6 +8,7 @@
 #include "ExternalController/Common/ResourceType.h"
 #include "Interfaces/PPtPlayerMgr.h"
 #include "Interfaces/PlayController.h"
+#include "Interfaces/RenderController.h"
 
 #include <gmock/gmock.h>
 
@@ -88,7 +90,7 @@ TEST(ModelsTest, AResourceHasTheNumberOfItsMediaInTheCurrentScene)
     EXPECT_FALSE(model.GetResourceBaseNode(Id(99), base));
 }
 
-TEST(ModelsTest, APresentationHasAPlayerOnlyOnTheStageAndWithItsFile)
+TEST(ModelsTest, APresentationHasAPlayerAndAStreamOnlyOnTheStage)
 {
     const SResource found = MakeResource(5, ResourceType::Presentation);
     SResource lost = MakeResource(6, ResourceType::Presentation);
@@ -98,6 +100,18 @@ TEST(ModelsTest, APresentationHasAPlayerOnlyOnTheStageAndWithItsFile)
     EXPECT_TRUE(GetPPtPlayerMgr()->GetPPtPlayer(Id(11)));
     EXPECT_FALSE(GetPPtPlayerMgr()->GetPPtPlayer(Id(12)));
     EXPECT_FALSE(GetPPtPlayerMgr()->GetPPtPlayer(Id(13)));
+
+    SSettings settings;
+    settings.stageStreamUrl = "rtmp://stage";
+    HostModels::SoftwareSetting().Load(settings, {});
+    QString url;
+    EXPECT_TRUE(GetRenderController()->GetMediaStreamPushUrl(Id(11), url));
+    EXPECT_EQ(url, "rtmp://stage/" + IdText(11));
+}
+
+TEST(ModelsTest, TheMemoryIsReportedInBytes)
+{
+    EXPECT_GT(CHostPerformanceModel().GetSystemInfo().memory.value(0).space, 1 << 28);
 }
 
 TEST(ModelsTest, AProjectsPathIsBesideTheShowFile)

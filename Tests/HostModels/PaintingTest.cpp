@@ -115,7 +115,7 @@ TEST_F(PaintingTest, ARotatedMediumIsPaintedAtItsCorners)
 
 TEST_F(PaintingTest, FlipsArePaintedOnTheMediumAndOnTheStage)
 {
-    SLayoutProperty layout = At({0, 0}, {400, 300});
+    SLayoutProperty layout = At({0, 0}, {400, 200});
     layout.horFlip = true;
     const CMediaNode mirrored = Add(Resource(ResourceType::Picture, FourColours()), layout);
     layout.verFlip = true;
@@ -123,7 +123,8 @@ TEST_F(PaintingTest, FlipsArePaintedOnTheMediumAndOnTheStage)
 
     EXPECT_EQ(CornerColours(Medium(mirrored)), (std::vector<QColor>{Qt::green, Qt::red, Qt::yellow, Qt::blue}));
     EXPECT_EQ(CornerColours(Medium(both)), (std::vector<QColor>{Qt::blue, Qt::yellow, Qt::red, Qt::green}));
-    EXPECT_EQ(CornerColours(Stage()), CornerColours(Medium(both)));
+    EXPECT_EQ(CornerColours(Stage().copy(0, 0, 400, 200)), CornerColours(Medium(both)));
+    EXPECT_EQ(Stage().pixelColor(2, 202), QColor(Qt::black));
 }
 
 TEST_F(PaintingTest, TransparencyIsPreserved)

@@ -29,7 +29,7 @@ const QByteArray kShow = R"({
         "mainGroup": "00000000-0000-4000-8000-000000000021",
         "resources": [
             {"id": "00000000-0000-4000-8000-000000000011", "type": 0, "name": "Film", "width": 1920, "duration": 9000},
-            {"id": "00000000-0000-4000-8000-000000000012", "type": 10, "name": "Title", "text": {"alignment": 1}}
+            {"id": "00000000-0000-4000-8000-000000000012", "type": 10, "name": "Title", "text": {"alignment": 1, "underline": true}}
         ],
         "groups": [{"id": "00000000-0000-4000-8000-000000000021", "name": "Act", "scenes": [
             {"id": "00000000-0000-4000-8000-000000000031", "name": "Doors", "fadeIn": 5, "media": [
@@ -181,6 +181,7 @@ TEST_F(ShowFileTest, OmittedKeysAreTakenFromTheResourceAndTheEffectIsRead)
     EXPECT_EQ(medium.GetLayoutProperty()->size, QSize(1920, 100));
     EXPECT_EQ(medium.GetTimingProperty()->totalTime, 9000);
     EXPECT_EQ(medium.GetLayoutProperty()->corners[0], QPointF(960 - 50, 50 + 960));
+    EXPECT_EQ(ToJson(*show.Project()->resources.at(1))["text"].toObject()["underline"], true);
     const SEffect& effect = show.effect;
     EXPECT_EQ(std::tie(effect.black, effect.mute, effect.blue, effect.red, effect.green, effect.hue),
               std::make_tuple(false, true, 0.25F, 0.5F, 0.75F, 1.0F));

@@ -62,7 +62,16 @@ TEST(OperationLog, LinesAreWrittenAfterAFullDiskHasSpaceAgainAndContainNoLineBre
         EXPECT_EQ(TextOf(file), "first");
     }
     Log(CltLog::Operation, "third");
-    EXPECT_EQ(TextOf(file), "first 100%\nsec\\nond 100%\nthird 100%\n");
+    const std::string lines = "first 100%\nsec\\nond 100%\nthird 100%\n";
+    EXPECT_EQ(TextOf(file), lines);
+
+    const std::string limit(1024 * 1024 - 6, 'x');
+    {
+        const CFullDisk full;
+        Log(CltLog::Operation, limit.c_str());
+    }
+    Log(CltLog::Operation, "dropped");
+    EXPECT_EQ(TextOf(file), lines + limit + " 100%\n");
 
     CltLog::GetOperationLogger()->SetPattern(kLogPattern);
     OperationLog::Open({});

@@ -153,5 +153,7 @@ TEST_F(ShowLogTest, RecordsOnAFullDiskAreListedAndWrittenWhenThereIsSpaceAgain)
     EXPECT_THAT(Names(log), ElementsAre("1", "2", "3", "4"));
     ASSERT_EQ(operations(log, false).size(), 4);
     EXPECT_EQ(operations(log, false).at(2).function, "3");
+    ASSERT_EQ(log.Open(m_folder.filePath("new.sqlite").toStdString()), "");
+    EXPECT_THAT(log.GetPlayLogList(), IsEmpty());
     EXPECT_EQ(QFile::permissions(QString::fromStdString(m_file + "-wal")) & QFile::ReadOther, QFile::Permissions());
 }

@@ -1,4 +1,5 @@
 #include "Platform/Files.h"
+#include "Platform/Process.h"
 
 #include <gtest/gtest.h>
 
@@ -24,5 +25,12 @@ TEST(RegularFileTest, OnlyRegularFilesAreOpenedAndOpeningDoesNotBlock)
     }
     for (const std::filesystem::path& refused : {folder / "fifo", folder, folder / "missing", {"/dev/null"}})
         EXPECT_EQ(OpenRegularFile(refused), -1) << refused;
+    EXPECT_FALSE(FlushToDisk(-1));
     std::filesystem::remove_all(folder);
+}
+
+TEST(ProcessTest, TheFolderOfTheProgramIsFound)
+{
+    static const char here = 0;
+    EXPECT_TRUE(std::filesystem::equivalent(CodeFolder(&here) / "PlatformTest", "/proc/self/exe"));
 }

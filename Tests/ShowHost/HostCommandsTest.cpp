@@ -170,6 +170,19 @@ TEST_F(HostCommandsTest, AFileOfTheSameNameUpdatesItsResourceInItsProject)
     EXPECT_THAT(m_ready, ElementsAre(Pair(first.GetId(), false), Pair(first.GetId(), true)));
 }
 
+TEST_F(HostCommandsTest, UploadsBecomeReadyInTheirOrder)
+{
+    LoadShow({MakeProject(1)});
+    for (const QString& path :
+         {MakePicture("uploads/1.png", {4000, 4000}), MakePicture("uploads/2.png"), MakePicture("uploads/3.png")})
+        Upload(path);
+    LastReady();
+    QCoreApplication::processEvents();
+    ASSERT_EQ(m_ready.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(m_ready[i], std::make_pair(Resources()[i].GetId(), true)) << i;
+}
+
 TEST_F(HostCommandsTest, AResourcesNameHasNoControlCharacters)
 {
     LoadShow({MakeProject(1)});

@@ -165,6 +165,14 @@ TEST_F(RecorderTest, RecordsThatASlowDiskCannotTakeAreCounted)
     EXPECT_EQ(static_cast<int>(lines.size()) - 2 + dropped, kMessages); // without the first line and the note
 }
 
+TEST_F(RecorderTest, ASingleRecordThatExceedsTheQueueIsCounted)
+{
+    Record(File(), 1, std::string(CTrafficRecorder::kMaxQueuedBytes, 'x'));
+    m_recorder.reset();
+    std::ifstream file(File());
+    EXPECT_THAT(ReadLines(file).back()["note"].toString().toStdString(), testing::StartsWith("1 records dropped"));
+}
+
 TEST_F(RecorderTest, AFullDiskIsReportedOnce)
 {
     Record("/dev/full", 10, "{}");
