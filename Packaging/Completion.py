@@ -51,27 +51,27 @@ def bash(program, top, commands):
 
 def zsh(program, top, commands):
     def arguments(command):
-        specifications = []
+        zsh_arguments = []
         for entry in command.help.options:
             text = re.sub(r"([\[\]\\:])", r"\\\1", entry.text)
             action = "_files" if entry.value in FILES else "_files -/" if entry.value in FOLDERS else " "
             value = entry.value.replace(":", r"\:")
-            specifications.append(f"*{entry.option}=[{text}]:{value}:{action}" if entry.value else f"{entry.option}[{text}]")
+            zsh_arguments.append(f"*{entry.option}=[{text}]:{value}:{action}" if entry.value else f"{entry.option}[{text}]")
         if command.words:
-            specifications.append(f"1:{command.help.arguments[0].term}:({' '.join(command.words)})")
+            zsh_arguments.append(f"1:{command.help.arguments[0].term}:({' '.join(command.words)})")
         elif command.takes_files():
-            specifications.append("*:FILE:_files")
-        return specifications
+            zsh_arguments.append("*:FILE:_files")
+        return zsh_arguments
 
-    def call(specifications, indentation):
-        return " \\\n".join(["_arguments", *(indentation + "    " + single_quoted(each) for each in specifications)])
+    def call(zsh_arguments, indentation):
+        return " \\\n".join(["_arguments", *(indentation + "    " + single_quoted(each) for each in zsh_arguments)])
 
     lines = [f"#compdef {program}"]
     if not commands:
         return "\n".join([*lines, call(arguments(top), "")]) + "\n"
     described = " ".join(f"{command.name}\\:{zsh_description(top, command)}" for command in commands)
-    specifications = [*arguments(Command(top.help, [])), f"1:command:(({described}))", "*::argument:->argument"]
-    lines += ["local state line", call(["-C", *specifications], ""), "case $state:$words[1] in"]
+    zsh_arguments = [*arguments(Command(top.help, [])), f"1:command:(({described}))", "*::argument:->argument"]
+    lines += ["local state line", call(["-C", *zsh_arguments], ""), "case $state:$words[1] in"]
     for command in commands:
         lines += [f"    argument:{command.name})", "        " + call(arguments(command), "        "), "        ;;"]
     return "\n".join([*lines, "esac"]) + "\n"
