@@ -43,6 +43,7 @@ private:
     void Write(Priority priority, const QString& line);
     /// Writes the line with the time.
     void WriteTimed(Priority priority, const QString& line);
+
     const bool m_isJournal;
     std::atomic<bool> m_quiet{true};
     mutable std::mutex m_mutex;
