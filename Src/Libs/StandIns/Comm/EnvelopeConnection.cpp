@@ -214,7 +214,9 @@ void CEnvelopeConnection::WriteLocked()
         m_gather.front() += m_sentOfFirst;
 
         asio::error_code error;
-        std::size_t sent = m_socket.write_some(m_gather, error);
+        // The system call for one buffer is faster than the one for several.
+        std::size_t sent =
+            m_gather.size() == 1 ? m_socket.write_some(m_gather.front(), error) : m_socket.write_some(m_gather, error);
         if (error == asio::error::would_block) {
             WaitForSpaceLocked();
             return;

@@ -1,13 +1,14 @@
 #include "ExternalController/Common/AppPackage.h"
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 std::shared_ptr<Comm::RequestPackage> MakeAppPackage(unsigned int cmdCode, QByteArray json)
 {
     auto package = std::make_shared<Comm::RequestPackage>();
     const QByteArray envelope = CAppDataPack(cmdCode, std::move(json)).GetData();
-    package->data.assign(envelope.constData(), static_cast<std::size_t>(envelope.size()));
+    package->data = std::string(envelope.constData(), static_cast<std::size_t>(envelope.size()));
     package->length = package->data.size();
     return package;
 }
