@@ -82,9 +82,10 @@ TEST(RecordLineTest, SecretsAreHiddenWhereverTheyAre)
         R"({"password": "s3cret)",
         R"({"password": "other", "password": "s3cret"})",
         "PASS 1 & s3cret",
-        "password=s3cret&user=demo",
+        "password= \"1\n s3cret\"",
         R"({"AppQRCode": "s3cret"})",
         "\xff password s3cret",
+        "ZXID0123456789abcdef0000{\"password\": \"s3cret\"}",
     };
     for (const char* const payload : payloads) {
         for (const auto from : {STrafficRecord::From::Remote, STrafficRecord::From::Host}) {

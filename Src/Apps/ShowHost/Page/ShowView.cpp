@@ -8,6 +8,7 @@
 #include "HostModels/Pictures/ResourceCard.h"
 
 #include <QJsonArray>
+#include <QUrl>
 
 #include <utility>
 
@@ -141,7 +142,7 @@ QJsonObject ShowView::HostConnections()
             {"appVersion", users.GetCurLoginAppVersion()},
             {"cloudSupport", settings.GetCloudSupport()},
             {"cloudConnected", settings.IsCloudConnected()},
-            {"cloudUrl", QString::fromStdString(CloudControl::Config().Get().url)},
+            {"cloudUrl", QUrl(QString::fromStdString(CloudControl::Config().Get().url)).toString(QUrl::RemoveUserInfo)},
             {"fpAddress", QString::fromStdString(AddressText(fp.host, fp.port))},
             {"devices", devices}};
 }

@@ -279,8 +279,12 @@ class Session(FTPHandler):
         super().respond(resp, *args, **kwargs)
 
     def pre_process_command(self, line, cmd, arg):
-        report("command", session=self.number, text="PASS ***" if cmd == "PASS" else line)
-        if "\0" in line:
+        is_password = line.lstrip().upper().startswith("PASS")
+        report("command", session=self.number, text="PASS ***" if is_password else line)
+        if is_password and cmd != "PASS":
+            # Such as "PASS<tab>secret". The library would repeat the line in its reply.
+            self.respond('500 Command "PASS" not understood.')
+        elif "\0" in line:
             self.respond("501 A name can't contain a zero byte.")
         elif cmd in DATA_COMMANDS and self.data_channel is not None and self.data_channel.file_obj is not None:
             # The library would use the data connection of the upload for this transfer.

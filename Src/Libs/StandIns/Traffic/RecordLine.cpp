@@ -30,11 +30,11 @@ const QStringList& SecretKeys()
     return keys;
 }
 
-/// Whether the text may contain the key of a secret. JSON can spell a key with escape sequences.
-bool MayHaveSecret(std::string_view text)
+/// Whether the text contains the key of a secret.
+bool HasSecretKey(std::string_view text)
 {
     static const std::vector<std::string> keys = [] {
-        std::vector<std::string> names{"\\u"};
+        std::vector<std::string> names;
         for (const QString& key : SecretKeys())
             names.push_back(key.toStdString());
         return names;
@@ -43,13 +43,20 @@ bool MayHaveSecret(std::string_view text)
                        [&](const std::string& key) { return text.find(key) != std::string_view::npos; });
 }
 
-/// Hides what follows a key: a word in "user=demo&password=1234", otherwise the rest of the line, as in "PASS 12 34".
+/// Whether the JSON may contain the key of a secret, which can be spelled with escape sequences.
+bool MayHaveSecret(std::string_view json)
+{
+    return json.find("\\u") != std::string_view::npos || HasSecretKey(json);
+}
+
+/// Hides everything that follows a key: where the secret ends is unknown.
 QString HideWords(QString text)
 {
-    if (!MayHaveSecret(text.toStdString()))
+    if (!HasSecretKey(text.toStdString()))
         return text;
-    static const QRegularExpression secret("\\b(" + SecretKeys().join('|') + ")(?:(=)[^&\\s]+|([^\\w=]\\s*).+)");
-    return text.replace(secret, "\\1\\2\\3" + kHidden);
+    static const QRegularExpression secret("\\b(" + SecretKeys().join('|') + ")(\\W\\s*)\\S.*",
+                                           QRegularExpression::DotMatchesEverythingOption);
+    return text.replace(secret, "\\1\\2" + kHidden);
 }
 
 QJsonValue Hide(const QJsonValue& value);
@@ -170,7 +177,7 @@ void AppendPayload(std::string& line, const STrafficRecord& record)
 {
     const std::string_view payload = record.payload;
     if (payload.size() >= Envelope::kIdHeaderBytes &&
-        payload.compare(0, Envelope::kMarkBytes, Envelope::kIdMark) == 0) {
+        payload.compare(0, Envelope::kMarkBytes, Envelope::kIdMark) == 0 && !HasSecretKey(payload)) {
         const QUuid id = QUuid::fromRfc4122(QByteArray(payload.data() + Envelope::kMarkBytes, 16));
         AppendEntry(line, "id", id.toString(QUuid::WithoutBraces));
         AppendBytes(line, payload.substr(Envelope::kIdHeaderBytes));
@@ -181,8 +188,8 @@ void AppendPayload(std::string& line, const STrafficRecord& record)
     const QByteArray bytes(payload.data(), static_cast<int>(payload.size()));
     const QString text = QString::fromUtf8(bytes);
     const bool isText = text.toUtf8() == bytes;
-    if (MayHaveSecret(payload) && (!isText || StartsLikeJson(payload)))
-        AppendEntry(line, "text", kHidden); // where the secret ends is unknown
+    if (StartsLikeJson(payload) ? MayHaveSecret(payload) : !isText && HasSecretKey(payload))
+        AppendEntry(line, "text", kHidden);
     else if (isText)
         AppendEntry(line, "text", HideWords(text));
     else
