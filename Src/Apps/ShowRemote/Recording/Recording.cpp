@@ -1,6 +1,7 @@
 #include "ShowRemote/Recording/Recording.h"
 
 #include "Comm/Envelope.h"
+#include "ExternalController/Common/Command.h"
 #include "ExternalController/Common/JsonReader.h"
 
 #include <QDateTime>
@@ -141,8 +142,8 @@ SRecordedLine ReadLine(const CLineReader& line)
     if (line.Has("code")) {
         bool isNumber = false;
         record.code = line.Text("code").toUInt(&isNumber, 16);
-        if (!isNumber)
-            Fail(QStringLiteral("\"code\" must be a hexadecimal number such as \"0x005\""));
+        if (!isNumber || record.code >= Command::kReplyBit)
+            Fail(QStringLiteral("\"code\" must be a hexadecimal number such as \"0x005\", without the reply bit"));
     }
     if (line.Has("name"))
         record.name = line.Text("name");

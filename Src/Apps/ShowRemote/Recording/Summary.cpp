@@ -29,6 +29,15 @@ bool IsRefusal(const SRecordedLine& line)
     return isAnswer && !Contract::RefusalOf(QString::fromUtf8(line.payload.bytes)).isEmpty();
 }
 
+/// Returns the value that the share of the sorted values doesn't exceed; between two values, if the share ends there,
+/// their mean.
+double Percentile(const std::vector<double>& sorted, int percent)
+{
+    const std::size_t hundredths = sorted.size() * static_cast<std::size_t>(percent);
+    const std::size_t index = hundredths / 100;
+    return hundredths % 100 == 0 ? (sorted[index - 1] + sorted[std::min(index, sorted.size() - 1)]) / 2 : sorted[index];
+}
+
 QString Milliseconds(double value)
 {
     return QString::number(value, 'f', 2);
@@ -51,7 +60,7 @@ void PrintTable(const QString& title, const std::map<QString, STotals>& rows)
         std::vector<double> sorted = totals.latencies;
         std::sort(sorted.begin(), sorted.end());
         if (!sorted.empty())
-            cells << Milliseconds(sorted[sorted.size() / 2]) << Milliseconds(sorted[sorted.size() * 99 / 100])
+            cells << Milliseconds(Percentile(sorted, 50)) << Milliseconds(Percentile(sorted, 99))
                   << Milliseconds(sorted.back());
         PrintRow(PayloadText(name.toUtf8()), cells);
     }
