@@ -71,6 +71,8 @@ CCloudLink::~CCloudLink()
 {
     // The socket emits a signal when it is destroyed, which is after the members that the slots use.
     m_socket.disconnect(this);
+    m_target.reset();
+    OnEnded("the host closed the connection");
 }
 
 void CCloudLink::Connect(const QUrl& url, const SCloudControlConfig& config)
