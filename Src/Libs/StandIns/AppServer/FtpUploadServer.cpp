@@ -217,7 +217,7 @@ private:
                 m_sessions.erase(id);
             return;
         }
-        if (!traffic.WantsMessages())
+        if (!CTraffic::WantsMessages())
             return;
         const bool isCommand = event == QLatin1String("command");
         const std::string text = line["text"].toString().toStdString();

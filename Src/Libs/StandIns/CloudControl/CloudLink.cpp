@@ -244,8 +244,7 @@ void CCloudLink::SendWaiting()
             return;
         }
         m_socket.sendTextMessage(frame);
-        CTraffic& traffic = CTraffic::GetInstance();
-        if (!traffic.WantsMessages())
+        if (!CTraffic::WantsMessages())
             continue;
         const QByteArray bytes = frame.toUtf8();
         STrafficRecord record = Record(STrafficRecord::From::Host);
@@ -253,7 +252,7 @@ void CCloudLink::SendWaiting()
         record.replyTo = message->replyTo;
         record.payload = {bytes.constData(), static_cast<std::size_t>(bytes.size())};
         record.wireBytes = record.payload.size();
-        traffic.Publish(std::move(record));
+        CTraffic::GetInstance().Publish(std::move(record));
     }
 }
 
@@ -283,8 +282,10 @@ void CCloudLink::Publish(STrafficRecord::Kind kind, const QString& text) const
 /// Returns the record of a message on the current connection, without the message.
 STrafficRecord CCloudLink::Record(STrafficRecord::From from) const
 {
-    STrafficRecord record{
-        STrafficRecord::Kind::Message, TrafficChannel::Cloud, PeerText(m_socket.requestUrl()), {}, m_number};
+    STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Cloud};
+    if (CTraffic::WantsMessages())
+        record.peer = PeerText(m_socket.requestUrl());
+    record.connection = m_number;
     record.from = from;
     return record;
 }

@@ -240,12 +240,11 @@ void CSerialPort::Publish(STrafficRecord::Kind kind, const std::string& text) co
 
 void CSerialPort::PublishMessage(STrafficRecord::From from, std::string_view bytes) const
 {
-    CTraffic& traffic = CTraffic::GetInstance();
-    if (!traffic.WantsMessages())
+    if (!CTraffic::WantsMessages())
         return;
     STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Devices, m_name, {}, m_connection};
     record.from = from;
     record.payload = bytes;
     record.wireBytes = bytes.size();
-    traffic.Publish(std::move(record));
+    CTraffic::GetInstance().Publish(std::move(record));
 }

@@ -123,7 +123,6 @@ public:
 
     bool Send(const std::string& datagram, const std::string& remoteIp, unsigned short remotePort)
     {
-        const std::string peer = AddressText(remoteIp, remotePort);
         asio::error_code error;
         const asio::ip::udp::endpoint remote(asio::ip::make_address_v4(remoteIp, error), remotePort);
         const std::shared_ptr<CLocalPort> port = Port();
@@ -132,13 +131,14 @@ public:
             error = asio::error::invalid_argument;
         const bool sent = !error && port->Send(datagram, remote, error);
         if (error)
-            Note(peer, std::to_string(datagram.size()) + " bytes not sent: " + error.message());
-        CTraffic& traffic = CTraffic::GetInstance();
-        if (sent && traffic.WantsMessages()) {
-            STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Devices, peer};
+            Note(AddressText(remoteIp, remotePort),
+                 std::to_string(datagram.size()) + " bytes not sent: " + error.message());
+        if (sent && CTraffic::WantsMessages()) {
+            STrafficRecord record{STrafficRecord::Kind::Message, TrafficChannel::Devices,
+                                  AddressText(remoteIp, remotePort)};
             record.payload = datagram;
             record.wireBytes = datagram.size();
-            traffic.Publish(std::move(record));
+            CTraffic::GetInstance().Publish(std::move(record));
         }
         return sent;
     }

@@ -9,7 +9,20 @@ namespace {
 
 thread_local const CTrafficRequest* t_request = nullptr;
 
+/// Not a member of the instance: with --quiet each message reads it, and GetInstance costs more than that.
+std::atomic<bool> s_wantsMessages{false};
+
+bool IsApp(TrafficChannel channel)
+{
+    return channel == TrafficChannel::AppControl || channel == TrafficChannel::AppBulk;
+}
+
 } // namespace
+
+bool CTraffic::WantsMessages()
+{
+    return s_wantsMessages.load(std::memory_order_relaxed);
+}
 
 CTraffic& CTraffic::GetInstance()
 {
@@ -39,7 +52,7 @@ std::uint64_t CTraffic::Publish(STrafficRecord& record)
 
 void CTraffic::UpdateLocked()
 {
-    m_wantsMessages =
+    s_wantsMessages =
         m_wantsFaults || std::any_of(m_subscribers.begin(), m_subscribers.end(),
                                      [](const SSubscriber& subscriber) { return subscriber.wantsMessages; });
 }
@@ -70,9 +83,9 @@ CTrafficSubscription::~CTrafficSubscription()
 void CTrafficRequest::Begin(STrafficRecord&& record)
 {
     m_record = std::move(record);
-    CTraffic::GetInstance().Publish(m_record);
-    m_record.payload = {};
-    m_fault = CFaults::GetInstance().Match(m_record);
+    CTraffic::GetInstance().Publish(*m_record);
+    m_record->payload = {};
+    m_fault = CFaults::GetInstance().Match(*m_record);
     t_request = this;
     if (m_fault && m_fault->action == SFault::Action::Delay) {
         CFaults::GetInstance().Delay(*m_fault);
@@ -80,10 +93,15 @@ void CTrafficRequest::Begin(STrafficRecord&& record)
     }
 }
 
-CTrafficRequest::~CTrafficRequest()
+void CTrafficRequest::End()
 {
-    if (m_record.number != 0)
-        t_request = nullptr;
+    t_request = nullptr;
+}
+
+bool CTrafficRequest::IsAnsweredOn(TrafficChannel channel, std::uint64_t connection) const
+{
+    return channel == m_record->channel ? connection == m_record->connection
+                                        : IsApp(channel) && IsApp(m_record->channel);
 }
 
 const CTrafficRequest* CTrafficRequest::Current()
@@ -93,6 +111,6 @@ const CTrafficRequest* CTrafficRequest::Current()
 
 void CTrafficRequest::NoteFault(const std::string& what) const
 {
-    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, m_record.channel, m_record.peer,
-                                     "fault " + std::to_string(m_fault->number) + ": " + what, m_record.connection});
+    CTraffic::GetInstance().Publish({STrafficRecord::Kind::Note, m_record->channel, m_record->peer,
+                                     "fault " + std::to_string(m_fault->number) + ": " + what, m_record->connection});
 }

@@ -7,6 +7,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -65,7 +66,7 @@ public:
     static CTraffic& GetInstance();
 
     /// Whether a subscriber or a fault rule wants messages. If not, messages need not be published.
-    bool WantsMessages() const { return m_wantsMessages.load(std::memory_order_relaxed); }
+    static bool WantsMessages();
     /// Numbers the record and passes it to the subscribers. A message of the host that is sent while this thread
     /// handles a request (CTrafficRequest) is published as a reply to it.
     /// \param record its number and times are set; the code and the request of a reply, too
@@ -87,7 +88,6 @@ private:
 
     void UpdateLocked();
 
-    std::atomic<bool> m_wantsMessages{false};
     std::atomic<std::uint64_t> m_connections{0};
     std::mutex m_mutex; ///< guards the members below
     std::list<SSubscriber> m_subscribers;
@@ -121,33 +121,35 @@ public:
     template <class Describe>
     explicit CTrafficRequest(Describe&& describe)
     {
-        if (CTraffic::GetInstance().WantsMessages())
+        if (CTraffic::WantsMessages())
             Begin(describe());
     }
-    ~CTrafficRequest();
+    ~CTrafficRequest()
+    {
+        if (m_record)
+            End();
+    }
     CTrafficRequest(const CTrafficRequest&) = delete;
     CTrafficRequest& operator=(const CTrafficRequest&) = delete;
 
     /// Returns the current request of this thread, or null if there is none or it was not published.
     static const CTrafficRequest* Current();
+    // Of a request that was published.
     /// Returns the number of the request's record.
-    std::uint64_t Number() const { return m_record.number; }
+    std::uint64_t Number() const { return m_record->number; }
     /// Returns the code in the request's record.
-    std::uint32_t Code() const { return m_record.code; }
+    std::uint32_t Code() const { return m_record->code; }
     /// Returns the fault rule that applies to the request or to its replies, or null.
     const std::shared_ptr<const SFault>& Fault() const { return m_fault; }
     /// Publishes what the rule has done, such as "fault 2: reply dropped".
     void NoteFault(const std::string& what) const;
-    /// Whether a message on this connection can be a reply: another connection of the same channel belongs to another
-    /// remote.
-    bool IsAnsweredOn(TrafficChannel channel, std::uint64_t connection) const
-    {
-        return channel != m_record.channel || connection == m_record.connection;
-    }
+    /// Whether a message on this connection can be a reply. Only apps have two connections, one on each channel.
+    bool IsAnsweredOn(TrafficChannel channel, std::uint64_t connection) const;
 
 private:
     void Begin(STrafficRecord&& record);
+    static void End();
 
-    STrafficRecord m_record; ///< without the payload; number 0 if it was not published
+    std::optional<STrafficRecord> m_record; ///< without the payload; none if it was not published
     std::shared_ptr<const SFault> m_fault;
 };
