@@ -90,13 +90,18 @@ public:
     void Send(const std::string& data, CloudControl::EROUTE_TYPE route)
     {
         SCloudMessage message{route, data};
-        if (const CTrafficRequest* const request = CTrafficRequest::Current()) {
+        // Requests of other channels cause messages, too, which are not replies.
+        const CTrafficRequest* const request = t_connection != 0 ? CTrafficRequest::Current() : nullptr;
+        if (request) {
             message.code = request->Code();
             message.replyTo = request->Number();
-            if (!ApplyFault(*request, message))
-                return;
         }
-        Put(std::move(message));
+        const SReplyFault fault = ApplyToReply(request);
+        message.maxFrameBytes = fault.maxBytes;
+        if (fault.copies > 1)
+            Put(message);
+        if (fault.copies > 0)
+            Put(std::move(message));
     }
 
     CCloudLink* Link() const { return m_link; }
@@ -104,49 +109,6 @@ public:
     MessageCallback callback;
 
 private:
-    /// Returns false if the message is not to be sent.
-    bool ApplyFault(const CTrafficRequest& request, SCloudMessage& message)
-    {
-        const auto& fault = request.Fault();
-        if (!fault)
-            return true;
-        if (fault->action == SFault::Action::Drop) {
-            request.NoteFault("reply dropped");
-            return false;
-        }
-        if (fault->action == SFault::Action::Truncate) {
-            request.NoteFault("reply truncated to " + std::to_string(fault->bytes) + " bytes");
-            message.maxFrameBytes = fault->bytes;
-        } else if (fault->action == SFault::Action::Duplicate) {
-            request.NoteFault("reply sent twice");
-            Put(message);
-        }
-        return true;
-    }
-
-    /// Carries out a fault rule that replaces the handling of the command. Returns false if there is none.
-    bool TakesOver(const CTrafficRequest& request)
-    {
-        const auto& fault = request.Fault();
-        if (!fault)
-            return false;
-        switch (fault->action) {
-        case SFault::Action::Ignore:
-            request.NoteFault("request ignored");
-            return true;
-        case SFault::Action::Reset:
-            request.NoteFault("connection reset");
-            Link()->Abort("reset by a fault rule");
-            return true;
-        case SFault::Action::Reply:
-            request.NoteFault("answered");
-            Send(fault->reply, static_cast<CloudControl::EROUTE_TYPE>(fault->route));
-            return true;
-        default:
-            return false;
-        }
-    }
-
     void Put(SCloudMessage message)
     {
         const std::size_t dropped =
@@ -227,7 +189,12 @@ private:
                 next.record.wireBytes = next.Bytes();
                 return next.record;
             });
-            if (callback && !TakesOver(request)) {
+            const bool isTakenOver = IsTakenOver(
+                request, [this](const char* reason) { Link()->Abort(reason); },
+                [this](const SFault& fault) {
+                    Send(fault.reply, static_cast<CloudControl::EROUTE_TYPE>(fault.route));
+                });
+            if (callback && !isTakenOver) {
                 const CShowReading reading;
                 callback(next.command);
             }

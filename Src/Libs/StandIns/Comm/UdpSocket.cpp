@@ -163,32 +163,16 @@ void CUdpSocket::Handle(const Endpoint& peer, std::string datagram)
 
 bool CUdpSocket::TakesOver(const CTrafficRequest& request, const std::string& ip, std::uint16_t port)
 {
-    const auto& fault = request.Fault();
-    if (fault && fault->action == SFault::Action::Ignore) {
-        request.NoteFault("request ignored");
-        return true;
-    }
-    if (fault && fault->action == SFault::Action::Reply) {
-        request.NoteFault("answered");
-        Send(fault->reply, ip, port);
-        return true;
-    }
-    return false;
+    return IsTakenOver(
+        request, [](const char*) {}, [&](const SFault& fault) { Send(fault.reply, ip, port); });
 }
 
 void CUdpSocket::Send(const std::string& datagram, const std::string& ip, std::uint16_t port)
 {
-    const CTrafficRequest* const request = CTrafficRequest::Current();
-    const SFault* const fault = request && request->IsAnsweredOn(m_channel, 0) ? request->Fault().get() : nullptr;
-    if (fault && fault->action == SFault::Action::Drop) {
-        request->NoteFault("reply dropped");
-        return;
-    }
-    SendOnce(datagram, ip, port);
-    if (fault && fault->action == SFault::Action::Duplicate) {
-        request->NoteFault("reply sent twice");
+    const CTrafficRequest* const request = CTraffic::WantsMessages() ? CTrafficRequest::Current() : nullptr;
+    const int copies = ApplyToReply(request && request->IsAnsweredOn(m_channel, 0) ? request : nullptr).copies;
+    for (int i = 0; i < copies; ++i)
         SendOnce(datagram, ip, port);
-    }
 }
 
 void CUdpSocket::SendOnce(const std::string& datagram, const std::string& ip, std::uint16_t port)
@@ -210,11 +194,10 @@ void CUdpSocket::SendOnce(const std::string& datagram, const std::string& ip, st
         Note(AddressText(ip, port), "datagram not sent: " + error.message());
         return;
     }
-    CTraffic& traffic = CTraffic::GetInstance();
-    if (traffic.WantsMessages()) {
+    if (CTraffic::WantsMessages()) {
         STrafficRecord record = RecordOf(datagram, 0, ip, port);
         record.from = STrafficRecord::From::Host;
-        traffic.Publish(std::move(record));
+        CTraffic::GetInstance().Publish(std::move(record));
     }
 }
 

@@ -89,3 +89,21 @@ void CFaults::Delay(const SFault& fault)
                             [&](const SEntry& entry) { return entry.fault->number == fault.number; });
     });
 }
+
+SReplyFault ApplyToReply(const CTrafficRequest* request)
+{
+    const SFault* const fault = request ? request->Fault().get() : nullptr;
+    switch (fault ? fault->action : SFault::Action::Delay) {
+    case SFault::Action::Drop:
+        request->NoteFault("reply dropped");
+        return {0};
+    case SFault::Action::Duplicate:
+        request->NoteFault("reply sent twice");
+        return {2};
+    case SFault::Action::Truncate:
+        request->NoteFault("reply truncated to " + std::to_string(fault->bytes) + " bytes");
+        return {1, fault->bytes};
+    default:
+        return {};
+    }
+}

@@ -73,3 +73,38 @@ private:
     std::vector<SEntry> m_entries;
     int m_lastNumber = 0;
 };
+
+/// Carries out a fault rule that replaces the handling of the request.
+/// \param reset resets the connection of the request, with this reason
+/// \param reply sends the reply of the rule
+/// \return false if there is none, so that the request is to be handled
+template <class Reset, class Reply>
+bool IsTakenOver(const CTrafficRequest& request, Reset&& reset, Reply&& reply)
+{
+    const SFault* const fault = request.Fault().get();
+    switch (fault ? fault->action : SFault::Action::Delay) {
+    case SFault::Action::Ignore:
+        request.NoteFault("request ignored");
+        return true;
+    case SFault::Action::Reset:
+        request.NoteFault("connection reset");
+        reset("reset by a fault rule");
+        return true;
+    case SFault::Action::Reply:
+        request.NoteFault("answered");
+        reply(*fault);
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// How a message is to be sent.
+struct SReplyFault {
+    int copies = 1;
+    std::size_t maxBytes = 0; ///< not 0: only so many bytes are sent, then the connection is closed
+};
+
+/// Publishes what the fault rule of the request does with a reply.
+/// \param request the request that the message replies to, or null
+SReplyFault ApplyToReply(const CTrafficRequest* request);
