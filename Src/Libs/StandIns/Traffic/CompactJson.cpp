@@ -131,9 +131,8 @@ private:
         if (!Copy('"'))
             return false;
         for (;;) {
-            const char* const begin = m_at;
-            m_at = std::find_if_not(m_at, m_end, IsPlain);
-            m_out = std::copy(begin, m_at, m_out);
+            while (m_at != m_end && IsPlain(*m_at))
+                *m_out++ = *m_at++;
             if (m_at == m_end || static_cast<unsigned char>(*m_at) < 0x20 || (*m_at == '\\' && !IsEscape()))
                 return false;
             if (*m_at == '"')

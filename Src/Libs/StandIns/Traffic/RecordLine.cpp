@@ -16,7 +16,6 @@
 #include <charconv>
 #include <cstdio>
 #include <iterator>
-#include <limits>
 #include <vector>
 
 namespace {
@@ -109,21 +108,48 @@ void AppendText(std::string& line, std::string_view text)
     line += '"';
 }
 
-void AppendNumber(std::string& line, std::uint64_t number)
-{
-    char digits[std::numeric_limits<std::uint64_t>::digits10 + 1];
-    line.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
-}
+/// Collects short texts and appends them to a line at once, which is several times faster than one by one.
+class CShortTexts {
+public:
+    explicit CShortTexts(std::string& line) : m_line(line) {}
 
-void AppendCode(std::string& line, std::uint32_t code)
-{
-    char digits[2 * sizeof code];
-    const auto count = static_cast<std::size_t>(std::to_chars(std::begin(digits), std::end(digits), code, 16).ptr -
-                                                std::begin(digits));
-    line += "0x";
-    line.append(count < 3 ? 3 - count : 0, '0');
-    line.append(digits, count);
-}
+    CShortTexts& operator<<(std::string_view text)
+    {
+        m_end = std::copy(text.begin(), text.end(), m_end);
+        return *this;
+    }
+
+    CShortTexts& operator<<(std::uint64_t number)
+    {
+        char digits[20];
+        return *this << std::string_view(
+                   digits, static_cast<std::size_t>(std::to_chars(digits, std::end(digits), number).ptr - digits));
+    }
+
+    /// Adds "0x" and at least three hexadecimal digits.
+    CShortTexts& AddCode(std::uint32_t code)
+    {
+        *this << "0x";
+        if (code < 0x100)
+            *m_end++ = '0';
+        if (code < 0x10)
+            *m_end++ = '0';
+        char digits[8];
+        return *this << std::string_view(
+                   digits, static_cast<std::size_t>(std::to_chars(digits, std::end(digits), code, 16).ptr - digits));
+    }
+
+    void Append()
+    {
+        m_line.append(m_text, m_end);
+        m_end = m_text;
+    }
+
+private:
+    std::string& m_line;
+    char m_text[256]; ///< enough for the keys, numbers and names that are added between two calls of Append
+    char* m_end = m_text;
+};
 
 bool StartsLikeJson(std::string_view text)
 {
@@ -243,25 +269,23 @@ void RecordLine::Append(std::string& line, const STrafficRecord& record, std::ch
     constexpr std::uint64_t kSecond = 1'000'000;
     const auto us = static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::microseconds>(record.time - started).count());
-    line += R"({"n":)";
-    AppendNumber(line, record.number);
-    line += R"(,"t":)";
-    AppendNumber(line, us / kSecond);
-    const std::size_t point = line.size();
-    AppendNumber(line, kSecond + us % kSecond); // with leading zeros
-    line[point] = '.';
-    line += R"(,"channel":")";
-    line += NameOf(record.channel);
-    line += R"(","connection":)";
-    AppendNumber(line, record.connection);
+    CShortTexts texts(line);
+    texts << R"({"n":)" << record.number << R"(,"t":)" << us / kSecond << ".";
+    for (std::uint64_t unit = kSecond / 10; unit > 1 && us % kSecond < unit; unit /= 10)
+        texts << "0";
+    texts << us % kSecond << R"(,"channel":")" << NameOf(record.channel) << R"(","connection":)" << record.connection
+          << R"(,"peer":)";
+    texts.Append();
     const bool isAscii = std::all_of(record.peer.begin(), record.peer.end(), [](unsigned char c) { return c < 0x80; });
     // The name of a port can be invalid UTF-8.
-    line += R"(,"peer":)";
-    AppendText(line, isAscii ? record.peer : QString::fromStdString(record.peer).toStdString());
-    line += IsFromRemote(record) ? R"(,"from":"remote","kind":")" : R"(,"from":"host","kind":")";
-    line += NameOf(record.kind);
-    line += '"';
+    if (isAscii)
+        AppendText(line, record.peer);
+    else
+        AppendText(line, QString::fromStdString(record.peer).toStdString());
+    texts << R"(,"from":")" << (IsFromRemote(record) ? "remote" : "host") << R"(","kind":")" << NameOf(record.kind)
+          << "\"";
     if (record.kind != STrafficRecord::Kind::Message) {
+        texts.Append();
         if (!record.text.empty())
             AppendEntry(line, "note", NoteOf(record));
         line += '}';
@@ -269,21 +293,15 @@ void RecordLine::Append(std::string& line, const STrafficRecord& record, std::ch
     }
     const std::uint32_t code = record.code & ~Command::kReplyBit;
     if (code != 0) {
-        line += R"(,"code":")";
-        AppendCode(line, code);
-        line += '"';
-        if (const char* const name = Command::NameOf(code)) {
-            line += R"(,"name":")";
-            line += name;
-            line += '"';
-        }
+        texts << R"(,"code":")";
+        texts.AddCode(code) << "\"";
+        if (const char* const name = Command::NameOf(code))
+            texts << R"(,"name":")" << name << "\"";
     }
-    if (record.replyTo != 0) {
-        line += R"(,"replyTo":)";
-        AppendNumber(line, record.replyTo);
-    }
-    line += R"(,"size":)";
-    AppendNumber(line, record.wireBytes);
+    if (record.replyTo != 0)
+        texts << R"(,"replyTo":)" << record.replyTo;
+    texts << R"(,"size":)" << std::uint64_t{record.wireBytes};
+    texts.Append();
     if (!record.text.empty())
         AppendEntry(line, "note", NoteOf(record));
     AppendPayload(line, record);

@@ -22,13 +22,16 @@ struct SFileClose {
 };
 using FilePtr = std::unique_ptr<std::FILE, SFileClose>;
 
-/// A record and the bytes that its payload refers to.
-struct SQueued {
-    STrafficRecord record;
-    std::string payload;
-
-    std::size_t Bytes() const { return sizeof *this + payload.size() + record.text.size() + record.peer.size(); }
+/// Records in their order, and their payloads one after the other.
+struct SBatch {
+    std::vector<STrafficRecord> records;
+    std::string payloads;
 };
+
+std::size_t BytesOf(const STrafficRecord& record)
+{
+    return sizeof record + record.payload.size() + record.text.size() + record.peer.size();
+}
 
 } // namespace
 
@@ -52,40 +55,44 @@ public:
     {
         if (m_failed)
             return;
-        SQueued queued{record, std::string(record.payload)};
-        queued.record.payload = {};
         const std::lock_guard lock(m_mutex);
         // After a record was dropped, drop all until the thread has taken the queue: there is one gap, noted there.
-        const std::size_t bytes = queued.Bytes();
+        const std::size_t bytes = BytesOf(record);
         if (m_dropped > 0 || m_bytes + bytes > kMaxQueuedBytes) {
             ++m_dropped;
-            m_lastDropped = std::move(queued.record);
+            m_lastDropped = record;
             return;
         }
         m_bytes += bytes;
-        m_records.push_back(std::move(queued));
+        m_batch.records.push_back(record); // its payload gives only the size from now on
+        m_batch.payloads += record.payload;
         if (m_bytes - bytes <= kMaxQueuedBytes / 4 && m_bytes > kMaxQueuedBytes / 4)
             m_changed.notify_all();
     }
 
     void Run()
     {
-        std::vector<SQueued> records; // swapped with m_records, so that both retain their memory
+        SBatch batch; // swapped with m_batch, so that both retain their memory
         std::unique_lock lock(m_mutex);
-        while (!m_failed && !(m_ends && m_records.empty())) {
+        while (!m_failed && !(m_ends && m_batch.records.empty())) {
             if (!m_ends)
                 m_changed.wait_for(lock, kPeriod, [this] { return m_ends || m_bytes > kMaxQueuedBytes / 4; });
-            records.swap(m_records);
+            std::swap(batch, m_batch);
             const std::uint64_t dropped = std::exchange(m_dropped, 0);
             const STrafficRecord lastDropped = std::exchange(m_lastDropped, {});
             const std::size_t bytes = m_bytes;
             lock.unlock();
-            for (SQueued& queued : records)
-                Write(queued);
+            std::string_view payloads = batch.payloads;
+            for (STrafficRecord& record : batch.records) {
+                record.payload = payloads.substr(0, record.payload.size());
+                payloads.remove_prefix(record.payload.size());
+                Write(record);
+            }
             if (dropped > 0)
                 WriteDropped(dropped, lastDropped);
             WriteText();
-            records.clear();
+            batch.records.clear();
+            batch.payloads.clear();
             lock.lock();
             m_bytes -= bytes;
         }
@@ -103,11 +110,10 @@ public:
     }
 
 private:
-    void Write(SQueued& queued)
+    void Write(const STrafficRecord& record)
     {
         constexpr std::size_t kWriteBytes = std::size_t{1} << 20;
-        queued.record.payload = queued.payload;
-        RecordLine::Append(m_text, queued.record, m_started);
+        RecordLine::Append(m_text, record, m_started);
         m_text += '\n';
         if (m_text.size() >= kWriteBytes)
             WriteText();
@@ -115,11 +121,11 @@ private:
 
     void WriteDropped(std::uint64_t dropped, const STrafficRecord& last)
     {
-        SQueued note;
-        note.record.channel = last.channel;
-        note.record.number = last.number;
-        note.record.time = last.time;
-        note.record.text = std::to_string(dropped) + " records dropped: the recording can't be written fast enough";
+        STrafficRecord note;
+        note.channel = last.channel;
+        note.number = last.number;
+        note.time = last.time;
+        note.text = std::to_string(dropped) + " records dropped: the recording can't be written fast enough";
         Write(note);
     }
 
@@ -156,8 +162,8 @@ private:
 
     std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_changed;
-    std::vector<SQueued> m_records;
-    std::size_t m_bytes = 0; ///< of m_records and of the records that are being written
+    SBatch m_batch;
+    std::size_t m_bytes = 0; ///< of m_batch and of the records that are being written
     std::uint64_t m_dropped = 0;
     STrafficRecord m_lastDropped;
     bool m_ends = false;
