@@ -155,7 +155,7 @@ class RecordingTest(unittest.TestCase):
     def test_the_summary_counts_messages_and_refusals(self):
         result = showremote("recording", self.file)
         self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertRegex(result.stdout, r"(?m)^app control, login +2 +2 +0 +\d")
+        self.assertRegex(result.stdout, r"(?m)^app control, login +2 +2 +1 +\d")
         self.assertRegex(result.stdout, r"(?m)^central control, - +1 +1 +1 +\d")
 
     def test_tshark_shows_what_the_recording_of_all_examples_has(self):

@@ -33,6 +33,16 @@ constexpr std::chrono::milliseconds kPoll(5);
 constexpr std::chrono::seconds kMaxFPWait(15);
 constexpr std::chrono::seconds kMaxCloudWait(35);
 
+/// A longer pause comes from a wrong recording; the clock can't represent the longest ones.
+constexpr std::chrono::hours kMaxPause(24 * 365);
+
+/// Names a message as the summary of a recording does.
+QString NameOf(TrafficChannel channel, std::uint32_t code)
+{
+    return QStringLiteral("%1, %2").arg(::NameOf(channel),
+                                        code == 0 ? "-" : QString::fromStdString(Command::TextOf(code)));
+}
+
 bool IsReplayed(TrafficChannel channel)
 {
     return channel != TrafficChannel::AppUpload && channel != TrafficChannel::Devices;
@@ -126,7 +136,7 @@ private:
     static QString KeyOf(const SRecordedLine& line)
     {
         return QStringLiteral("%1 %2 %3")
-            .arg(NameOf(line.channel))
+            .arg(::NameOf(line.channel))
             .arg(line.connection)
             .arg(line.connection == 0 ? line.peer : QString());
     }
@@ -177,7 +187,8 @@ private:
         if (m_options.speed == 0)
             return;
         const auto pause = std::chrono::duration<double>(line.time - m_recording.lines.front().time) / m_options.speed;
-        const auto due = m_start + std::chrono::duration_cast<Clock::duration>(pause);
+        const auto due = m_start + std::chrono::duration_cast<Clock::duration>(
+                                       std::min<std::chrono::duration<double>>(pause, kMaxPause));
         while (Clock::now() < due)
             Pump();
     }
@@ -334,8 +345,9 @@ private:
             if (Contract::IsNotice(message.code))
                 continue;
             ++m_differences;
+            const auto channel = connection.peer ? connection.peer->Channel() : TrafficChannel::Cloud;
             Output::PrintLine(QStringLiteral("not in the recording: %1, %2 bytes")
-                                  .arg(QString::fromStdString(Command::TextOf(message.code)))
+                                  .arg(NameOf(channel, message.code))
                                   .arg(message.payload.size()));
         }
         connection.Received().clear();
@@ -344,10 +356,9 @@ private:
     void Report(const SRecordedLine& line, const QString& difference)
     {
         ++m_differences;
-        Output::PrintLine(QStringLiteral("record %1, %2, %3: %4")
+        Output::PrintLine(QStringLiteral("record %1, %2: %3")
                               .arg(line.number)
-                              .arg(QString(NameOf(line.channel)), QString::fromStdString(Command::TextOf(line.code)),
-                                   PayloadText(difference.toUtf8())));
+                              .arg(NameOf(line.channel, line.code), PayloadText(difference.toUtf8())));
     }
 
     const SRecording& m_recording;

@@ -1,6 +1,8 @@
 #include "ShowRemote/Recording/Summary.h"
 
 #include "Comm/PayloadText.h"
+#include "ExternalController/Common/Command.h"
+#include "ExternalController/Common/Vocabulary.h"
 #include "ShowRemote/Console/Output.h"
 #include "ShowRemote/Contract.h"
 
@@ -23,6 +25,8 @@ bool IsRefusal(const SRecordedLine& line)
 {
     if (line.replyTo == 0)
         return false;
+    if (line.code == Command::Login)
+        return line.payload.json["result"] != LoginResult::Success;
     if (line.payload.form == SPayload::Form::Json)
         return !Contract::RefusalOf(line.payload.json["errorMsg"].toString()).isEmpty();
     const bool isAnswer = line.channel == TrafficChannel::CentralControl && line.payload.form == SPayload::Form::Text;
