@@ -10,6 +10,8 @@
 
 namespace {
 
+/// Of a double. With fewer, the sum of many latencies would not change with each request.
+constexpr int kSignificantDigits = 17;
 constexpr std::size_t kRecordsAtOnce = 4096;
 /// Peers of datagrams that are listed. A further one replaces the one that has been silent longest.
 constexpr std::size_t kMaxConnections = 2000;
@@ -230,7 +232,7 @@ QByteArray CTrafficStatistics::Metrics() const
         const QByteArray bound = i < kLatencyBounds.size() ? QByteArray::number(kLatencyBounds[i]) : "+Inf";
         latency += "showhost_request_seconds_bucket{le=\"" + bound + "\"} " + QByteArray::number(total) + '\n';
     }
-    latency += "showhost_request_seconds_sum " + QByteArray::number(m_latencySum) +
+    latency += "showhost_request_seconds_sum " + QByteArray::number(m_latencySum, 'g', kSignificantDigits) +
                "\nshowhost_request_seconds_count " + QByteArray::number(total) + '\n';
     return messages + bytes + errors + opened + open + latency +
            Head("showhost_uploads_total", "counter", "Files that apps have uploaded.") + "showhost_uploads_total " +

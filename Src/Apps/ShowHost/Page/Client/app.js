@@ -35,7 +35,7 @@ function App() {
   const link = (name) => html`<a href=${`#${name}`} aria-current=${name === address.name ? "page" : null}>${name}</a>`;
   return html`
     <header>
-      <strong>${stage?.show ?? "showhost"}</strong>
+      <h1>${stage?.show ?? "showhost"}</h1>
       <nav aria-label="Views">${Object.keys(VIEWS).map(link)}</nav>
       <span class=${connected ? "state good" : "state bad"} role="status">
         ${connected ? "connected" : "not connected"}

@@ -1,11 +1,21 @@
-import { html, sizeText, useState } from "./ui.js";
+import { html, sizeText, useEffect, useRef, useState } from "./ui.js";
 import { live } from "./live.js";
 import { cloudData, messageOf, plainRecord } from "./records.js";
-import { ASKERS, bestSchema, propertyOf, replySchemas, requestSchema, resolved } from "./schema.js";
+import { ASKERS, bestSchema, propertyOf, replySchemas, requestSchema, resolved, typeText } from "./schema.js";
 
 const SHOWN_CHARACTERS = 500;
 const SHOWN_ENTRIES = 200;
 const SHOWN_BYTES = 4096;
+/// The ports at which showremote waits for the host.
+const SERVER_PORTS = { FP: "25510", cloud: "25511" };
+/// The command of showremote for requests of each channel, and what finds its arguments.
+const COMMANDS = {
+  "app control": [["app"], codeArguments], "app bulk": [["app", "--bulk"], codeArguments], FP: [["fp"], codeArguments],
+  "central control": [["central"], keywordArguments], cloud: [["cloud"], keywordArguments],
+  "app discovery": [["discover"], () => []], "app upload": [["upload"], uploadArguments],
+};
+/// Channels that the view Send can use.
+export const SENDABLE = ["app control", "app bulk", "app discovery", "central control", "FP", "cloud"];
 /// How the base64 text of a picture begins.
 const PICTURES = { "/9j/": "image/jpeg", iVBORw0KGgo: "image/png", R0lGOD: "image/gif", UklGR: "image/webp" };
 
@@ -27,7 +37,7 @@ function Text({ text }) {
 function Tree({ name, value, schema, depth = 0 }) {
   const [open, setOpen] = useState(depth < 2);
   const [shown, setShown] = useState(SHOWN_ENTRIES);
-  const about = resolved(schema).description;
+  const about = resolved(schema).description ?? (schema && (value === null || typeof value !== "object") ? typeText(schema) : "");
   const label = html`${name !== undefined && html`<span class="key">${name}</span>: `}`;
   const help = about && html`<span class="quiet about">${about}</span>`;
   if (typeof value === "string") return html`<div>${label}<${Text} text=${value} /> ${help}</div>`;
@@ -83,22 +93,45 @@ export function Body({ record }) {
 
 const quoted = (text) => (/^[\w./:-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);
 
-/// The command of showremote that sends the request, or undefined if there is none.
-function commandOf({ channel, code, name, body, text, from, kind }) {
-  const command = { "app control": ["app"], "app bulk": ["app", "--bulk"], FP: ["fp"], "central control": ["central"],
-    cloud: ["cloud"] }[channel];
-  if (!command || from !== "remote" || kind !== "message" || (!name && !code)) return undefined;
-  const listens = live.remotes?.channels.find((one) => one.channel === "app control")?.address.replace(/:\d+$/, "");
-  if (listens && listens !== "127.0.0.1" && (channel.startsWith("app") || channel === "central control")) {
-    command.push("--host", listens === "0.0.0.0" ? location.hostname : listens);
+/// The options with which showremote reaches the host's servers, or listens where the host connects to.
+function addressOptions({ channel, peer }) {
+  if (channel === "FP" || channel === "cloud") {
+    const [, address, port] = /^(.*):(\d+)$/.exec(peer) ?? [];
+    return [...(address && address !== "127.0.0.1" ? ["--listen", address] : []),
+      ...(port && port !== SERVER_PORTS[channel] ? ["--port", port] : [])];
   }
-  if (name === "login") return ["showremote", ...command, "--user", body.username, name].map(quoted).join(" ");
-  const { cmd, ...rest } = body ?? {};
-  const isKeyword = channel === "cloud" || channel === "central control";
-  command.push(isKeyword ? cmd ?? text?.replaceAll('"', "") ?? name : name ?? code);
-  const keys = isKeyword ? rest : body ?? {};
-  if (Object.keys(keys).length) command.push(JSON.stringify(keys));
-  return ["showremote", ...command].map(quoted).join(" ");
+  const listens = live.remotes?.channels.find((one) => one.channel === "app control")?.address.replace(/:\d+$/, "");
+  return listens && listens !== "127.0.0.1" ? ["--host", listens === "0.0.0.0" ? location.hostname : listens] : [];
+}
+
+/// The arguments of a request that is a keyword or an object with a keyword.
+function keywordArguments({ channel, body, text }) {
+  if (body === undefined) return channel === "central control" && text !== undefined ? ["--raw", text] : undefined;
+  const { cmd, ...rest } = body;
+  if (typeof cmd !== "string") return [JSON.stringify(body)];
+  return Object.keys(rest).length ? [cmd, JSON.stringify(rest)] : [cmd];
+}
+
+/// The arguments of a request with a code.
+function codeArguments({ code, name, body, text, bytes }) {
+  if (text !== undefined || bytes !== undefined || !code) return undefined;
+  if (name === "login") return ["--user", body?.username ?? "", name];
+  return [name ?? code, ...(Object.keys(body ?? {}).length ? [JSON.stringify(body)] : [])];
+}
+
+/// The arguments of the upload that an FTP command starts. The file itself is not recorded.
+function uploadArguments({ text }) {
+  const path = /^STOR (.+?)\s*$/.exec(text ?? "")?.[1].replace(/^\//, "");
+  return path && [path.split("/").pop(), ...(path.includes("/") ? ["--as", path] : [])];
+}
+
+/// The command of showremote that sends the request, or undefined if there is none.
+function commandOf(record) {
+  const { channel, from, kind } = record;
+  if (from !== "remote" || kind !== "message" || !COMMANDS[channel]) return undefined;
+  const [command, argumentsOf] = COMMANDS[channel];
+  const words = argumentsOf(record);
+  return words && ["showremote", ...command, ...addressOptions(record), ...words].map(quoted).join(" ");
 }
 
 function CopyButton({ text, children }) {
@@ -122,23 +155,30 @@ function CopyButton({ text, children }) {
 export function Details({ record, time, onSelect, onClose }) {
   const command = commandOf(record);
   const { n, channel, connection, peer, from, kind, name, code, size, latency, note, id } = record;
+  const section = useRef(null);
+  useEffect(() => {
+    if (matchMedia("(max-width: 60rem)").matches) section.current.parentElement.scrollIntoView(); // the list is above
+  }, []);
+  const key = (event) => {
+    if (event.key === "Escape") onClose();
+  };
   const others = [record.request, ...(record.replies ?? [])].filter(Boolean);
   const facts = {
     Record: `${n}, ${time}`, Channel: `${channel}${connection ? `, connection ${connection}` : ""}`, Peer: peer, Note: note,
     Size: size === undefined ? undefined : `${size} bytes`, Id: id,
     Latency: latency === undefined ? undefined : `${(latency * 1000).toFixed(3)} ms`,
   };
-  return html`<section class="details" aria-label="Details">
+  return html`<section class="details" aria-label="Details" tabIndex="-1" ref=${section} onKeyDown=${key}>
     <div class="title"><h2>${kind === "message" ? `${name ?? "message"} ${from === "remote" ? "from the remote" : "from the host"}` : kind}</h2>
       <button type="button" onClick=${onClose}>Close</button></div>
     <dl>${Object.entries(facts).filter(([, value]) => value).map(([key, value]) => html`<dt>${key}</dt><dd>${value}</dd>`)}
       ${name && html`<dt>Contract</dt><dd><a href=${`#Reference?name=${name}`}>${name}</a> (${code})</dd>`}</dl>
     <div class="buttons">
-      ${others.map((other) => html`<button type="button" key=${other.n} onClick=${() => onSelect(other)}>
+      ${others.map((other, index) => html`<button type="button" key=${index} onClick=${() => onSelect(other)}>
         ${other === record.request ? "Show the request" : "Show the reply"}</button>`)}
       <${CopyButton} text=${JSON.stringify(plainRecord(record))}>Copy as JSON<//>
       ${command && html`<${CopyButton} text=${command}>Copy as command<//>`}
-      ${command && html`<a href=${`#Send?${new URLSearchParams({ channel, name: name ?? code,
+      ${command && SENDABLE.includes(channel) && html`<a href=${`#Send?${new URLSearchParams({ channel, name: name ?? code,
         text: record.text ?? JSON.stringify(record.body ?? {}) })}`}>Edit and send</a>`}
     </div>
     ${kind === "message" && html`<${Body} record=${record} />`}

@@ -50,7 +50,14 @@ export function useLive() {
   return live;
 }
 
-function connect() {
+/// Fetches the contract and connects. Connects again whenever the connection ends: the next host can have another contract.
+export async function start() {
+  try {
+    live.contract = await (await fetch("/contract.json")).json();
+  } catch {
+    setTimeout(start, RECONNECT_MS);
+    return;
+  }
   socket = new WebSocket(`ws://${location.host}/live`);
   socket.binaryType = "blob";
   socket.onopen = () => { live.connected = true; changed(); };
@@ -66,9 +73,10 @@ function connect() {
   };
   socket.onclose = () => {
     live.connected = false;
+    waiting.forEach((resolve) => resolve({ error: "the connection to the host was lost" }));
     waiting.clear();
     changed();
-    setTimeout(connect, RECONNECT_MS);
+    setTimeout(start, RECONNECT_MS);
   };
 }
 
@@ -90,10 +98,4 @@ export async function command(name, body) {
   const result = answer.error ?? answer.result;
   live.problem = result === "SUCCESS" ? "" : `${name}: ${result}`;
   changed();
-}
-
-/// Fetches the contract and connects. Connects again whenever the connection ends.
-export async function start() {
-  live.contract = await (await fetch("/contract.json")).json();
-  connect();
 }

@@ -1,4 +1,4 @@
-import { Empty, html, useEffect, useState } from "./ui.js";
+import { Empty, html, useEffect, useMemo, useState } from "./ui.js";
 import { useLive } from "./live.js";
 import { requestSchema, resolved, typeText } from "./schema.js";
 
@@ -15,8 +15,8 @@ function Keys({ schema }) {
         ${inner.properties && html`<details><summary>Keys</summary><${Keys} schema=${inner} /></details>`}</td></tr>`;
   };
   const patterns = Object.entries(patternProperties).map(([, one]) => ["0, 1, 2, ...", one]);
-  return html`${description && html`<p>${description}</p>`}<div class="wide"><table><tbody>
-    ${[...Object.entries(properties), ...patterns].map(row)}</tbody></table></div>`;
+  return html`${description && html`<p>${description}</p>`}<div class="wide"><table>
+    <thead><tr><th>Key</th><th>Value</th><th>Description</th></tr></thead><tbody>${[...Object.entries(properties), ...patterns].map(row)}</tbody></table></div>`;
 }
 
 function Reply({ reply }) {
@@ -54,9 +54,11 @@ export function Reference({ query }) {
   const { contract } = useLive();
   const [search, setSearch] = useState("");
   const wanted = search.toLowerCase();
-  const found = contract.messages.filter((message) => JSON.stringify(message).toLowerCase().includes(wanted));
+  const found = useMemo(() => contract.messages.filter((message) => JSON.stringify(message).toLowerCase().includes(wanted)),
+    [contract, wanted]);
   const chosen = contract.messages.find((message) => message.name === query.get("name")) ?? found[0];
   useEffect(() => document.querySelector(".index [aria-current]")?.scrollIntoView({ block: "nearest" }), [chosen?.name]);
+  if (!contract.version) return null;
   return html`<div class="reference">
     <section class="index"><label>Search <input type="search" value=${search} onInput=${(event) => setSearch(event.target.value)} /></label>
       <ul>${found.map(({ name, code }) => html`<li key=${name}><a href=${`#Reference?name=${name}`}

@@ -1,12 +1,11 @@
-import { Empty, html } from "./ui.js";
+import { Empty, html, useMemo } from "./ui.js";
 import { command, useLive } from "./live.js";
 
 function Picture({ path, alt }) {
   return html`<img src=${path} alt=${alt} loading="lazy" width="384" height="216" />`;
 }
 
-export function Scenes() {
-  const { project, projectVersion, stage } = useLive();
+function Project({ project, projectVersion, stage }) {
   if (!project?.groups || !stage) {
     return project && html`<${Empty}>No project is open. Open one: <code>showremote app switch-project</code><//>`;
   }
@@ -37,4 +36,11 @@ export function Scenes() {
         ? html`<div class="cards small">${project.resources.map(resource)}</div>`
         : html`<${Empty}>The project has no resources. Upload a file: <code>showremote upload FILE</code><//>`}
     </section>`;
+}
+
+/// A project can have thousands of scenes and resources, so they are not compared again with each message of the traffic.
+export function Scenes() {
+  const { project, projectVersion, stage } = useLive();
+  return useMemo(() => html`<${Project} project=${project} projectVersion=${projectVersion} stage=${stage} />`,
+    [project, projectVersion, stage]);
 }

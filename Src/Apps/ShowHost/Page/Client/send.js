@@ -1,10 +1,9 @@
-import { Empty, html, useEffect, useMemo, useState } from "./ui.js";
+import { Empty, html, shortText, useEffect, useMemo, useState } from "./ui.js";
 import { ask, live, useLive } from "./live.js";
 import { hostRecords } from "./records.js";
-import { Body } from "./details.js";
+import { Body, SENDABLE as CHANNELS } from "./details.js";
 import { ASKERS, requestSchema, resolved, typeText } from "./schema.js";
 
-const CHANNELS = ["app control", "app bulk", "app discovery", "central control", "FP", "cloud"];
 const SHOWN_REQUESTS = 30;
 /// The host connects to these remotes. A request is handled as if it had arrived on that connection.
 const SERVERS = {
@@ -54,8 +53,8 @@ function Field({ name, schema, required, value, onChange }) {
 /// A request and its replies.
 function Exchange({ request }) {
   const { name, code, channel, body, text, replies = [] } = request;
-  return html`<section><h2>${name ?? code ?? text} <span class="quiet">on ${channel}</span></h2>
-    ${Object.keys(body ?? {}).length > 0 && html`<pre class="wrap">${JSON.stringify(body)}</pre>`}
+  return html`<section><h2>${name ?? code ?? shortText(text)} <span class="quiet">on ${channel}</span></h2>
+    ${Object.keys(body ?? {}).length > 0 && html`<pre class="wrap">${shortText(JSON.stringify(body))}</pre>`}
     ${replies.length
       ? replies.map((reply) => html`<div class="reply" key=${reply.n}><p><strong class=${reply.refused ? "refused" : ""}>
           ${reply.refused ? "Refused" : "Reply"}</strong> on ${reply.channel} after ${(reply.latency * 1000).toFixed(1)} ms</p>

@@ -39,7 +39,8 @@ function Outline({ screen, area }) {
     left: share(x - area.x, area.width), top: share(y - area.y, area.height),
     width: share(width, area.width), height: share(height, area.height),
   };
-  return html`<div class="screen" style=${style}><span>${screen.name}${screen.open ? "" : " (closed)"}</span></div>`;
+  return html`<div class=${`screen${screen.open ? "" : " closed"}`} style=${style}>
+    <span>${screen.name} · ${screen.open ? "open" : "closed"}</span></div>`;
 }
 
 function Playback({ playback }) {
@@ -121,6 +122,8 @@ export function Stage() {
     <div class="controls">
       <${Playback} playback=${stage.playback} />
       <${Effects} stage=${stage} />
+    </div>
+    <div class="setup">
       <${Screens} screens=${screens} />
       <${Projects} stage=${stage} />
     </div>

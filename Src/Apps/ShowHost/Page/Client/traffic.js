@@ -1,4 +1,4 @@
-import { Empty, Toggle, html, sizeText, useEffect, useLayoutEffect, useMemo, useRef, useState } from "./ui.js";
+import { Empty, Toggle, html, shortText, sizeText, useEffect, useLayoutEffect, useMemo, useRef, useState } from "./ui.js";
 import { changed, live, useLive } from "./live.js";
 import { hostRecords, readRecording, recordingText } from "./records.js";
 import { Details } from "./details.js";
@@ -13,12 +13,12 @@ const CHANNELS = [...Object.keys(ASKERS), "app discovery", "app upload", "device
 let recording = null; // {name, records} of a file, instead of the host's records
 
 /// The function that finds the records of a filter.
-function matcher({ channel, peer, name, text, errors, slow }) {
+function matcher({ channel, peer, name, text, errors, slow, idle }) {
   const [peerPart, namePart, textPart] = [peer, name, text].map((part) => part.toLowerCase());
   const has = (whole, part) => !part || String(whole ?? "").toLowerCase().includes(part);
   return (record) => (!channel || record.channel === channel) && has(record.peer, peerPart) &&
     (has(record.name, namePart) || has(record.code, namePart)) && (!errors || record.refused) &&
-    (!slow || record.latency * 1000 >= SLOW_MS) &&
+    (!slow || record.latency * 1000 >= SLOW_MS) && (!idle || record.name !== "heartbeat") &&
     (!textPart || has(record.text ?? record.note, textPart) || (record.body && has(JSON.stringify(record.body), textPart)));
 }
 
@@ -81,7 +81,7 @@ function Row({ header, record, index, selected, onSelect }) {
     style=${{ top: `${index * ROW}px` }} onClick=${() => onSelect(record)}>
     <span>${timeText(header, record)}</span><span>${record.channel}</span><span>${record.peer}</span>
     <span title=${record.from === "remote" ? "from the remote" : "from the host"}>${direction}</span>
-    <span>${record.name ?? record.note ?? record.text ?? record.code ?? ""}</span>
+    <span>${record.name ?? shortText(record.note ?? record.text ?? record.code)}</span>
     <span class="number">${record.size === undefined ? "" : sizeText(record.size)}</span>
     <span class="number">${record.latency === undefined ? "" : `${(record.latency * 1000).toFixed(1)} ms`}</span>
     <span>${outcomeText(record)}</span></div>`;
@@ -107,6 +107,8 @@ function Rows({ matches, gone, header, follow, setFollow, selected, onSelect }) 
     if (isAtEnd !== follow) setFollow(isAtEnd);
   };
   const key = (event) => {
+    if (event.key === "Escape") onSelect(null);
+    if (event.key === "Enter") document.querySelector(".details")?.focus();
     const page = Math.floor(height / ROW);
     const step = { ArrowDown: 1, ArrowUp: -1, PageDown: page, PageUp: -page, Home: -count, End: count }[event.key];
     if (!step || !count) return;
@@ -152,7 +154,7 @@ function Filter({ filter, setFilter }) {
     <label>Channel <select value=${filter.channel} onChange=${set("channel")}><option value="">all</option>
       ${CHANNELS.map((name) => html`<option key=${name}>${name}</option>`)}</select></label>
     ${field("peer", "Peer")} ${field("name", "Name")} ${field("text", "Text")}
-    ${box("errors", "errors only")} ${box("slow", `slow only (${SLOW_MS} ms)`)}</form>`;
+    ${box("errors", "errors only")} ${box("slow", `slow only (${SLOW_MS} ms)`)} ${box("idle", "hide heartbeats")}</form>`;
 }
 
 export function Traffic({ query }) {
@@ -161,6 +163,7 @@ export function Traffic({ query }) {
   const filter = {
     channel: query.get("channel") ?? "", peer: query.get("peer") ?? "", name: query.get("name") ?? "",
     text: query.get("text") ?? "", errors: query.has("errors"), slow: query.has("slow"),
+    idle: query.has("idle"),
   };
   const setFilter = (next) => {
     const set = Object.entries(next).filter(([, value]) => value);
@@ -174,8 +177,15 @@ export function Traffic({ query }) {
   matches.end = paused ? Math.min(matches.end, records.end) : Infinity;
   useEffect(() => select(null), [records]);
   const show = (record) => { setFollow(false); select(record); };
+  const close = () => {
+    select(null);
+    document.querySelector(".rows").focus();
+  };
   const gone = matches.update();
   const count = matches.list.length.toLocaleString("en");
+  // A body of megabytes is not formatted again with each message that arrives.
+  const details = useMemo(() => selected && html`<${Details} record=${selected} time=${timeText(records.header, selected)}
+    onSelect=${show} onClose=${close} />`, [selected, selected?.replies, live.contract]);
 
   return html`<div class="traffic">
     <${Filter} filter=${filter} setFilter=${setFilter} />
@@ -201,7 +211,6 @@ export function Traffic({ query }) {
           ? "No record matches the filter."
           : html`No message yet. Try: <code>showremote app host-name-and-version</code>`}<//>`}
       </div>
-      ${selected && html`<${Details} record=${selected} time=${timeText(records.header, selected)} onSelect=${show}
-        onClose=${() => select(null)} />`}
+      ${details}
     </div></div>`;
 }

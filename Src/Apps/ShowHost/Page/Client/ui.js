@@ -3,6 +3,8 @@ import { h, render } from "./preact.js";
 import { useEffect, useLayoutEffect, useMemo, useReducer, useRef, useState } from "./hooks.js";
 import htm from "./htm.js";
 
+const SHOWN_CHARACTERS = 500;
+
 export const html = htm.bind(h);
 export { render, useEffect, useLayoutEffect, useMemo, useReducer, useRef, useState };
 
@@ -14,6 +16,11 @@ export function Empty({ children }) {
 /// A button that is pressed while `on` is true.
 export function Toggle({ on, onChange, children }) {
   return html`<button type="button" aria-pressed=${on ? "true" : "false"} onClick=${() => onChange(!on)}>${children}</button>`;
+}
+
+/// The beginning of a long text.
+export function shortText(text = "") {
+  return text.length > SHOWN_CHARACTERS ? `${text.slice(0, SHOWN_CHARACTERS)}…` : text;
 }
 
 /// Formats milliseconds as "1:02:03" or "2:03".
