@@ -91,6 +91,17 @@ class ServerTest(unittest.TestCase):
         self.assertIn('showhost_messages_total{channel="app control",name="scene-play"} 2', text)
         self.assertIn('showhost_refused_requests_total{channel="app control",name="scene-play"} 1', text)
         self.assertIn("showhost_request_seconds_count 1", text)
+        family, families = "", set()
+        for line in text.splitlines():  # each family is one block that starts with its help and its type
+            if line.startswith("# HELP"):
+                family = line.split()[2]
+                self.assertNotIn(family, families)
+                families.add(family)
+            self.assertRegex(line, rf'^(# HELP {family} .+|# TYPE {family} (counter|gauge|histogram)|'
+                                   rf'{family}(_bucket|_sum|_count)?({{(\w+="[^"\\]*",?)+}})? [-+.e\d]+)$')
+        buckets = [int(line.split()[1]) for line in text.splitlines() if "_bucket" in line]
+        self.assertEqual(buckets, sorted(buckets))
+        self.assertIn('le="+Inf"} 1', text)
 
     def test_a_port_in_use_is_reported_and_the_host_runs_without_the_page(self):
         other = "127.0.0.162"
@@ -139,6 +150,11 @@ class BrowserTest(unittest.TestCase):
 
     def click(self, selector, text=""):
         self.wait_for(selector, text).click()
+
+    def copied_command(self):
+        self.click("button", "Copy as command")
+        self.wait_for("button", "Copied")
+        return shlex.split(self.driver.execute_async_script("navigator.clipboard.readText().then(arguments[0])"))[1:]
 
     def remote(self, *arguments):
         result = showremote(*arguments[:1], "--host", HOST, *arguments[1:])
@@ -191,14 +207,16 @@ class BrowserTest(unittest.TestCase):
         wait_until(lambda: len(self.all(".rows .row")) == 1, "the filter leaves one record")
         self.click(".rows .row")
         self.assertEqual(self.wait_for(".tree .string").text, f'"{name}"')
-        self.click("button", "Copy as command")
-        self.wait_for("button", "Copied")
-        command = shlex.split(self.driver.execute_async_script("navigator.clipboard.readText().then(arguments[0])"))
+        command = self.copied_command()
         self.remote("app", "set-host-name", '{"name": "another"}')
-        self.assertEqual(showremote(*command[1:]).returncode, 0)
+        self.assertEqual(showremote(*command).returncode, 0)
         self.assertIn(json.dumps(name), self.remote("app", "host-name-and-version"))
         self.click("button", "Show the reply")
         self.wait_for(".details h2", "from the host")
+        self.remote("central", "--raw", "getHDR")
+        self.open("Traffic?channel=central+control&text=getHDR")
+        self.click(".rows .row")
+        self.assertEqual(self.copied_command(), ["central", "--host", HOST, "--raw", "getHDR"])
         self.open("Traffic?text=xxxxxxxx")
         self.click(".rows .row", "set-host-name")
         self.click("button", "Show all")
@@ -262,6 +280,9 @@ class BrowserTest(unittest.TestCase):
         self.assertEqual(frames, 200)
         self.assertLess(longest, 200)
         self.assertLess(rows, 200)
+        file.write_text(lines[0] + '\n{"n": "1"}\n')
+        self.all("input[type=file]")[0].send_keys(str(file))
+        self.wait_for(".problem", "long.jsonl: line 2: expected a record")
 
     def test_the_page_connects_again_when_the_host_has_restarted(self):
         self.driver.find_element(By.LINK_TEXT, "Traffic").click()

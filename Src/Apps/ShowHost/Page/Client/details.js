@@ -115,7 +115,10 @@ function keywordArguments({ channel, body, text }) {
 /// The arguments of a request with a code.
 function codeArguments({ code, name, body, text, bytes }) {
   if (text !== undefined || bytes !== undefined || !code) return undefined;
-  if (name === "login") return ["--user", body?.username ?? "", name];
+  if (name === "login") {
+    const version = body?.appVersion;
+    return ["--user", body?.username ?? "", ...(body?.force ? ["--force"] : []), ...(version ? ["--app-version", version] : []), name];
+  }
   return [name ?? code, ...(Object.keys(body ?? {}).length ? [JSON.stringify(body)] : [])];
 }
 
@@ -176,8 +179,8 @@ export function Details({ record, time, onSelect, onClose }) {
     <div class="buttons">
       ${others.map((other, index) => html`<button type="button" key=${index} onClick=${() => onSelect(other)}>
         ${other === record.request ? "Show the request" : "Show the reply"}</button>`)}
-      <${CopyButton} text=${JSON.stringify(plainRecord(record))}>Copy as JSON<//>
-      ${command && html`<${CopyButton} text=${command}>Copy as command<//>`}
+      <${CopyButton} key=${`json ${n}`} text=${JSON.stringify(plainRecord(record))}>Copy as JSON<//>
+      ${command && html`<${CopyButton} key=${`command ${n}`} text=${command}>Copy as command<//>`}
       ${command && SENDABLE.includes(channel) && html`<a href=${`#Send?${new URLSearchParams({ channel, name: name ?? code,
         text: record.text ?? JSON.stringify(record.body ?? {}) })}`}>Edit and send</a>`}
     </div>

@@ -98,6 +98,9 @@ export function recordingText(header, list) {
   return [header, ...list.map(plainRecord)].map((line) => JSON.stringify(line) + "\n").join("");
 }
 
+const isRecord = (object) => Number.isInteger(object?.n) && Number.isFinite(object.t) && typeof object.channel === "string" &&
+  typeof object.kind === "string";
+
 /// Reads a recording. Throws an error that names the line if the text is not one.
 export function readRecording(text) {
   const records = new Records();
@@ -109,10 +112,12 @@ export function readRecording(text) {
     } catch (error) {
       throw new Error(`line ${index + 1}: ${error.message}`);
     }
-    if (index > 0) records.add(object);
-    else if (object.recording === 1) records.header = object;
-    else throw new Error('line 1: expected {"recording": 1, ...}');
+    if (!records.isRecording && object?.recording !== 1) throw new Error(`line ${index + 1}: expected {"recording": 1, ...}`);
+    if (!records.isRecording) Object.assign(records, { header: object, isRecording: true });
+    else if (isRecord(object)) records.add(object);
+    else throw new Error(`line ${index + 1}: expected a record with n, t, channel and kind`);
   });
+  if (!records.isRecording) throw new Error('the file is empty; expected {"recording": 1, ...} in line 1');
   return records;
 }
 

@@ -82,9 +82,8 @@ export function Remotes() {
   return html`<div class="remotes">
     <section><h2>Connected remotes</h2>
       <${Login} host=${host} connections=${connections} />
-      ${open.length
-        ? html`<${Connections} connections=${open} host=${host} />`
-        : html`<${Empty}>No remote is connected. Try: <code>showremote app listen</code>${" or "}<code>showremote central getHDR</code><//>`}
+      ${open.length > 0 && html`<${Connections} connections=${open} host=${host} />`}
+      ${!open.some(({ channel }) => channel !== "devices") && html`<${Empty}>No remote is connected. Try: <code>showremote app listen</code>${" or "}<code>showremote central getHDR</code><//>`}
     </section>
     <${Peers} peers=${connections.filter((one) => !isOpen(one))} host=${host} />
     <section><h2>Channels</h2>
