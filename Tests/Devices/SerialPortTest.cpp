@@ -14,6 +14,7 @@
 #include <atomic>
 #include <thread>
 
+#include <sys/resource.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -270,4 +271,20 @@ TEST(COMChannelTest, ChannelsWithBlockedDevicesDelayNoUpdateAndDelayTheEndOnlyOn
     EXPECT_TRUE(CClosingPorts::GetInstance().WaitForAll(kTimeout));
 
     EXPECT_LT(threads, 80U);
+}
+
+TEST(COMChannelTest, WithoutDescriptorsAChannelReportsTheReasonAndIsNotOpened)
+{
+    CEventLog log;
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    Comm::COMChannel channel(kBuffer, "");
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+
+    EXPECT_THAT(log.Text(), HasSubstr("Too many open files"));
+    EXPECT_FALSE(channel.Open("/dev/null"));
+    channel.AsyncSend(Package("command"));
 }

@@ -14,6 +14,8 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <thread>
+
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -141,6 +143,23 @@ TEST_F(ConsoleTest, AnEventIsReportedToTheAppsWithoutAChange)
     for (const char* event : {"scene-changed now", "app-displaced now", "resource-used", "resource-used 7", "nothing"})
         EXPECT_EQ(Execute((std::string("notify ") + event).c_str()).find("notify: expected "), 0U) << event;
     EXPECT_EQ(scenes, 1);
+}
+
+TEST(HostLogTest, ChannelsThatStartWhileTheHostReadsTheListAreInIt)
+{
+    constexpr std::size_t kChannels = 100;
+    const CHostLog log;
+    std::thread channels([] {
+        for (std::size_t k = 0; k < kChannels; ++k)
+            for (const auto kind : {STrafficRecord::Kind::Listening, STrafficRecord::Kind::Failed})
+                CTraffic::GetInstance().Publish({kind, TrafficChannel::FP, {}, std::to_string(k)});
+    });
+    // ThreadSanitizer reports a missing lock.
+    EXPECT_TRUE(WaitUntil([&] { return log.Failures().size() + log.Listening().size() == 2 * kChannels; }));
+    channels.join();
+
+    EXPECT_EQ(log.Listening().back(), "FP 99");
+    EXPECT_EQ(log.Failures().back(), "FP can't start: 99");
 }
 
 TEST(HostLogTest, InQuietModeOnlyAnswersAndTheHostsWarningsArePrinted)
