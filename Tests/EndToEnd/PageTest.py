@@ -11,6 +11,7 @@ import urllib.request
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
 
 from Support import TIMEOUT, Folder, ShowHost, showremote, wait_until
 from zentravox import App, FpController
@@ -161,6 +162,20 @@ class BrowserTest(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr)
         return result.stdout
 
+    def enter(self, selector, text):
+        self.driver.execute_script("const [e, text] = arguments; e.value = text; e.dispatchEvent(new Event('input', {bubbles: true}))",
+                                   self.wait_for(selector), text)
+
+    def choose(self, selector, option):
+        self.click(f"{selector} option", option)
+
+    def modules(self, script):
+        """Runs a script with the page's modules and returns what it returns."""
+        return self.driver.execute_async_script(
+            "const names = ['ui', 'schema', 'records'];"
+            "Promise.all(names.map(n => import(`/${n}.js`))).then(m => ((ui, schema, modules) => {" + script + "})(...m))"
+            ".then(arguments[0], e => arguments[0](String(e)))")
+
     def picture(self):
         return self.driver.execute_script("const i = document.querySelector('.picture img'); return i && i.complete && i.src")
 
@@ -179,6 +194,29 @@ class BrowserTest(unittest.TestCase):
         self.host.wait_for_line(lambda line: "host: PC: mute (0x199): SUCCESS" in line, "the command with its source")
         self.assertEqual(self.picture(), before, "volume and mute don't change the picture")
 
+    def test_each_control_of_the_stage_has_its_own_effect(self):
+        self.wait_for(".screen")
+        self.assertEqual([[box.text, box.get_attribute("style")] for box in self.all(".screen")], [
+            ["LED wall", "left: 0%; top: 0%; width: 78.0488%; height: 56.25%;"],
+            ["Lobby", "left: 78.0488%; top: 0%; width: 21.9512%; height: 100%;"],
+            ["Prompter (closed)", "left: 0%; top: 56.25%; width: 19.5122%; height: 28.125%;"]])
+        self.assertIn("1280 × 800 open, state 0, not on the stage, not usable", self.wait_for(".screens").text)
+        begin = time.monotonic()
+        for button, selector, text in (
+                ("Pause", ".state", "paused"), ("Play", ".state.good", "playing"), ("Stop", ".state", "stopped"),
+                ("Restart", ".state.good", "playing"), ("Previous", ".problem", "play-next-or-last: "),
+                ("Next", ".scene strong", "Twenty minutes"), ("Previous", ".scene strong", "Doors open"),
+                ("Close all", ".screen", "LED wall (closed)"), ("Open all", ".screens tr:nth-child(3)", "open, state 0"),
+                ("Black screen", "[aria-pressed=true]", "Black screen"), ("HDR", "[aria-pressed=true]", "HDR")):
+            self.click("button", button)
+            self.wait_for(selector, text)
+        minutes, seconds = map(int, self.wait_for("time").text.split(":"))
+        self.assertLess(minutes * 60 + seconds, time.monotonic() - begin, "the scene started after the first click")
+        self.enter(".slider:nth-of-type(2) input", "70")
+        wait_until(lambda: "70" in self.remote("central", "getGlobalBrightness"), "the brightness of the slider")
+        self.choose("[aria-label='Open project']", "Matinée")
+        self.wait_for(".scene", "The parade")
+
     def test_a_click_on_a_scene_plays_it_in_both_of_two_pages(self):
         self.driver.switch_to.new_window("tab")
         self.open("Stage")
@@ -188,6 +226,10 @@ class BrowserTest(unittest.TestCase):
         name = self.all("button.card:not([aria-current]) .name")[0].text
         self.click("button.card", name)
         self.wait_for("button.card[aria-current]", name)
+        self.assertEqual([card.text for card in self.all("[aria-current=true].card")], [f"{name}\n6 media\nplaying"])
+        self.assertEqual([badge.find_element(By.XPATH, "..").text for badge in self.all(".small .bad")],
+                         ["Season trailer\nVideo, 1920 × 1080 · 1:34\nnot ready"])
+        self.assertTrue(0 < len(self.all(".small .good")) < 10)
         chapter = self.remote("central", "getPlayingChapter")
         self.assertIn('"sceneCol": 2,', chapter)
         self.assertIn('"sceneGrpCol": 1\n', chapter)
@@ -221,11 +263,27 @@ class BrowserTest(unittest.TestCase):
         self.click(".rows .row", "set-host-name")
         self.click("button", "Show all")
         self.wait_for(".tree .string", "x" * 1_000_000)
+        self.click("button", "Copy as JSON")
+        self.wait_for("button", "Copied")
+        copied = json.loads(self.driver.execute_async_script("navigator.clipboard.readText().then(arguments[0])"))
+        self.assertEqual({"n", "t", "body", "code"} - {*copied}, set())
+        self.assertFalse({"request", "replies", "latency", "refused", "position"} & {*copied})
+        self.click("button", "Raw")
+        self.wait_for(".details pre", '{"name":"xxx')
+        self.click("button", "Pretty")
+        self.wait_for(".details pre", '{\n  "name": "xxx')
+        self.open("Traffic?peer=127.0.0.1:&name=host-name-and-version")
+        self.wait_for(".rows .row:nth-last-child(2)", "→")
+        request, reply = (row.text.split("\n") for row in self.all(".rows .row")[-2:])
+        self.assertEqual([request[2], request[-1], reply[2]], ["→", "ok", "←"])
+        self.enter(".filter label:nth-of-type(2) input", "10.0.0.9")
+        self.wait_for(".empty", "No record matches")
         self.open("Traffic?errors=true")
         self.wait_for(".rows .row", "scene-play")
         self.assertEqual({row.get_attribute("class") for row in self.all(".rows .row")}, {"row refused"})
         self.open("Traffic?slow=true")
         self.host.write_line('fault add {"channel": "app control", "action": "delay", "milliseconds": 300}')
+        self.host.wait_for_line(lambda line: "added fault" in line, "the rule, before the request")
         self.remote("app", "heartbeat")  # the request is in the list before its reply arrives
         wait_until(lambda: sum("heartbeat" in row.text for row in self.all(".rows .row")) == 2, "the slow request and its reply")
         self.host.write_line("fault clear")
@@ -239,6 +297,14 @@ class BrowserTest(unittest.TestCase):
         self.wait_for("label.field", "param").find_element(By.TAG_NAME, "input").send_keys("33")
         self.click("button.main", "Send")
         self.wait_for(".reply", "SUCCESS")
+        self.assertEqual(self.wait_for(".history pre").text, '{"cmd":"globalVolume","param":33}')
+        self.choose("select", "app discovery")
+        self.click("button.main", "Send")
+        self.wait_for(".history h2", "App Server request Zentravox Controller")
+        self.open("Send?channel=central+control&name=open-screens")
+        self.choose(".field:nth-of-type(3) select", "CloseAllScreen")
+        self.click("button.main", "Send")
+        self.wait_for(".history pre", '"cmd":"CloseAllScreen"')
         self.open("Remotes")
         self.wait_for("td", "central control")
         with FpController(HOST) as controller, controller.accept() as link:
@@ -250,10 +316,50 @@ class BrowserTest(unittest.TestCase):
             self.click("button[aria-label^='Disconnect FP']")
             self.wait_for("td", "disconnected by the host")
         self.open("Faults")
+        self.choose(".field:nth-of-type(2) select", "heartbeat")
+        self.enter("input[type=number]", "250")
+        self.choose(".field:nth-of-type(6) select", "Nth")
+        self.enter(".field:nth-of-type(7) input", "0")
         self.click("button.main", "Add rule")
-        self.wait_for("td.mono", "delay")
+        self.wait_for(".problem", "every")
+        self.enter(".field:nth-of-type(7) input", "3")
+        self.click("button.main", "Add rule")
+        self.assertEqual(json.loads(self.wait_for("td.mono", "delay").text), {
+            "channel": "app control", "action": "delay", "request": "heartbeat", "every": 3, "milliseconds": 250})
         self.click("button", "Remove")
         self.wait_for(".empty", "No rule is active")
+        with App(HOST) as app:
+            app.request("host-name-and-version")
+            self.click("button", "Not ready")
+            self.assertFalse(app.wait_for_notice("resource-demuxed").body["dexumerFlag"])
+
+    def test_the_contract_describes_the_messages(self):
+        self.open("Reference?name=volume")
+        self.assertIn("param integer, -100 to 100", self.wait_for("section:not(.index)").text)
+        self.enter("input[type=search]", "scene-thumb")
+        wait_until(lambda: len(self.all(".index li")) == 1, "one message is found")
+        self.assertEqual(self.modules("""
+            const s = {properties: {a: {type: 'string'}, b: {enum: [1, 2]}}, required: ['a']};
+            return [ui.clockText(3723456), ui.clockText(65000), ui.sizeText(999), ui.sizeText(1500), ui.sizeText(2.5e6),
+                schema.typeText({type: 'integer', minimum: 1}), schema.typeText(s.properties.b), schema.typeText({const: 'x'}),
+                schema.typeText({type: 'array', items: {type: 'string'}}), schema.resolved({allOf: [s]}).required,
+                schema.bestSchema([{properties: {a: {}}}, s], {a: 1, b: 2}) === s,
+                schema.propertyOf({patternProperties: {'^[0-9]+$': s}}, '17') === s]"""),
+            ["1:02:03", "1:05", "999 B", "1.5 kB", "2.5 MB", "integer, from 1", "1 or 2", '"x"', "array of string", ["a"], True, True])
+
+    def test_a_recording_is_read_and_written_again(self):
+        self.assertEqual(self.modules("""
+            const head = {recording: 1, started: '2024-05-01T18:00:00Z'}, request = {n: 1, t: 1, size: 5};
+            const reply = (n, replyTo, more) => ({n, t: 1.5, replyTo, from: 'host', channel: 'app control', ...more});
+            const records = [request, reply(2, 1, {text: 'COMMAND ERROR'}), reply(3, 9, {code: '0x003', body: {result: 0}}),
+                reply(4, 9, {code: '0x003', body: {result: 2}}), reply(5, 9, {body: {errorMsg: 'SUCCESS'}}),
+                reply(6, 9, {channel: 'cloud', body: {data: '{"errorMsg": "FAIL"}'}}), reply(7, 9, {text: 'hello'})];
+            const text = [head, ...records].map(r => JSON.stringify(r) + '\\n').join('');
+            const read = modules.readRecording(text), error = (text) => {
+                try { modules.readRecording(text); return ''; } catch (e) { return e.message.split(':')[0]; } };
+            return [modules.recordingText(read.header, read.list) === text, read.list.map(r => r.refused ?? null),
+                read.list[0].latency, read.list[0].replies.length, read.bytes, error('{}'), error(text + '{')]"""),
+            [True, [True, True, False, True, False, True, False], 0.5, 1, 5, "line 1", "line 9"])
 
     def test_a_recording_of_100000_records_scrolls_smoothly(self):
         header = {"recording": 1, "contract": "1.0.0", "program": "showhost 0.1.0", "started": "2024-05-01T18:00:00.000Z"}
@@ -275,16 +381,19 @@ class BrowserTest(unittest.TestCase):
                 else done([Math.max(...tasks), frames, document.querySelectorAll('.rows .row').length]);
             };
             requestAnimationFrame(step);"""
-        # Other programs may delay one scroll on a busy machine, but not each.
-        longest, frames, rows = min(self.driver.execute_async_script(scroll) for _ in range(3))
+        results = []
+        # Other programs may delay some scrolls on a busy machine, but not each.
+        wait_until(lambda: results.append(self.driver.execute_async_script(scroll)) or results[-1][0] < 200, "no task takes 200 ms")
+        _, frames, rows = results[-1]
         self.assertEqual(frames, 200)
-        self.assertLess(longest, 200)
         self.assertLess(rows, 200)
         file.write_text(lines[0] + '\n{"n": "1"}\n')
         self.all("input[type=file]")[0].send_keys(str(file))
         self.wait_for(".problem", "long.jsonl: line 2: expected a record")
 
     def test_the_page_connects_again_when_the_host_has_restarted(self):
+        for _ in range(10):  # the numbers of the records start again after the restart
+            self.remote("app", "host-name-and-version")
         self.driver.find_element(By.LINK_TEXT, "Traffic").click()
         self.host.__exit__(None)
         self.wait_for("header .bad", "not connected")
@@ -292,6 +401,12 @@ class BrowserTest(unittest.TestCase):
         self.wait_for("header .good", "connected")
         self.remote("app", "heartbeat")
         self.wait_for(".rows .row", "heartbeat")
+        self.click(".rows .row:nth-child(3)")
+        before = self.wait_for("[aria-selected=true]").get_attribute("id")
+        self.wait_for(".rows").send_keys(Keys.ARROW_DOWN)
+        self.wait_for(f"#{before} + [aria-selected=true]")
+        self.click("button", "Clear")
+        self.wait_for(".empty", "No message yet")
 
 
 if __name__ == "__main__":

@@ -198,6 +198,10 @@ class ProcessTest(unittest.TestCase):
                 for _ in range(3):
                     self.assertTrue(discover(STARTED)["name"])
                 self.assertIsNone(host.process.poll())
+        with ShowHost(STARTED, self.folder / "state") as host:
+            host.process.stdin.write("fault list")
+            host.process.stdin.close()
+            host.wait_for_line(lambda line: line == "0 fault rules", "the answer to a last line without a line feed")
 
 
 if __name__ == "__main__":
