@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages of the programs and of the kit into a minimal Debian root with their dependencies, runs the
-# service's command with a read-only system, a remote and the kit there, and removes the packages: CleanRoot.sh PACKAGE.deb KIT.deb
+# service's command with a read-only system, a remote and the kit there, runs the service under systemd (Service.sh), and
+# removes the packages: CleanRoot.sh PACKAGE.deb KIT.deb
 # Needs root, the commands debootstrap, ip and unshare, and apt's sources. Works in a temporary folder.
 set -euo pipefail
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
-[ $# -eq 2 ] && [ -f "$1" ] && [ -f "$2" ] || { sed -n '2,4s/^# *//p' "$0" >&2; exit 2; }
+[ $# -eq 2 ] && [ -f "$1" ] && [ -f "$2" ] || { sed -n '2,5s/^# *//p' "$0" >&2; exit 2; }
 if [ "$(id -u)" -ne 0 ] || ! unshare --mount --net true 2>/dev/null; then
     say "SKIPPED: this needs root and the right to create namespaces"
     exit 0
@@ -78,6 +79,10 @@ in_root '
     "${user[@]}" env SHOWREMOTE_PASSWORD=demo zentravox-kit check --host 127.0.0.1 --user demo --allow-changes --quiet
     kill -TERM $host
     wait $host' --net
+
+say "running the service under systemd"
+quietly in_root 'DEBIAN_FRONTEND=noninteractive apt-get -qq install --yes --no-install-recommends systemd'
+"$(dirname "$0")/Service.sh" "$root"
 
 say "removing $packages"
 quietly in_root "dpkg --purge $packages"
