@@ -21,6 +21,7 @@ void LoadManyMedia()
         MakeResource(10, ResourceType::Picture), MakeResource(11, ResourceType::Group),
         MakeResource(12, ResourceType::Presentation), MakeResource(13, ResourceType::Text)};
     std::vector<CMediaNode> media;
+    media.reserve(resources.size());
     for (const SResource& resource : resources)
         media.push_back(MakeMedium(20 + static_cast<int>(media.size()), resource));
     LoadShow({MakeProject(1, {MakeGroup(2, {MakeScene(3, media)})}, resources)}, {MakeScreen(4)});

@@ -61,7 +61,8 @@ IP_ADAPTER_INFO MakeAdapter(const char* description, const char* address, BYTE n
     return adapter;
 }
 
-// The linker redirects the module's calls to these functions (--wrap in CMakeLists.txt).
+// The linker redirects the module's calls to these functions (--wrap in CMakeLists.txt), and specifies their names.
+// NOLINTBEGIN(bugprone-reserved-identifier,bugprone-macro-parentheses)
 
 #define WRAPS_WITH(Type, accessor, missing, ofTest)                                                                    \
     extern "C" Type* __real_##accessor();                                                                              \
@@ -196,3 +197,4 @@ extern "C" CGlobalModel* __wrap__ZN12CGlobalModel11GetInstanceEv()
     static CPartialGlobalModel model;
     return Unless(Model::Global, static_cast<CGlobalModel*>(&model));
 }
+// NOLINTEND(bugprone-reserved-identifier,bugprone-macro-parentheses)

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr char kRules[] = "faults";
-constexpr std::int64_t kMaxDelay = 10 * 60 * 1000;
+constexpr std::int64_t kMaxDelay = std::int64_t{10} * 60 * 1000;
 constexpr int kMaxNumber = 1'000'000'000;
 
 using Action = SFault::Action;

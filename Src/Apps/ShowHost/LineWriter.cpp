@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t kMaxQueuedBytes = 1024 * 1024;
+constexpr std::size_t kMaxQueuedBytes = std::size_t{1024} * 1024;
 constexpr std::chrono::milliseconds kMaxEndWait{200};
 
 std::string DroppedText(std::size_t lines)

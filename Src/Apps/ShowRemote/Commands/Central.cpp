@@ -17,7 +17,7 @@ namespace {
 
 QByteArray ReadMessage(const CCommandLine& line)
 {
-    const QByteArray json = line.Json();
+    QByteArray json = line.Json();
     if (IsObject(line.Request()))
         return json;
     QJsonObject message = ReadJson(json).object();

@@ -94,7 +94,7 @@ void Output::PrintLine(const QString& line)
 
 QJsonDocument Output::PrintJson(const QByteArray& text)
 {
-    const QJsonDocument json = ReadJson(text);
+    QJsonDocument json = ReadJson(text);
     if (json.isNull())
         return json;
     const QByteArray compact = json.toJson(QJsonDocument::Compact);

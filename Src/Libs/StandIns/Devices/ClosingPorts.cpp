@@ -33,7 +33,7 @@ CClosingPorts::~CClosingPorts()
     if (WaitForAll())
         return;
     for (std::unique_ptr<CSerialPort>& port : m_ports)
-        port.release(); // leaked: waiting for its thread could block the exit
+        static_cast<void>(port.release()); // leaked: waiting for its thread could block the exit
 }
 
 void CClosingPorts::Add(std::unique_ptr<CSerialPort> port)

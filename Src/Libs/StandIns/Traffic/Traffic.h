@@ -119,7 +119,7 @@ public:
     /// Publishes the request. If a fault rule delays it, returns after the delay.
     /// \param describe returns the request's record; called only if a subscriber or a fault rule wants messages
     template <class Describe>
-    explicit CTrafficRequest(Describe&& describe)
+    explicit CTrafficRequest(const Describe& describe)
     {
         if (CTraffic::WantsMessages())
             Begin(describe());

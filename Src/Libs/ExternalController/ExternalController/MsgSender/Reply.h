@@ -160,7 +160,7 @@ private:
     static ReplyValue ToValue(Given&& given)
     {
         using Type = std::decay_t<Given>;
-        if constexpr (std::is_same_v<Type, bool>)
+        if constexpr (std::is_same_v<Type, bool> || std::is_same_v<Type, QUuid> || std::is_same_v<Type, SPlainText>)
             return given;
         else if constexpr (std::is_integral_v<Type> || std::is_enum_v<Type>)
             return static_cast<std::int64_t>(given);
@@ -168,8 +168,6 @@ private:
             return static_cast<double>(given);
         else if constexpr (std::is_convertible_v<Given, QString>)
             return QString(std::forward<Given>(given));
-        else if constexpr (std::is_same_v<Type, QUuid> || std::is_same_v<Type, SPlainText>)
-            return given;
         else if constexpr (std::is_same_v<Type, CReplyArray>)
             return given.Items();
         else
