@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double kWarmUpShare = 0.1;
 /// Requests between two readings of the clock.
-constexpr std::size_t kRequestsPerLook = 64;
+constexpr std::size_t kRequestsPerClockReading = 64;
 constexpr int kTimeoutMs = 10'000;
 
 /// Calls step, which returns the number of replies that it received, until the time is over; returns the sum.
@@ -173,9 +173,9 @@ SLoad Cases::OneAtATime(const SServer& server, const SExchange& exchange, double
 {
     CConnection connection(server.process->Name(), server.address, exchange);
     const auto step = [&] {
-        for (std::size_t i = 0; i < kRequestsPerLook; ++i)
+        for (std::size_t i = 0; i < kRequestsPerClockReading; ++i)
             connection.Exchange();
-        return kRequestsPerLook;
+        return kRequestsPerClockReading;
     };
     RunFor(seconds * kWarmUpShare, step);
     return Measure(server, seconds, step);

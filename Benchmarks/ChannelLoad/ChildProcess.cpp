@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kChildFailed = 70;
 constexpr std::chrono::seconds kTimeout(15);
-constexpr std::chrono::milliseconds kLookPeriod(5);
+constexpr std::chrono::milliseconds kPollInterval(5);
 
 std::string TextOfStatus(int status)
 {
@@ -66,7 +66,7 @@ CChildProcess::~CChildProcess()
     kill(m_pid, SIGTERM);
     const auto deadline = std::chrono::steady_clock::now() + kTimeout;
     while (!HasEnded() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(kLookPeriod);
+        std::this_thread::sleep_for(kPollInterval);
     if (!HasEnded()) {
         std::cerr << m_name << " doesn't end on SIGTERM; killing it" << std::endl;
         kill(m_pid, SIGKILL);

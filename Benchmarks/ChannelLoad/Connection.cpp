@@ -21,7 +21,7 @@ namespace {
 
 /// Far above any reply's time even on a busy machine: past it the server has lost a request.
 constexpr timeval kTimeout = {10, 0};
-constexpr std::size_t kMostDatagramBytes = 65535;
+constexpr std::size_t kMaxDatagramBytes = 65535;
 
 std::string MakeEnvelope(std::uint32_t code, std::string_view body)
 {
@@ -120,7 +120,7 @@ std::string AskForReply(const std::string& name, const sockaddr_in& address, con
     std::string header;
     std::string body;
     if (exchange.isDatagram) {
-        body.resize(kMostDatagramBytes);
+        body.resize(kMaxDatagramBytes);
         body.resize(ReceiveSome(name, socket, body.data(), body.size()));
     } else {
         header = ReceiveExactly(name, socket, Envelope::kCodeHeaderBytes);

@@ -166,17 +166,17 @@ double LoadAverage()
 
 /// Waits until both servers have finished work that the last case left, such as closing connections; at most 1 s, since
 /// constant background work is part of the measurement.
-void WaitUntilQuiet(const SServer& one, const SServer& other)
+void WaitUntilIdle(const SServer& one, const SServer& other)
 {
     constexpr std::chrono::milliseconds period(10);
-    constexpr double quietSeconds = 0.0005;
+    constexpr double idleSeconds = 0.0005;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
     const auto cpu = [&] { return one.process->CpuSeconds() + other.process->CpuSeconds(); };
     double before = cpu();
     for (;;) {
         std::this_thread::sleep_for(period);
         const double now = cpu();
-        if (now - before < quietSeconds || std::chrono::steady_clock::now() > deadline)
+        if (now - before < idleSeconds || std::chrono::steady_clock::now() > deadline)
             return;
         before = now;
     }
@@ -192,7 +192,7 @@ std::vector<SCaseRounds> RunCases(const SServer& raw, const SServer& showhost, c
     for (int round = 0; round < options.rounds; ++round) {
         for (SCaseRounds& rounds : cases) {
             const auto run = [&](const SServer& server, std::vector<SLoad>& loads) {
-                WaitUntilQuiet(raw, showhost);
+                WaitUntilIdle(raw, showhost);
                 loads.push_back(rounds.testCase->run(server, exchange, options.seconds));
             };
             // The order changes, so that neither server always runs after the other one.

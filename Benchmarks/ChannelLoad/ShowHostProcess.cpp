@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kReady[] = "showhost ready";
 constexpr std::chrono::seconds kTimeout(30);
-constexpr std::chrono::milliseconds kLookPeriod(10);
+constexpr std::chrono::milliseconds kPollInterval(10);
 
 int Become(const std::string& program, const std::string& show, const std::string& ip, const CTemporaryFolder& folder,
            const std::filesystem::path& output)
@@ -73,6 +73,6 @@ void CShowHostProcess::WaitUntilReady()
         Syscall::ThrowIfInterrupted();
         if (std::chrono::steady_clock::now() > deadline)
             throw std::runtime_error("showhost isn't ready after " + std::to_string(kTimeout.count()) + " s");
-        std::this_thread::sleep_for(kLookPeriod);
+        std::this_thread::sleep_for(kPollInterval);
     }
 }

@@ -65,9 +65,9 @@ QByteArray ByHand(const SRecords& records)
             names.push_back(QString::fromStdString(name));
         return names;
     }();
-    constexpr int kMostBytesOfLine = 120;
+    constexpr int kMaxBytesOfLine = 120;
     QByteArray text;
-    text.reserve(2 * kRecordsOfTable * kMostBytesOfLine);
+    text.reserve(2 * kRecordsOfTable * kMaxBytesOfLine);
     text += "LogUI_Serial Number,LogUI_File Name,LogUI_File Type,LogUI_File Duration,LogUI_Start Time,LogUI_End Time,"
             "LogUI_Play Duration\n";
     int number = 0;

@@ -5,7 +5,7 @@
 
 namespace {
 
-std::string Verdict(double ratio, double aim)
+std::string AimText(double ratio, double aim)
 {
     char text[60];
     std::snprintf(text, sizeof text, "%8.2f  at most %g: %s", ratio, aim, ratio <= aim ? "met" : "MISSED");
@@ -64,7 +64,7 @@ void CRatioReporter::Finalize()
         std::snprintf(line, sizeof line, "%-28s %11.2f %11.2f %11.2f %11.2f %8.2f %s\n", measured.name.c_str(),
                       direct == m_seconds.end() ? 0 : direct->second * 1e6, byHand->second * 1e6, module->second * 1e6,
                       module->second * 1e6 / measured.items, module->second / byHand->second,
-                      Verdict(module->second / floor, measured.aim).c_str());
+                      AimText(module->second / floor, measured.aim).c_str());
         GetOutputStream() << line;
     }
 }
@@ -73,6 +73,6 @@ void CRatioReporter::PrintMemory(const SCase& measured, std::size_t byHand, std:
 {
     char line[200];
     std::snprintf(line, sizeof line, "%-28s %9zu kB %9zu kB %12s %s\n", (measured.name + " peak").c_str(), byHand,
-                  module, "", Verdict(static_cast<double>(module) / static_cast<double>(byHand), measured.aim).c_str());
+                  module, "", AimText(static_cast<double>(module) / static_cast<double>(byHand), measured.aim).c_str());
     GetOutputStream() << line;
 }

@@ -32,7 +32,7 @@ constexpr auto kStartLimit = 10s;
 constexpr auto kStopLimit = 500ms;
 /// Pause before a child that ended unexpectedly is started again: doubled each time, up to the longest.
 constexpr std::chrono::milliseconds kShortestPause = 500ms;
-constexpr std::chrono::milliseconds kLongestPause = 10s;
+constexpr std::chrono::milliseconds kMaxPause = 10s;
 /// After a child has listened for this time, the next pause is the shortest again.
 constexpr std::chrono::milliseconds kSoundAfter = 10s;
 
@@ -247,7 +247,7 @@ private:
         m_sessions.clear();
         if (!m_started) {
             m_restart.start(m_pause);
-            m_pause = std::min(2 * m_pause, kLongestPause);
+            m_pause = std::min(2 * m_pause, kMaxPause);
         }
         SetState(false, m_reason);
     }
