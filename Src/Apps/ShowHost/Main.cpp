@@ -139,7 +139,7 @@ SOptions ReadOptions(QCoreApplication& application)
                                    "URL");
     const QCommandLineOption record("record", "Record the traffic of all channels in this file; replaces its content.",
                                     "FILE");
-    const QCommandLineOption faults("faults", "Disturb the traffic as the rules in this file say.", "FILE");
+    const QCommandLineOption faults("faults", "Apply the fault rules in this file to the traffic.", "FILE");
     const QCommandLineOption page("page", kPageHelp, "ADDRESS:PORT|off", kDefaultPage);
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption version("version", "Show the versions of showhost and of the message contract.");
