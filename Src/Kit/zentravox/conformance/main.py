@@ -36,6 +36,7 @@ def parser() -> argparse.ArgumentParser:
     top.add_argument("--version", action="version", version=f"zentravox-kit {VERSION} (contract {shipped().version})")
     commands = top.add_subparsers(dest="command", required=True, metavar="COMMAND")
     check = commands.add_parser("check", help="check a running host, or a remote by a recording of its traffic",
+                                description="Checks a running host, or a remote by a recording of its traffic.",
                                 epilog="Exit code: 0 all rules marked must hold, 1 at least one fails, 2 nothing was checked.")
     check.add_argument("--host", metavar="ADDRESS", help="IP address of the host to check")
     check.add_argument("--recording", metavar="FILE", type=Path, help="recording of a remote's traffic to check instead")
@@ -50,13 +51,13 @@ def parser() -> argparse.ArgumentParser:
     check.add_argument("--listen", metavar="ADDRESS", help="act as the FP controller and the cloud service at this address of "
                        "this machine; the host must be configured to connect to it")
     check.add_argument("--source", metavar="ADDRESS", default="", help="address of this machine that the app uses")
-    check.add_argument("--second-source", metavar="ADDRESS", default="", help="another one, for rules with two apps")
+    check.add_argument("--second-source", metavar="ADDRESS", default="", help="another address of this machine, for rules with two apps")
     check.add_argument("--timeout", metavar="SECONDS", type=float, default=5, help="longest wait for a reply (default: 5)")
     check.add_argument("--report", metavar="FILE", type=Path, help="write a report as one HTML file")
     check.add_argument("--junit", metavar="FILE", type=Path, help="write the results as JUnit XML")
     check.add_argument("--json", metavar="FILE", type=Path, help="write the results as JSON")
     check.add_argument("--quiet", action="store_true", help="print only failures and the summary")
-    commands.add_parser("rules", help="list all rules")
+    commands.add_parser("rules", help="list all rules", description="Lists all rules with their numbers.")
     return top
 
 
