@@ -207,7 +207,7 @@ class BrowserTest(unittest.TestCase):
                 ("Restart", ".state.good", "playing"), ("Previous", ".problem", "play-next-or-last: "),
                 ("Next", ".scene strong", "Twenty minutes"), ("Previous", ".scene strong", "Doors open"),
                 ("Close all", ".screen", "LED wall (closed)"), ("Open all", ".screens tr:nth-child(3)", "open, state 0"),
-                ("Black screen", "[aria-pressed=true]", "Black screen"), ("HDR", "[aria-pressed=true]", "HDR")):
+                ("Black screen", "[aria-pressed=true]", "Black screen"), ("HDR", "[aria-pressed=false]", "HDR")):
             self.click("button", button)
             self.wait_for(selector, text)
         minutes, seconds = map(int, self.wait_for("time").text.split(":"))
@@ -306,7 +306,8 @@ class BrowserTest(unittest.TestCase):
         self.click("button.main", "Send")
         self.wait_for(".history pre", '"cmd":"CloseAllScreen"')
         self.open("Remotes")
-        self.wait_for("td", "central control")
+        row = self.wait_for(".wide tr", "central control")
+        wait_until(lambda: [cell.text for cell in row.find_elements(By.CLASS_NAME, "number")][:2] == ["2", "0"], "the requests and errors")
         with FpController(HOST) as controller, controller.accept() as link:
             self.open("Send?channel=FP&name=volume-state")
             self.wait_for("button.main:enabled", "Send").click()
