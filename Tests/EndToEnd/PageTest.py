@@ -54,7 +54,7 @@ class ServerTest(unittest.TestCase):
             self.assertIn("nosniff", head)
             self.assertIn("Cache-Control: no-store", head)
             self.assertEqual(len(body), int(head.lower().split("content-length: ")[1].split()[0]))
-        self.assertEqual(self.ask(method="HEAD")[2], b"")
+        self.assertEqual(self.ask(method="HEAD")[::2], (200, b""))
 
     def test_other_requests_are_refused(self):
         origin = f"Origin: http://{HOST}:{PORT}\r\n"
@@ -200,7 +200,8 @@ class BrowserTest(unittest.TestCase):
             ["LED wall", "left: 0%; top: 0%; width: 78.0488%; height: 56.25%;"],
             ["Lobby", "left: 78.0488%; top: 0%; width: 21.9512%; height: 100%;"],
             ["Prompter (closed)", "left: 0%; top: 56.25%; width: 19.5122%; height: 28.125%;"]])
-        self.assertIn("1280 × 800 open, state 0, not on the stage, not usable", self.wait_for(".screens").text)
+        for text in ("LED wall 3840 × 1080 open, state 1", "1280 × 800 open, state 0, not on the stage, not usable"):
+            self.assertIn(text, self.wait_for(".screens").text)
         begin = time.monotonic()
         for button, selector, text in (
                 ("Pause", ".state", "paused"), ("Play", ".state.good", "playing"), ("Stop", ".state", "stopped"),
@@ -305,6 +306,9 @@ class BrowserTest(unittest.TestCase):
         self.choose(".field:nth-of-type(3) select", "CloseAllScreen")
         self.click("button.main", "Send")
         self.wait_for(".history pre", '"cmd":"CloseAllScreen"')
+        self.open("Send?channel=app+control")
+        self.click("button.main", "Send")
+        self.wait_for(".history h2", "host-name-and-version on app control")
         self.open("Remotes")
         row = self.wait_for(".wide tr", "central control")
         wait_until(lambda: [cell.text for cell in row.find_elements(By.CLASS_NAME, "number")][:2] == ["2", "0"], "the requests and errors")
