@@ -91,7 +91,7 @@ class ServerTest(unittest.TestCase):
             text = reply.read().decode()
         self.assertIn('showhost_messages_total{channel="app control",name="scene-play"} 2', text)
         self.assertIn('showhost_refused_requests_total{channel="app control",name="scene-play"} 1', text)
-        self.assertIn("showhost_request_seconds_count 1", text)
+        self.assertRegex(text, "showhost_request_seconds_sum [0-9][0-9.e-]*\nshowhost_request_seconds_count 1\n")
         family, families = "", set()
         for line in text.splitlines():  # each family is one block that starts with its help and its type
             if line.startswith("# HELP"):
