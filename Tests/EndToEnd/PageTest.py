@@ -197,9 +197,9 @@ class BrowserTest(unittest.TestCase):
     def test_each_control_of_the_stage_has_its_own_effect(self):
         self.wait_for(".screen")
         self.assertEqual([[box.text, box.get_attribute("style")] for box in self.all(".screen")], [
-            ["LED wall", "left: 0%; top: 0%; width: 78.0488%; height: 56.25%;"],
-            ["Lobby", "left: 78.0488%; top: 0%; width: 21.9512%; height: 100%;"],
-            ["Prompter (closed)", "left: 0%; top: 56.25%; width: 19.5122%; height: 28.125%;"]])
+            ["LED wall · open", "left: 0%; top: 0%; width: 78.0488%; height: 56.25%;"],
+            ["Lobby · open", "left: 78.0488%; top: 0%; width: 21.9512%; height: 100%;"],
+            ["Prompter · closed", "left: 0%; top: 56.25%; width: 19.5122%; height: 28.125%;"]])
         for text in ("LED wall 3840 × 1080 open, state 1", "1280 × 800 open, state 0, not on the stage, not usable"):
             self.assertIn(text, self.wait_for(".screens").text)
         begin = time.monotonic()
@@ -207,7 +207,7 @@ class BrowserTest(unittest.TestCase):
                 ("Pause", ".state", "paused"), ("Play", ".state.good", "playing"), ("Stop", ".state", "stopped"),
                 ("Restart", ".state.good", "playing"), ("Previous", ".problem", "play-next-or-last: "),
                 ("Next", ".scene strong", "Twenty minutes"), ("Previous", ".scene strong", "Doors open"),
-                ("Close all", ".screen", "LED wall (closed)"), ("Open all", ".screens tr:nth-child(3)", "open, state 0"),
+                ("Close all", ".screen", "LED wall · closed"), ("Open all", ".screens tr:nth-child(3)", "open, state 0"),
                 ("Black screen", "[aria-pressed=true]", "Black screen"), ("HDR", "[aria-pressed=false]", "HDR")):
             self.click("button", button)
             self.wait_for(selector, text)
@@ -354,8 +354,8 @@ class BrowserTest(unittest.TestCase):
 
     def test_a_recording_is_read_and_written_again(self):
         self.assertEqual(self.modules("""
-            const head = {recording: 1, started: '2024-05-01T18:00:00Z'}, request = {n: 1, t: 1, size: 5};
-            const reply = (n, replyTo, more) => ({n, t: 1.5, replyTo, from: 'host', channel: 'app control', ...more});
+            const head = {recording: 1, started: '2024-05-01T18:00:00Z'}, request = {n: 1, t: 1, channel: 'FP', kind: 'message', size: 5};
+            const reply = (n, replyTo, more) => ({n, t: 1.5, replyTo, from: 'host', kind: 'message', channel: 'app control', ...more});
             const records = [request, reply(2, 1, {text: 'COMMAND ERROR'}), reply(3, 9, {code: '0x003', body: {result: 0}}),
                 reply(4, 9, {code: '0x003', body: {result: 2}}), reply(5, 9, {body: {errorMsg: 'SUCCESS'}}),
                 reply(6, 9, {channel: 'cloud', body: {data: '{"errorMsg": "FAIL"}'}}), reply(7, 9, {text: 'hello'})];
