@@ -135,7 +135,7 @@ class Contract:
         if "command" in message:
             if who == "cloud":
                 return []
-            answer = {"replies": [{"text": "fate"} if who == "central" else {"body": self.command_reply(message)}]}
+            answer = {"replies": [{"text": "resultText"} if who == "central" else {"body": self.command_reply(message)}]}
         own_code = code | REPLY if who.startswith("app") else code
         return [Promise(schema.get("to", who), self._place(schema, own_code, who), schema) for schema in answer["replies"]]
 
@@ -146,7 +146,7 @@ class Contract:
         return int(schema["route"]) if who == "cloud" else int(schema.get("code", hex(own_code)), 16)
 
     def command_reply(self, message: dict[str, Any]) -> Schema:
-        request, result = message["command"]["request"], self.shapes["fate"]
+        request, result = message["command"]["request"], self.shapes["commandResult"]
         # The keys of a refused request may have any values.
         return {"type": "object", "properties": {**dict.fromkeys(request.get("properties", {}), {}),
                                                  **result["properties"]},
@@ -191,7 +191,7 @@ class Contract:
                 kind = picture_size(read_id_form(payload).data)[0]
                 if kind != PICTURE_FORMATS[schema["picture"]]:
                     raise ContractError(f"expected {schema['picture']}, got a {kind} picture")
-            elif schema.get("text") == "fate":
+            elif schema.get("text") == "resultText":
                 self.check_value({"$ref": "#/$defs/resultText"}, payload.decode(errors="replace"), "text")
             elif schema.get("text") == "text/csv":
                 if payload.count(b"\n") == 0 or payload.count(b",") == 0:

@@ -35,7 +35,7 @@ export function requestSchema(message, asker) {
 /// The schemas of the replies and notices of a message to an asker.
 export function replySchemas(message, asker) {
   if (!message) return [];
-  const echo = message.command && { allOf: [{ $ref: "#/$defs/fate" }, message.command.request] };
+  const echo = message.command && { allOf: [{ $ref: "#/$defs/commandResult" }, message.command.request] };
   return [...(message[asker]?.replies ?? []).map((reply) => reply.body), message.notice?.body, echo].filter(Boolean);
 }
 
