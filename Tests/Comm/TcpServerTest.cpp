@@ -336,8 +336,9 @@ TEST_F(TcpServerTest, APeerThatShutsDownItsSendingSideAndReadsNothingIsClosed)
 TEST_F(TcpServerTest, AConnectionsEndDoesNotRemoveALaterOneFromTheSamePort)
 {
     Start();
-    CTcpPeer first(kAddress, kPort);
-    const std::uint16_t port = first.LocalPort();
+    const std::uint16_t port = 25599; // not one that the system gives to other connections
+    CTcpPeer first;
+    first.Connect(kAddress, kPort, port);
     first.Send(WaitForRelease);
     ASSERT_TRUE(WaitUntil([&] { return m_waiting == 1; }));
     first.Reset();

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <system_error>
 #include <thread>
 
 #include <sys/resource.h>
@@ -279,6 +280,10 @@ TEST(COMChannelTest, WithoutDescriptorsAChannelReportsTheReasonAndIsNotOpened)
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none{0, before.rlim_max};
+    // UndefinedBehaviorSanitizer opens descriptors when it sees a type of exception for the first time.
+    const std::system_error seen(std::make_error_code(std::errc::io_error));
+    EXPECT_TRUE(seen.code());
+    EXPECT_THAT(static_cast<const std::exception&>(seen).what(), HasSubstr("error"));
 
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
     Comm::COMChannel channel(kBuffer, "");
