@@ -25,7 +25,7 @@ namespace {
 constexpr std::size_t kMaxUnsentBytes = 1 << 20;
 /// Time to encode records with each update of a page. It is short while there are many new records, because the
 /// channels then need the processor.
-constexpr std::chrono::microseconds kShortTime{500};
+constexpr std::chrono::microseconds kShortTime{300};
 constexpr std::chrono::microseconds kLongTime{8000};
 constexpr std::size_t kManyRecords = 100;
 constexpr std::size_t kRecordsAtOnce = 50;
@@ -179,24 +179,29 @@ void CLivePages::PaintStage()
     });
 }
 
-void CLivePages::SendRecords(SPage& page, std::chrono::microseconds time) const
+void CLivePages::SendRecords(SPage& page, std::chrono::microseconds time)
 {
     const auto end = std::chrono::steady_clock::now() + time;
-    std::string lines;
+    const std::string_view start = R"({"kind":"records","records":[)";
     std::uint64_t discarded = 0;
+    m_message = start;
     do {
         const CTrafficRing::SBatch batch = m_ring.Read(page.position, kRecordsAtOnce);
         if (batch.records.empty())
             break;
         discarded += batch.begin - page.position;
         page.position = batch.begin + batch.records.size();
-        for (const CTrafficRing::Record& stored : batch.records)
-            lines += (lines.empty() ? "" : ",") + RecordLine::LineOf(stored->record, m_started);
-    } while (std::chrono::steady_clock::now() < end && lines.size() < kMaxUnsentBytes);
-    if (lines.empty())
+        for (const CTrafficRing::Record& record : batch.records) {
+            if (m_message.size() > start.size())
+                m_message += ',';
+            RecordLine::Append(m_message, *record, m_started);
+        }
+    } while (std::chrono::steady_clock::now() < end && m_message.size() < kMaxUnsentBytes);
+    if (m_message.size() == start.size())
         return;
-    const std::string start = R"({"kind":"records","discarded":)" + std::to_string(discarded) + R"(,"records":[)";
-    page.socket->sendTextMessage(QString::fromStdString(start + lines + "]}"));
+    m_message += R"(],"discarded":)" + std::to_string(discarded) + '}';
+    // A text message would be converted to UTF-16 and back.
+    page.socket->sendBinaryMessage(QByteArray::fromRawData(m_message.data(), static_cast<int>(m_message.size())));
 }
 
 void CLivePages::Take(QWebSocket* socket, const QString& text)

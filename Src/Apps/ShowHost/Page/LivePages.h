@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 class CPageRemote;
@@ -55,7 +56,7 @@ private:
     void ReadShow();
     void ReadRemotes();
     void PaintStage();
-    void SendRecords(SPage& page, std::chrono::microseconds time) const;
+    void SendRecords(SPage& page, std::chrono::microseconds time);
     void Take(QWebSocket* socket, const QString& text);
     QJsonObject Carry(SPage& page, const QJsonObject& message);
 
@@ -72,4 +73,5 @@ private:
     bool m_isPictureOld = false; ///< the show has changed since painting started
     const std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
     const std::string m_recordingHeader;
+    std::string m_message; ///< with records; its memory is used again
 };

@@ -8,20 +8,14 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <vector>
-
-/// A record with a copy of its payload.
-struct SStoredRecord {
-    STrafficRecord record;
-    std::string payload;
-};
 
 /// Stores the newest records of all channels. Its position of a record is the number of records before it, from the
 /// creation of the ring on. Any thread.
 class CTrafficRing {
 public:
-    using Record = std::shared_ptr<const SStoredRecord>;
+    /// Its payload is valid as long as the record.
+    using Record = std::shared_ptr<const STrafficRecord>;
     struct SBatch {
         std::uint64_t begin = 0; ///< position of the first record
         std::vector<Record> records;
@@ -40,13 +34,14 @@ public:
     Record Find(std::uint64_t number) const;
 
 private:
+    struct SBlock;
+
     void Subscribe();
     void Add(const STrafficRecord& record);
 
     const std::size_t m_maxBytes;
     mutable std::mutex m_mutex; ///< guards the members below
-    std::deque<Record> m_records;
-    std::uint64_t m_discarded = 0;
+    std::deque<std::shared_ptr<SBlock>> m_blocks;
     std::size_t m_bytes = 0;
 
     int m_readers;

@@ -18,35 +18,35 @@ constexpr std::size_t kMaxConnections = 2000;
 /// A longer reply is a list or a picture: commands and logins, which can fail, have short ones.
 constexpr std::size_t kMaxRefusalBytes = 4096;
 
-QJsonObject BodyOf(const SStoredRecord& stored)
+QJsonObject ObjectOf(std::string_view json)
 {
-    return ReadJson(QByteArray::fromRawData(stored.payload.data(), static_cast<int>(stored.payload.size()))).object();
+    return ReadJson(QByteArray::fromRawData(json.data(), static_cast<int>(json.size()))).object();
 }
 
 /// Whether a reply reports that the request was not carried out. isRefusal in records.js is the same.
-bool IsRefusal(const SStoredRecord& reply)
+bool IsRefusal(const STrafficRecord& reply)
 {
     if (reply.payload.size() > kMaxRefusalBytes)
         return false;
-    const bool isFrame = reply.record.channel == TrafficChannel::Cloud; // which contains the message as a text
-    const std::string data = isFrame ? BodyOf(reply)["data"].toString().toStdString() : std::string();
-    const std::string& message = isFrame ? data : reply.payload;
-    if (message.find("errorMsg") != std::string::npos)
-        return ReadJson(QByteArray::fromStdString(message)).object()["errorMsg"].toString() != QLatin1String("SUCCESS");
-    if ((reply.record.code & ~Command::kReplyBit) == Command::Login)
-        return BodyOf(reply)["result"].toInt() != LoginResult::Success;
+    const bool isFrame = reply.channel == TrafficChannel::Cloud; // which contains the message as a text
+    const std::string data = isFrame ? ObjectOf(reply.payload)["data"].toString().toStdString() : std::string();
+    const std::string_view message = isFrame ? data : reply.payload;
+    if (message.find("errorMsg") != std::string_view::npos)
+        return ObjectOf(message)["errorMsg"].toString() != QLatin1String("SUCCESS");
+    if ((reply.code & ~Command::kReplyBit) == Command::Login)
+        return ObjectOf(reply.payload)["result"].toInt() != LoginResult::Success;
     return std::any_of(ResultTextMap.begin(), ResultTextMap.end(), [&](const auto& entry) {
         return entry.first != ResultText::Success && !entry.second.empty() && entry.second == message;
     });
 }
 
 /// Whether the messages are a command of FTP that stores a file, and the reply of its success (RFC 959).
-bool IsEndOfUpload(const SStoredRecord& request, const SStoredRecord& reply)
+bool IsEndOfUpload(const STrafficRecord& request, const STrafficRecord& reply)
 {
-    const auto starts = [](const SStoredRecord& stored, const char* text) {
-        return stored.payload.rfind(text, 0) == 0;
+    const auto starts = [](const STrafficRecord& record, const char* text) {
+        return record.payload.rfind(text, 0) == 0;
     };
-    return reply.record.channel == TrafficChannel::AppUpload && starts(reply, "226") &&
+    return reply.channel == TrafficChannel::AppUpload && starts(reply, "226") &&
            (starts(request, "STOR") || starts(request, "APPE"));
 }
 
@@ -79,9 +79,9 @@ std::size_t CTrafficStatistics::Update()
         m_dropped += batch.begin - m_position;
         m_position = batch.begin + batch.records.size();
         count += batch.records.size();
-        for (const CTrafficRing::Record& stored : batch.records) {
-            m_newest[stored->record.number % m_newest.size()] = stored;
-            Count(*stored);
+        for (const CTrafficRing::Record& record : batch.records) {
+            m_newest[record->number % m_newest.size()] = record;
+            Count(*record);
         }
         if (batch.records.size() < kRecordsAtOnce)
             return count;
@@ -91,12 +91,11 @@ std::size_t CTrafficStatistics::Update()
 CTrafficRing::Record CTrafficStatistics::Find(std::uint64_t number) const
 {
     const CTrafficRing::Record& newest = m_newest[number % m_newest.size()];
-    return newest && newest->record.number == number ? newest : m_ring.Find(number);
+    return newest && newest->number == number ? newest : m_ring.Find(number);
 }
 
-void CTrafficStatistics::Count(const SStoredRecord& stored)
+void CTrafficStatistics::Count(const STrafficRecord& record)
 {
-    const STrafficRecord& record = stored.record;
     SChannel& channel = m_channels[record.channel];
     const ConnectionKey key{record.channel, record.connection, record.peer};
     if (record.channel == TrafficChannel::Devices && record.kind != STrafficRecord::Kind::Message)
@@ -106,7 +105,7 @@ void CTrafficStatistics::Count(const SStoredRecord& stored)
         channel.address = record.text;
         return;
     case STrafficRecord::Kind::Message:
-        CountMessage(stored);
+        CountMessage(record);
         return;
     case STrafficRecord::Kind::Opened:
         ++channel.opened;
@@ -123,9 +122,8 @@ void CTrafficStatistics::Count(const SStoredRecord& stored)
     channel.noteTime = record.wallTime;
 }
 
-void CTrafficStatistics::CountMessage(const SStoredRecord& stored)
+void CTrafficStatistics::CountMessage(const STrafficRecord& record)
 {
-    const STrafficRecord& record = stored.record;
     if (m_connections.size() >= kMaxConnections) {
         const auto silent = std::min_element(m_connections.begin(), m_connections.end(), [](auto& a, auto& b) {
             return a.second.lastMessage < b.second.lastMessage;
@@ -149,29 +147,29 @@ void CTrafficStatistics::CountMessage(const SStoredRecord& stored)
     }
     connection.sent += record.wireBytes;
     if (record.replyTo != 0)
-        CountReply(stored, connection, counter);
+        CountReply(record, connection, counter);
 }
 
-void CTrafficStatistics::CountReply(const SStoredRecord& reply, SConnection& connection, SCounter& counter)
+void CTrafficStatistics::CountReply(const STrafficRecord& reply, SConnection& connection, SCounter& counter)
 {
     const bool refused = IsRefusal(reply);
     connection.errors += refused;
     counter.errors += refused;
-    const CTrafficRing::Record request = Find(reply.record.replyTo);
+    const CTrafficRing::Record request = Find(reply.replyTo);
     if (!request)
         return;
-    const double seconds = std::chrono::duration<double>(reply.record.time - request->record.time).count();
+    const double seconds = std::chrono::duration<double>(reply.time - request->time).count();
     const auto bound = std::lower_bound(kLatencyBounds.begin(), kLatencyBounds.end(), seconds);
     ++m_latencies[static_cast<std::size_t>(bound - kLatencyBounds.begin())];
     m_latencySum += seconds;
     if (IsEndOfUpload(*request, reply))
         ++m_uploads;
-    if (request->record.code != Command::Login || refused)
+    if (request->code != Command::Login || refused)
         return;
     // Only one app is logged in: a login with "force" displaces the other one.
     for (auto& [key, other] : m_connections)
         other.user.clear();
-    connection.user = BodyOf(*request)["username"].toString().toStdString();
+    connection.user = ObjectOf(request->payload)["username"].toString().toStdString();
 }
 
 QJsonObject CTrafficStatistics::Remotes() const

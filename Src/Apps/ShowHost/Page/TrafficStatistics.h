@@ -50,10 +50,10 @@ private:
     using ConnectionKey = std::tuple<TrafficChannel, std::uint64_t, std::string>;
     static constexpr std::array<double, 8> kLatencyBounds{0.0005, 0.001, 0.005, 0.01, 0.05, 0.1, 0.5, 1}; ///< seconds
 
-    void Count(const SStoredRecord& stored);
+    void Count(const STrafficRecord& record);
     CTrafficRing::Record Find(std::uint64_t number) const;
-    void CountMessage(const SStoredRecord& stored);
-    void CountReply(const SStoredRecord& reply, SConnection& connection, SCounter& counter);
+    void CountMessage(const STrafficRecord& record);
+    void CountReply(const STrafficRecord& reply, SConnection& connection, SCounter& counter);
 
     const CTrafficRing& m_ring;
     std::uint64_t m_position = 0;

@@ -23,8 +23,10 @@ void LimitAllocatorArenas()
     // Two threads seldom wait for one another: a channel runs on one thread unless a request is slow.
     constexpr int kMaxArenas = 2;
     constexpr int kMapFromBytes = 512 * 1024;
+    constexpr int kMaxFreeBytes = 4 * kMapFromBytes;
     mallopt(M_ARENA_MAX, kMaxArenas);
     mallopt(M_MMAP_THRESHOLD, kMapFromBytes);
+    mallopt(M_TRIM_THRESHOLD, kMaxFreeBytes);
 #endif
 }
 

@@ -23,6 +23,7 @@ const handlers = {
   remotes: (message) => { live.remotes = message; },
   done: (message) => { waiting.get(message.id)?.(message); waiting.delete(message.id); },
 };
+const decoder = new TextDecoder();
 let socket = null;
 let lastId = 0;
 let frame = 0;
@@ -50,6 +51,11 @@ export function useLive() {
   return live;
 }
 
+/// Whether a message is the stage as JPEG. Binary messages with records begin with a brace.
+function isPicture(data) {
+  return typeof data !== "string" && new Uint8Array(data, 0, 1)[0] === 0xff;
+}
+
 /// Fetches the contract and connects. Connects again whenever the connection ends: the next host can have another contract.
 export async function start() {
   try {
@@ -59,14 +65,14 @@ export async function start() {
     return;
   }
   socket = new WebSocket(`ws://${location.host}/live`);
-  socket.binaryType = "blob";
+  socket.binaryType = "arraybuffer";
   socket.onopen = () => { live.connected = true; changed(); };
   socket.onmessage = ({ data }) => {
-    if (data instanceof Blob) {
+    if (isPicture(data)) {
       URL.revokeObjectURL(live.picture);
-      live.picture = URL.createObjectURL(data.slice(0, data.size, "image/jpeg"));
+      live.picture = URL.createObjectURL(new Blob([data], { type: "image/jpeg" }));
     } else {
-      const message = JSON.parse(data);
+      const message = JSON.parse(typeof data === "string" ? data : decoder.decode(data));
       handlers[message.kind]?.(message);
     }
     changed();
