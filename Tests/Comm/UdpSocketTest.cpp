@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::uint16_t kPort = 25591;
+constexpr std::uint16_t kUdpPort = 25591;
 
 class CDatagramPeer {
 public:
@@ -37,7 +37,7 @@ public:
 
 private:
     asio::io_context m_context;
-    const asio::ip::udp::endpoint m_host{asio::ip::make_address("127.0.0.11"), kPort};
+    const asio::ip::udp::endpoint m_host{asio::ip::make_address("127.0.0.11"), kUdpPort};
     asio::ip::udp::socket m_socket{m_context, asio::ip::udp::v4()};
 };
 
@@ -58,7 +58,7 @@ TEST(UdpSocketTest, AnIPv4PeerOfADualStackSocketHasADottedAddressAndIsAnsweredTh
                       [&](const std::string& text, const std::string& ip, std::uint16_t port) {
                           socket.Send(text + " from " + ip, ip, port);
                       });
-    ASSERT_TRUE(socket.Start("::ffff:127.0.0.11", kPort));
+    ASSERT_TRUE(socket.Start("::ffff:127.0.0.11", kUdpPort));
     threads.Start();
     CDatagramPeer peer;
 
@@ -80,7 +80,7 @@ TEST(UdpSocketTest, TheQueuedDatagramsOfAllPeersHaveACommonLimit)
                           ++taken;
                           gate.Wait();
                       });
-    ASSERT_TRUE(socket.Start("127.0.0.11", kPort));
+    ASSERT_TRUE(socket.Start("127.0.0.11", kUdpPort));
     threads.Start();
     std::vector<CDatagramPeer> peers(kPeers);
     for (int i = 0; i < kPeers; ++i) {

@@ -13,8 +13,8 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr std::size_t kBuffer = 512;
-constexpr std::uint16_t kLocalPort = 25168;
+constexpr std::size_t kMaxDatagram = 512;
+constexpr std::uint16_t kLocalPort = 25868; ///< not the port of the module, which hosts of other tests use
 constexpr char kLocalIp[] = "127.0.0.73";
 constexpr char kDeviceIp[] = "127.0.0.74";
 
@@ -38,8 +38,8 @@ TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirDevices)
 {
     CUdpDevice lights;
     CUdpDevice curtain;
-    Comm::UDPClientChannel first(kBuffer);
-    auto second = std::make_unique<Comm::UDPClientChannel>(kBuffer);
+    Comm::UDPClientChannel first(kMaxDatagram);
+    auto second = std::make_unique<Comm::UDPClientChannel>(kMaxDatagram);
     ASSERT_TRUE(first.Init(kLocalIp, kLocalPort));
     ASSERT_TRUE(second->Init(kLocalIp, kLocalPort));
 
@@ -51,17 +51,17 @@ TEST(UDPClientChannelTest, AllChannelsSendFromOnePortToTheirDevices)
     EXPECT_TRUE(first.SendTo(std::string(60000, 'x'), kDeviceIp, curtain.localPort()));
     EXPECT_TRUE(first.SendTo("to all devices", "127.255.255.255", curtain.localPort()));
 
-    EXPECT_EQ(lights.Receive(), "PWR ON from 127.0.0.73:25168");
-    EXPECT_EQ(curtain.Receive(), std::string("a\0b", 3) + " from 127.0.0.73:25168");
-    EXPECT_THAT(curtain.Receive(), testing::EndsWith(":25168"));
-    EXPECT_EQ(curtain.Receive(), std::string(60000, 'x') + " from 127.0.0.73:25168");
+    EXPECT_EQ(lights.Receive(), "PWR ON from 127.0.0.73:25868");
+    EXPECT_EQ(curtain.Receive(), std::string("a\0b", 3) + " from 127.0.0.73:25868");
+    EXPECT_THAT(curtain.Receive(), testing::EndsWith(":25868"));
+    EXPECT_EQ(curtain.Receive(), std::string(60000, 'x') + " from 127.0.0.73:25868");
 }
 
 TEST(UDPClientChannelTest, ADatagramThatCannotBeSentIsReportedAndLaterOnesAreSent)
 {
     CEventLog log;
     CUdpDevice device;
-    Comm::UDPClientChannel channel(kBuffer);
+    Comm::UDPClientChannel channel(kMaxDatagram);
     EXPECT_FALSE(channel.SendTo("too early", kDeviceIp, device.localPort()));
     ASSERT_TRUE(channel.Init(kLocalIp, kLocalPort));
 
@@ -76,7 +76,7 @@ TEST(UDPClientChannelTest, ADatagramThatCannotBeSentIsReportedAndLaterOnesAreSen
     EXPECT_THAT(text, HasSubstr("70000 bytes not sent: Message too long"));
     EXPECT_FALSE(device.hasPendingDatagrams());
     EXPECT_TRUE(channel.SendTo("still here", kDeviceIp, device.localPort()));
-    EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25168");
+    EXPECT_EQ(device.Receive(), "still here from 127.0.0.73:25868");
 }
 
 TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedWhenItIsFree)
@@ -85,8 +85,8 @@ TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedWhenItIsF
     CUdpDevice device;
     auto owner = std::make_unique<QUdpSocket>();
     ASSERT_TRUE(owner->bind(QHostAddress(kLocalIp), kLocalPort, QUdpSocket::DontShareAddress));
-    Comm::UDPClientChannel first(kBuffer);
-    Comm::UDPClientChannel second(kBuffer);
+    Comm::UDPClientChannel first(kMaxDatagram);
+    Comm::UDPClientChannel second(kMaxDatagram);
 
     for (Comm::UDPClientChannel* channel : {&first, &second}) {
         EXPECT_FALSE(channel->Init(kLocalIp, kLocalPort));
@@ -95,9 +95,9 @@ TEST(UDPClientChannelTest, APortInUseIsReportedOnceForAllDevicesAndUsedWhenItIsF
     owner.reset();
     EXPECT_TRUE(first.SendTo("sent", kDeviceIp, device.localPort()));
 
-    EXPECT_EQ(device.Receive(), "sent from 127.0.0.73:25168");
+    EXPECT_EQ(device.Receive(), "sent from 127.0.0.73:25868");
     EXPECT_THAT(log.Text(),
-                testing::MatchesRegex("devices : can't use local port 25168, tries again at each command: [^\n]*\n"
-                                      "devices : local port 25168 can be used again; datagrams lost: 2\n"
+                testing::MatchesRegex("devices : can't use local port 25868, tries again at each command: [^\n]*\n"
+                                      "devices : local port 25868 can be used again; datagrams lost: 2\n"
                                       "devices [^\n]*: sent\n"));
 }

@@ -163,7 +163,8 @@ class RecordingTest(unittest.TestCase):
         with contextlib.ExitStack() as stack:
             remotes = protocol.Remotes(REMOTES, stack.enter_context, "--record", file)
             protocol.Replay(Contract(), remotes, protocol.PAGE.read_text(encoding="utf-8"))
-        self.assertEqual(showremote("recording", file, "--pcapng", capture).returncode, 0)
+        result = showremote("recording", file, "--pcapng", capture)
+        self.assertEqual(result.returncode, 0, result.stderr)
         dissector.write_text(showremote("dissector").stdout)
         packets = tshark(dissector, capture, "zxap.code", "zxap.name", "zxap.reply", "zxap.length", "zxap.id",
                          "json.key", "json.value.number", "frame.packet_flags_direction", "frame.time_epoch")
