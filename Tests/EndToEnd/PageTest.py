@@ -260,6 +260,11 @@ class BrowserTest(unittest.TestCase):
         self.open("Traffic?channel=central+control&text=getHDR")
         self.click(".rows .row")
         self.assertEqual(self.copied_command(), ["central", "--host", HOST, "--raw", "getHDR"])
+        saved = self.driver.execute_async_script("""
+            HTMLAnchorElement.prototype.click = () => {};
+            URL.createObjectURL = (file) => { file.text().then(arguments[0]); return ''; };
+            [...document.querySelectorAll('button')].find((button) => button.textContent.startsWith('Save')).click();""")
+        self.assertEqual([json.loads(line).get("text") for line in saved.splitlines()], [None, "getHDR"])
         self.open("Traffic?text=xxxxxxxx")
         self.click(".rows .row", "set-host-name")
         self.click("button", "Show all")
