@@ -33,7 +33,7 @@ function Peers({ peers, host }) {
   if (!peers.length) return null;
   const sorted = [...peers].sort((a, b) => (b.lastMessage ?? 0) - (a.lastMessage ?? 0));
   return html`<section><h2>Peers of datagrams</h2>
-    <p class="quiet">Central control, discovery and UDP devices exchange datagrams: there is no connection to close.</p>
+    <p class="quiet">Central control, discovery and UDP devices exchange datagrams and have no connection that could be closed.</p>
     <${Connections} connections=${all ? sorted : sorted.slice(0, SHOWN_PEERS)} host=${host} />
     ${peers.length > SHOWN_PEERS && html`<div class="buttons"><button type="button" onClick=${() => setAll(!all)}>${all
       ? `Show the newest ${SHOWN_PEERS}` : `Show all ${peers.length.toLocaleString("en")}`}</button></div>`}</section>`;
