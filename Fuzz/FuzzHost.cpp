@@ -146,7 +146,7 @@ void FuzzHost::CloseApp()
 
 QString FuzzHost::WriteFile(std::string_view input)
 {
-    const QString path = s_host->InputFile();
+    QString path = s_host->InputFile();
     QFile file(path);
     Require(file.open(QIODevice::WriteOnly | QIODevice::Truncate), "the input's file can be opened");
     Require(file.write(input.data(), static_cast<qint64>(input.size())) == static_cast<qint64>(input.size()),

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr qint64 kMaxStagePixels = 3840 * 2160;
+constexpr qint64 kMaxStagePixels = qint64{3840} * 2160;
 
 /// Requests all data of a show.
 void AskForShow()

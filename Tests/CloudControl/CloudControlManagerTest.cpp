@@ -189,7 +189,7 @@ TEST_F(CloudControlManagerTest, TheConnectionToASilentCloudIsClosed)
 {
     SetPingPeriod(std::chrono::milliseconds(50));
     m_cloud.Connect(kUser);
-    ASSERT_TRUE(IsSoon([&] { return m_hosts.size() >= 1; }));
+    ASSERT_TRUE(IsSoon([&] { return !m_hosts.empty(); }));
 
     // The cloud runs on this thread, so that it doesn't answer pings meanwhile.
     EXPECT_TRUE(WaitUntil([&] { return m_log.Has("no answer"); }));

@@ -356,17 +356,16 @@ TEST(PlayRecorderTest, ASceneThatPlaysAtTheStartOrAtTheEndIsRecorded)
 {
     const QDateTime begin = QDateTime::currentDateTime();
     const SResource title = MakeResource(5, ResourceType::Text);
-    const auto load = [&](SPlayback::State state) {
+    const auto loadAndRecord = [&](SPlayback::State state) {
         LoadStage({title}, {MakeMedium(6, title), MakeMedium(7, MakeResource(8, ResourceType::Text))});
         HostModels::Show().Change([&](SShow& show) { show.playback.Enter(state, SPlayback::Clock::now()); });
+        const CPlayRecorder recorder;
     };
     const std::size_t before = PlayedSince(begin).size();
 
-    load(SPlayback::Stopped);
-    CPlayRecorder();
+    loadAndRecord(SPlayback::Stopped);
     EXPECT_EQ(PlayedSince(begin).size(), before);
-    load(SPlayback::Paused);
-    CPlayRecorder();
+    loadAndRecord(SPlayback::Paused);
     ASSERT_EQ(PlayedSince(begin).size(), before + 1) << "the resource of the other medium is missing";
     EXPECT_EQ(PlayedSince(begin).back(), std::to_string(ResourceType::Text) + " Resource 5, 0:00:00, played 0:00:00");
 }

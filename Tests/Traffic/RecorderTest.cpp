@@ -39,7 +39,7 @@ QJsonObject Line(const STrafficRecord& record)
 {
     const QByteArray line = QByteArray::fromStdString(RecordLine::LineOf(record, {}));
     EXPECT_FALSE(line.contains('\n'));
-    const QJsonObject object = QJsonDocument::fromJson(line).object();
+    QJsonObject object = QJsonDocument::fromJson(line).object();
     EXPECT_FALSE(object.isEmpty()) << line.constData();
     return object;
 }

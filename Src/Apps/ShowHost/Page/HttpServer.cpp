@@ -61,7 +61,7 @@ void CHttpServer::Accept()
             socket->abort();
             continue;
         }
-        socket->setReadBufferSize(2 * kMaxHeadBytes);
+        socket->setReadBufferSize(qint64{2} * kMaxHeadBytes);
         connect(socket, &QTcpSocket::readyRead, this, [this, socket, timeout] { Read(socket, timeout); });
         if (socket->bytesAvailable() > 0)
             Read(socket, timeout);

@@ -8,9 +8,9 @@ namespace {
 
 // A block is full with as many records, or with as many bytes.
 constexpr std::size_t kRecordsOfBlock = 256;
-constexpr std::size_t kBytesOfBlock = 512 * 1024;
+constexpr std::size_t kBytesOfBlock = std::size_t{512} * 1024;
 /// Memory for payloads in each block.
-constexpr std::size_t kPayloadBytesOfBlock = 64 * 1024;
+constexpr std::size_t kPayloadBytesOfBlock = std::size_t{64} * 1024;
 
 } // namespace
 
@@ -30,7 +30,7 @@ struct CTrafficRing::SBlock {
         memory += record.payload;
         records.push_back(record);
         records.back().payload = std::string_view(memory).substr(start);
-        bytes += record.peer.size() + record.text.size() + (fits ? 0 : sizeof memory + memory.size());
+        bytes += record.peer.size() + record.text.size() + (fits ? 0 : sizeof(std::string) + memory.size());
     }
     bool IsFull() const { return records.size() == kRecordsOfBlock || bytes >= kBytesOfBlock; }
     std::uint64_t End() const { return begin + records.size(); }

@@ -218,8 +218,9 @@ QByteArray CTrafficStatistics::Metrics() const
     QByteArray open = Head("showhost_connections", "gauge", "Connections that are open, and peers of datagrams.");
     for (const auto& [channel, state] : m_channels) {
         const QByteArray labels = QByteArray("{channel=\"") + NameOf(channel) + "\"} ";
-        const auto count = std::count_if(m_connections.begin(), m_connections.end(),
-                                         [&](const auto& entry) { return std::get<0>(entry.first) == channel; });
+        const auto count =
+            std::count_if(m_connections.begin(), m_connections.end(),
+                          [channel = channel](const auto& entry) { return std::get<0>(entry.first) == channel; });
         opened += "showhost_connections_total" + labels + QByteArray::number(quint64{state.opened}) + '\n';
         open += "showhost_connections" + labels + QByteArray::number(qint64{count}) + '\n';
     }
