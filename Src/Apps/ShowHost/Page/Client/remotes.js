@@ -65,8 +65,8 @@ function Channels({ channels, connections, host }) {
 
 function Devices({ devices, states }) {
   if (!devices.length) {
-    return html`<${Empty}>The show has no external control devices. Add one at the host's standard input:
-      <code>device put {"{"}...{"}"}</code><//>`;
+    return html`<${Empty}>The show has no external control devices. Add one at the host's
+      standard input: <code>${"device put {...}"}</code><//>`;
   }
   return html`<table><thead><tr><th>Name</th><th>Address</th><th>State</th></tr></thead><tbody>${devices.map(({ name, address }) => html`<tr key=${name + address}>
     <td>${name}</td><td><a href=${`#Traffic?channel=devices&peer=${encodeURIComponent(address)}`}>${address}</a></td>

@@ -6,8 +6,10 @@ function Picture({ path, alt }) {
 }
 
 function Project({ project, projectVersion, stage }) {
-  if (!project?.groups || !stage) {
-    return project && html`<${Empty}>No project is open. Open one: <code>showremote app switch-project</code><//>`;
+  if (!project || !stage) return null;
+  if (!stage.projects.length) return html`<${Empty}>The show has no projects. Add some to "projects" in the show file.<//>`;
+  if (!project.groups) {
+    return html`<${Empty}>No project is open. Open one: <code>showremote app switch-project</code><//>`;
   }
   const { playback } = stage;
   const scene = (group) => ({ id, name, media }) => {
