@@ -89,7 +89,6 @@ class ServerTest(unittest.TestCase):
         showremote("app", "--host", HOST, "scene-play", '{"sceneCol": 99}')
         with urllib.request.urlopen(PAGE + "metrics") as reply:
             text = reply.read().decode()
-        self.assertIn('showhost_messages_total{channel="app control",name="scene-play"} 2', text)
         self.assertIn('showhost_refused_requests_total{channel="app control",name="scene-play"} 1', text)
         self.assertRegex(text, "showhost_request_seconds_sum [0-9][0-9.e-]*\nshowhost_request_seconds_count 1\n")
         family, families = "", set()
@@ -100,9 +99,6 @@ class ServerTest(unittest.TestCase):
                 families.add(family)
             self.assertRegex(line, rf'^(# HELP {family} .+|# TYPE {family} (counter|gauge|histogram)|'
                                    rf'{family}(_bucket|_sum|_count)?({{(\w+="[^"\\]*",?)+}})? [-+.e\d]+)$')
-        buckets = [int(line.split()[1]) for line in text.splitlines() if "_bucket" in line]
-        self.assertEqual(buckets, sorted(buckets))
-        self.assertIn('le="+Inf"} 1', text)
 
     def test_a_port_in_use_is_reported_and_the_host_runs_without_the_page(self):
         other = "127.0.0.162"
